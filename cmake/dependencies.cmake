@@ -1,0 +1,10 @@
+# Everything comes from Debian 12; scripts/packages.sh lists the packages.
+find_package(Boost 1.74 REQUIRED)
+find_package(TBB 2021 REQUIRED)
+find_package(log4cplus 2 REQUIRED)
+find_package(pugixml 1.13 REQUIRED)
+find_package(SQLite3 3.40 REQUIRED)
+find_package(ZLIB REQUIRED)
+find_package(fmt 9 REQUIRED)
+find_package(Threads REQUIRED)
+find_path(RAPIDJSON_INCLUDE_DIR rapidjson/reader.h REQUIRED)

@@ -1,0 +1,4 @@
+// Entry of the command line client.
+int main() {
+    return 0;
+}
