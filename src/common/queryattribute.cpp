@@ -1,0 +1,44 @@
+// Display attributes of queries, read with the kind that the reader expects. Tested by
+// tests/viewpoint/display_test.cpp.
+
+#include "common/queryattribute.h"
+
+#include "common/valuekind.h"
+
+namespace lanefeed_1 {
+
+basekit2::variant_t queryAttribute(const dataface_1::IQuery* query, const char* name) {
+    basekit2::variant_t value;
+    if (query != nullptr) query->getAttribute(name, value);
+    return value;
+}
+
+std::string textAttribute(const dataface_1::IQuery* query,
+                          const char* name,
+                          const Place& place,
+                          const std::string& fallback) {
+    const basekit2::variant_t value = queryAttribute(query, name);
+    if (value.is_null()) return fallback;
+    checked(isText(value), place, "can_get<const char*>()");
+    return value.get<std::string>();
+}
+
+bool flagAttribute(const dataface_1::IQuery* query,
+                   const char* name,
+                   const Place& place,
+                   bool fallback) {
+    const basekit2::variant_t value = queryAttribute(query, name);
+    if (value.is_null()) return fallback;
+    checked(isFlag(value), place, "can_get<bool>()");
+    return value.get<bool>();
+}
+
+basekit2::variant_t layeredAttribute(const dataface_1::IQuery* vectorQuery,
+                                     const dataface_1::IQuery* defaultQuery,
+                                     const char* name,
+                                     ValueTest fits) {
+    basekit2::variant_t value = queryAttribute(vectorQuery, name);
+    return fits(value) ? value : queryAttribute(defaultQuery, name);
+}
+
+}  // namespace lanefeed_1

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <basekit2/variant.h>
+#include <dataface_1/query_kinds.h>
+
+#include <string>
+
+#include "common/check.h"
+
+namespace lanefeed_1 {
+
+// Typed reads of the display attributes of queries. Queries are not owned; a null one has no
+// attributes. Names stand in common/names.h.
+
+// The value as it is, null when there is none.
+basekit2::variant_t queryAttribute(const dataface_1::IQuery* query, const char* name);
+
+// A text or a flag. An absent one is the fallback; one of another kind is reported for the caller
+// ("can_get<const char*>()", "can_get<bool>()") and then empty or false.
+std::string textAttribute(const dataface_1::IQuery* query,
+                          const char* name,
+                          const Place& place,
+                          const std::string& fallback = {});
+bool flagAttribute(const dataface_1::IQuery* query,
+                   const char* name,
+                   const Place& place,
+                   bool fallback);
+
+// Test of a kind; those of common/valuekind.h fit.
+using ValueTest = bool (*)(const basekit2::variant_t&);
+
+// The value of the vector query where it passes the test, else whatever the default query has. What
+// a null query means is checked by the caller.
+basekit2::variant_t layeredAttribute(const dataface_1::IQuery* vectorQuery,
+                                     const dataface_1::IQuery* defaultQuery,
+                                     const char* name,
+                                     ValueTest fits);
+
+}  // namespace lanefeed_1
