@@ -1,0 +1,247 @@
+#pragma once
+
+#include "baseproviderimpl.h"
+
+#include <storelink1/database.h>
+#include <storelink1/query.h>
+#include <storelink1/timeline_query.h>
+
+#include <tbb/spin_mutex.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace lanefeed_1 {
+
+class ExpansionHelper;
+class RowSummaryTableTree;
+
+// Answers the timeline pane from the relational side of a result.
+//   binding to a result, row-by choices       dbiproviderimpl.cpp
+//   series of all rows                        dbiproviderimpl_overtime.cpp
+//   a request as a store query                dbiproviderimpl_timelinequery.cpp
+//   series of an attribute                    dbiproviderimpl_attrovertime.cpp
+//   bars, one table per row                   dbiproviderimpl_intervals.cpp
+//   lines into one row                        dbiproviderimpl_transitions.cpp
+//   counts per bin                            dbiproviderimpl_counts.cpp
+//   tooltips, attribute values, highlights    dbiproviderimpl_tooltips.cpp
+//   row summary, visible rows, sorting        dbiproviderimpl_rows.cpp
+//   what the result holds, clock, caches      dbiproviderimpl_bands.cpp
+//   filter and pause intervals of the store   dbiproviderimpl_timefilters.cpp
+class DbiProviderImpl : public BaseProviderImpl {
+public:
+    using QueryPath = std::vector<basekit2::sptr_t<dataface_1::IQuery>>;  // outermost first
+
+    // What a count request adds up: the "count" column of instances, or the instances.
+    enum DataType { countData = 0, instanceCountData = 1 };
+
+    // Interval table of one row.
+    struct InstanceDataInternal {
+        basekit2::sptr_t<dataface_1::ITableTree> table;
+        std::vector<int> rowIndexes;  // database indexes of the row, one per level
+    };
+
+    DbiProviderImpl();
+    ~DbiProviderImpl() override;
+
+    // --- binding to a result, row-by choices (dbiproviderimpl.cpp)
+    void setResult(int areaIndex,
+                   basekit2::sptr_t<dataface_1::IInputData> result,
+                   TLViewpointParser::RowSet* rowSet,
+                   const std::string& viewpointName,
+                   int principalRowByIndex) override;
+    bool openDataFile(const std::string& fileName) override;
+    basekit2::generic_iterator_t<DicerDataSource> getRowByChoices() override;
+    basekit2::generic_iterator_t<DicerDataSource> getRowByJoins(int principalRowByIndex) override;
+    DicerDataSource getRowByUsingQuery(int principalRowByIndex,
+                                       basekit2::sptr_t<dataface_1::IQuery> query) override;
+    bool addRowByChoice(const DicerDataSource& choice) override;
+    void setProgress(relay2::IProgress* progress) override;
+    void setFilterProgress(relay2::IProgress* progress) override;
+    void setMasterTableMgr(basekit2::sptr_t<IMasterTableMgr> mgr) override;
+    void setRowByRestriction(const basekit2::sptr_t<dataface_1::IInfoQuery>& query) override;
+
+    // --- series of all rows (dbiproviderimpl_overtime.cpp)
+    // The entry of the base, which the read below would hide.
+    using BaseProviderImpl::getOverTimeData;
+
+    // --- bars (dbiproviderimpl_intervals.cpp); the styles in use are left as they are
+    bool getTaskData(const QueryParam& param,
+                     Forest& trees,
+                     basekit2::generic_iterator_t<basekit2::variant_t>* values) override;
+    bool getIntervalData(const QueryParam& param,
+                         Forest& trees,
+                         basekit2::generic_iterator_t<basekit2::variant_t>* values) override;
+
+    // --- lines into one row (dbiproviderimpl_transitions.cpp)
+    using BaseProviderImpl::getTransitionData;
+
+    // --- counts (dbiproviderimpl_counts.cpp)
+    bool getCountData(const QueryParam& param, Forest& trees) override;
+    bool getInstanceCountData(const QueryParam& param, Forest& trees) override;
+
+    // --- tooltips, attribute values, highlights (dbiproviderimpl_tooltips.cpp)
+    std::string getTooltip(const DicerDataSource* ds, int id) override;
+    basekit2::generic_iterator_t<basekit2::sptr_t<ITooltipItem>> getTooltips(
+        const DicerDataSource* ds, int id) override;
+    basekit2::variant_t getAttributeValue(const DicerDataSource* ds, int id) override;
+    void cacheTooltipData(const DicerDataSource* ds) override;
+    basekit2::variant_t getHighlightValue(const DicerDataSource* ds, int id) override;
+    void clearCachedTooltipData() override;
+
+    // --- row summary, visible rows, sorting (dbiproviderimpl_rows.cpp)
+    bool getSortOrder(std::vector<int>& order) override;
+    bool getVisibleRows(std::vector<int>& rows, int grouping) override;
+    bool filterOnRows(const std::vector<int>& rows, bool exclude) override;
+    bool getRowSummary(basekit2::sptr_t<dataface_1::ITableTree>& table,
+                       int grouping,
+                       bool resort,
+                       bool useGlobalFilter) override;
+    bool getCurrentSorting(SortInfo& info) override;
+    bool getDefaultSortOrder(SortInfo& info) override;
+    bool setSorting(SortInfo& info) override;
+
+    // --- what the result holds, clock, caches (dbiproviderimpl_bands.cpp)
+    bool updateSBFilterData() override;
+    bool isBandTableExist(const std::string& band) override;
+    bool isInstanceDataExist(const std::string& instanceTable,
+                             const std::string& attributeTable) override;
+    bool isBandTypeSupported(const std::string& band) override;
+    bool isTableExist(const std::string& table) override;
+    int getBandType(const std::string& band) override;
+    void filterChanged(const std::string& filterName) override;
+    basekit2::sptr_t<IMasterTableMgr> createMastertableMgr() override;
+    void clearCaches() override;
+    bool getResultTscRange(basekit2::u64_t& start,
+                           basekit2::u64_t& end,
+                           basekit2::u64_t& ticksPerSecond) override;
+
+protected:
+    friend class ExpansionHelper;
+    friend class MasterTable;
+    friend class MasterTableMgr;
+
+    // --- binding (dbiproviderimpl.cpp)
+    basekit2::sptr_t<storelink1::IDatabase> getDb(
+        const basekit2::sptr_t<dataface_1::IInputData>& input) const;
+    // The groupings of a request: for each applicable level the queries from the outermost down.
+    bool getApplicableRowBy(const QueryParam& param, std::vector<QueryPath>& paths);
+    bool isCanceled() override;
+    relay2::IProgress* getProgress() override;
+
+    // --- series of all rows (dbiproviderimpl_overtime.cpp)
+    bool getOverTimeData(const QueryParam& param, std::vector<OverTimeData>& data) override;
+    bool getOverTimeDataForRowLevel(const QueryParam& param,
+                                    const QueryPath& rowByPath,
+                                    std::vector<OverTimeData>& data,
+                                    std::vector<OverTimeDataSeries>& emptySeries);
+
+    // --- a request as a store query (dbiproviderimpl_timelinequery.cpp)
+    bool createOverTimeQuery(const QueryParam& param,
+                             const QueryPath& rowByPath,
+                             basekit2::sptr_t<storelink1::ITimelineQuery>& query,
+                             bool& isTimeData,
+                             bool& allowCollapse);
+    // Sparse series of the store to dense ones; a scale of 0 leaves the values as they are.
+    void copyOvertimeData(const QueryParam& param,
+                          const DicerDataSource* ds,
+                          double scale,
+                          const storelink1::OverTimeData& src,
+                          OverTimeData& dst,
+                          const std::vector<storelink1::OverTimeDataSeriesMetadata>& metadata);
+    void copyOvertimeData(const QueryParam& param,
+                          const DicerDataSource* ds,
+                          double scale,
+                          const std::vector<storelink1::OverTimeDataSeries>& src,
+                          OverTimeData& dst,
+                          const std::vector<storelink1::OverTimeDataSeriesMetadata>& metadata);
+    // The database with the global filter in force, when it concerns the table. From any thread.
+    basekit2::sptr_t<storelink1::ITimelineDatabase> getTimelineDb(const std::string& table);
+    bool getObjectType(const QueryParam& param, storelink1::ITimelineQuery::ObjectType& type);
+    bool getQueryType(const QueryParam& param, storelink1::ITimelineQuery::QueryType& type);
+    bool applyExpansionHelper(const DicerDataSource* ds,
+                              const basekit2::sptr_t<storelink1::IQuery>& query,
+                              ExpansionHelper& expansionHelper,
+                              std::vector<storelink1::OverTimeDataSeriesMetadata>* metadata);
+
+    // --- series of an attribute (dbiproviderimpl_attrovertime.cpp)
+    bool getAttrOverTimeData(const QueryParam& param, std::vector<OverTimeData>& data) override;
+
+    // --- bars (dbiproviderimpl_intervals.cpp)
+    bool getIntervalDataForRowLevel(const QueryParam& param,
+                                    const std::vector<std::string>& rowByInstanceTables,
+                                    const std::vector<std::string>& rowByAttrTables,
+                                    std::vector<InstanceDataInternal>& result);
+    // Filter of the values that a query is restricted to; null when it is not.
+    basekit2::sptr_t<dataface_1::IQueryFilter> getFilterForQuery(
+        const basekit2::sptr_t<dataface_1::IQuery>& query);
+
+    // --- lines into one row (dbiproviderimpl_transitions.cpp)
+    bool getTransitionData(const QueryParam& param, std::vector<Transition>& transitions) override;
+
+    // --- counts (dbiproviderimpl_counts.cpp)
+    bool getData(const QueryParam& param, Forest& trees, DataType type);
+    bool needMergeData(const QueryParam& param, bool& merge);
+    bool getDataForRowLevel(const QueryParam& param,
+                            const basekit2::sptr_t<dataface_1::IInfoQuery>& rowQuery,
+                            int level,
+                            Forest& trees,
+                            bool merge,
+                            DataType type);
+
+    // --- tooltips, attribute values, highlights (dbiproviderimpl_tooltips.cpp)
+    basekit2::sptr_t<storelink1::IAttributeDataRetriever> getRetriever(const std::string& table,
+                                                                       bool cache) override;
+    bool getRetrieverNoCreate(const std::string& table,
+                              basekit2::sptr_t<storelink1::IAttributeDataRetriever>& retriever);
+    bool getHatchesForObject(const DicerDataSource* ds,
+                             int id,
+                             std::vector<IntervalHatch>& hatches);
+    int bandToObject(int band, const std::string& table) override;
+
+    // --- row summary (dbiproviderimpl_rows.cpp)
+    bool getRowSummaryInternal(basekit2::sptr_t<RowSummaryTableTree>& table,
+                               const std::string& filterName,
+                               int grouping);
+    int getRowDbIndexByUniqueId(int id) override;
+    // Level of a row by its row id, -1 for an unknown one.
+    virtual int getRowLevel(int summaryId);
+    // Where a record belongs: the id of the row with these database indexes, -1 when there is none.
+    // False when the row lies outside the area.
+    bool findRow(const std::vector<int>& dbIndexes, int& rowId) const;
+
+    // --- series of all rows (dbiproviderimpl_overtime.cpp)
+    // The same answer out of a master table.
+    virtual bool getOverTimeDataMasterTable(const QueryParam& param,
+                                            std::vector<OverTimeData>& data,
+                                            basekit2::sptr_t<IMasterTable> table);
+
+    // --- what the result holds, clock (dbiproviderimpl_bands.cpp)
+    std::string getLeafTable(const DicerDataSource* ds) override;
+    std::string getLeafTable(const std::string& table);
+    // Whether the rows of a source are bands; they are the last level of the rows.
+    bool isGroupingByBand(const DicerDataSource* ds);
+    basekit2::u64_t ticksInMs() override;
+
+    // --- filter and pause intervals of the store (dbiproviderimpl_timefilters.cpp)
+    bool readFilterAndPausedIntervals(const QueryParam& param,
+                                      std::vector<SBInterval>& intervals,
+                                      bool paused,
+                                      bool inverted) override;
+
+    // --- state
+    relay2::IProgress* m_progress = nullptr;        // not owned; progress and cancel of reads
+    relay2::IProgress* m_filterProgress = nullptr;  // not owned
+    std::map<std::string, basekit2::sptr_t<storelink1::IAttributeDataRetriever>>
+        m_retrievers;  // by table path; null for a table that the store does not know
+    basekit2::sptr_t<storelink1::IPerfDatabase> m_perfDb;
+    basekit2::sptr_t<RowSummaryTableTree> m_rowSummaryTable;       // since getRowSummary
+    basekit2::sptr_t<dataface_1::ITableTree> m_requiredDataTable;  // read once
+    basekit2::sptr_t<IMasterTableMgr> m_masterTableMgr;            // null: no master tables
+    tbb::spin_mutex m_filteredDbLock;                              // guards the next
+    basekit2::sptr_t<storelink1::ITimelineDatabase> m_filteredDb;
+    basekit2::sptr_t<dataface_1::IInfoQuery> m_rowByRestriction;
+};
+
+}  // namespace lanefeed_1
