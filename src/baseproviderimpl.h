@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "common/bucketmath.h"
 #include "common/pauseranges.h"
 
 namespace dataface_1 {
@@ -51,7 +52,7 @@ struct IntervalHatch {
 //   transitions to a table                      baseproviderimpl_transitions.cpp
 class BaseProviderImpl : public IDicerProvider {
 public:
-    enum aggregation_type_t { agAverage = 0, agSum = 1, agMax = 2, agCountNonZero = 3 };
+    using aggregation_type_t = lanefeed_1::aggregation_type_t;
     // By series, then by level of its expansion; level 0 is the series itself.
     using ColumnQueries = std::vector<std::vector<basekit2::sptr_t<dataface_1::IVectorQuery>>>;
     using Columns = std::vector<std::vector<basekit2::sptr_t<facekit_1_x::IWriteableColumn>>>;

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <basekit2/pool.h>
+
+#include <cstddef>
+
+namespace lanefeed_1 {
+
+// Lets a standard container take its memory from the pool of small objects.
+template <class T>
+class PoolAllocator {
+public:
+    using value_type = T;
+
+    PoolAllocator() = default;
+    template <class U>
+    PoolAllocator(const PoolAllocator<U>& /*other*/) {}  // NOLINT(google-explicit-constructor)
+
+    T* allocate(std::size_t count) {
+        return static_cast<T*>(basekit2::alloc::pool_allocate(count * sizeof(T)));
+    }
+    void deallocate(T* memory, std::size_t count) {
+        basekit2::alloc::pool_deallocate(memory, count * sizeof(T));
+    }
+
+    template <class U>
+    friend bool operator==(const PoolAllocator& /*a*/, const PoolAllocator<U>& /*b*/) {
+        return true;
+    }
+    template <class U>
+    friend bool operator!=(const PoolAllocator& /*a*/, const PoolAllocator<U>& /*b*/) {
+        return false;
+    }
+};
+
+}  // namespace lanefeed_1

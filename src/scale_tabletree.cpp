@@ -1,0 +1,106 @@
+// A table whose numeric cells are those of another times a factor; nothing is copied. Brings
+// over-time values to the time scale of a layer. Sums of rows are not offered, for the wrapped
+// table would not know the rows. Tested by tests/unit/scale_tabletree_test.cpp.
+
+#include "tabletrees.h"
+
+#include <relay2/progress.h>
+
+#include <deque>
+#include <utility>
+#include <vector>
+
+#include "common/nodewalk.h"
+#include "common/poolallocator.h"
+
+namespace lanefeed_1 {
+
+namespace {
+
+using basekit2::generic_iterator_t;
+using basekit2::sptr_t;
+using basekit2::variant_t;
+using dataface_1::cell_contents_t;
+using dataface_1::IColumnInfo;
+using dataface_1::ITableRow;
+using dataface_1::ITableTree;
+
+class ScaleTableTree;
+
+// A row of the wrapped table with its cells scaled. Belongs to the table of this file.
+class ScaleTableRow : public ITableRow {
+public:
+    // tree: not owned, outlives the row.
+    ScaleTableRow(ScaleTableTree* tree, sptr_t<ITableRow> row)
+        : m_tree(tree), m_row(std::move(row)) {}
+
+    sptr_t<dataface_1::IQuery> getQuery() override { return m_row->getQuery(); }
+    sptr_t<ITableTree> getTableTree() override;
+    sptr_t<ITableRow> getParent() override { return m_row->getParent(); }
+    bool getContent(const sptr_t<IColumnInfo>& column,
+                    cell_contents_t contents,
+                    variant_t& out) override;
+    status_t getChildren(generic_iterator_t<sptr_t<ITableRow>>& out,
+                         relay2::IProgress* progress,
+                         bool flag) override {
+        return m_row->getChildren(out, progress, flag);
+    }
+
+private:
+    ScaleTableTree* m_tree;
+    sptr_t<ITableRow> m_row;
+};
+
+class ScaleTableTree : public ITableTree {
+public:
+    ScaleTableTree(const sptr_t<ITableTree>& tree, double scale) : m_tree(tree), m_scale(scale) {
+        for (auto rows = tree->getRows(nullptr); !rows.at_end(); rows.next()) {
+            m_rowStore.emplace_back(this, this, rows.current());
+            m_rows.push_back(&m_rowStore.back());
+        }
+    }
+
+    generic_iterator_t<sptr_t<ITableRow>> getRows(relay2::IProgress* /*progress*/) override {
+        return walkNodes<ITableRow>(this, m_rows);
+    }
+    generic_iterator_t<sptr_t<IColumnInfo>> getColumns(relay2::IProgress* progress) override {
+        return m_tree->getColumns(progress);
+    }
+    void setMessenger(relay2::IMessenger* messenger) override { m_tree->setMessenger(messenger); }
+
+    double scale() const { return m_scale; }
+
+private:
+    using Row = basekit2::ref_counted_t<ScaleTableRow, basekit2::parent_ref_count_impl_t>;
+
+    sptr_t<ITableTree> m_tree;
+    double m_scale;
+    std::deque<Row, PoolAllocator<Row>> m_rowStore;
+    std::vector<ScaleTableRow*> m_rows;
+};
+
+sptr_t<ITableTree> ScaleTableRow::getTableTree() {
+    return sptr_t<ITableTree>(m_tree);
+}
+
+bool isNumber(const variant_t& value) {
+    return value.get_type() < basekit2::vtString;
+}
+
+bool ScaleTableRow::getContent(const sptr_t<IColumnInfo>& column,
+                               cell_contents_t contents,
+                               variant_t& out) {
+    if (!m_row->getContent(column, contents, out)) return false;
+    if (contents != dataface_1::ccValue && contents != dataface_1::ccSecondValue) return true;
+    if (column.is_null() || (column->getType() & dataface_1::numericColumnBit) == 0) return true;
+    if (isNumber(out)) out = basekit2::variant_mult(out, m_tree->scale());
+    return true;
+}
+
+}  // namespace
+
+sptr_t<ITableTree> createScaleTableTree(const sptr_t<ITableTree>& tree, double scale) {
+    return basekit2::make_object<ScaleTableTree>(tree, scale);
+}
+
+}  // namespace lanefeed_1
