@@ -53,6 +53,8 @@ public:
     virtual basekit2::u64_t rowCount(const std::string& table) = 0;
     // The paths that the reader would take for an instance table.
     virtual bool knowsPath(const std::string& table, const std::string& path) = 0;
+    // The attribute table at the end of a path of an instance table; empty when it ends in none.
+    virtual std::string leafTable(const std::string& table, const std::string& path) = 0;
     // Texts of the rows of an attribute table by row id (index 0 is unused), along a path such as
     // "dd_thread.name". Empty for an unknown one.
     virtual std::vector<std::string> texts(const std::string& path) = 0;
