@@ -33,12 +33,15 @@ bool flagAttribute(const dataface_1::IQuery* query,
     return value.get<bool>();
 }
 
-basekit2::variant_t layeredAttribute(const dataface_1::IQuery* vectorQuery,
-                                     const dataface_1::IQuery* defaultQuery,
+basekit2::variant_t layeredAttribute(const DicerDataSource& source,
                                      const char* name,
-                                     ValueTest fits) {
-    basekit2::variant_t value = queryAttribute(vectorQuery, name);
-    return fits(value) ? value : queryAttribute(defaultQuery, name);
+                                     ValueTest fits,
+                                     const Place& place,
+                                     const char* noDefaultQuery) {
+    basekit2::variant_t value = queryAttribute(source.m_vectorQuery.get(), name);
+    if (fits(value)) return value;
+    checked(!source.m_defaultQuery.is_null(), place, noDefaultQuery);
+    return queryAttribute(source.m_defaultQuery.get(), name);
 }
 
 }  // namespace lanefeed_1

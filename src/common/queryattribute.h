@@ -1,7 +1,9 @@
 #pragma once
 
+#include "dicerdatasource.h"
+
 #include <basekit2/variant.h>
-#include <dataface_1/query_kinds.h>
+#include <dataface_1/query.h>
 
 #include <string>
 
@@ -29,11 +31,13 @@ bool flagAttribute(const dataface_1::IQuery* query,
 // Test of a kind; those of common/valuekind.h fit.
 using ValueTest = bool (*)(const basekit2::variant_t&);
 
-// The value of the vector query where it passes the test, else whatever the default query has. What
-// a null query means is checked by the caller.
-basekit2::variant_t layeredAttribute(const dataface_1::IQuery* vectorQuery,
-                                     const dataface_1::IQuery* defaultQuery,
+// The value of the vector query where it passes the test, else whatever the default query has. A
+// null vector query is passed over; a null default query that is needed is reported for the caller
+// under the text given.
+basekit2::variant_t layeredAttribute(const DicerDataSource& source,
                                      const char* name,
-                                     ValueTest fits);
+                                     ValueTest fits,
+                                     const Place& place,
+                                     const char* noDefaultQuery);
 
 }  // namespace lanefeed_1
