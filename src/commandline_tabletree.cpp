@@ -16,6 +16,7 @@
 #include "common/names.h"
 #include "common/nodewalk.h"
 #include "common/poolallocator.h"
+#include "common/valuekind.h"
 
 namespace lanefeed_1 {
 
@@ -205,8 +206,7 @@ bool CLOvertimeTableTree::getBinId(ITableRow* row, int& id) const {
     variant_t value;
     if (m_timeBinColumn.is_null() || !row->getContent(m_timeBinColumn, dataface_1::ccValue, value))
         return false;
-    const int type = value.get_type();
-    if (type < basekit2::vtS8 || type > basekit2::vtU64) return false;
+    if (!isInteger(value)) return false;
     const auto number = value.get<s64_t>();
     if (number < 0 || number >= static_cast<s64_t>(m_binCount)) return false;
     id = static_cast<int>(number);

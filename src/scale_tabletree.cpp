@@ -12,6 +12,7 @@
 
 #include "common/nodewalk.h"
 #include "common/poolallocator.h"
+#include "common/valuekind.h"
 
 namespace lanefeed_1 {
 
@@ -81,10 +82,6 @@ private:
 
 sptr_t<ITableTree> ScaleTableRow::getTableTree() {
     return sptr_t<ITableTree>(m_tree);
-}
-
-bool isNumber(const variant_t& value) {
-    return value.get_type() < basekit2::vtString;
 }
 
 bool ScaleTableRow::getContent(const sptr_t<IColumnInfo>& column,
