@@ -13,6 +13,10 @@
 #include "store/schema.h"
 #include "store/store_error.h"
 
+namespace relay2 {
+class IProgress;
+}
+
 // The one way to write a result.
 //
 //   StoreError error;
@@ -31,6 +35,8 @@
 // and answers false or -1; error() tells the first failure. One thread.
 namespace lanefeed_runtime {
 
+// Times beyond this, in either direction, are not taken: differences must stay in 64 bits.
+inline constexpr std::int64_t kMaxTime = std::int64_t{1} << 61;
 // End of an instance or band that lasts to the last tick of the trace.
 inline constexpr std::int64_t kToEnd = std::numeric_limits<std::int64_t>::max();
 
@@ -107,13 +113,16 @@ public:
     // Arguments of an event as JSON text; -1 for a text above kMaxArgs, which is counted.
     static constexpr std::size_t kMaxArgs = 64 * 1024;
     virtual std::int64_t addArgs(std::string_view json) = 0;
+    // A row with times beyond kMaxTime is refused with false, which is no failure of the writer.
     virtual bool add(TableId table, const InstanceRow& row) = 0;
     virtual bool addPause(std::int64_t begin, std::int64_t end) = 0;
-    // A key of the table "result". Ticks per second are required, at least 1000.
+    // A key of the table "result"; the last value counts. Ticks per second are required, at least
+    // 1000. Origin, first and last tick and the identity of the source are the writer's own.
     virtual bool setFact(std::string_view key, std::string_view value) = 0;
 
-    // Puts the result in its place. At most once.
-    virtual bool finish() = 0;
+    // Puts the result in its place. At most once. Asks `progress`, which may be null, between rows.
+    virtual bool finish(relay2::IProgress* progress) = 0;
+    bool finish() { return finish(nullptr); }
     virtual const StoreError& error() const = 0;
     // So far.
     virtual std::uint64_t instanceCount() const = 0;

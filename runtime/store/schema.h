@@ -109,7 +109,6 @@ inline constexpr std::string_view kClock = "clock";
 inline constexpr std::string_view kSource = "source";
 inline constexpr std::string_view kSourceIdentity = "source_identity";
 inline constexpr std::string_view kImporter = "importer";
-inline constexpr std::string_view kCreated = "created";
 }  // namespace result_keys
 
 }  // namespace lanefeed_runtime

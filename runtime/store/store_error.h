@@ -9,10 +9,11 @@ namespace lanefeed_runtime {
 struct StoreError {
     enum class Kind {
         none,
-        cannotRead,    // no file, no permission, input or output error
-        cannotWrite,   // the same on the way out; disk full
-        exists,        // another result stands at the target
-        notUnderstood  // no result, another schema version, damaged
+        cannotRead,     // no file, no permission, input or output error
+        cannotWrite,    // the same on the way out; disk full
+        exists,         // another result stands at the target
+        notUnderstood,  // no result, another schema version, damaged
+        cancelled
     };
 
     Kind kind = Kind::none;

@@ -1,0 +1,92 @@
+// SQL that only this engine takes. Tested through everything that reads or writes a result.
+#include "store/dialect.h"
+
+namespace lanefeed_runtime::dialect {
+namespace {
+
+std::string enclosed(std::string_view text, char quote) {
+    std::string out(1, quote);
+    for (const char c : text) {
+        if (c == quote) out += quote;
+        out += c;
+    }
+    return out += quote;
+}
+
+const char* typeName(ColumnType type) {
+    switch (type) {
+    case ColumnType::integer: return "integer";
+    case ColumnType::real: return "real";
+    case ColumnType::text: return "text";
+    }
+    return "";
+}
+
+}  // namespace
+
+std::string quoted(std::string_view name) {
+    return enclosed(name, '"');
+}
+
+std::string literal(std::string_view text) {
+    return enclosed(text, '\'');
+}
+
+std::string createTable(const TableDef& def) {
+    std::string sql = "create table " + quoted(def.name) + "(\"rowid\" integer primary key";
+    for (const ColumnDef& column : def.columns) {
+        sql += ", " + quoted(column.name) + " " + typeName(column.type);
+        if (!column.references.empty())
+            sql += " references " + quoted(column.references) + "(\"rowid\")";
+    }
+    return sql + ")";
+}
+
+std::string insertRows(const TableDef& def, bool withRowId, int rows) {
+    std::string sql = "insert into " + quoted(def.name) + "(";
+    std::string values = "(";
+    const auto addColumn = [&](std::string_view name) {
+        const char* comma = values.size() > 1 ? ", " : "";
+        sql += comma + quoted(name);
+        values += std::string(comma) + "?";
+    };
+    if (withRowId) addColumn(columns::kRowId);
+    for (const ColumnDef& column : def.columns)
+        addColumn(column.name);
+    values += ")";
+    sql += ") values " + values;
+    for (int row = 1; row < rows; ++row)
+        sql += ", " + values;
+    return sql;
+}
+
+std::string writerSettings(std::size_t cacheBytes) {
+    // Nothing to roll back to: a failed file is removed. The finished file is synced once.
+    return "pragma journal_mode = off; pragma synchronous = off; pragma locking_mode = exclusive;"
+           "pragma cache_spill = on; pragma cache_size = -" +
+           std::to_string(cacheBytes / 1024);
+}
+
+std::string fileHead() {
+    return "pragma application_id = " + std::to_string(kApplicationId) +
+           "; pragma user_version = " + std::to_string(kSchemaVersion);
+}
+
+std::string listTables() {
+    return "select name from sqlite_master where type = 'table' order by name";
+}
+
+std::string listColumns(std::string_view table) {
+    return "select name, type from pragma_table_info(" + literal(table) + ") order by cid";
+}
+
+std::string listReferences(std::string_view table) {
+    return "select \"from\", \"table\" from pragma_foreign_key_list(" + literal(table) + ")";
+}
+
+ColumnType columnType(std::string_view declared) {
+    if (declared == "text") return ColumnType::text;
+    return declared == "real" ? ColumnType::real : ColumnType::integer;
+}
+
+}  // namespace lanefeed_runtime::dialect

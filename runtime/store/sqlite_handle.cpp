@@ -1,0 +1,144 @@
+// The only file that calls SQLite. Everything else in the store works with connections and
+// statements. Tested through everything that reads or writes a result, above all by
+// tests/store/open_store_test.cpp and tests/store/disk_full_test.cpp.
+#include "store/sqlite_handle.h"
+
+#include <relay2/progress.h>
+
+#include <sqlite3.h>
+
+#include <utility>
+
+namespace lanefeed_runtime {
+namespace {
+
+// Virtual machine instructions between two questions to a progress: about 10 ms.
+constexpr int kStepsBetweenQuestions = 100000;
+
+int askProgress(void* progress) {
+    return static_cast<relay2::IProgress*>(progress)->isCanceled() ? 1 : 0;
+}
+
+}  // namespace
+
+Statement::Statement(Statement&& other) noexcept
+    : m_statement(std::exchange(other.m_statement, nullptr)) {}
+
+Statement& Statement::operator=(Statement&& other) noexcept {
+    std::swap(m_statement, other.m_statement);
+    return *this;
+}
+
+Statement::~Statement() {
+    sqlite3_finalize(m_statement);
+}
+
+void Statement::bind(int parameter, std::int64_t value) {
+    sqlite3_bind_int64(m_statement, parameter, value);
+}
+
+void Statement::bind(int parameter, double value) {
+    sqlite3_bind_double(m_statement, parameter, value);
+}
+
+void Statement::bind(int parameter, std::string_view text) {
+    // A null pointer would bind a null instead of the empty text.
+    const char* place = text.data() != nullptr ? text.data() : "";
+    sqlite3_bind_text64(m_statement, parameter, place, text.size(), SQLITE_STATIC, SQLITE_UTF8);
+}
+
+void Statement::bindNull(int parameter) {
+    sqlite3_bind_null(m_statement, parameter);
+}
+
+Statement::Step Statement::step() {
+    switch (sqlite3_step(m_statement)) {
+    case SQLITE_ROW: return Step::row;
+    case SQLITE_DONE: return Step::done;
+    default: return Step::failed;
+    }
+}
+
+bool Statement::reset() {
+    return sqlite3_reset(m_statement) == SQLITE_OK;
+}
+
+bool Statement::run() {
+    const Step last = step();
+    return reset() && last == Step::done;
+}
+
+bool Statement::isNull(int field) const {
+    return sqlite3_column_type(m_statement, field) == SQLITE_NULL;
+}
+
+bool Statement::isText(int field) const {
+    const int type = sqlite3_column_type(m_statement, field);
+    return type == SQLITE_TEXT || type == SQLITE_BLOB;
+}
+
+bool Statement::isReal(int field) const {
+    return sqlite3_column_type(m_statement, field) == SQLITE_FLOAT;
+}
+
+std::int64_t Statement::integer(int field) const {
+    return sqlite3_column_int64(m_statement, field);
+}
+
+double Statement::real(int field) const {
+    return sqlite3_column_double(m_statement, field);
+}
+
+std::string_view Statement::text(int field) const {
+    const auto* place = static_cast<const char*>(sqlite3_column_blob(m_statement, field));
+    if (place == nullptr) return {};
+    return {place, static_cast<std::size_t>(sqlite3_column_bytes(m_statement, field))};
+}
+
+std::unique_ptr<Connection> Connection::open(const std::string& file,
+                                             Mode mode,
+                                             std::string& error) {
+    sqlite3* handle = nullptr;
+    const int access = mode == Mode::read
+                           ? SQLITE_OPEN_READONLY
+                           : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_EXCLUSIVE;
+    const int status =
+        sqlite3_open_v2(file.c_str(), &handle, access | SQLITE_OPEN_NOMUTEX, nullptr);
+    std::unique_ptr<Connection> connection(new Connection(handle));
+    if (status == SQLITE_OK) return connection;
+    error = handle != nullptr ? connection->message() : sqlite3_errstr(status);
+    return nullptr;
+}
+
+Connection::~Connection() {
+    sqlite3_close_v2(m_handle);
+}
+
+Statement Connection::prepare(std::string_view sql) {
+    sqlite3_stmt* statement = nullptr;
+    sqlite3_prepare_v2(m_handle, sql.data(), static_cast<int>(sql.size()), &statement, nullptr);
+    return Statement(statement);
+}
+
+bool Connection::run(const std::string& sql) {
+    return sqlite3_exec(m_handle, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+std::string Connection::message() const {
+    return sqlite3_errmsg(m_handle);
+}
+
+bool Connection::isDamage() const {
+    const int code = sqlite3_errcode(m_handle);
+    return code == SQLITE_CORRUPT || code == SQLITE_NOTADB;
+}
+
+void Connection::watch(relay2::IProgress* progress) {
+    if (progress == nullptr) {
+        sqlite3_progress_handler(m_handle, 0, nullptr, nullptr);
+    } else {
+        sqlite3_progress_handler(m_handle, kStepsBetweenQuestions, &askProgress, progress);
+    }
+}
+
+}  // namespace lanefeed_runtime
