@@ -121,7 +121,10 @@ error_code_t toXml(const variant_bag_t& bag,
 error_code_t save_variant_bag_to_string2(const variant_bag_t& bag,
                                          std::string& text,
                                          const std::string& root_name) {
-    return toXml(bag, text, root_name, pugi::format_indent | pugi::format_no_declaration);
+    const unsigned int format = pugi::format_indent | pugi::format_no_declaration;
+    const error_code_t printed = toXml(bag, text, root_name, format);
+    if (is_success(printed) && !text.empty() && text.back() == '\n') text.pop_back();
+    return printed;
 }
 
 error_code_t save_variant_bag2(const variant_bag_t& bag,

@@ -3,6 +3,7 @@
 
 #include <log4cplus/appender.h>
 #include <log4cplus/spi/loggingevent.h>
+
 #include <mutex>
 
 namespace lanefeed_test {
@@ -36,7 +37,8 @@ namespace {
 
 void appendLines(std::vector<std::string>& lines, const std::string& text) {
     std::size_t start = 0;
-    for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', start)) {
+    for (std::size_t end = text.find('\n'); end != std::string::npos;
+         end = text.find('\n', start)) {
         lines.push_back(text.substr(start, end - start));
         start = end + 1;
     }

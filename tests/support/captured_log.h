@@ -1,6 +1,7 @@
 #pragma once
 
 #include <log4cplus/logger.h>
+
 #include <string>
 #include <vector>
 
