@@ -127,7 +127,7 @@ public:
         Columns& columns);
     basekit2::error_code_t getManipulatorColorForColumn(
         const basekit2::sptr_t<dataface_1::IColumnInfo>& column,
-        unsigned int& color,
+        unsigned int& packedColor,
         int id,
         const basekit2::sptr_t<dataface_1::IManipulatorMapperFactory>& factory);
     bool convertQueryToDataSource(const basekit2::sptr_t<dataface_1::IVectorQuery>& query,

@@ -6,6 +6,7 @@
 #include "rowsummarytabletree.h"
 
 #include "baseproviderimpl.h"
+#include "texts.h"
 
 #include <storelink1/query.h>
 #include <storelink1/utils.h>
