@@ -205,7 +205,7 @@ bool BaseProviderImpl::createColumnsFromOvertimeSeries(const OverTimeData& data,
             unsigned int packedColor = series.color;
             const bool isConfigured = !series.hasColor && k != 0 && !factory.is_null() &&
                                       basekit2::is_success(getManipulatorColorForColumn(
-                                          nested.columns[k], color, nested.ids[k], factory));
+                                          nested.columns[k], packedColor, nested.ids[k], factory));
             if (series.hasColor || isConfigured)
                 nested.columns[k]->setProperty(kColorProperty, packedColor);
         }
