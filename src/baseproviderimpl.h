@@ -47,9 +47,8 @@ struct IntervalHatch {
 //   change of bucket count, folding of records  baseproviderimpl_rebucket.cpp
 //   series to table trees                       baseproviderimpl_forest.cpp
 //   selections in time and row, pause ranges    baseproviderimpl_timefilters.cpp
-//   select, dive and restriction filters        baseproviderimpl_attrfilters.cpp
 //   generated queries, paths, columns by name   baseproviderimpl_queries.cpp
-//   transitions to a table                      baseproviderimpl_transitions.cpp
+//   what is not served                          baseproviderimpl_unserved.cpp
 class BaseProviderImpl : public IDicerProvider {
 public:
     using aggregation_type_t = lanefeed_1::aggregation_type_t;
@@ -156,7 +155,7 @@ public:
                               bool paused,
                               bool inverted);
 
-    // --- select, dive and restriction filters (baseproviderimpl_attrfilters.cpp)
+    // --- select, dive and restriction filters (baseproviderimpl_unserved.cpp)
     bool filterOnAttrId(const DicerDataSource* ds,
                         int attrId,
                         bool dive,
@@ -176,7 +175,7 @@ public:
 
     // --- generated queries, paths, columns by name (baseproviderimpl_queries.cpp)
     // A query that is only a name, made once per provider; the value type may be empty.
-    basekit2::sptr_t<dataface_1::IQuery> createNameQuery(const std::string& name,
+    basekit2::sptr_t<dataface_1::IQuery> createNameQuery(const std::string& columnName,
                                                          const std::string& valueType);
     basekit2::sptr_t<dataface_1::IInfoQuery> createInfoQuery(const std::string& id,
                                                              const std::string& displayName,
@@ -195,7 +194,7 @@ public:
         const basekit2::sptr_t<dataface_1::ITableTree>& tree, const std::string& name);
     static std::string getColumnName(const basekit2::sptr_t<dataface_1::IColumnInfo>& column);
 
-    // --- transitions to a table (baseproviderimpl_transitions.cpp)
+    // --- transitions to a table (baseproviderimpl_unserved.cpp)
     bool getTransitionData(const QueryParam& param,
                            basekit2::sptr_t<dataface_1::ITableTree>& out) override;
 
@@ -262,12 +261,16 @@ protected:
         m_manipulatorMappers;
 
 private:
-    struct DerivedRoute;
-
-    bool openDerivedRoute(const DicerDataSource& dds, DerivedRoute& route);
-    bool readDerivedInputs(const QueryParam& param,
-                           DerivedRoute& route,
-                           std::vector<OverTimeData>& otDataArray);
+    // Series of all inputs of a derived query, side by side, with the processor and the factor that
+    // the forest needs.
+    bool getDerivedOverTimeData(const QueryParam& param,
+                                std::vector<OverTimeData>& data,
+                                basekit2::sptr_t<slicekit_1_0::IRpnProcessor>& rpnProcessor,
+                                double& scale);
+    // Span and bucket count of the store request: the client's, or whole buckets of the layer's
+    // smallest resolution.
+    QueryParam widenToResolution(const QueryParam& param);
+    bool normaliseToTimeScale(const QueryParam& param, Forest& forest);
 };
 
 }  // namespace lanefeed_1

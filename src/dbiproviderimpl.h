@@ -21,11 +21,7 @@ class RowSummaryTableTree;
 //   binding to a result, row-by choices       dbiproviderimpl.cpp
 //   series of all rows                        dbiproviderimpl_overtime.cpp
 //   a request as a store query                dbiproviderimpl_timelinequery.cpp
-//   series of an attribute                    dbiproviderimpl_attrovertime.cpp
-//   bars, one table per row                   dbiproviderimpl_intervals.cpp
-//   lines into one row                        dbiproviderimpl_transitions.cpp
-//   counts per bin                            dbiproviderimpl_counts.cpp
-//   tooltips, attribute values, highlights    dbiproviderimpl_tooltips.cpp
+//   what is not served                        dbiproviderimpl_unserved.cpp
 //   row summary, visible rows, sorting        dbiproviderimpl_rows.cpp
 //   what the result holds, clock, caches      dbiproviderimpl_bands.cpp
 //   filter and pause intervals of the store   dbiproviderimpl_timefilters.cpp
@@ -66,7 +62,7 @@ public:
     // The entry of the base, which the read below would hide.
     using BaseProviderImpl::getOverTimeData;
 
-    // --- bars (dbiproviderimpl_intervals.cpp); the styles in use are left as they are
+    // --- bars (dbiproviderimpl_unserved.cpp); the styles in use are left as they are
     bool getTaskData(const QueryParam& param,
                      Forest& trees,
                      basekit2::generic_iterator_t<basekit2::variant_t>* values) override;
@@ -74,14 +70,14 @@ public:
                          Forest& trees,
                          basekit2::generic_iterator_t<basekit2::variant_t>* values) override;
 
-    // --- lines into one row (dbiproviderimpl_transitions.cpp)
+    // --- lines into one row (dbiproviderimpl_unserved.cpp)
     using BaseProviderImpl::getTransitionData;
 
-    // --- counts (dbiproviderimpl_counts.cpp)
+    // --- counts (dbiproviderimpl_unserved.cpp)
     bool getCountData(const QueryParam& param, Forest& trees) override;
     bool getInstanceCountData(const QueryParam& param, Forest& trees) override;
 
-    // --- tooltips, attribute values, highlights (dbiproviderimpl_tooltips.cpp)
+    // --- tooltips, attribute values, highlights (dbiproviderimpl_unserved.cpp)
     std::string getTooltip(const DicerDataSource* ds, int id) override;
     basekit2::generic_iterator_t<basekit2::sptr_t<ITooltipItem>> getTooltips(
         const DicerDataSource* ds, int id) override;
@@ -165,10 +161,10 @@ protected:
                               ExpansionHelper& expansionHelper,
                               std::vector<storelink1::OverTimeDataSeriesMetadata>* metadata);
 
-    // --- series of an attribute (dbiproviderimpl_attrovertime.cpp)
+    // --- series of an attribute (dbiproviderimpl_unserved.cpp)
     bool getAttrOverTimeData(const QueryParam& param, std::vector<OverTimeData>& data) override;
 
-    // --- bars (dbiproviderimpl_intervals.cpp)
+    // --- bars (dbiproviderimpl_unserved.cpp)
     bool getIntervalDataForRowLevel(const QueryParam& param,
                                     const std::vector<std::string>& rowByInstanceTables,
                                     const std::vector<std::string>& rowByAttrTables,
@@ -177,10 +173,10 @@ protected:
     basekit2::sptr_t<dataface_1::IQueryFilter> getFilterForQuery(
         const basekit2::sptr_t<dataface_1::IQuery>& query);
 
-    // --- lines into one row (dbiproviderimpl_transitions.cpp)
+    // --- lines into one row (dbiproviderimpl_unserved.cpp)
     bool getTransitionData(const QueryParam& param, std::vector<Transition>& transitions) override;
 
-    // --- counts (dbiproviderimpl_counts.cpp)
+    // --- counts (dbiproviderimpl_unserved.cpp)
     bool getData(const QueryParam& param, Forest& trees, DataType type);
     bool needMergeData(const QueryParam& param, bool& merge);
     bool getDataForRowLevel(const QueryParam& param,
@@ -190,7 +186,7 @@ protected:
                             bool merge,
                             DataType type);
 
-    // --- tooltips, attribute values, highlights (dbiproviderimpl_tooltips.cpp)
+    // --- tooltips, attribute values, highlights (dbiproviderimpl_unserved.cpp)
     basekit2::sptr_t<storelink1::IAttributeDataRetriever> getRetriever(const std::string& table,
                                                                        bool cache) override;
     bool getRetrieverNoCreate(const std::string& table,
@@ -209,7 +205,7 @@ protected:
     virtual int getRowLevel(int summaryId);
     // Where a record belongs: the id of the row with these database indexes, -1 when there is none.
     // False when the row lies outside the area.
-    bool findRow(const std::vector<int>& dbIndexes, int& rowId) const;
+    bool findRow(const std::vector<int>& dbIndexes, int& id) const;
 
     // --- series of all rows (dbiproviderimpl_overtime.cpp)
     // The same answer out of a master table.
@@ -242,6 +238,16 @@ protected:
     tbb::spin_mutex m_filteredDbLock;                              // guards the next
     basekit2::sptr_t<storelink1::ITimelineDatabase> m_filteredDb;
     basekit2::sptr_t<dataface_1::IInfoQuery> m_rowByRestriction;
+
+private:
+    // Takes choices and joins; the principal source, or null.
+    const DicerDataSource* takeRowBys(const TLViewpointParser::RowSet& rowSet,
+                                      int principalRowByIndex);
+    bool readWithoutRows(const QueryParam& param, std::vector<OverTimeData>& data);
+    // Reads level by level; tells whether any row has series then.
+    bool readLevels(const QueryParam& param, std::vector<OverTimeData>& data, bool& anySeries);
+    // Moves records to their rows; those without a row are left behind.
+    bool placeRecords(std::vector<OverTimeData>& current, std::vector<OverTimeData>& data) const;
 };
 
 }  // namespace lanefeed_1

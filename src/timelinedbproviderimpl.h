@@ -29,12 +29,6 @@ public:
 
     // A source of several queries gives the merged forests of all of them.
     bool getOverTimeData(const QueryParam& param, overtime_type_t type, Forest& forest) override;
-    bool getTaskData(const QueryParam& param,
-                     Forest& trees,
-                     basekit2::generic_iterator_t<basekit2::variant_t>* values) override;
-    bool getIntervalData(const QueryParam& param,
-                         Forest& trees,
-                         basekit2::generic_iterator_t<basekit2::variant_t>* values) override;
 
 protected:
     friend class IntervalsFunctor;

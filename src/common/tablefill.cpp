@@ -1,0 +1,29 @@
+// Answer tables by a list of columns and rows of cells. Tested by
+// tests/provider/timefilters_test.cpp.
+
+#include "common/tablefill.h"
+
+#include "baseproviderimpl.h"
+
+namespace lanefeed_1 {
+
+TableFill::TableFill(BaseProviderImpl& provider, std::initializer_list<Column> columns)
+    : m_table(facekit_1_x::createTableTree()) {
+    for (const Column& spec : columns) {
+        const auto query = provider.createNameQuery(spec.name, spec.valueType);
+        if (m_columns.empty()) m_rowQuery = query;
+        const auto column = facekit_1_x::createColumn(facekit_1_x::columnPlain, query, m_table);
+        m_table->addColumn(column, nullptr, 0);
+        m_columns.emplace_back(column);
+    }
+}
+
+void TableFill::addRow(std::initializer_list<basekit2::variant_t> cells) {
+    const auto row = facekit_1_x::createVectorRow(m_rowQuery, m_table);
+    auto column = m_columns.begin();
+    for (const basekit2::variant_t& cell : cells)
+        row->setContent(*column++, dataface_1::ccValue, cell);
+    m_table->addRow(row, nullptr);
+}
+
+}  // namespace lanefeed_1

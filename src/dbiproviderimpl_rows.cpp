@@ -1,0 +1,101 @@
+// The pane's rows: the table of them, their order, and the way from database indexes to a row.
+// getRowSummary reads the table anew and puts it in force; with no grid the rows are those of the
+// first row-by choice, and the global filter applies to them whether asked for or not. Cancelled
+// after the read. Tested by tests/provider/rows_test.cpp.
+
+#include "dbiproviderimpl.h"
+
+#include "rowsummarytabletree.h"
+
+#include "common/check.h"
+#include "common/names.h"
+
+namespace lanefeed_1 {
+
+namespace {
+
+// The query that the rows of a grid are sorted by at first; null without a grid.
+basekit2::sptr_t<dataface_1::IVectorQuery> sortQueryOf(
+    const basekit2::sptr_t<slicekit_1_0::IGridViewpointParser>& gridQuery) {
+    return gridQuery.is_null() ? nullptr : gridQuery->getDefaultVectorQuery();
+}
+
+}  // namespace
+
+bool DbiProviderImpl::getRowSummary(basekit2::sptr_t<dataface_1::ITableTree>& table,
+                                    int grouping,
+                                    bool resort,
+                                    bool useGlobalFilter) {
+    basekit2::sptr_t<RowSummaryTableTree> summaryImpl;
+    const bool bRet =
+        getRowSummaryInternal(summaryImpl, useGlobalFilter ? names::kGlobalFilter : "", grouping);
+    if (isCanceled() || !LF_CHECK(bRet && summaryImpl)) return false;
+    m_rowSummaryTable = summaryImpl;
+    table = summaryImpl;
+    m_rowCount = m_rowSummaryTable->getFlatRowCount();
+    if (resort) m_rowSummaryTable->initialSorting(sortQueryOf(m_gridQuery));
+    return true;
+}
+
+bool DbiProviderImpl::getRowSummaryInternal(basekit2::sptr_t<RowSummaryTableTree>& table,
+                                            const std::string& filterName,
+                                            int /*grouping*/) {
+    // Rows of a grid are not served.
+    if (!m_gridQuery.is_null()) return false;
+    table = basekit2::make_object<RowSummaryTableTree>();
+    if (!LF_CHECK_AS(table->init(m_result, m_rowByOptions, this, filterName, m_rowByRestriction),
+                     "bRet"))
+        return false;
+    dumpTableTreeToFile(table, "timeline_row_summary" + std::to_string(m_areaIndex));
+    return true;
+}
+
+bool DbiProviderImpl::getSortOrder(std::vector<int>& order) {
+    if (m_rowSummaryTable.is_null()) return false;
+    m_rowSummaryTable->getSortOrder(order);
+    return true;
+}
+
+bool DbiProviderImpl::getCurrentSorting(SortInfo& info) {
+    if (m_rowSummaryTable.is_null()) return false;
+    m_rowSummaryTable->getCurrentSorting(info.column, info.content, info.ascending);
+    return !info.column.is_null();
+}
+
+bool DbiProviderImpl::setSorting(SortInfo& info) {
+    if (m_rowSummaryTable.is_null()) return false;
+    m_rowSummaryTable->sortByColumn(info.column, info.content, info.ascending);
+    return true;
+}
+
+bool DbiProviderImpl::getDefaultSortOrder(SortInfo& info) {
+    if (m_rowSummaryTable.is_null()) return false;
+    SortInfo found;
+    if (!m_rowSummaryTable->getInitialSorting(sortQueryOf(m_gridQuery), found.column, found.content,
+                                              found.ascending))
+        return false;
+    info = found;
+    return true;
+}
+
+int DbiProviderImpl::getRowDbIndexByUniqueId(int id) {
+    return m_rowSummaryTable.is_null() ? 0 : m_rowSummaryTable->getRowDbIndexBySummaryId(id);
+}
+
+int DbiProviderImpl::getRowLevel(int summaryId) {
+    const RowSummaryTableRow* summaryRow =
+        m_rowSummaryTable.is_null() ? nullptr : m_rowSummaryTable->getRow(summaryId);
+    return LF_CHECK(summaryRow) ? summaryRow->getLevel() : -1;
+}
+
+bool DbiProviderImpl::findRow(const std::vector<int>& dbIndexes, int& id) const {
+    id = -1;
+    const RowSummaryTableRow* row = m_rowSummaryTable->getRowByDbIndexes(dbIndexes);
+    if (row == nullptr) return true;
+    const int summaryId = row->getSummaryId();
+    if (!LF_CHECK(summaryId >= 0 && summaryId < m_rowCount)) return false;
+    id = summaryId;
+    return true;
+}
+
+}  // namespace lanefeed_1

@@ -1,0 +1,134 @@
+// Requests that the providers of this version don't serve: bars, transitions, counts, tooltips,
+// row filters, attribute series and master tables. Each answers what it answers on a failure.
+
+#include "dbiproviderimpl.h"
+
+namespace lanefeed_1 {
+
+bool DbiProviderImpl::getTaskData(const QueryParam& /*param*/,
+                                  Forest& /*trees*/,
+                                  basekit2::generic_iterator_t<basekit2::variant_t>* /*values*/) {
+    return false;
+}
+
+bool DbiProviderImpl::getIntervalData(
+    const QueryParam& /*param*/,
+    Forest& /*trees*/,
+    basekit2::generic_iterator_t<basekit2::variant_t>* /*values*/) {
+    return false;
+}
+
+bool DbiProviderImpl::getIntervalDataForRowLevel(
+    const QueryParam& /*param*/,
+    const std::vector<std::string>& /*rowByInstanceTables*/,
+    const std::vector<std::string>& /*rowByAttrTables*/,
+    std::vector<InstanceDataInternal>& /*result*/) {
+    return false;
+}
+
+basekit2::sptr_t<dataface_1::IQueryFilter> DbiProviderImpl::getFilterForQuery(
+    const basekit2::sptr_t<dataface_1::IQuery>& /*query*/) {
+    return {};
+}
+
+bool DbiProviderImpl::getTransitionData(const QueryParam& /*param*/,
+                                        std::vector<Transition>& /*transitions*/) {
+    return false;
+}
+
+bool DbiProviderImpl::getAttrOverTimeData(const QueryParam& /*param*/,
+                                          std::vector<OverTimeData>& /*data*/) {
+    return false;
+}
+
+bool DbiProviderImpl::applyExpansionHelper(
+    const DicerDataSource* /*ds*/,
+    const basekit2::sptr_t<storelink1::IQuery>& /*query*/,
+    ExpansionHelper& /*expansionHelper*/,
+    std::vector<storelink1::OverTimeDataSeriesMetadata>* /*metadata*/) {
+    return false;
+}
+
+bool DbiProviderImpl::getCountData(const QueryParam& /*param*/, Forest& /*trees*/) {
+    return false;
+}
+
+bool DbiProviderImpl::getInstanceCountData(const QueryParam& /*param*/, Forest& /*trees*/) {
+    return false;
+}
+
+bool DbiProviderImpl::getData(const QueryParam& /*param*/, Forest& /*trees*/, DataType /*type*/) {
+    return false;
+}
+
+bool DbiProviderImpl::needMergeData(const QueryParam& /*param*/, bool& /*merge*/) {
+    return false;
+}
+
+bool DbiProviderImpl::getDataForRowLevel(
+    const QueryParam& /*param*/,
+    const basekit2::sptr_t<dataface_1::IInfoQuery>& /*rowQuery*/,
+    int /*level*/,
+    Forest& /*trees*/,
+    bool /*merge*/,
+    DataType /*type*/) {
+    return false;
+}
+
+std::string DbiProviderImpl::getTooltip(const DicerDataSource* /*ds*/, int /*id*/) {
+    return {};
+}
+
+basekit2::generic_iterator_t<basekit2::sptr_t<ITooltipItem>> DbiProviderImpl::getTooltips(
+    const DicerDataSource* /*ds*/, int /*id*/) {
+    return {};
+}
+
+basekit2::variant_t DbiProviderImpl::getAttributeValue(const DicerDataSource* /*ds*/, int /*id*/) {
+    return {};
+}
+
+void DbiProviderImpl::cacheTooltipData(const DicerDataSource* /*ds*/) {}
+
+basekit2::variant_t DbiProviderImpl::getHighlightValue(const DicerDataSource* /*ds*/, int /*id*/) {
+    return {};
+}
+
+void DbiProviderImpl::clearCachedTooltipData() {
+    m_retrievers.clear();
+}
+
+basekit2::sptr_t<storelink1::IAttributeDataRetriever> DbiProviderImpl::getRetriever(
+    const std::string& /*table*/, bool /*cache*/) {
+    return {};
+}
+
+bool DbiProviderImpl::getRetrieverNoCreate(
+    const std::string& /*table*/,
+    basekit2::sptr_t<storelink1::IAttributeDataRetriever>& /*retriever*/) {
+    return false;
+}
+
+bool DbiProviderImpl::getHatchesForObject(const DicerDataSource* /*ds*/,
+                                          int /*id*/,
+                                          std::vector<IntervalHatch>& /*hatches*/) {
+    return false;
+}
+
+int DbiProviderImpl::bandToObject(int /*band*/, const std::string& /*table*/) {
+    return -1;
+}
+
+bool DbiProviderImpl::getVisibleRows(std::vector<int>& /*rows*/, int /*grouping*/) {
+    return false;
+}
+
+bool DbiProviderImpl::filterOnRows(const std::vector<int>& /*rows*/, bool /*exclude*/) {
+    return false;
+}
+
+basekit2::sptr_t<IMasterTableMgr> DbiProviderImpl::createMastertableMgr() {
+    return {};
+}
+
+}  // namespace lanefeed_1
