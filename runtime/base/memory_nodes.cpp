@@ -71,13 +71,15 @@ dataface_1::ITreeNode::status_t MemoryRow::getChildren(generic_iterator_t<sptr_t
 bool MemoryRow::getContent(const sptr_t<IColumnInfo>& column,
                            cell_contents_t contents,
                            variant_t& out) {
-    int place = kRowItself;
+    const MemoryColumn* own = nullptr;
     if (!column.is_null()) {
-        const MemoryColumn* const own = m_table.ownColumn(column.get());
+        own = m_table.ownColumn(column.get());
         if (own == nullptr) return false;
-        place = own->index();
     }
-    const variant_t* const cell = findCell({place, settled(contents)});
+    const CellList::Key key{own != nullptr ? own->index() : kRowItself, settled(contents)};
+    const variant_t* cell = findCell(key);
+    if (cell == nullptr && isColumnValue(key) && !own->missingValue().is_null())
+        cell = &own->missingValue();
     if (cell == nullptr) return false;
     out = *cell;
     return true;

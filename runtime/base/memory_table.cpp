@@ -37,10 +37,6 @@ MemoryRow* memoryRow(const sptr_t<ITableRow>& row) {
     return exactCast<Owned<MemoryVectorRow>>(row.get());
 }
 
-MemoryColumn* memoryColumn(const sptr_t<IColumnInfo>& column) {
-    return exactCast<Owned<MemoryColumn>>(column.get());
-}
-
 // Walks nodes of a table and keeps the table alive.
 template <class Interface, class Node>
 class NodeWalk : public basekit2::iterator_impl_t<sptr_t<Interface>> {
@@ -62,6 +58,10 @@ private:
 };
 
 }  // namespace
+
+MemoryColumn* memoryColumn(const sptr_t<IColumnInfo>& column) {
+    return exactCast<Owned<MemoryColumn>>(column.get());
+}
 
 generic_iterator_t<sptr_t<ITableRow>> MemoryTable::getRows(relay2::IProgress* /*progress*/) {
     return walk(m_topRows);

@@ -33,6 +33,9 @@ public:
     const MemoryTable& table() const { return m_table; }
     // Place among all columns made for the table.
     int index() const { return m_index; }
+    // What a cell of this column answers whose value was never written; null for nothing.
+    const basekit2::variant_t& missingValue() const { return m_missingValue; }
+    void setMissingValue(const basekit2::variant_t& value) { m_missingValue = value; }
 
 private:
     friend class MemoryTable;
@@ -42,6 +45,7 @@ private:
     const int m_kind;
     const basekit2::sptr_t<dataface_1::IQuery> m_query;
     CellList m_properties;
+    basekit2::variant_t m_missingValue;
     bool m_added = false;
     MemoryColumn* m_parent = nullptr;
     std::vector<MemoryColumn*> m_children;
@@ -142,5 +146,8 @@ private:
     std::vector<MemoryColumn*> m_topColumns;
     std::vector<MemoryRow*> m_topRows;
 };
+
+// A column of any table in memory as such; null for a column of another kind.
+MemoryColumn* memoryColumn(const basekit2::sptr_t<dataface_1::IColumnInfo>& column);
 
 }  // namespace lanefeed_runtime

@@ -1,8 +1,11 @@
 // Joins tables of series by their time-bin column, such as the answers of several queries of one
 // layer. The rows that stand for one bin become one; bins ascend; the columns of one table follow
-// those of the one before. A cell that a table does not have for a bin stays unwritten.
+// those of the one before. Where a table has no row for a bin, its columns answer what they answer
+// where there is nothing: the sum of no rows for a table that can sum rows, else no cell.
 // The merged table is a copy in memory: it does not hold on to the tables that went into it.
 // Tested by tests/base/table_merger_test.cpp.
+#include "memory_table.h"
+
 #include <facekit_1_x/table_building.h>
 #include <facekit_1_x/table_helpers.h>
 
@@ -51,12 +54,14 @@ public:
         const sptr_t<IColumnInfo> timeBin = findTimeBin(keys);
         if (timeBin.is_null()) return invalid("time-bin column among the keys", __LINE__);
         if (m_timeBin.is_null()) addTimeBin(timeBin);
+        m_emptySum = sumOfNoRows(tree);
         std::vector<ColumnPair> columns;
         if (!copyColumns(tree->getColumns(nullptr), nullptr, timeBin, columns))
             return childrenFailed(__LINE__);
         const generic_iterator_t<sptr_t<ITableRow>> rows = tree->getRows(nullptr);
         for (; !rows.at_end(); rows.next())
             mergeRow(rows.current(), timeBin, columns);
+        m_emptySum.reset();
         return error_code_t::success;
     }
 
@@ -85,6 +90,23 @@ private:
         return nullptr;
     }
 
+    static sptr_t<ITableRow> sumOfNoRows(const sptr_t<ITableTree>& tree) {
+        const auto reducible =
+            basekit2::interface_cast<dataface_1::IReducibleTableTree>(tree.get());
+        const auto noRows = basekit2::make_iterator(std::vector<sptr_t<ITableRow>>());
+        return reducible.is_null() ? nullptr : reducible->reduce(noRows, nullptr);
+    }
+
+    // Null when a cell that is missing answers nothing.
+    variant_t missingValueOf(const sptr_t<IColumnInfo>& column) const {
+        if (const auto* merged = lanefeed_runtime::memoryColumn(column))
+            return merged->missingValue();
+        variant_t value;
+        if (m_emptySum.is_null() || !m_emptySum->getContent(column, dataface_1::ccValue, value))
+            return {};
+        return value;
+    }
+
     sptr_t<IWriteableColumn> copyColumn(const sptr_t<IColumnInfo>& source,
                                         const sptr_t<IColumnInfo>& parent) {
         const sptr_t<IWriteableColumn> copy =
@@ -107,8 +129,9 @@ private:
         for (; !sources.at_end(); sources.next()) {
             const sptr_t<IColumnInfo> source = sources.current();
             if (source == timeBin) continue;
-            columns.push_back({source, copyColumn(source, parent)});
-            const sptr_t<IColumnInfo> copy = columns.back().copy;
+            const sptr_t<IWriteableColumn> copy = copyColumn(source, parent);
+            lanefeed_runtime::memoryColumn(copy)->setMissingValue(missingValueOf(source));
+            columns.push_back({source, copy});
             generic_iterator_t<sptr_t<IColumnInfo>> children;
             if (source->getChildren(children, nullptr, false) == IColumnInfo::ecsfError)
                 return false;
@@ -147,6 +170,7 @@ private:
 
     sptr_t<IDPIHelperTableTree> m_merged;
     sptr_t<IWriteableColumn> m_timeBin;
+    sptr_t<ITableRow> m_emptySum;                            // of the table being added, or null
     std::map<variant_t, sptr_t<IWriteableTableRow>> m_rows;  // by bin, ascending
 };
 
