@@ -1,0 +1,60 @@
+#pragma once
+
+#include <storelink1/timeline_database.h>
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "store/instance_reader.h"
+#include "store/result_facts.h"
+#include "timeline/instance_table.h"
+
+namespace lanefeed_runtime {
+
+// The timeline database of this runtime, with what its own queries ask of it beyond the interface.
+// All operations are thread safe.
+class MemoryTimeline : public storelink1::ITimelineDatabase {
+public:
+    MemoryTimeline(std::shared_ptr<InstanceReader> reader, std::shared_ptr<const ResultFacts> facts)
+        : m_reader(std::move(reader)), m_facts(std::move(facts)) {}
+
+    basekit2::error_code_t getGrouper(basekit2::sptr_t<storelink1::ITimelineGrouper>& out,
+                                      storelink1::timeline_grouper_type_t kind,
+                                      const std::string& instanceTable,
+                                      const basekit2::generic_iterator_t<std::string>& names,
+                                      const basekit2::generic_iterator_t<int>& ids,
+                                      int reserved,
+                                      int level) override;
+    // What was filled, and for intervals also what groupers were asked for.
+    basekit2::generic_iterator_t<basekit2::generic_iterator_t<std::string>> getGroupings(
+        storelink1::timeline_grouper_type_t kind, const std::string& instanceTable) override;
+    basekit2::error_code_t fill(storelink1::timeline_grouper_type_t kind,
+                                const std::string& instanceTable,
+                                const basekit2::generic_iterator_t<std::string>& names,
+                                relay2::IProgress* progress) override;
+
+    // Read when it is asked for the first time; a table that does not exist fails then.
+    std::shared_ptr<InstanceTable> instances(const std::string& instanceTable);
+    InstanceReader& reader() const { return *m_reader; }
+    const ResultFacts& facts() const { return *m_facts; }
+
+private:
+    using Names = std::vector<std::string>;
+    using Held = std::pair<storelink1::timeline_grouper_type_t, std::string>;
+
+    void hold(storelink1::timeline_grouper_type_t kind,
+              const std::string& instanceTable,
+              const Names& names);
+
+    const std::shared_ptr<InstanceReader> m_reader;
+    const std::shared_ptr<const ResultFacts> m_facts;
+    std::mutex m_mutex;  // guards the two below, never held during a read
+    std::map<std::string, std::shared_ptr<InstanceTable>> m_tables;
+    std::map<Held, std::set<Names>> m_held;
+};
+
+}  // namespace lanefeed_runtime
