@@ -25,6 +25,7 @@ namespace {
 
 // Grouping under which overlap is resolved over all bands of a row.
 constexpr const char* kWholeRow = "global_data_grouper";
+constexpr const char* kGlobalFilter = "global";
 constexpr int kSampleAtEnd = 2;
 
 bool isCanceled(relay2::IProgress* progress) {
@@ -45,15 +46,14 @@ std::vector<time_interval_t> pauses(const ResultFacts& facts) {
 
 class BucketQuery : public storelink1::ITimelineQuery {
 public:
-    BucketQuery(sptr_t<MemoryTimeline> unfiltered, TimeCuts cuts)
-        : m_unfiltered(std::move(unfiltered)), m_cuts(std::move(cuts)) {}
+    BucketQuery(sptr_t<MemoryTimeline> unfiltered, TimeFilterLookup filters)
+        : m_unfiltered(std::move(unfiltered)), m_filters(std::move(filters)) {}
 
     // The suffix names the rows; what tells them apart is the path alone.
     void addRowBy(const std::string& path, const std::string&) override {
         m_rowBys.push_back(path);
     }
-    // Filters on attributes are not applied by this database.
-    void setRequiredFilter(const std::string&) override {}
+    void setRequiredFilter(const std::string& name) override { m_requiredFilter = name; }
     basekit2::generic_iterator_t<time_interval_t> getFilterIntervals(bool inverted) override;
     void setSource(QueryType type,
                    const std::string& table,
@@ -81,10 +81,10 @@ public:
 
 private:
     MemoryTimeline& timeline() const { return m_timeline.is_null() ? *m_unfiltered : *m_timeline; }
-    std::vector<time_interval_t> cuts() const {
-        return m_cuts ? m_cuts() : std::vector<time_interval_t>();
+    TimeFilterEffect effect(const std::string& filter) const {
+        return m_filters && !filter.empty() ? m_filters(filter) : TimeFilterEffect();
     }
-    KeptTime keptTime() const;
+    KeptTime keptTime(const TimeFilterEffect& required) const;
     // The columns whose groups are summed apart from each other: rows first.
     InstanceTable::Columns summedApart() const;
     // False when it was cancelled.
@@ -94,7 +94,7 @@ private:
                  relay2::IProgress* progress) const;
 
     const sptr_t<MemoryTimeline> m_unfiltered;
-    const TimeCuts m_cuts;
+    const TimeFilterLookup m_filters;
     sptr_t<MemoryTimeline> m_timeline;
     InstanceTable::Columns m_rowBys;
     std::vector<ExpansionLevel> m_levels;
@@ -102,13 +102,14 @@ private:
     std::string m_table;
     std::string m_attrPath;
     std::string m_grouping;
+    std::string m_requiredFilter;
     ObjectType m_objectType = otInterval;
     int m_samplePoint = 0;
     bool m_keepZeros = false;
 };
 
 basekit2::generic_iterator_t<time_interval_t> BucketQuery::getFilterIntervals(bool inverted) {
-    const KeptTime kept(cuts());
+    const KeptTime kept(effect(kGlobalFilter).cuts);
     if (!inverted) return basekit2::make_iterator(kept.excluded());
     const ResultFacts& facts = m_unfiltered->facts();
     std::vector<time_interval_t> spans;
@@ -150,10 +151,11 @@ bool BucketQuery::addExpansion(const std::string& table,
     return true;
 }
 
-KeptTime BucketQuery::keptTime() const {
+KeptTime BucketQuery::keptTime(const TimeFilterEffect& required) const {
     std::vector<time_interval_t> excluded = pauses(timeline().facts());
+    excluded.insert(excluded.end(), required.cuts.begin(), required.cuts.end());
     if (m_timeline.is_null()) {
-        const std::vector<time_interval_t> filtered = cuts();
+        const std::vector<time_interval_t> filtered = effect(kGlobalFilter).cuts;
         excluded.insert(excluded.end(), filtered.begin(), filtered.end());
     }
     return KeptTime(std::move(excluded));
@@ -225,6 +227,9 @@ error_code_t BucketQuery::getOverTimeData(u64_t start,
     if (!buckets.valid()) return error_code_t::noResult;
     if (m_type < qtTime || m_type > qtCountOverTime) return invalidArgument("m_type", __LINE__);
 
+    const TimeFilterEffect required = effect(m_requiredFilter);
+    if (!required.timeOnly) return invalidArgument("required.timeOnly", __LINE__);
+
     const std::shared_ptr<InstanceTable> table = timeline().instances(m_table);
     std::shared_ptr<const GroupedInstances> instances;
     error_code_t err = table->grouped(summedApart(), instances, progress);
@@ -237,7 +242,7 @@ error_code_t BucketQuery::getOverTimeData(u64_t start,
     err = plan.make(timeline(), m_table, m_levels, progress);
     if (!basekit2::is_success(err)) return err;
 
-    const KeptTime kept = keptTime();
+    const KeptTime kept = keptTime(required);
     const SumRequest request{m_type,       m_objectType, m_samplePoint == kSampleAtEnd,
                              m_keepZeros,  buckets,      kept,
                              *table,       *instances,   plan,
@@ -254,10 +259,10 @@ error_code_t BucketQuery::getOverTimeData(u64_t start,
 }  // namespace
 
 sptr_t<storelink1::ITimelineQuery> makeTimelineQuery(
-    const sptr_t<storelink1::ITimelineDatabase>& unfiltered, TimeCuts cuts) {
+    const sptr_t<storelink1::ITimelineDatabase>& unfiltered, TimeFilterLookup filters) {
     sptr_t<MemoryTimeline> timeline(dynamic_cast<MemoryTimeline*>(unfiltered.get()));
     if (timeline.is_null()) return {};
-    return basekit2::make_object<BucketQuery>(std::move(timeline), std::move(cuts));
+    return basekit2::make_object<BucketQuery>(std::move(timeline), std::move(filters));
 }
 
 }  // namespace lanefeed_runtime

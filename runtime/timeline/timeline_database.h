@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 // The timeline face of a result, in memory. Tables and groupings are read when they are first asked
@@ -20,13 +21,23 @@ struct ResultFacts;
 basekit2::sptr_t<storelink1::ITimelineDatabase> openTimelineDatabase(
     const std::shared_ptr<InstanceReader>& reader, const std::shared_ptr<const ResultFacts>& facts);
 
-// Spans that the filter "global" cuts out of the time at the moment of the call: half open, in
-// absolute ticks, in any order.
-using TimeCuts = std::function<std::vector<storelink1::time_interval_t>()>;
+// What a named filter does to the time of a result. A timeline database knows nothing of filters on
+// attributes: `timeOnly` false says that there is such a part.
+struct TimeFilterEffect {
+    // Cut out: half open, in absolute ticks, in any order.
+    std::vector<storelink1::time_interval_t> cuts;
+    bool timeOnly = true;
+};
+
+// Effect of a filter at the moment of the call, by name; none for a name that is not registered.
+using TimeFilterLookup = std::function<TimeFilterEffect(const std::string& name)>;
 
 // A new query for bucketed series. `unfiltered`, made above, answers as long as no other database
-// is set, and the cuts then count as left out; `cuts` may be empty for none.
+// is set, and what "global" cuts out then counts as left out. A required filter with a part that
+// is not time makes the query fail rather than answer what was not asked. `filters` may be empty
+// for none.
 basekit2::sptr_t<storelink1::ITimelineQuery> makeTimelineQuery(
-    const basekit2::sptr_t<storelink1::ITimelineDatabase>& unfiltered, TimeCuts cuts = {});
+    const basekit2::sptr_t<storelink1::ITimelineDatabase>& unfiltered,
+    TimeFilterLookup filters = {});
 
 }  // namespace lanefeed_runtime
