@@ -14,6 +14,7 @@
 
 #include "common/check.h"
 #include "common/names.h"
+#include "common/tablepath.h"
 
 namespace lanefeed_1 {
 
@@ -97,8 +98,8 @@ void RowSummaryTableTree::fillTscRanges() {
 void RowSummaryTableTree::readTscRanges(storelink1::IDatabase* database,
                                         const std::string& grouping,
                                         const std::string& bandColumn) {
-    const sptr_t<storelink1::IQuery> tq = database->createQuery(
-        std::string(names::kBandTable) + names::kTableSeparator + grouping, 0);
+    const sptr_t<storelink1::IQuery> tq =
+        database->createQuery(joinTablePath(names::kBandTable, grouping), 0);
     if (!LF_CHECK(tq)) return;
     const u16_t groupingId = tq->addColumn(bandColumn);
     if (!LF_CHECK_AS(storelink1::InvalidColIdx != groupingId, "sl1::InvalidColIdx != groupingId"))
