@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace lanefeed_importers {
+
+// A time or a duration just as a trace states it: whole nanoseconds, rounded down, and the rest in
+// 1e-18 ns. Sums are exact, and so rounding happens once.
+struct TraceTime {
+    std::int64_t ns = 0;
+    std::uint64_t part = 0;  // below kParts
+
+    static constexpr std::uint64_t kParts = 1'000'000'000'000'000'000U;
+    // No time of a trace lies further from 0 (95 years), so that sums and differences of three fit.
+    static constexpr std::int64_t kLimit = 3'000'000'000'000'000'000;
+};
+
+inline bool operator<(const TraceTime& a, const TraceTime& b) {
+    return a.ns != b.ns ? a.ns < b.ns : a.part < b.part;
+}
+inline bool operator==(const TraceTime& a, const TraceTime& b) {
+    return a.ns == b.ns && a.part == b.part;
+}
+inline TraceTime operator+(const TraceTime& a, const TraceTime& b) {
+    const std::uint64_t part = a.part + b.part;
+    const bool carry = part >= TraceTime::kParts;
+    return {a.ns + b.ns + (carry ? 1 : 0), carry ? part - TraceTime::kParts : part};
+}
+
+// Nearest nanosecond; halves go away from zero.
+std::int64_t rounded(const TraceTime& time);
+
+// From decimal text in microseconds, such as "1480865859.689", " -3" or "1.5e3". False for what is
+// no number, is not finite or lies beyond kLimit. Digits below 1e-18 ns are cut.
+bool parseMicroseconds(std::string_view text, TraceTime& time);
+
+// From decimal text; false for what is no finite number.
+bool parseNumber(std::string_view text, double& value);
+
+}  // namespace lanefeed_importers

@@ -1,0 +1,51 @@
+// The accounts of an import as JSON. Tested by tests/importers/trace_facts_test.cpp.
+#include "trace_event_json/trace_counts.h"
+
+#include <fmt/format.h>
+
+#include "common/clean_text.h"
+
+namespace lanefeed_importers {
+namespace {
+
+// A text that stands in quotes: phases may be anything.
+std::string quoted(std::string_view text) {
+    std::string json = "\"";
+    for (const char c : cleanText(text)) {
+        if (c == '"' || c == '\\') json += '\\';
+        if (static_cast<unsigned char>(c) < 0x20) {
+            json += fmt::format("\\u{:04x}", static_cast<unsigned>(c));
+        } else {
+            json += c;
+        }
+    }
+    return json + '"';
+}
+
+void append(std::string& json, std::string_view key, const std::string& value) {
+    json += fmt::format("{}{}:{}", json.empty() ? "" : ",", quoted(key), value);
+}
+
+void append(std::string& json, std::string_view phase, const TraceCounts::Phase& count) {
+    if (count.events == 0) return;
+    append(json, phase, fmt::format(R"({{"events":{},"kept":{}}})", count.events, count.kept));
+}
+
+}  // namespace
+
+std::string TraceCounts::phasesJson() const {
+    std::string json;
+    for (std::size_t i = 0; i < m_phases.size(); ++i) {
+        append(json, std::string(1, static_cast<char>(i)), m_phases[i]);
+    }
+    for (const auto& [phase, count] : m_oddPhases) append(json, phase, count);
+    return "{" + json + "}";
+}
+
+std::string TraceCounts::skippedJson() const {
+    std::string json;
+    for (const auto& [reason, count] : m_skipped) append(json, reason, fmt::format("{}", count));
+    return "{" + json + "}";
+}
+
+}  // namespace lanefeed_importers
