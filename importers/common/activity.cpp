@@ -22,7 +22,8 @@ void Activity::event(std::int64_t time, std::int64_t end) {
 }
 
 void Activity::lastedFrom(std::int64_t begin) {
-    while (!m_gaps.empty() && m_gaps.back().begin >= begin) m_gaps.pop_back();
+    while (!m_gaps.empty() && m_gaps.back().begin >= begin)
+        m_gaps.pop_back();
 }
 
 void Activity::noteContent(std::int64_t time) {

@@ -37,7 +37,7 @@ private:
     std::uint64_t m_leftOut;  // how many may lie outside the content
     std::uint64_t m_seen = 0;
     std::int64_t m_coveredTo = 0;
-    std::vector<Span> m_gaps;  // in order of time, each longer than the one before
+    std::vector<Span> m_gaps;            // in order of time, each longer than the one before
     std::vector<std::int64_t> m_starts;  // candidates for the begin of the content
     Span m_content;
     bool m_contentToEnd = false;

@@ -4,18 +4,16 @@
 // Tested by tests/importers/byte_source_test.cpp.
 #include "common/byte_source.h"
 
-#include <fmt/format.h>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-#include <zlib.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
+#include <zlib.h>
 
 namespace lanefeed_importers {
 namespace {
@@ -86,7 +84,8 @@ bool ByteSource::describe() {
     if (!S_ISREG(about.st_mode)) return true;
     m_fileSize = static_cast<std::uint64_t>(about.st_size);
     m_modified = about.st_mtim.tv_sec;
-    const std::size_t end = static_cast<std::size_t>(std::min<std::uint64_t>(m_fileSize, kHashedEnd));
+    const std::size_t end =
+        static_cast<std::size_t>(std::min<std::uint64_t>(m_fileSize, kHashedEnd));
     m_identity = fmt::format("{}-{}-{}", m_fileSize, hashOf(0, end), hashOf(m_fileSize - end, end));
     return true;
 }

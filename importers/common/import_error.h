@@ -20,9 +20,7 @@ struct ImportError {
     bool failed() const { return kind != Kind::none; }
 
     static ImportError failure(std::string text) { return {Kind::failed, std::move(text)}; }
-    static ImportError badInput(std::string text) {
-        return {Kind::notUnderstood, std::move(text)};
-    }
+    static ImportError badInput(std::string text) { return {Kind::notUnderstood, std::move(text)}; }
     static ImportError cancelled() { return {Kind::cancelled, "the import was cancelled"}; }
 };
 

@@ -15,10 +15,7 @@ void OpenSlices::begin(std::uint32_t thread, OpenSlice slice) {
     ++m_open;
 }
 
-bool OpenSlices::end(std::uint32_t thread,
-                     std::uint32_t name,
-                     bool anonymous,
-                     OpenSlice& closed) {
+bool OpenSlices::end(std::uint32_t thread, std::uint32_t name, bool anonymous, OpenSlice& closed) {
     if (thread >= m_stacks.size() || m_stacks[thread].slices.empty()) return false;
     Stack& stack = m_stacks[thread];
     if (anonymous || stack.slices.back().name == name) {

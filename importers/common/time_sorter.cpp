@@ -1,22 +1,21 @@
 // External sort by time. Traces are nearly sorted as a rule, so most runs don't overlap and the
-// merge reads one after the other. The file has no name from the start: nothing is left behind
-// however the process ends. Tested by tests/importers/time_sorter_test.cpp.
+// merge reads one after the other. Tested by tests/importers/time_sorter_test.cpp.
 #include "common/time_sorter.h"
-
-#include <fmt/format.h>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
+#include <fmt/format.h>
+#include <store/unnamed_file.h>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 
 namespace lanefeed_importers {
 namespace {
+
+using lanefeed_runtime::readAt;
+using lanefeed_runtime::writeAt;
 
 constexpr std::size_t kLeastMemory = 64 * 1024;
 constexpr std::size_t kLeastPiece = 16 * 1024;
@@ -33,7 +32,7 @@ struct RecordHead {
 // Reads one sorted run piece by piece.
 class TimeSorter::Run {
 public:
-    Run(std::uint64_t begin, std::uint64_t end) : m_at(begin), m_end(end) {}
+    Run(std::int64_t begin, std::int64_t end) : m_at(begin), m_end(end) {}
 
     void start(int file, std::size_t piece) {
         m_file = file;
@@ -64,24 +63,19 @@ private:
         m_filled -= m_used;
         m_used = 0;
         if (m_buffer.size() < length) m_buffer.resize(length);
-        while (m_filled < length) {
-            const std::size_t room = m_buffer.size() - m_filled;
-            const auto left = static_cast<std::size_t>(std::min<std::uint64_t>(room, m_end - m_at));
-            errno = 0;
-            const ssize_t got =
-                left == 0 ? 0
-                          : ::pread(m_file, m_buffer.data() + m_filled, left,
-                                    static_cast<off_t>(m_at));
-            if (got <= 0) return false;
-            m_filled += static_cast<std::size_t>(got);
-            m_at += static_cast<std::uint64_t>(got);
-        }
+        const auto piece = static_cast<std::size_t>(std::min<std::int64_t>(
+            static_cast<std::int64_t>(m_buffer.size() - m_filled), m_end - m_at));
+        errno = 0;
+        if (m_filled + piece < length) return false;
+        if (!readAt(m_file, m_buffer.data() + m_filled, piece, m_at)) return false;
+        m_filled += piece;
+        m_at += static_cast<std::int64_t>(piece);
         return true;
     }
 
     int m_file = -1;
-    std::uint64_t m_at;
-    std::uint64_t m_end;
+    std::int64_t m_at;
+    std::int64_t m_end;
     std::vector<char> m_buffer;
     std::size_t m_used = 0;
     std::size_t m_filled = 0;
@@ -121,9 +115,10 @@ void TimeSorter::sortKeys() {
 }
 
 bool TimeSorter::spill() {
-    if (m_file < 0 && !openFile()) return false;
+    if (m_file < 0) m_file = lanefeed_runtime::openUnnamedFile(m_folder);
+    if (m_file < 0) return fail("cannot create a temporary file");
     sortKeys();
-    const std::uint64_t begin = m_fileEnd;
+    const std::int64_t begin = m_fileEnd;
     std::string out;
     out.reserve(kWritePiece * 2);
     for (const Key& key : m_keys) {
@@ -141,27 +136,11 @@ bool TimeSorter::spill() {
     return true;
 }
 
-bool TimeSorter::openFile() {
-    m_file = ::open(m_folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (m_file >= 0) return true;
-    // Not every file system has nameless files.
-    std::string name = m_folder + "/.lanefeed-sort-XXXXXX";
-    m_file = ::mkostemp(name.data(), O_CLOEXEC);
-    if (m_file < 0) return fail("cannot create a temporary file");
-    ::unlink(name.c_str());
-    return true;
-}
-
 bool TimeSorter::writeOut(const std::string& bytes) {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t wrote = ::pwrite(m_file, bytes.data() + done, bytes.size() - done,
-                                       static_cast<off_t>(m_fileEnd));
-        if (wrote < 0 && errno == EINTR) continue;
-        if (wrote <= 0) return fail("cannot write a temporary file");
-        done += static_cast<std::size_t>(wrote);
-        m_fileEnd += static_cast<std::uint64_t>(wrote);
+    if (!writeAt(m_file, bytes.data(), bytes.size(), m_fileEnd)) {
+        return fail("cannot write a temporary file");
     }
+    m_fileEnd += static_cast<std::int64_t>(bytes.size());
     return true;
 }
 

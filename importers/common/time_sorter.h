@@ -44,7 +44,6 @@ private:
     std::string_view recordOf(const Key& key) const;
     void sortKeys();
     bool spill();
-    bool openFile();
     bool writeOut(const std::string& bytes);
     bool nextOfRuns(TraceTime& time, std::string_view& record);
     bool fail(const char* what);
@@ -56,7 +55,7 @@ private:
     std::size_t m_nextKey = 0;
     std::uint64_t m_size = 0;
     int m_file = -1;
-    std::uint64_t m_fileEnd = 0;
+    std::int64_t m_fileEnd = 0;
     std::vector<std::unique_ptr<Run>> m_runs;
     std::vector<std::size_t> m_heap;  // runs with records left, the earliest in front
     bool m_frontTaken = false;

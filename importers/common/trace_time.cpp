@@ -44,7 +44,8 @@ struct Decimal {
 
 std::string_view takeDigits(std::string_view& text) {
     std::size_t count = 0;
-    while (count < text.size() && isDigit(text[count])) ++count;
+    while (count < text.size() && isDigit(text[count]))
+        ++count;
     const std::string_view digits = text.substr(0, count);
     text.remove_prefix(count);
     return digits;
@@ -80,7 +81,8 @@ bool takeApart(std::string_view text, Decimal& number) {
         !takeExponent(text, number.exponent)) {
         return false;
     }
-    while (!number.whole.empty() && number.whole[0] == '0') number.whole.remove_prefix(1);
+    while (!number.whole.empty() && number.whole[0] == '0')
+        number.whole.remove_prefix(1);
     return text.empty();
 }
 
@@ -89,16 +91,16 @@ bool takeApart(std::string_view text, Decimal& number) {
 bool parseMicroseconds(std::string_view text, TraceTime& time) {
     Decimal number;
     if (!takeApart(text, number)) return false;
-    const long point =
-        static_cast<long>(number.whole.size()) + number.exponent + kNanosecondDigits;
+    const long point = static_cast<long>(number.whole.size()) + number.exponent + kNanosecondDigits;
     std::uint64_t ns = 0;
     for (long i = 0; i < point; ++i) {
         if (i > kMaxWholeDigits && i >= number.count() && ns == 0) break;
         ns = ns * 10 + number.digit(i);
-        if (ns > static_cast<std::uint64_t>(TraceTime::kLimit)) return false;
+        if (ns >= static_cast<std::uint64_t>(TraceTime::kLimit)) return false;
     }
     std::uint64_t part = 0;
-    for (long i = point; i < point + kPartDigits; ++i) part = part * 10 + number.digit(i);
+    for (long i = point; i < point + kPartDigits; ++i)
+        part = part * 10 + number.digit(i);
     time = {static_cast<std::int64_t>(ns), part};
     if (number.negative) {
         time.ns = -time.ns - (part > 0 ? 1 : 0);

@@ -12,8 +12,8 @@ struct TraceTime {
     std::uint64_t part = 0;  // below kParts
 
     static constexpr std::uint64_t kParts = 1'000'000'000'000'000'000U;
-    // No time of a trace lies further from 0 (95 years), so that sums and differences of three fit.
-    static constexpr std::int64_t kLimit = 3'000'000'000'000'000'000;
+    // Nothing of a trace lies further from 0 than a result can hold, which is 73 years.
+    static constexpr std::int64_t kLimit = std::int64_t{1} << 61;
 };
 
 inline bool operator<(const TraceTime& a, const TraceTime& b) {

@@ -96,7 +96,8 @@ std::vector<std::uint32_t> TrackNames::threadOrder() const {
 
 std::string TrackNames::processLabel(std::uint32_t index) const {
     const Process& process = m_processes[index];
-    if (process.name.empty()) return process.id == kMissing ? "no process" : "process " + process.id;
+    if (process.name.empty())
+        return process.id == kMissing ? "no process" : "process " + process.id;
     const bool shared =
         std::count_if(m_processes.begin(), m_processes.end(), [&](const Process& other) {
             return other.timed && other.name == process.name;

@@ -1,9 +1,8 @@
 // Rows of the pane, as the writer wants them. Tested by tests/importers/trace_facts_test.cpp.
 #include "common/track_rows.h"
 
-#include <store/result_writer.h>
-
 #include <charconv>
+#include <store/result_writer.h>
 
 #include "common/clean_text.h"
 #include "common/track_names.h"
@@ -84,10 +83,11 @@ int TrackRows::trackBand(std::uint32_t process, const std::string& name) {
     if (!added) return place->second;
     const std::string shown = cleanText(name);
     const std::string label = ownLabel(process, shown);
-    const int row = m_writer.attribute(
-        TableId::track, key,
-        {{"name", shown}, {"label", label}, {"dd_process", m_processRows[process]},
-         {"sort", static_cast<std::int64_t>(m_trackBands.size())}});
+    const int row = m_writer.attribute(TableId::track, key,
+                                       {{"name", shown},
+                                        {"label", label},
+                                        {"dd_process", m_processRows[process]},
+                                        {"sort", static_cast<std::int64_t>(m_trackBands.size())}});
     place->second = m_writer.band(TableId::track, row);
     return place->second;
 }

@@ -2,9 +2,8 @@
 // Tested by tests/importers/trace_facts_test.cpp.
 #include "trace_event_json/args_reader.h"
 
-#include <rapidjson/reader.h>
-
 #include <cstdint>
+#include <rapidjson/reader.h>
 
 namespace lanefeed_importers {
 namespace {

@@ -4,9 +4,8 @@
 // Tested by tests/importers/trace_facts_test.cpp and assembler_test.cpp.
 #include "trace_event_json/assembler.h"
 
-#include <store/result_writer.h>
-
 #include <algorithm>
+#include <store/result_writer.h>
 
 #include "common/clean_text.h"
 
@@ -22,7 +21,8 @@ constexpr const char* kNoName = "(no name)";
 // Members of both objects, as one object.
 std::string joinedArgs(const std::string& begin, std::string_view end) {
     const bool objects = !begin.empty() && begin.back() == '}' && !end.empty() && end[0] == '{';
-    if (!objects || begin.size() + end.size() > kMaxArgs) return begin.empty() ? std::string(end) : begin;
+    if (!objects || begin.size() + end.size() > kMaxArgs)
+        return begin.empty() ? std::string(end) : begin;
     return begin.substr(0, begin.size() - 1) + "," + std::string(end.substr(1));
 }
 
@@ -44,7 +44,8 @@ Assembler::Assembler(CollectedTrace& trace, lanefeed_runtime::ResultWriter& writ
 // A curve is called like its counter; where that has several, the argument tells them apart.
 void Assembler::addSeriesRows() {
     std::vector<std::size_t> curves(m_trace.counterTracks.size());
-    for (const CounterSeries& series : m_trace.series) ++curves[series.track];
+    for (const CounterSeries& series : m_trace.series)
+        ++curves[series.track];
     for (const CounterSeries& series : m_trace.series) {
         std::string name = series.counter;
         if (!series.id.empty()) name += " " + series.id;
@@ -63,8 +64,8 @@ void Assembler::event(const TraceTime& time, const EventRecord& record) {
     case 'B': m_openSlices.begin(record.thread, openSlice(time, record)); break;
     case 'E': sliceEnd(record); break;
     case 'X':
-        addSlice(TableId::sliceData, m_rows.threadBand(record.thread), end,
-                 openSlice(time, record), {});
+        addSlice(TableId::sliceData, m_rows.threadBand(record.thread), end, openSlice(time, record),
+                 {});
         m_trace.counts.keep('X');
         break;
     case 'i':
@@ -208,14 +209,12 @@ void Assembler::finish() {
     for (const auto& [key, open] : m_openAsync) {
         m_trace.counts.skip(reasons::kUnclosedAsync, open.size());
     }
-    for (const auto& [key, point] : m_flows) closeFlow(point);
+    for (const auto& [key, point] : m_flows)
+        closeFlow(point);
 }
 
-void Assembler::addSlice(TableId table,
-                         int band,
-                         std::int64_t end,
-                         const OpenSlice& slice,
-                         std::string_view endArgs) {
+void Assembler::addSlice(
+    TableId table, int band, std::int64_t end, const OpenSlice& slice, std::string_view endArgs) {
     InstanceRow row;
     row.begin = rounded(slice.begin);
     row.end = end;

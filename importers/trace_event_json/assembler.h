@@ -78,9 +78,9 @@ private:
     OpenSlices m_openSlices;
     std::unordered_map<std::string, std::vector<OpenAsync>> m_openAsync;
     std::unordered_map<std::string, FlowPoint> m_flows;
-    std::vector<Sample> m_samples;       // by series
+    std::vector<Sample> m_samples;                  // by series
     std::vector<std::pair<int, int>> m_seriesRows;  // row and band, by series
-    std::vector<int> m_taskRows;         // by name; -1 as long as nobody asked
+    std::vector<int> m_taskRows;                    // by name; -1 as long as nobody asked
     std::vector<int> m_markerRows;
     std::vector<int> m_flowRows;
     std::vector<int> m_categoryRows;

@@ -112,6 +112,10 @@ void Collector::fillDuration(const TraceEvent& event, const TraceTime& time) {
         duration = {};
     }
     m_record.end = time + duration;
+    if (m_record.end.ns >= TraceTime::kLimit) {
+        m_trace->counts.skip(reasons::kMissingDuration);
+        m_record.end = time;
+    }
     m_trace->lastEnd = std::max(m_trace->lastEnd, m_record.end);
 }
 

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "importer.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <unordered_map>
 
-#include "importer.h"
 #include "trace_event_json/collected_trace.h"
 #include "trace_event_json/event.h"
 #include "trace_event_json/event_record.h"

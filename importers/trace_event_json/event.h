@@ -51,7 +51,7 @@ struct TraceEvent {
     Field globalId;  // of "id2"
     bool hasId2 = false;
     Field scope;
-    std::string args;  // JSON text; empty for none
+    std::string args;     // JSON text; empty for none
     bool system = false;  // of the list in "systemTraceEvents"
 
     void clear() {

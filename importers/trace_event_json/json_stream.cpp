@@ -3,10 +3,10 @@
 // progress. Tested by tests/importers/tokenizer_test.cpp.
 #include "trace_event_json/json_stream.h"
 
-#include "common/byte_source.h"
-
 #include <cstring>
 #include <utility>
+
+#include "common/byte_source.h"
 
 namespace lanefeed_importers {
 namespace {
@@ -32,7 +32,8 @@ JsonStream::JsonStream(ByteSource& source, std::function<bool()> beforeRead)
 void JsonStream::skipByteOrderMark() {
     constexpr char kMark[] = "\xef\xbb\xbf";
     constexpr std::size_t kLength = sizeof(kMark) - 1;
-    if (static_cast<std::size_t>(m_end - m_at) > kLength && std::memcmp(m_at, kMark, kLength) == 0) {
+    if (static_cast<std::size_t>(m_end - m_at) > kLength &&
+        std::memcmp(m_at, kMark, kLength) == 0) {
         m_at += kLength;
     }
 }

@@ -4,10 +4,10 @@
 // Tested by tests/importers/tokenizer_test.cpp.
 #include "trace_event_json/tokenizer.h"
 
-#include "trace_event_json/json_stream.h"
-
 #include <rapidjson/error/en.h>
 #include <rapidjson/reader.h>
+
+#include "trace_event_json/json_stream.h"
 
 namespace lanefeed_importers {
 namespace {
@@ -89,7 +89,7 @@ private:
     OutsideKey m_outsideKey = OutsideKey::other;
     bool m_inEvent = false;
     Part m_part = Part::plain;
-    int m_partDepth = 0;  // depth inside of the arguments or of "id2"
+    int m_partDepth = 0;       // depth inside of the arguments or of "id2"
     Field* m_field = nullptr;  // where the next plain value goes; null for keys of no interest
 };
 

@@ -13,11 +13,11 @@ class ByteSource;
 struct TokenizerResult {
     enum class End {
         complete,
-        cut,        // the text stops or breaks after the event array has begun
-        stopped,    // by the sink or by `beforeRead`
-        noTrace,    // JSON or not, there is no event array
-        tooLong,    // more than 64 MiB without an end
-        tooDeep     // nested deeper than any trace
+        cut,      // the text stops or breaks after the event array has begun
+        stopped,  // by the sink or by `beforeRead`
+        noTrace,  // JSON or not, there is no event array
+        tooLong,  // more than 64 MiB without an end
+        tooDeep   // nested deeper than any trace
     };
     End end = End::complete;
     bool insideEvent = false;  // of a cut

@@ -38,13 +38,15 @@ std::string TraceCounts::phasesJson() const {
     for (std::size_t i = 0; i < m_phases.size(); ++i) {
         append(json, std::string(1, static_cast<char>(i)), m_phases[i]);
     }
-    for (const auto& [phase, count] : m_oddPhases) append(json, phase, count);
+    for (const auto& [phase, count] : m_oddPhases)
+        append(json, phase, count);
     return "{" + json + "}";
 }
 
 std::string TraceCounts::skippedJson() const {
     std::string json;
-    for (const auto& [reason, count] : m_skipped) append(json, reason, fmt::format("{}", count));
+    for (const auto& [reason, count] : m_skipped)
+        append(json, reason, fmt::format("{}", count));
     return "{" + json + "}";
 }
 

@@ -73,6 +73,7 @@ public:
     std::int64_t addArgs(std::string_view json) override;
     bool add(TableId table, const InstanceRow& row) override;
     bool addPause(std::int64_t begin, std::int64_t end) override;
+    bool cover(std::int64_t time) override;
     bool setFact(std::string_view key, std::string_view value) override;
     bool finish(relay2::IProgress* progress) override;
     const StoreError& error() const override { return m_error; }
@@ -262,6 +263,12 @@ bool SqliteResultWriter::addPause(std::int64_t begin, std::int64_t end) {
     const Span span = {begin, lastTimeOf(begin, end)};
     m_pauses.push_back(span);
     m_span.add(span.begin, span.last);
+    return true;
+}
+
+bool SqliteResultWriter::cover(std::int64_t time) {
+    if (!usable() || !isTime(time)) return false;
+    m_span.add(time, time);
     return true;
 }
 

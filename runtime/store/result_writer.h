@@ -116,6 +116,9 @@ public:
     // A row with times beyond kMaxTime is refused with false, which is no failure of the writer.
     virtual bool add(TableId table, const InstanceRow& row) = 0;
     virtual bool addPause(std::int64_t begin, std::int64_t end) = 0;
+    // A time that belongs to the trace although no instance may have it: the first or last event of
+    // a kind that isn't kept.
+    virtual bool cover(std::int64_t time) = 0;
     // A key of the table "result"; the last value counts. Ticks per second are required, at least
     // 1000. Origin, first and last tick and the identity of the source are the writer's own.
     virtual bool setFact(std::string_view key, std::string_view value) = 0;

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string_view>
+
+// What an import counted, as keys of the table "result" beside those of the store. Numbers are
+// decimal text; times are nanoseconds of the trace's own clock, signed.
+namespace lanefeed_importers::fact_keys {
+
+inline constexpr std::string_view kEvents = "events";
+// JSON object: phase to {"events", "kept"}.
+inline constexpr std::string_view kPhases = "phases";
+// JSON object: reason to count. What was left out or repaired.
+inline constexpr std::string_view kSkipped = "skipped";
+inline constexpr std::string_view kCompleteSlices = "completeSlices";
+inline constexpr std::string_view kOrphanEnds = "orphanEnds";
+inline constexpr std::string_view kUnclosedBegins = "unclosedBegins";
+inline constexpr std::string_view kProcesses = "processes";
+inline constexpr std::string_view kThreads = "threads";
+inline constexpr std::string_view kInstants = "instants";
+inline constexpr std::string_view kCounterTracks = "counterTracks";
+inline constexpr std::string_view kCounterSamples = "counterSamples";
+inline constexpr std::string_view kAsyncPairs = "asyncPairs";
+inline constexpr std::string_view kFlowArrows = "flowArrows";
+// Of all timed events, kept or not. Absent, with the spans below, for a trace without any.
+inline constexpr std::string_view kFirstTime = "firstTime";
+inline constexpr std::string_view kLastTime = "lastTime";
+// The longest stretch in which nothing happens or lasts.
+inline constexpr std::string_view kLongestGapStart = "longestGapStart";
+inline constexpr std::string_view kLongestGapEnd = "longestGapEnd";
+// The shortest span that holds 99 % of the events.
+inline constexpr std::string_view kContentStart = "contentStart";
+inline constexpr std::string_view kContentEnd = "contentEnd";
+// Of the source.
+inline constexpr std::string_view kSourceModified = "sourceModified";  // seconds since 1970
+inline constexpr std::string_view kSourceBytes = "sourceBytes";
+inline constexpr std::string_view kUnpackedBytes = "unpackedBytes";
+// JSON array of texts: what was wrong with the input.
+inline constexpr std::string_view kWarnings = "warnings";
+
+}  // namespace lanefeed_importers::fact_keys

@@ -1,0 +1,137 @@
+// The only list of formats, and the frame around every import: open the source, find its format,
+// write, put the result in its place. Tested by tests/importers/import_trace_test.cpp.
+#include "importer.h"
+
+#include <relay2/progress.h>
+
+#include <filesystem>
+#include <fmt/format.h>
+#include <store/result_writer.h>
+#include <utility>
+
+#include "common/byte_source.h"
+#include "common/fact_keys.h"
+#include "trace_event_json/trace_event_importer.h"
+
+namespace lanefeed_importers {
+namespace {
+
+using lanefeed_runtime::ResultWriter;
+using lanefeed_runtime::StoreError;
+using lanefeed_runtime::WriterOptions;
+namespace result_keys = lanefeed_runtime::result_keys;
+
+// Beside the events in the sorter, of which there are none left when these are written.
+constexpr std::size_t kWriterSortMemory = std::size_t{24} << 20;
+constexpr std::size_t kWriterCacheMemory = std::size_t{16} << 20;
+
+// Asked by the writer between rows.
+class CancelProgress : public relay2::IProgress {
+public:
+    explicit CancelProgress(const ImportOptions& options) : m_options(options) {}
+    bool isCanceled() override { return m_options.cancelled(); }
+
+private:
+    const ImportOptions& m_options;
+};
+
+const Importer* importerFor(const ByteSource& source) {
+    for (const auto& importer : importers()) {
+        if (importer->accepts(source.head())) return importer.get();
+    }
+    return nullptr;
+}
+
+ImportError errorOf(const StoreError& error) {
+    switch (error.kind) {
+    case StoreError::Kind::none: return {};
+    case StoreError::Kind::cancelled: return ImportError::cancelled();
+    case StoreError::Kind::notUnderstood: return ImportError::badInput(error.text);
+    case StoreError::Kind::cannotRead:
+    case StoreError::Kind::cannotWrite:
+    case StoreError::Kind::exists: break;
+    }
+    return ImportError::failure(error.text);
+}
+
+std::string jsonArray(const std::vector<std::string>& texts) {
+    std::string json;
+    for (const std::string& text : texts) {
+        std::string safe;
+        for (const char c : text) {
+            if (c == '"' || c == '\\') safe += '\\';
+            safe += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
+        }
+        json += fmt::format("{}\"{}\"", json.empty() ? "" : ",", safe);
+    }
+    return "[" + json + "]";
+}
+
+void describeSource(const ByteSource& source, const Importer& importer, ResultWriter& writer) {
+    writer.setFact(result_keys::kImporter, importer.name());
+    writer.setFact(result_keys::kSource, source.path());
+    writer.setFact(fact_keys::kSourceModified, std::to_string(source.modified()));
+    writer.setFact(fact_keys::kSourceBytes, std::to_string(source.fileBytesRead()));
+    writer.setFact(fact_keys::kUnpackedBytes, std::to_string(source.unpackedBytes()));
+}
+
+void finishResult(const ImportRequest& request, ResultWriter& writer, ImportOutcome& outcome) {
+    for (const auto& [begin, end] : request.pauses) {
+        writer.addPause(outcome.firstTime + begin, outcome.firstTime + end);
+    }
+    writer.setFact(fact_keys::kWarnings, jsonArray(outcome.warnings));
+    outcome.instances = writer.instanceCount();
+    if (request.options.progress) {
+        request.options.progress({ImportProgress::Stage::writing, 0, 0, outcome.events});
+    }
+    const auto progress = basekit2::make_object<CancelProgress>(request.options);
+    if (!writer.finish(progress.get())) outcome.error = errorOf(writer.error());
+}
+
+}  // namespace
+
+const std::vector<std::unique_ptr<Importer>>& importers() {
+    static const std::vector<std::unique_ptr<Importer>> all = [] {
+        std::vector<std::unique_ptr<Importer>> list;
+        list.push_back(std::make_unique<TraceEventImporter>());
+        return list;
+    }();
+    return all;
+}
+
+ImportOutcome importTrace(const ImportRequest& request) {
+    ImportOutcome outcome;
+    const std::unique_ptr<ByteSource> source = ByteSource::open(request.source, outcome.error);
+    if (!source) return outcome;
+    const Importer* importer = importerFor(*source);
+    if (!importer) {
+        outcome.error = ImportError::badInput(
+            fmt::format("{}: no known trace format at byte 0; give a trace event file, which is "
+                        "JSON (plain or as .gz)",
+                        request.source));
+        return outcome;
+    }
+    WriterOptions writing;
+    writing.target = request.target;
+    writing.sourceIdentity = source->identity();
+    writing.force = request.force;
+    writing.sortMemory = kWriterSortMemory;
+    writing.cacheMemory = kWriterCacheMemory;
+    StoreError storeError;
+    const std::unique_ptr<ResultWriter> writer = ResultWriter::create(writing, storeError);
+    if (!writer) {
+        outcome.error = errorOf(storeError);
+        return outcome;
+    }
+    ImportOptions options = request.options;
+    options.scratchFolder = std::filesystem::path(request.target).parent_path().string();
+    if (options.scratchFolder.empty()) options.scratchFolder = ".";
+    outcome = importer->import(*source, *writer, options);
+    if (!outcome.error.failed()) outcome.error = errorOf(writer->error());
+    if (outcome.error.failed()) return outcome;
+    describeSource(*source, *importer, *writer);
+    finishResult(request, *writer, outcome);
+    return outcome;
+}
+
+}  // namespace lanefeed_importers
