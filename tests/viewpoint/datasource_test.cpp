@@ -1,0 +1,62 @@
+#include "dicerdatasource.h"
+#include "fake_queries.h"
+
+#include <gtest/gtest.h>
+
+#include "support/captured_log.h"
+
+namespace lanefeed_1 {
+namespace {
+
+using ExtraArgs = DicerDataSource::ExtraArgs;
+
+TEST(DicerDataSource, TakesTheBandOfABandTableOnly) {
+    DicerDataSource ds;
+    ds.set("dd_thread.dd_process.name", "dd_band", "name", "value");
+    EXPECT_EQ(ds.m_path, "dd_thread.dd_process.name");
+    EXPECT_EQ(ds.m_table, "dd_band");
+    EXPECT_EQ(ds.m_attr, "name");
+    EXPECT_EQ(ds.m_value, "value");
+    EXPECT_EQ(ds.m_band, "dd_thread");
+    ds.set("dd_core", "slice_data", "", "");
+    EXPECT_EQ(ds.m_band, "dd_thread");
+    const lanefeed_test::CapturedLog log;
+    ds.set("", "dd_band", "", "");
+    EXPECT_EQ(ds.m_band, "dd_thread");
+    EXPECT_EQ(log.count("!parts.empty()"), 1);
+}
+
+TEST(DicerDataSource, TakesAnEmptyValueOfAnExtraForNone) {
+    DicerDataSource ds;
+    const auto query = fakes::info({});
+    ds.addExtra(query, "path", "table", "attr", std::string(), "suffix");
+    ds.addExtra(query, "path", "table", "attr", std::string("one"), "suffix");
+    ds.addExtra(query, "path", "table", "attr", std::vector<std::string>{"", "two"}, "suffix");
+    ASSERT_EQ(ds.m_extras.size(), 3U);
+    EXPECT_EQ(ds.m_extras[0].values, std::vector<std::string>());
+    EXPECT_EQ(ds.m_extras[1].values, std::vector<std::string>{"one"});
+    EXPECT_EQ(ds.m_extras[2].values, (std::vector<std::string>{"", "two"}));
+    const ExtraArgs& extra = ds.m_extras[0];
+    EXPECT_EQ(extra.query, query);
+    EXPECT_EQ(extra.path + "/" + extra.table + "/" + extra.attr + "/" + extra.suffix,
+              "path/table/attr/suffix");
+}
+
+// Each entry is less than the next by an earlier field, while all later fields say the opposite.
+TEST(ExtraArgs, OrdersByQueryThenTextsThenValues) {
+    auto low = fakes::info({});
+    auto high = fakes::info({});
+    if (std::less<>()(high.get(), low.get())) std::swap(low, high);
+    const std::vector<ExtraArgs> ascending = {
+        {low, "b", "b", "b", {"b"}, "b"},       {high, "a", "b", "b", {"b"}, "b"},
+        {high, "b", "a", "b", {"b"}, "b"},      {high, "b", "b", "a", {"b"}, "b"},
+        {high, "b", "b", "b", {"b"}, "a"},      {high, "b", "b", "b", {}, "b"},
+        {high, "b", "b", "b", {"a", "c"}, "b"}, {high, "b", "b", "b", {"b"}, "b"},
+    };
+    for (std::size_t i = 0; i < ascending.size(); ++i)
+        for (std::size_t j = 0; j < ascending.size(); ++j)
+            EXPECT_EQ(ascending[i] < ascending[j], i < j) << i << " " << j;
+}
+
+}  // namespace
+}  // namespace lanefeed_1

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "fake_queries.h"
+#include "viewpointparser.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace lanefeed_1::fakes {
+
+// A host: localised texts are their keys in brackets, default colours have an alpha.
+class HostParser : public TLViewpointParser {
+public:
+    std::string getString(const std::string& key,
+                          const platkit_2_18::generic::varg_list& args) override;
+    unsigned char getOvertimeColor() override { return 70; }
+    unsigned char getFilteredOvertimeColor() override { return 90; }
+};
+
+// An element out of XML text, under the name of its root.
+basekit2::variant_bag_t element(const std::string& xml);
+
+// A parse against a fake library; queries are added to `library->known` before it.
+class ViewpointTest : public testing::Test {
+protected:
+    // Parses what stands inside of a viewpoint.
+    void parse(const std::string& inside);
+    // Parses a viewpoint of one layer and gives that.
+    TLViewpointParser::LayerInfo& parseOneLayer(const std::string& attributes,
+                                                const std::string& inside);
+    TLViewpointParser::LayerInfo& firstLayer();
+    // Messages of the parse, a line each after where they file: "area 1: ...", "layer 1/2: ...".
+    // Line feeds inside are written as "\n".
+    std::string messages() const;
+
+    sptr_t<basekit2::ref_counted_t<FakeLibrary>> library = basekit2::make_object<FakeLibrary>();
+    sptr_t<dataface_1::IInputData> result = basekit2::make_object<FakeResult>();
+    sptr_t<ParseLogger> logger = basekit2::make_object<ParseLogger>();
+    HostParser parser;
+};
+
+}  // namespace lanefeed_1::fakes
