@@ -97,7 +97,7 @@ private:
 
     void createGrid(const variant_bag_t& section,
                     basekit2::sptr_t<slicekit_1_0::IGridViewpointParser>& out,
-                    const char* failure) {
+                    const char* failure) const {
         const basekit2::error_code_t err = slicekit_1_0::createGridViewpointParser(
             section, out, m_parser.m_library, m_parser.m_messenger, m_parser.m_result);
         if (err.succeeded()) return;

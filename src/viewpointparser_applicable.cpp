@@ -40,6 +40,7 @@ bool holdsExtras(const DicerDataSource& ds, IDicerProvider& provider) {
 }  // namespace
 
 // A lifetime pair needs nothing. A table that only the tooltip needs counts like one that is drawn.
+// NOLINTNEXTLINE(readability-make-member-function-const): as hosts know it
 bool TLViewpointParser::isApplicable(const LayerInfo& layer, IDicerProvider* provider) {
     const DicerDataSource& ds = layer.drawBy.ds;
     if (layer.drawBy.isLifetime) return true;

@@ -209,6 +209,7 @@ void TLViewpointParser::getMinMax(const IInfoQuery* query, DrawBy& drawBy) {
     readMinMax(*this, *query, drawBy.ds);
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): as hosts know it
 double TLViewpointParser::evaluateExpression(sptr_t<dataface_1::IExpression> expression) {
     basekit2::variant_t value;
     if (!expression->evaluate(value, m_result) || !isNumber(value)) return 0.0;
