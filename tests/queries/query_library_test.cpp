@@ -1,0 +1,139 @@
+// How elements of a viewpoint name queries, and the bags that the library is handed by programs.
+#include "library_text.h"
+
+#include <gmock/gmock.h>
+
+#include "support/captured_log.h"
+
+namespace lanefeed_test {
+namespace {
+
+using basekit2::sptr_t;
+using dataface_1::IDataQuery;
+using dataface_1::IInfoQuery;
+using dataface_1::IInstanceCountQuery;
+using dataface_1::IQuery;
+using dataface_1::IVectorQuery;
+using ::testing::ElementsAre;
+
+const char* const kDefinitions = R"(
+    <infoQuery id="a"/><infoQuery id="b"/>
+    <timeQuery id="time"><dbPath>slice_data</dbPath></timeQuery>
+    <vectorQuery id="life" displayName="%Life">
+      <infoQuery id="start"><displayAttributes lifetimeStart="true"/></infoQuery>
+      <infoQuery id="end"><displayAttributes lifetimeEnd="true"/></infoQuery>
+    </vectorQuery>)";
+
+sptr_t<IVectorQuery> resolve(const std::string& xml) {
+    return loadLibrary({kDefinitions}).library->resolveQuery(element(xml), nullptr);
+}
+
+TEST(QueryLibrary, AnElementNamesQueriesByAttributeAndByChildren) {
+    EXPECT_THAT(memberIds(resolve("<rowBy useGridQuery='false' query='a'/>")), ElementsAre("a"));
+    EXPECT_THAT(memberIds(resolve("<tooltipBy query='b, a'/>")), ElementsAre("b", "a"));
+    EXPECT_THAT(memberIds(resolve("<drawBy><queryRef> time </queryRef></drawBy>")),
+                ElementsAre("time"));
+    EXPECT_THAT(memberIds(resolve("<tooltipBy query='a'><queryRef>b</queryRef>"
+                                  "<infoQuery id='own'/></tooltipBy>")),
+                ElementsAre("a", "b", "own"));
+    EXPECT_THAT(memberIds(resolve("<infoQuery id='self'/>")), ElementsAre("self"));
+    EXPECT_THAT(memberIds(resolve("<queryRef>a</queryRef>")), ElementsAre("a"));
+}
+
+TEST(QueryLibrary, APairIsOneQueryThatTheElementNames) {
+    const sptr_t<IVectorQuery> outer = resolve("<drawBy query='life'/>");
+    EXPECT_EQ(outer->getCount(), 1);
+    const sptr_t<IVectorQuery> pair = IVectorQuery::cast(outer->getDefaultQuery());
+    EXPECT_THAT(memberIds(pair), ElementsAre("start", "end"));
+    EXPECT_EQ(pair->getName(), "%Life");
+    EXPECT_TRUE(attribute(pair->getDefaultQuery(), "lifetimeStart").get<bool>());
+}
+
+TEST(QueryLibrary, UnknownQueriesAreNullAloneAndKeepTheirPlaceAmongOthers) {
+    EXPECT_EQ(resolve("<drawBy query='nobody'/>"), nullptr);
+    EXPECT_EQ(resolve("<drawBy/>"), nullptr);
+    const sptr_t<IVectorQuery> some =
+        resolve("<tooltipBy query='a,nobody'><queryRef>b</queryRef></tooltipBy>");
+    EXPECT_THAT(memberIds(some), ElementsAre("a", "nobody", "b"));
+    const auto it = some->getQueries();
+    it.next();
+    EXPECT_EQ(IInfoQuery::cast(it.current()), nullptr);
+    EXPECT_EQ(IDataQuery::cast(it.current()), nullptr);
+}
+
+TEST(QueryLibrary, DisplayAttributesOfAnElementGoBeforeThoseOfItsQuery) {
+    const sptr_t<IVectorQuery> outer = resolve(
+        "<drawBy query='time'><displayAttributes timelineGraphColor='1,2,3' "
+        "text:hideZeroDataOnExpansion='true'/></drawBy>");
+    EXPECT_EQ(attribute(outer, "timelineGraphColor").get<std::string>(), "1,2,3");
+    EXPECT_EQ(attribute(outer, "hideZeroDataOnExpansion").get_type(), basekit2::vtBool);
+    EXPECT_TRUE(attribute(outer->getDefaultQuery(), "timelineGraphColor").is_null());
+}
+
+TEST(QueryLibrary, ABrokenInnerDefinitionIsLoggedAndCountsAsUnknown) {
+    CapturedLog log;
+    EXPECT_EQ(resolve("<drawBy><timeQuery id='mine'/></drawBy>"), nullptr);
+    EXPECT_THAT(log.lines(40000), ElementsAre("<timeQuery> \"mine\": it needs a table; write "
+                                              "<dbPath>TABLE</dbPath>"));
+    log.clear();
+    EXPECT_NE(resolve("<drawBy query='a'><displayAttributes markerSize='x'/></drawBy>"), nullptr);
+    EXPECT_EQ(log.count("display attribute \"markerSize\" is \"x\""), 1);
+}
+
+// Texts as programs generate them: declaration, line feed, one piece without white space.
+sptr_t<IQuery> generated(const std::string& text) {
+    const std::string xml = "<?xml version='1.0' encoding='UTF-8'?>\n" + text;
+    basekit2::variant_bag_t bag;
+    const std::string root = text.substr(1, text.find(' ') - 1);
+    EXPECT_TRUE(is_success(basekit2::load_variant_bag_from_string2(bag, xml, root)));
+    sptr_t<IQuery> query;
+    EXPECT_TRUE(loadLibrary({}).library->createQuery(bag, query, nullptr)) << text;
+    return query;
+}
+
+TEST(QueryLibrary, GeneratedInfoQueries) {
+    const sptr_t<IInfoQuery> info = IInfoQuery::cast(generated(
+        "<infoQuery id=\"internal\" displayName=\"internal\"><dbPath>dd_band::dd_thread</dbPath>"
+        "<displayDbPathSuffix>name</displayDbPathSuffix></infoQuery>"));
+    EXPECT_EQ(info->getId(), "internal");
+    EXPECT_EQ(info->getInstanceTable(), "dd_band");
+    EXPECT_EQ(info->getAttributeTable(), "dd_thread");
+    EXPECT_EQ(info->getAttributeName(), "name");
+
+    const sptr_t<IInfoQuery> bare = IInfoQuery::cast(
+        generated("<infoQuery id=\"q\" displayName=\"true\"><dbPath>dd_band::dd_thread</dbPath>"
+                  "<displayDbPathSuffix></displayDbPathSuffix></infoQuery>"));
+    EXPECT_EQ(bare->getAttributeName(), "");
+    EXPECT_EQ(bare->getName(), "true") << "a name stays text, whatever it looks like";
+
+    const sptr_t<IInfoQuery> name = IInfoQuery::cast(
+        generated("<infoQuery id=\"timelineNameQuery_startTime_tsc\" displayName=\"startTime\">"
+                  "<valueType>tsc</valueType></infoQuery>"));
+    EXPECT_EQ(name->getName(), "startTime");
+    EXPECT_EQ(name->getInstanceTable(), "");
+    EXPECT_EQ(name->getAttributeTable(), "");
+    EXPECT_EQ(attribute(name, "valueType").get<std::string>(), "tsc");
+    EXPECT_TRUE(name->getValues(1).is_null());
+}
+
+TEST(QueryLibrary, GeneratedInstanceCount) {
+    const sptr_t<IQuery> query = generated(
+        "<instanceCountQuery id=\"name\" displayName=\"%Name\">"
+        "<dbPath>slice_data::dd_task</dbPath></instanceCountQuery>");
+    EXPECT_EQ(IInfoQuery::cast(query), nullptr);
+    EXPECT_EQ(IInstanceCountQuery::cast(query)->getInstanceTable(), "slice_data");
+}
+
+TEST(QueryLibrary, CreateQueryLeavesItsAnswerAloneWhenItFails) {
+    const LibraryText loaded = loadLibrary({kDefinitions});
+    const sptr_t<IQuery> before = loaded.find("a");
+    sptr_t<IQuery> query = before;
+    EXPECT_FALSE(loaded.library->createQuery(element("<column/>"), query, nullptr));
+    EXPECT_EQ(query, before);
+    EXPECT_TRUE(loaded.library->createQuery(element("<queryRef>b</queryRef>"), query, nullptr));
+    EXPECT_EQ(query, loaded.find("b"));
+    EXPECT_EQ(loaded.find("nobody"), nullptr);
+}
+
+}  // namespace
+}  // namespace lanefeed_test
