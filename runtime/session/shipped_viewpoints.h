@@ -8,18 +8,19 @@
 
 namespace lanefeed_runtime {
 
-// Names of the viewpoints that come with the runtime, the most general one last.
+// Names of the viewpoints that come with the runtime, such as "trace_events", in ascending order.
 std::vector<std::string> shippedViewpointNames();
 
 // XML text of a shipped viewpoint; empty for an unknown name.
 std::string shippedViewpointText(const std::string& name);
 
-// Name of the shipped viewpoint that fits an open result best, told by the tables that it has; the
-// most general one for a result without instances. Empty for a null result.
+// Name of the shipped viewpoint that fits an open result best, told by the instance tables that it
+// has: the one whose first area has something to show. A result without any instances gets the
+// general one, "trace_events"; a null result gets an empty name.
 std::string fittingViewpoint(const basekit2::sptr_t<dataface_1::IInputData>& result);
 
 // A viewpoint of XML text as the bag that a viewpoint parser takes. False when the text is no XML
-// or its root is not "viewpoint"; `error` then says what and in which line, and `bag` is undefined.
+// or its root is not "viewpoint"; `error` is then "line:column: reason", and `bag` stays as it is.
 bool readViewpoint(const std::string& text, basekit2::variant_bag_t& bag, std::string& error);
 
 }  // namespace lanefeed_runtime

@@ -1,0 +1,132 @@
+// The definitions, viewpoints and texts that come with the runtime fit each other and the schema.
+#include "library_text.h"
+
+#include <settingstore2/message_catalogs.h>
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <set>
+
+#include "messages/message_catalogs.h"
+#include "session/shipped_viewpoints.h"
+#include "store/schema.h"
+
+namespace lanefeed_test {
+namespace {
+
+using basekit2::sptr_t;
+using basekit2::variant_bag_t;
+using dataface_1::IDataQuery;
+using dataface_1::IInfoQuery;
+using dataface_1::IQuery;
+using ::testing::ElementsAre;
+
+LibraryText shippedLibrary() {
+    LibraryText loaded;
+    loaded.library = lanefeed_runtime::loadQueryLibrary(lanefeed_runtime::shippedDefinitions(), {},
+                                                        loaded.errors);
+    return loaded;
+}
+
+variant_bag_t shippedViewpoint(const std::string& name) {
+    variant_bag_t bag;
+    std::string error;
+    EXPECT_TRUE(
+        lanefeed_runtime::readViewpoint(lanefeed_runtime::shippedViewpointText(name), bag, error))
+        << name << ": " << error;
+    return bag;
+}
+
+using Visitor = std::function<void(const variant_bag_t&)>;
+
+void visit(const variant_bag_t& bag, const Visitor& visitor) {
+    visitor(bag);
+    for (auto it = bag.begin<variant_bag_t>(); !it.at_end(); it.next())
+        visit(it.get_value(), visitor);
+}
+
+// Every query that a shipped viewpoint shows, with its chain.
+std::vector<sptr_t<IQuery>> shownQueries() {
+    const LibraryText loaded = shippedLibrary();
+    std::vector<sptr_t<IQuery>> shown;
+    for (const std::string& name : lanefeed_runtime::shippedViewpointNames())
+        visit(shippedViewpoint(name), [&](const variant_bag_t& bag) {
+            if (bag.get<basekit2::variant_t>("query") == nullptr) return;
+            const auto resolved = loaded.library->resolveQuery(bag, nullptr);
+            ASSERT_NE(resolved, nullptr) << name << ": <" << bag.get_name() << ">";
+            for (auto it = resolved->getQueries(); !it.at_end(); it.next())
+                for (auto link = it.current(); !link.is_null(); link = link->getExpansionQuery())
+                    shown.push_back(link);
+        });
+    return shown;
+}
+
+TEST(Shipped, DefinitionsLoadWithoutAWord) {
+    EXPECT_THAT(shippedLibrary().errors, ElementsAre());
+}
+
+TEST(Shipped, ViewpointsNameKnownQueries) {
+    EXPECT_THAT(lanefeed_runtime::shippedViewpointNames(),
+                ElementsAre("asynchronous", "counters", "trace_events"));
+    for (const sptr_t<IQuery>& query : shownQueries())
+        EXPECT_FALSE(IInfoQuery::cast(query).is_null() && IDataQuery::cast(query).is_null())
+            << query->getId();
+}
+
+// The columns of a table that hold a row of another table.
+std::set<std::string> referredTables(const lanefeed_runtime::TableDef& def) {
+    std::set<std::string> names;
+    for (const lanefeed_runtime::ColumnDef& column : def.columns)
+        names.insert(std::string(column.references));
+    return names;
+}
+
+TEST(Shipped, QueriesNameTablesAndColumnsOfTheSchema) {
+    for (const sptr_t<IQuery>& query : shownQueries()) {
+        const sptr_t<IInfoQuery> info = IInfoQuery::cast(query);
+        const std::string table =
+            info.is_null() ? IDataQuery::cast(query)->getInstanceTable() : info->getInstanceTable();
+        const lanefeed_runtime::TableDef* def = lanefeed_runtime::findTable(table);
+        ASSERT_NE(def, nullptr) << query->getId() << " reads " << table;
+        if (info.is_null()) continue;
+        const std::string path = info->getAttributeTable();
+        const bool column = lanefeed_runtime::columnIndex(*def, path) >= 0;
+        EXPECT_TRUE(column || referredTables(*def).count(path) != 0) << query->getId();
+        if (info->getAttributeName().empty()) continue;
+        const lanefeed_runtime::TableDef* leaf = lanefeed_runtime::findTable(path);
+        ASSERT_NE(leaf, nullptr) << query->getId();
+        EXPECT_GE(lanefeed_runtime::columnIndex(*leaf, info->getAttributeName()), 0)
+            << query->getId();
+    }
+}
+
+TEST(Shipped, EveryCaptionHasItsText) {
+    const auto source = lanefeed_runtime::shippedCatalogs();
+    const auto expectText = [&](const std::string& key) {
+        bool found = key.empty() || key.front() != '%';
+        for (const char* catalog : {"slicer2", "viewpoint", "storelink1"})
+            found = found || source->getCatalog(catalog)->has_message(key);
+        EXPECT_TRUE(found) << key;
+    };
+    for (const sptr_t<IQuery>& query : shownQueries())
+        expectText(query->getName());
+    for (const std::string& name : lanefeed_runtime::shippedViewpointNames())
+        visit(shippedViewpoint(name), [&](const variant_bag_t& bag) {
+            for (auto it = bag.begin<basekit2::variant_t>(); !it.at_end(); it.next())
+                expectText(it.get_value().get<std::string>());
+        });
+}
+
+TEST(Shipped, ViewpointThatIsNoneIsToldWithItsPlace) {
+    variant_bag_t bag;
+    std::string error;
+    EXPECT_FALSE(lanefeed_runtime::readViewpoint("<viewpoint>\n<area", bag, error));
+    EXPECT_EQ(error.find("2:"), 0U) << error;
+    EXPECT_FALSE(lanefeed_runtime::readViewpoint("<areas/>", bag, error));
+    EXPECT_EQ(lanefeed_runtime::shippedViewpointText("nobody"), "");
+    EXPECT_EQ(lanefeed_runtime::fittingViewpoint(nullptr), "");
+}
+
+}  // namespace
+}  // namespace lanefeed_test
