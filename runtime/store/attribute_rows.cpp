@@ -8,16 +8,6 @@
 namespace lanefeed_runtime {
 namespace {
 
-// Finds a text in a map of strings without making a string of it.
-struct HashText {
-    std::size_t operator()(std::string_view text) const {
-        return boost::hash_range(text.begin(), text.end());
-    }
-};
-struct SameText {
-    bool operator()(std::string_view a, std::string_view b) const { return a == b; }
-};
-
 void bindValue(Statement& statement, int parameter, const CellValue& value) {
     if (const auto* number = std::get_if<std::int64_t>(&value)) {
         statement.bind(parameter, *number);

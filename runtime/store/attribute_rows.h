@@ -2,6 +2,7 @@
 
 #include <boost/unordered_map.hpp>
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,6 +11,16 @@
 #include "store/sqlite_handle.h"
 
 namespace lanefeed_runtime {
+
+// Finds a text in a map of strings without making a string of it.
+struct HashText {
+    std::size_t operator()(std::string_view text) const {
+        return std::hash<std::string_view>()(text);
+    }
+};
+struct SameText {
+    bool operator()(std::string_view a, std::string_view b) const { return a == b; }
+};
 
 // Rows of one attribute table on their way into the file: each goes there at once, its key stays in
 // memory.
@@ -28,7 +39,7 @@ private:
 
     const TableDef& m_def;
     Statement m_insert;
-    boost::unordered_map<std::string, int> m_ids;
+    boost::unordered_map<std::string, int, HashText, SameText> m_ids;
     int m_lastId = 0;
 };
 

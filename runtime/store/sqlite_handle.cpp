@@ -44,7 +44,14 @@ void Statement::bind(int parameter, double value) {
 void Statement::bind(int parameter, std::string_view text) {
     // A null pointer would bind a null instead of the empty text.
     const char* place = text.data() != nullptr ? text.data() : "";
-    sqlite3_bind_text64(m_statement, parameter, place, text.size(), SQLITE_STATIC, SQLITE_UTF8);
+    sqlite3_bind_text64(m_statement, parameter, place, text.size(), nullptr, SQLITE_UTF8);
+}
+
+void Statement::bindCopy(int parameter, std::string_view text) {
+    const char* place = text.data() != nullptr ? text.data() : "";
+    // The pointer that stands for "copy it" is a cast in the header of the library.
+    static const auto kCopy = reinterpret_cast<sqlite3_destructor_type>(-1);  // NOLINT
+    sqlite3_bind_text64(m_statement, parameter, place, text.size(), kCopy, SQLITE_UTF8);
 }
 
 void Statement::bindNull(int parameter) {

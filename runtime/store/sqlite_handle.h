@@ -34,6 +34,7 @@ public:
     void bind(int parameter, std::int64_t value);
     void bind(int parameter, double value);
     void bind(int parameter, std::string_view text);
+    void bindCopy(int parameter, std::string_view text);  // needs not stay
     void bindNull(int parameter);
 
     Step step();

@@ -1,0 +1,82 @@
+// Tested by tests/store/filter_registry_test.cpp.
+#include "store/filter_registry.h"
+
+#include "store/filter_parts.h"
+
+namespace lanefeed_runtime {
+
+using basekit2::sptr_t;
+
+unsigned int FilterRegistry::get_type() const {
+    return basekit2::type_id_t<dataface_1::IFilterRegistry>::id();
+}
+
+basekit2::notype_ptr_t FilterRegistry::adapt_to_pointer(unsigned int type) {
+    const basekit2::notype_ptr_t found = dataface_1::IFilterRegistry::adapt_to_pointer(type);
+    return found.is_null() ? storelink1::IFilterRegistry::adapt_to_pointer(type) : found;
+}
+
+sptr_t<dataface_1::IQueryFilterBuilder> FilterRegistry::createQueryFilterBuilder() {
+    return makeQueryFilterBuilder();
+}
+
+sptr_t<dataface_1::ITimeFilterBuilder> FilterRegistry::createTimeFilterBuilder() {
+    return makeTimeFilterBuilder();
+}
+
+void FilterRegistry::removeFilter(const std::string& name) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_filters.erase(name) > 0) ++m_changes[name];
+}
+
+void FilterRegistry::clearFilter(const std::string& name) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_filters.find(name);
+    if (found == m_filters.end()) return;
+    found->second = Parts();
+    ++m_changes[name];
+}
+
+void FilterRegistry::setQueryFilter(const std::string& name,
+                                    const sptr_t<dataface_1::IQueryFilter>& filter) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_filters[name].query = filter;
+    ++m_changes[name];
+}
+
+void FilterRegistry::setTimeFilter(const std::string& name,
+                                   const sptr_t<dataface_1::ITimeFilter>& filter) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_filters[name].time = filter;
+    ++m_changes[name];
+}
+
+bool FilterRegistry::hasFilter(const std::string& name) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_filters.find(name);
+    return found != m_filters.end() &&
+           !(found->second.query.is_null() && found->second.time.is_null());
+}
+
+bool FilterRegistry::isFilterApplicable(const std::string&, const std::string&) {
+    return false;
+}
+
+basekit2::error_code_t FilterRegistry::createEvaluator(
+    sptr_t<storelink1::IFilterEvaluator>& out,
+    const std::string& name,
+    const basekit2::generic_iterator_t<std::string>&,
+    const std::string&) {
+    out = nullptr;
+    if (hasFilter(name)) return basekit2::error_code_t::noResult;
+    return basekit2::error_code_t::raise(basekit2::error::IsNot.Valid.Argument, "hasFilter(name)",
+                                         __FILE__, __LINE__);
+}
+
+unsigned FilterRegistry::changesOf(const std::string& name) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_changes.find(name);
+    return found == m_changes.end() ? 0 : found->second;
+}
+
+}  // namespace lanefeed_runtime

@@ -1,0 +1,106 @@
+// Opens a result: looks at the head of the file first, so that every kind of wrong file gets its
+// own words. Tested by tests/store/open_store_test.cpp.
+#include "store/open_store.h"
+
+#include <system_error>
+
+#include "store/file_head.h"
+#include "store/instance_reader.h"
+#include "store/instance_reading.h"
+#include "store/read_facts.h"
+#include "store/result_database.h"
+#include "store/schema.h"
+#include "store/store_session.h"
+
+namespace lanefeed_runtime {
+namespace {
+
+using Kind = StoreError::Kind;
+
+StoreError headError(const std::string& file, const FileHead& head) {
+    switch (head.kind) {
+    case FileHead::Kind::missing: return {Kind::cannotRead, file + ": there is no such file"};
+    case FileHead::Kind::unreadable:
+        return {Kind::cannotRead,
+                file + ": cannot be read: " + std::generic_category().message(head.systemError) +
+                    "; check its permissions"};
+    case FileHead::Kind::noFile:
+        return {Kind::notUnderstood, file + ": is no file; give the file of a result (.lft)"};
+    case FileHead::Kind::empty:
+        return {Kind::notUnderstood, file + ": is empty; import the trace again"};
+    case FileHead::Kind::other:
+        return {Kind::notUnderstood, file +
+                                         ": is no result; import the trace first and open what"
+                                         " that writes (.lft)"};
+    case FileHead::Kind::otherVersion:
+        return {Kind::notUnderstood, file + ": has schema version " + std::to_string(head.version) +
+                                         ", this program reads version " +
+                                         std::to_string(kSchemaVersion) +
+                                         "; import the trace again"};
+    case FileHead::Kind::truncated:
+        return {Kind::notUnderstood, file + ": is cut off; copy it anew or import the trace again"};
+    case FileHead::Kind::result: break;
+    }
+    return {};
+}
+
+StoreError damage(const std::string& file, const std::string& what) {
+    return {Kind::notUnderstood, file + ": is damaged: " + what + "; import the trace again"};
+}
+
+std::shared_ptr<StoreSession> openSession(const std::string& file, StoreError& error) {
+    auto session = std::make_shared<StoreSession>();
+    session->file = file;
+    std::string message;
+    session->connection = Connection::open(file, Connection::Mode::read, message);
+    if (session->connection == nullptr) {
+        error = {Kind::cannotRead,
+                 file + ": cannot be opened: " + message + "; check its permissions"};
+        return nullptr;
+    }
+    if (!session->catalog.read(*session->connection)) {
+        const std::string text = session->connection->message();
+        error = session->connection->isDamage()
+                    ? damage(file, text)
+                    : StoreError{Kind::cannotRead,
+                                 file + ": cannot be read: " + text + "; check the disk"};
+        return nullptr;
+    }
+    return session;
+}
+
+// What every result holds; a file without it was not made by a writer of results.
+bool isComplete(const Catalog& catalog) {
+    const int facts = catalog.find(table(TableId::result).name);
+    return facts >= 0 && catalog.table(facts).inFile && catalog.table(catalog.bands()).inFile;
+}
+
+}  // namespace
+
+OpenStore openStore(const std::string& file, StoreError& error) {
+    error = headError(file, readFileHead(file));
+    if (error.failed()) return {};
+    const std::shared_ptr<StoreSession> session = openSession(file, error);
+    // Bulk reads have a connection of their own.
+    const std::shared_ptr<StoreSession> bulk =
+        session != nullptr ? openSession(file, error) : nullptr;
+    if (bulk == nullptr) return {};
+    auto facts = std::make_shared<ResultFacts>();
+    if (!isComplete(session->catalog) || !readFacts(*session, *facts)) {
+        error = damage(file, session->connection->isDamage() ? session->connection->message()
+                                                             : "it lacks facts about its trace");
+        return {};
+    }
+    OpenStore store;
+    const auto filters = basekit2::make_object<FilterRegistry>();
+    store.facts = facts;
+    store.instances = makeInstanceReader(bulk);
+    const auto database =
+        basekit2::make_object<ResultDatabase>(session, store.facts, store.instances, filters);
+    store.database = database;
+    store.perfDatabase = database;
+    store.filters = filters;
+    return store;
+}
+
+}  // namespace lanefeed_runtime

@@ -1,0 +1,132 @@
+// The relational face: columns by path, values, order, one record per key; then a record set.
+// Filters are taken by name and have no effect on what is read: the registry says so of each of
+// them. Tested by tests/store/record_query_test.cpp.
+#include "store/record_query.h"
+
+#include <utility>
+
+#include "store/record_set.h"
+#include "store/sql_text.h"
+
+namespace lanefeed_runtime {
+
+using basekit2::u16_t;
+using basekit2::variant_t;
+using storelink1::IConstRecord;
+using storelink1::IGenericRecordset;
+
+namespace {
+
+constexpr int kEquals = 1;
+// Ids are 16-bit and the greatest one stands for none.
+constexpr std::size_t kMostColumns = storelink1::InvalidColIdx;
+
+class RecordQuery : public storelink1::IQuery {
+public:
+    RecordQuery(std::shared_ptr<StoreSession> session, int table)
+        : m_session(std::move(session)), m_table(table), m_select(m_session->catalog, table) {}
+
+    void restrictToBandType(const StorePath& type) { m_select.addNotNull(type); }
+
+    using IQuery::addColumn;
+    using IQuery::execute;
+
+    void useFilters() override {}
+    void addFilter(const std::string&) override {}
+
+    u16_t addColumn(const std::string& name,
+                    int,
+                    const basekit2::generic_iterator_t<std::string>&,
+                    bool,
+                    bool,
+                    std::string&) override {
+        StorePath path;
+        if (m_columns.size() >= kMostColumns || !resolve(name, path))
+            return storelink1::InvalidColIdx;
+        m_columns.push_back(m_select.addField(path));
+        return static_cast<u16_t>(m_columns.size() - 1);
+    }
+
+    u16_t addCondition(const std::string& column, int op, const variant_t& value) override {
+        StorePath path;
+        const bool added = op == kEquals && m_conditions < storelink1::InvalidCondIdx &&
+                           resolve(column, path) && m_select.addValue(path, value);
+        return added ? static_cast<u16_t>(m_conditions++) : storelink1::InvalidCondIdx;
+    }
+
+    bool addOrderBy(const std::string& column, bool descending) override {
+        StorePath path;
+        if (!resolve(column, path)) return false;
+        m_select.addOrder(path, descending);
+        return true;
+    }
+
+    bool addKeyColumn(const std::string& column) override {
+        StorePath path;
+        if (!resolve(column, path)) return false;
+        m_key = m_select.addField(path);
+        m_isKeyOrdered = m_select.isOrderedBy(path);
+        return true;
+    }
+
+    basekit2::sptr_t<IGenericRecordset<IConstRecord>> execute(relay2::IProgress* progress,
+                                                              std::string& error,
+                                                              std::string& sql) override;
+
+private:
+    bool resolve(const std::string& text, StorePath& path) const {
+        return resolvePath(m_session->catalog, m_table, text, path);
+    }
+
+    std::shared_ptr<StoreSession> m_session;
+    int m_table;
+    SelectText m_select;
+    std::vector<int> m_columns;  // field of each column id
+    unsigned m_conditions = 0;
+    int m_key = -1;
+    bool m_isKeyOrdered = false;
+};
+
+basekit2::sptr_t<IGenericRecordset<IConstRecord>> RecordQuery::execute(relay2::IProgress* progress,
+                                                                       std::string& error,
+                                                                       std::string& sql) {
+    const std::lock_guard<std::recursive_mutex> lock(m_session->mutex);
+    RecordPlan plan;
+    plan.fields = m_columns;
+    for (const StorePath& field : m_select.fields())
+        plan.kinds.push_back(field.kind);
+    plan.key = m_key;
+    plan.isKeyOrdered = m_isKeyOrdered;
+    plan.sql = m_select.text();
+    const std::string text = plan.sql;
+    Statement statement = m_session->connection->prepare(text);
+    if (statement) {
+        m_select.bindValues(statement);
+        auto set = makeRecordSet(m_session, std::move(statement), std::move(plan), progress);
+        if (!set.is_null()) return set;
+    }
+    error = m_session->file + ": " + m_session->connection->message();
+    sql = text;
+    return nullptr;
+}
+
+}  // namespace
+
+basekit2::sptr_t<storelink1::IQuery> makeRecordQuery(const std::shared_ptr<StoreSession>& session,
+                                                     const std::string& table) {
+    const Catalog& catalog = session->catalog;
+    const std::size_t colons = table.find("::");
+    const int position = catalog.find(table.substr(0, colons));
+    if (position < 0 || !catalog.table(position).inFile) return nullptr;
+    auto query = basekit2::make_object<RecordQuery>(session, position);
+    if (colons == std::string::npos) return query;
+    StorePath type;
+    const bool isBandTable = position == catalog.bands() &&
+                             resolvePath(catalog, position, table.substr(colons + 2), type) &&
+                             type.hops.empty();
+    if (!isBandTable) return nullptr;
+    query->restrictToBandType(type);
+    return query;
+}
+
+}  // namespace lanefeed_runtime

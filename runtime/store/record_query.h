@@ -1,0 +1,17 @@
+#pragma once
+
+#include <storelink1/query.h>
+
+#include <memory>
+#include <string>
+
+#include "store/store_session.h"
+
+namespace lanefeed_runtime {
+
+// A query on a table; "dd_band::X" are the bands of the type X. Null for a table that the file
+// doesn't hold.
+basekit2::sptr_t<storelink1::IQuery> makeRecordQuery(const std::shared_ptr<StoreSession>& session,
+                                                     const std::string& table);
+
+}  // namespace lanefeed_runtime
