@@ -97,14 +97,14 @@ private:
         return reducible.is_null() ? nullptr : reducible->reduce(noRows, nullptr);
     }
 
-    // Null when a cell that is missing answers nothing.
+    // Null when a cell that is missing answers nothing. A wrapper may hand on the columns of a table
+    // in memory, so the sum is asked first.
     variant_t missingValueOf(const sptr_t<IColumnInfo>& column) const {
-        if (const auto* merged = lanefeed_runtime::memoryColumn(column))
-            return merged->missingValue();
         variant_t value;
-        if (m_emptySum.is_null() || !m_emptySum->getContent(column, dataface_1::ccValue, value))
-            return {};
-        return value;
+        if (!m_emptySum.is_null() && m_emptySum->getContent(column, dataface_1::ccValue, value))
+            return value;
+        const auto* const merged = lanefeed_runtime::memoryColumn(column);
+        return merged != nullptr ? merged->missingValue() : variant_t();
     }
 
     sptr_t<IWriteableColumn> copyColumn(const sptr_t<IColumnInfo>& source,
