@@ -1,0 +1,1 @@
+namespace { [[maybe_unused]] constexpr int kLocal = 0; }
