@@ -1,0 +1,112 @@
+// The open result as the library sees it: one object that hands out the query library, the store
+// and the filters, each made here and kept as long as the result.
+// The store is opened first, so that a missing file is told before anything about definitions; the
+// definitions come last, since their queries ask the store for its columns.
+// Tested by tests/queries/open_result_test.cpp.
+#include "open_result.h"
+
+#include <dataface_1/filters.h>
+#include <dataface_1/query_library.h>
+#include <storelink1/database.h>
+
+#include <cerrno>
+#include <fstream>
+#include <iterator>
+#include <system_error>
+#include <utility>
+
+#include "messages/message_catalogs.h"
+#include "queries/query_library.h"
+#include "store/open_store.h"
+
+namespace lanefeed_runtime {
+namespace {
+
+using basekit2::notype_ptr_t;
+using basekit2::sptr_t;
+using basekit2::type_id_t;
+
+class ResultData : public dataface_1::IInputData {
+public:
+    ResultData(sptr_t<dataface_1::IQueryLibrary> library, OpenStore store)
+        : m_store(std::move(store)), m_library(std::move(library)) {}
+
+    notype_ptr_t adapt_to_pointer(unsigned int type) override {
+        if (type == type_id_t<dataface_1::IQueryLibrary>::id())
+            return notype_ptr_t(m_library.get());
+        if (type == type_id_t<dataface_1::IFilterRegistry>::id())
+            return notype_ptr_t(m_store.filters.get());
+        if (type == type_id_t<storelink1::IPerfDatabase>::id())
+            return notype_ptr_t(m_store.perfDatabase.get());
+        return IInputData::adapt_to_pointer(type);
+    }
+
+private:
+    const OpenStore m_store;
+    const sptr_t<dataface_1::IQueryLibrary> m_library;
+};
+
+OpenOutcome::Kind kindOf(const StoreError& error) {
+    return error.kind == StoreError::Kind::notUnderstood ? OpenOutcome::notUnderstood
+                                                         : OpenOutcome::failed;
+}
+
+bool readDocument(const std::string& file, DefinitionText& document, OpenOutcome& outcome) {
+    errno = 0;
+    std::ifstream stream(file, std::ios::binary);
+    document = {file, std::string(std::istreambuf_iterator<char>(stream), {})};
+    // A directory opens and then gives nothing but a failed read.
+    if (stream.is_open() && !stream.bad() && errno == 0) return true;
+    outcome.kind = OpenOutcome::failed;
+    outcome.text = "cannot read query definitions from " + file + ": " +
+                   std::error_code(errno, std::generic_category()).message() +
+                   "; check the name and the permission";
+    return false;
+}
+
+ColumnTest columnTest(const sptr_t<storelink1::IDatabase>& database) {
+    return [database](const std::string& table, const std::string& column) {
+        const sptr_t<storelink1::IQuery> query = database->createQuery(table, 2);
+        return !query.is_null() && query->addColumn(column) != storelink1::InvalidColIdx;
+    };
+}
+
+sptr_t<dataface_1::IQueryLibrary> makeLibrary(const sptr_t<storelink1::IDatabase>& database,
+                                              const OpenOptions& options,
+                                              OpenOutcome& outcome) {
+    std::vector<DefinitionText> documents = shippedDefinitions();
+    for (const std::string& file : options.queryFiles) {
+        documents.emplace_back();
+        if (!readDocument(file, documents.back(), outcome)) return {};
+    }
+    std::vector<std::string> errors;
+    sptr_t<dataface_1::IQueryLibrary> library =
+        loadQueryLibrary(documents, columnTest(database), errors);
+    if (errors.empty()) return library;
+    outcome.kind = OpenOutcome::notUnderstood;
+    outcome.text = std::move(errors.front());
+    outcome.more.assign(std::make_move_iterator(errors.begin() + 1),
+                        std::make_move_iterator(errors.end()));
+    return {};
+}
+
+}  // namespace
+
+sptr_t<dataface_1::IInputData> openResult(const std::string& path,
+                                          const OpenOptions& options,
+                                          OpenOutcome& outcome) {
+    outcome = OpenOutcome();
+    StoreError error;
+    OpenStore store = openStore(path, error);
+    if (store.failed()) {
+        outcome.kind = kindOf(error);
+        outcome.text = error.text;
+        return {};
+    }
+    sptr_t<dataface_1::IQueryLibrary> library = makeLibrary(store.database, options, outcome);
+    if (library.is_null()) return {};
+    if (options.installMessages) installShippedCatalogs();
+    return basekit2::make_object<ResultData>(std::move(library), std::move(store));
+}
+
+}  // namespace lanefeed_runtime
