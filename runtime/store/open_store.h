@@ -1,15 +1,12 @@
 #pragma once
 
+#include <dataface_1/filters.h>
 #include <storelink1/database.h>
 
 #include <memory>
 #include <string>
 
 #include "store/store_error.h"
-
-namespace dataface_1 {
-class IFilterRegistry;
-}
 
 namespace lanefeed_runtime {
 

@@ -1,0 +1,231 @@
+#include "support/trace_text.h"
+
+#include <map>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+namespace lanefeed_test {
+
+using namespace lanefeed_runtime;  // NOLINT(google-build-using-namespace)
+
+namespace {
+
+struct Span {
+    std::int64_t begin = 0;
+    std::int64_t end = 0;
+};
+
+class TextReader {
+public:
+    explicit TextReader(ResultWriter& writer) : m_writer(writer) {}
+
+    void read(const std::string& line) {
+        m_line = line;
+        std::istringstream words(line.substr(0, line.find('#')));
+        std::string verb;
+        if (!(words >> verb)) return;
+        if (verb == "process") {
+            m_process = word(words);
+            processId();
+        } else if (verb == "thread") {
+            readSlices(words, TableId::thread, TableId::sliceData);
+        } else if (verb == "track") {
+            readSlices(words, TableId::track, TableId::asyncData);
+        } else if (verb == "counter") {
+            readCounter(words);
+        } else if (verb == "marker") {
+            readMarkers(words);
+        } else if (verb == "flow") {
+            readFlow(words);
+        } else if (verb == "pause") {
+            const Span span = spanOf(word(words));
+            check(m_writer.addPause(span.begin, span.end));
+        } else if (verb == "alive") {
+            readLife(words);
+        } else {
+            check(false);
+        }
+    }
+
+private:
+    void check(bool good) const {
+        if (!good)
+            throw std::runtime_error("trace text: \"" + m_line + "\" " + m_writer.error().text);
+    }
+
+    std::string word(std::istringstream& words) const {
+        std::string out;
+        check(static_cast<bool>(words >> out));
+        return out;
+    }
+
+    std::int64_t timeOf(const std::string& text) const {
+        std::size_t used = 0;
+        std::int64_t time = 0;
+        try {
+            time = std::stoll(text, &used);
+        } catch (const std::exception&) {
+            check(false);
+        }
+        check(used == text.size());
+        return time;
+    }
+
+    Span spanOf(const std::string& text) const {
+        const std::size_t dots = text.find("..");
+        check(dots != std::string::npos);
+        const std::string end = text.substr(dots + 2);
+        return {timeOf(text.substr(0, dots)), end.empty() ? kToEnd : timeOf(end)};
+    }
+
+    // name*count@category{args}
+    void readName(std::string text, TableId names, InstanceRow& row) {
+        const std::size_t args = text.find('{');
+        if (args != std::string::npos) {
+            row.args = m_writer.addArgs(text.substr(args));
+            check(row.args > 0);
+            text.resize(args);
+        }
+        const std::size_t category = text.find('@');
+        if (category != std::string::npos) {
+            row.category = m_writer.named(TableId::category, text.substr(category + 1));
+            text.resize(category);
+        }
+        const std::size_t count = text.find('*');
+        if (count != std::string::npos) {
+            row.count = timeOf(text.substr(count + 1));
+            text.resize(count);
+        }
+        row.attr = m_writer.named(names, text);
+    }
+
+    int processId() {
+        const int next = static_cast<int>(m_pids.size()) + 1;
+        const int pid = m_pids.emplace(m_process, next).first->second;
+        return m_writer.attribute(TableId::process, m_process,
+                                  {{"name", m_process}, {"pid", pid}, {"sort", pid}});
+    }
+
+    int rowId(TableId type, const std::string& name) {
+        const int process = processId();
+        const int known = m_writer.find(type, m_process + "/" + name);
+        if (known > 0) return known;
+        std::vector<Cell> cells = {{"name", name}, {"dd_process", process}, {"sort", m_sort++}};
+        if (type == TableId::thread) cells.emplace_back("tid", m_sort);
+        return m_writer.attribute(type, m_process + "/" + name, cells);
+    }
+
+    int bandOf(TableId type, const std::string& name) {
+        const auto alive = m_alive.find({m_process, name});
+        if (type == TableId::thread && alive != m_alive.end()) return alive->second;
+        return m_writer.band(type, rowId(type, name));
+    }
+
+    void readSlices(std::istringstream& words, TableId type, TableId table) {
+        const int band = bandOf(type, word(words));
+        std::string text;
+        while (words >> text) {
+            const Span span = spanOf(text);
+            InstanceRow row;
+            row.begin = span.begin;
+            row.end = span.end;
+            row.band = band;
+            readName(word(words), TableId::task, row);
+            check(m_writer.add(table, row));
+        }
+    }
+
+    void readCounter(std::istringstream& words) {
+        const std::string name = word(words);
+        InstanceRow row;
+        row.band = bandOf(TableId::counter, name);
+        row.attr = rowId(TableId::counter, name);
+        bool isOpen = false;
+        std::string text;
+        while (words >> text) {
+            const std::size_t equals = text.find('=');
+            check(equals != std::string::npos);
+            row.end = timeOf(text.substr(0, equals));
+            if (isOpen) check(m_writer.add(TableId::counterData, row));
+            isOpen = true;
+            row.begin = row.end;
+            row.value = std::stod(text.substr(equals + 1));
+        }
+        row.end = kToEnd;
+        if (isOpen) check(m_writer.add(TableId::counterData, row));
+    }
+
+    void readMarkers(std::istringstream& words) {
+        const int band = bandOf(TableId::thread, word(words));
+        std::string text;
+        while (words >> text) {
+            InstanceRow row;
+            row.begin = timeOf(text);
+            row.end = row.begin;
+            row.band = band;
+            readName(word(words), TableId::marker, row);
+            check(m_writer.add(TableId::markerData, row));
+        }
+    }
+
+    void readFlow(std::istringstream& words) {
+        InstanceRow row;
+        row.sourceBand = bandOf(TableId::thread, word(words));
+        row.sourceBegin = timeOf(word(words));
+        row.band = bandOf(TableId::thread, word(words));
+        row.begin = timeOf(word(words));
+        row.end = row.begin;
+        readName(word(words), TableId::flow, row);
+        check(m_writer.add(TableId::flowData, row));
+    }
+
+    // What follows on the thread goes to this band.
+    void readLife(std::istringstream& words) {
+        const std::string name = word(words);
+        const Span span = spanOf(word(words));
+        const int band =
+            m_writer.addBand(TableId::thread, rowId(TableId::thread, name), span.begin, span.end);
+        check(band > 0);
+        m_alive[{m_process, name}] = band;
+    }
+
+    ResultWriter& m_writer;
+    std::string m_line;
+    std::string m_process = "app";
+    std::map<std::string, int> m_pids;
+    std::map<std::pair<std::string, std::string>, int> m_alive;
+    int m_sort = 0;
+};
+
+}  // namespace
+
+void addTraceText(ResultWriter& writer, const std::string& text) {
+    TextReader reader(writer);
+    std::istringstream lines(text);
+    std::string line;
+    while (std::getline(lines, line))
+        reader.read(line);
+}
+
+void writeTraceText(const std::string& file, const std::string& text, long long ticksPerSecond) {
+    WriterOptions options;
+    options.target = file;
+    options.sourceIdentity = "trace text";
+    StoreError error;
+    const auto writer = ResultWriter::create(options, error);
+    if (writer == nullptr) throw std::runtime_error(error.text);
+    addTraceText(*writer, text);
+    writer->setFact(result_keys::kTicksPerSecond, std::to_string(ticksPerSecond));
+    if (!writer->finish()) throw std::runtime_error(writer->error().text);
+}
+
+TextResult::TextResult(const std::string& text, long long ticksPerSecond)
+    : m_file(m_directory.file("trace.lft")) {
+    writeTraceText(m_file, text, ticksPerSecond);
+    StoreError error;
+    m_store = openStore(m_file, error);
+    if (m_store.failed()) throw std::runtime_error(error.text);
+}
+
+}  // namespace lanefeed_test

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <string>
+
+#include "store/open_store.h"
+#include "store/result_writer.h"
+#include "support/temp_directory.h"
+
+namespace lanefeed_test {
+
+// A trace as a few lines of text, made into a result by the writer that importers use. One line per
+// thing, words parted by blanks, "#" starts a comment:
+//
+//   process viewer                        for the lines that follow; "app" before the first one
+//   thread main  0..100 a  10..12 b       slices, half open; the text of one thread may go on later
+//   track upload  3..9 part               async slices on a track of their own
+//   counter load  0=5  10=7.5  20=0       samples, each good until the next one
+//   marker main  5 gc  9 gc               points on a thread
+//   flow main 5 worker 9 wake             from a thread at a time to a thread at a time
+//   pause 20..30
+//   alive main 0..50                      life time of a thread; more than one are several bands
+//
+// A name may go on with "*3" (count), "@io" (category) and "{...}" (arguments, without blanks), in
+// this order. ".." before nothing ("10..") lasts to the end of the trace. Times are trace times: in
+// the result the first one is tick 1, so with a first time of 0 times of the text are those of the
+// pane.
+void addTraceText(lanefeed_runtime::ResultWriter& writer, const std::string& text);
+
+// Writes the text into a new file. Throws std::runtime_error with the line that it doesn't take.
+void writeTraceText(const std::string& file,
+                    const std::string& text,
+                    long long ticksPerSecond = 1000000000);
+
+// A text as an open result in a folder of its own.
+class TextResult {
+public:
+    explicit TextResult(const std::string& text, long long ticksPerSecond = 1000000000);
+
+    const std::string& file() const { return m_file; }
+    lanefeed_runtime::OpenStore& store() { return m_store; }
+    storelink1::IDatabase& database() { return *m_store.database; }
+
+private:
+    TempDirectory m_directory;
+    std::string m_file;
+    lanefeed_runtime::OpenStore m_store;
+};
+
+}  // namespace lanefeed_test
