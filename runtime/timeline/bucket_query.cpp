@@ -5,6 +5,7 @@
 // window. Between bands it asks whether the request was cancelled. Nothing is kept between two
 // calls but what the tables keep. Tested by tests/timeline/bucket_query_test.cpp.
 
+#include <optional>
 #include <utility>
 
 #include "timeline/kept_time.h"
@@ -82,8 +83,10 @@ public:
 private:
     MemoryTimeline& timeline() const { return m_timeline.is_null() ? *m_unfiltered : *m_timeline; }
     TimeFilterEffect effect(const std::string& filter) const {
-        return m_filters && !filter.empty() ? m_filters(filter) : TimeFilterEffect();
+        return m_filters ? m_filters(filter) : TimeFilterEffect();
     }
+    // None for a filter that nobody can tell about.
+    std::optional<TimeFilterEffect> requiredEffect() const;
     KeptTime keptTime(const TimeFilterEffect& required) const;
     // The columns whose groups are summed apart from each other: rows first.
     InstanceTable::Columns summedApart() const;
@@ -149,6 +152,13 @@ bool BucketQuery::addExpansion(const std::string& table,
     level.ascending = ascending;
     m_levels.push_back(std::move(level));
     return true;
+}
+
+std::optional<TimeFilterEffect> BucketQuery::requiredEffect() const {
+    if (m_requiredFilter.empty()) return TimeFilterEffect();
+    if (!m_filters) return std::nullopt;
+    TimeFilterEffect required = m_filters(m_requiredFilter);
+    return required.timeOnly ? std::make_optional(std::move(required)) : std::nullopt;
 }
 
 KeptTime BucketQuery::keptTime(const TimeFilterEffect& required) const {
@@ -227,8 +237,8 @@ error_code_t BucketQuery::getOverTimeData(u64_t start,
     if (!buckets.valid()) return error_code_t::noResult;
     if (m_type < qtTime || m_type > qtCountOverTime) return invalidArgument("m_type", __LINE__);
 
-    const TimeFilterEffect required = effect(m_requiredFilter);
-    if (!required.timeOnly) return invalidArgument("required.timeOnly", __LINE__);
+    const std::optional<TimeFilterEffect> required = requiredEffect();
+    if (!required) return invalidArgument("required", __LINE__);
 
     const std::shared_ptr<InstanceTable> table = timeline().instances(m_table);
     std::shared_ptr<const GroupedInstances> instances;
@@ -242,7 +252,7 @@ error_code_t BucketQuery::getOverTimeData(u64_t start,
     err = plan.make(timeline(), m_table, m_levels, progress);
     if (!basekit2::is_success(err)) return err;
 
-    const KeptTime kept = keptTime(required);
+    const KeptTime kept = keptTime(*required);
     const SumRequest request{m_type,       m_objectType, m_samplePoint == kSampleAtEnd,
                              m_keepZeros,  buckets,      kept,
                              *table,       *instances,   plan,

@@ -82,7 +82,7 @@ error_code_t InstanceTable::load(const Columns& columns,
     request.counts = !m_loaded;
     InstanceColumns read;
     std::string error;
-    const error_code_t err = errorOf(m_reader->read(request, read, progress, error), error);
+    error_code_t err = errorOf(m_reader->read(request, read, progress, error), error);
     if (!basekit2::is_success(err)) return err;
     for (std::size_t i = 0; i < request.ids.size(); ++i)
         m_ids[request.ids[i]] = std::move(read.ids[i]);
@@ -134,7 +134,7 @@ error_code_t InstanceTable::combinations(const Columns& columns,
                                          Shared<Combinations>& out,
                                          relay2::IProgress* progress) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const error_code_t err = load(columns, {}, progress);
+    error_code_t err = load(columns, {}, progress);
     if (!basekit2::is_success(err)) return err;
     Shared<Combinations>& kept = m_combinations[columns];
     if (kept == nullptr) kept = std::make_shared<const Combinations>(combined(columns));
@@ -146,7 +146,7 @@ error_code_t InstanceTable::grouped(const Columns& columns,
                                     Shared<GroupedInstances>& out,
                                     relay2::IProgress* progress) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const error_code_t err = load(columns, {}, progress);
+    error_code_t err = load(columns, {}, progress);
     if (!basekit2::is_success(err)) return err;
     Shared<GroupedInstances>& kept = m_grouped[columns];
     if (kept == nullptr)
@@ -160,7 +160,7 @@ error_code_t InstanceTable::split(const Columns& columns,
                                   Shared<Split>& out,
                                   relay2::IProgress* progress) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const error_code_t err = load(columns, {}, progress);
+    error_code_t err = load(columns, {}, progress);
     if (!basekit2::is_success(err)) return err;
     Shared<Split>& kept = m_split[columns];
     if (kept == nullptr) {
@@ -180,7 +180,7 @@ error_code_t InstanceTable::numbers(const std::string& path,
                                     Shared<std::vector<double>>& out,
                                     relay2::IProgress* progress) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const error_code_t err = load({}, path, progress);
+    error_code_t err = load({}, path, progress);
     if (basekit2::is_success(err)) out = m_numbers.at(path);
     return err;
 }

@@ -53,7 +53,7 @@ error_code_t SeriesPlan::make(MemoryTimeline& timeline,
     InstanceTable::Columns paths;
     for (const ExpansionLevel& level : levels)
         paths.push_back(level.path);
-    const error_code_t err =
+    error_code_t err =
         timeline.instances(instanceTable)->combinations(paths, m_combinations, progress);
     if (!basekit2::is_success(err)) return err;
 

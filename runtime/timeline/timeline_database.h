@@ -33,9 +33,9 @@ struct TimeFilterEffect {
 using TimeFilterLookup = std::function<TimeFilterEffect(const std::string& name)>;
 
 // A new query for bucketed series. `unfiltered`, made above, answers as long as no other database
-// is set, and what "global" cuts out then counts as left out. A required filter with a part that
-// is not time makes the query fail rather than answer what was not asked. `filters` may be empty
-// for none.
+// is set, and what "global" cuts out then counts as left out. A required filter that has a part
+// beside time makes the query fail rather than answer what was not asked; so does any without
+// `filters`, which may be empty.
 basekit2::sptr_t<storelink1::ITimelineQuery> makeTimelineQuery(
     const basekit2::sptr_t<storelink1::ITimelineDatabase>& unfiltered,
     TimeFilterLookup filters = {});

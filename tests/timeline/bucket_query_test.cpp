@@ -394,6 +394,11 @@ TEST(BucketQuery, FiltersCutTheTimeOfTheRawResult) {
     EXPECT_EQ(data.front().series.front().at(0), 10);
     query->setRequiredFilter("byName");
     EXPECT_FALSE(query->getOverTimeData(1, 101, 1, data, metadata, nullptr).succeeded());
+    EXPECT_TRUE(data.empty());
+    asker.filters = nullptr;
+    const auto unknowing = asker.query(question);
+    unknowing->setRequiredFilter("early");
+    EXPECT_FALSE(unknowing->getOverTimeData(1, 101, 1, data, metadata, nullptr).succeeded());
 }
 
 }  // namespace
