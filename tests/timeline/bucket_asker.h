@@ -2,6 +2,7 @@
 
 #include <storelink1/timeline_query.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <random>
@@ -62,9 +63,9 @@ public:
         facts->pauses.push_back(span);
     }
     bool paused(basekit2::u64_t tick) const {
-        for (const auto& span : facts->pauses)
-            if (span.start <= tick && tick <= span.end) return true;
-        return false;
+        return std::any_of(facts->pauses.begin(), facts->pauses.end(), [&](const auto& span) {
+            return span.start <= tick && tick <= span.end;
+        });
     }
     const std::vector<Instance>& instances() const { return m_instances; }
 

@@ -146,32 +146,33 @@ TEST(BucketQuery, IntervalsShareTheirCountAndCountWhereTheyTouch) {
     });
 }
 
+// Adds the means of one track to its row and series.
+void addTrackByTick(
+    const Asker& asker, const Question& question, int band, int attr, Cells& cells) {
+    const Buckets buckets(question.start, question.end, question.bins);
+    std::vector<Instance> track;
+    for (const Instance& instance : asker.instances())
+        if (instance.attr == attr && instance.band == band) track.push_back(instance);
+    std::map<int, std::pair<double, double>> means;
+    for (u64_t tick = question.start; tick < question.end; ++tick) {
+        const auto open = lanefeed_test::covering(track, band, tick);
+        if (open.empty() || asker.paused(tick)) continue;
+        auto& mean = means[buckets.at(tick)];
+        mean.first += static_cast<double>(track[static_cast<std::size_t>(open.back())].count) - 4;
+        mean.second += 1;
+    }
+    for (const auto& mean : means)
+        cells[rowOf(question, track.front())][seriesName(question, track.front())][mean.first] +=
+            mean.second.first / mean.second.second;
+}
+
 TEST(BucketQuery, CountersAreMeansOfTheirTracksAndTracksAddUp) {
     forRandomQuestions(150, [](std::mt19937&, Asker& asker, Question& question) {
         question.type = ITimelineQuery::qtAttribute;
-        const Buckets buckets(question.start, question.end, question.bins);
         Cells expected;
         for (int band = 1; band <= kBands; ++band)
-            for (int attr = -1; attr <= 3; ++attr) {
-                std::map<int, std::pair<double, double>> means;
-                const Instance* any = nullptr;
-                for (u64_t tick = question.start; tick < question.end; ++tick) {
-                    std::vector<Instance> track;
-                    for (const Instance& instance : asker.instances())
-                        if (instance.attr == attr) track.push_back(instance);
-                    const auto open = lanefeed_test::covering(track, band, tick);
-                    if (open.empty() || asker.paused(tick)) continue;
-                    const auto place = static_cast<std::size_t>(open.back());
-                    auto& mean = means[buckets.at(tick)];
-                    mean.first += static_cast<double>(track[place].count) - 4;
-                    mean.second += 1;
-                    for (const Instance& instance : asker.instances())
-                        if (instance.band == band && instance.attr == attr) any = &instance;
-                }
-                for (const auto& mean : means)
-                    expected[rowOf(question, *any)][seriesName(question, *any)][mean.first] +=
-                        mean.second.first / mean.second.second;
-            }
+            for (int attr = -1; attr <= 3; ++attr)
+                addTrackByTick(asker, question, band, attr, expected);
         expectNear(asker.ask(question).cells, expected);
     });
 }
