@@ -228,7 +228,7 @@ error_code_t BaseProviderImpl::getManipulatorColorForColumn(
     auto entry = m_manipulatorMappers.find(colVectorQuery);
     if (entry == m_manipulatorMappers.end()) {
         sptr_t<IManipulatorMapper> mapper;
-        const error_code_t err = factory->createMapper(colVectorQuery, mapper);
+        error_code_t err = factory->createMapper(colVectorQuery, mapper);
         if (!LF_CHECK(err.succeeded())) return err;
         const bool isMade = basekit2::is_success(err);
         entry = m_manipulatorMappers
@@ -238,7 +238,7 @@ error_code_t BaseProviderImpl::getManipulatorColorForColumn(
     }
     if (entry->second.is_null()) return error_code_t::noResult;
     variant_t value;
-    const error_code_t err = entry->second->map(id, value, IManipulatorMapper::modeColor);
+    error_code_t err = entry->second->map(id, value, IManipulatorMapper::modeColor);
     if (!LF_CHECK(err.succeeded())) return err;
     if (!basekit2::is_success(err)) return error_code_t::noResult;
     dataface_1::color_t bytes{0, 0, 0, 255};

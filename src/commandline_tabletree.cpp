@@ -34,28 +34,27 @@ using dataface_1::ITableTree;
 
 class CLOvertimeTableTree;
 
-// A column of the wrapped table, or one of the two bounds, which has a query alone. Belongs to the
-// table of this file.
+// A column of the wrapped table with those nested in it, or one of the two bounds, which has a
+// query alone. Belongs to the table of this file.
 class CLOvertimeColumnInfo : public IColumnInfo {
 public:
     // tree: not owned, outlives the column.
+    CLOvertimeColumnInfo(CLOvertimeTableTree* tree, sptr_t<dataface_1::IQuery> query)
+        : m_tree(tree), m_query(std::move(query)) {}
     CLOvertimeColumnInfo(CLOvertimeTableTree* tree,
-                         sptr_t<IColumnInfo> wrapped,
-                         sptr_t<dataface_1::IQuery> query)
-        : m_tree(tree), m_wrapped(std::move(wrapped)), m_query(std::move(query)) {}
+                         const sptr_t<IColumnInfo>& wrapped,
+                         CLOvertimeColumnInfo* parent)
+        : m_tree(tree), m_wrapped(wrapped), m_parent(parent) {}
 
     sptr_t<dataface_1::IQuery> getQuery() override {
         return m_wrapped.is_null() ? m_query : m_wrapped->getQuery();
     }
     sptr_t<ITableTree> getTableTree() override;
-    sptr_t<IColumnInfo> getParent() override {
-        return m_wrapped.is_null() ? sptr_t<IColumnInfo>() : m_wrapped->getParent();
-    }
+    sptr_t<IColumnInfo> getParent() override { return sptr_t<IColumnInfo>(m_parent); }
     status_t getChildren(generic_iterator_t<sptr_t<IColumnInfo>>& out,
-                         relay2::IProgress* progress,
-                         bool flag) override {
-        if (!m_wrapped.is_null()) return m_wrapped->getChildren(out, progress, flag);
-        out = basekit2::make_iterator<sptr_t<IColumnInfo>>({});
+                         relay2::IProgress* /*progress*/,
+                         bool /*flag*/) override {
+        out = walkNodes<IColumnInfo>(getTableTree(), m_children);
         return ecsfSuccess;
     }
     int getType() override {
@@ -66,11 +65,14 @@ public:
     }
 
     const sptr_t<IColumnInfo>& wrapped() const { return m_wrapped; }
+    void addChild(CLOvertimeColumnInfo* child) { m_children.push_back(child); }
 
 private:
     CLOvertimeTableTree* m_tree;
     sptr_t<IColumnInfo> m_wrapped;
     sptr_t<dataface_1::IQuery> m_query;
+    CLOvertimeColumnInfo* m_parent = nullptr;
+    std::vector<CLOvertimeColumnInfo*> m_children;
 };
 
 // A row of the wrapped table with the two bounds. Belongs to the table of this file.
@@ -122,8 +124,9 @@ private:
     using Row = basekit2::ref_counted_t<CLOvertimeTableRow, basekit2::parent_ref_count_impl_t>;
     using Column = basekit2::ref_counted_t<CLOvertimeColumnInfo, basekit2::parent_ref_count_impl_t>;
 
-    IColumnInfo* addColumn(const sptr_t<IColumnInfo>& wrapped,
-                           const sptr_t<dataface_1::IQuery>& query);
+    IColumnInfo* addBoundColumn(const sptr_t<dataface_1::IQuery>& query);
+    CLOvertimeColumnInfo* wrapColumn(const sptr_t<IColumnInfo>& column,
+                                     CLOvertimeColumnInfo* parent);
     u64_t boundary(int id) const { return static_cast<u64_t>(id) * m_binWidth + m_startTime; }
 
     sptr_t<ITableTree> m_tree;
@@ -175,23 +178,34 @@ CLOvertimeTableTree::CLOvertimeTableTree(const sptr_t<ITableTree>& tree,
         return base != nullptr ? base->createNameQuery(name, names::kTickValueType)
                                : sptr_t<dataface_1::IQuery>();
     };
-    m_binStartColumn = addColumn({}, nameQuery(IDicerProvider::binStartTime));
-    m_binEndColumn = addColumn({}, nameQuery(IDicerProvider::binEndTime));
+    m_binStartColumn = addBoundColumn(nameQuery(IDicerProvider::binStartTime));
+    m_binEndColumn = addBoundColumn(nameQuery(IDicerProvider::binEndTime));
     for (auto columns = tree->getColumns(nullptr); !columns.at_end(); columns.next()) {
         const sptr_t<IColumnInfo> column = columns.current();
         if (column->getType() == dataface_1::timeBinColumn) {
             m_timeBinColumn = column;
         } else {
-            addColumn(column, {});
+            m_columns.push_back(wrapColumn(column, nullptr));
         }
     }
 }
 
-IColumnInfo* CLOvertimeTableTree::addColumn(const sptr_t<IColumnInfo>& wrapped,
-                                            const sptr_t<dataface_1::IQuery>& query) {
-    m_columnStore.emplace_back(this, this, wrapped, query);
+IColumnInfo* CLOvertimeTableTree::addBoundColumn(const sptr_t<dataface_1::IQuery>& query) {
+    m_columnStore.emplace_back(this, this, query);
     m_columns.push_back(&m_columnStore.back());
     return m_columns.back();
+}
+
+CLOvertimeColumnInfo* CLOvertimeTableTree::wrapColumn(const sptr_t<IColumnInfo>& column,
+                                                      CLOvertimeColumnInfo* parent) {
+    m_columnStore.emplace_back(this, this, column, parent);
+    CLOvertimeColumnInfo* wrapper = &m_columnStore.back();
+    generic_iterator_t<sptr_t<IColumnInfo>> children;
+    if (column->getChildren(children, nullptr, false) != dataface_1::ITreeNode::ecsfSuccess)
+        return wrapper;
+    for (; !children.at_end(); children.next())
+        wrapper->addChild(wrapColumn(children.current(), wrapper));
+    return wrapper;
 }
 
 bool CLOvertimeTableTree::isBinStartColumn(const sptr_t<IColumnInfo>& column) const {

@@ -36,7 +36,7 @@ using dataface_1::ITreeNode;
 using ColumnIndex = boost::unordered_map<const ITreeNode*, std::size_t>;
 
 sptr_t<IColumnInfo> columnAt(const generic_iterator_t<sptr_t<IColumnInfo>>& it) {
-    const sptr_t<IColumnInfo> column = it.current();
+    sptr_t<IColumnInfo> column = it.current();
     if (column.is_null()) {
         throw basekit2::error_code_t::raise(basekit2::error::IsNot.Expected.Situation,
                                             "it.current()", __FILE__, __LINE__);

@@ -21,7 +21,6 @@ namespace lanefeed_1 {
 
 namespace {
 
-using basekit2::generic_iterator_t;
 using basekit2::sptr_t;
 using basekit2::u16_t;
 using basekit2::variant_t;

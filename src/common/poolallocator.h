@@ -17,10 +17,10 @@ public:
     PoolAllocator(const PoolAllocator<U>& /*other*/) {}  // NOLINT(google-explicit-constructor)
 
     T* allocate(std::size_t count) {
-        return static_cast<T*>(basekit2::alloc::pool_allocate(count * sizeof(T)));
+        return static_cast<T*>(basekit2::alloc::pool_allocate(count * kSize));
     }
     void deallocate(T* memory, std::size_t count) {
-        basekit2::alloc::pool_deallocate(memory, count * sizeof(T));
+        basekit2::alloc::pool_deallocate(memory, count * kSize);
     }
 
     template <class U>
@@ -31,6 +31,9 @@ public:
     friend bool operator!=(const PoolAllocator& /*a*/, const PoolAllocator<U>& /*b*/) {
         return false;
     }
+
+private:
+    static constexpr std::size_t kSize = sizeof(T);  // NOLINT(bugprone-sizeof-expression)
 };
 
 }  // namespace lanefeed_1
