@@ -13,21 +13,13 @@ using lanefeed_test::CapturedLog;
 class Resolving : public fakes::ViewpointTest {
 protected:
     void SetUp() override {
-        Facts facts;
-        facts.id = "task";
-        facts.table = "slice_data";
-        facts.path = "dd_task";
-        facts.attr = "name";
-        task = info(facts);
-        series = fakes::make<fakes::FakeData<dataface_1::ITimeQuery>>(facts);
-        library->known["task"] = vectorOf({task});
+        library->known["holes"] = vectorOf({info({}), nullptr, info({})});
+        library->known["strange"] = basekit2::make_object<fakes::UncastableVector>(Facts());
+        library->known["empty"] = vectorOf({});
     }
-
-    basekit2::sptr_t<dataface_1::IQuery> task;
-    basekit2::sptr_t<dataface_1::IQuery> series;
 };
 
-TEST_F(Resolving, AsksRulerRowsAndLayersInAFixedOrder) {
+TEST_F(Resolving, AsksForRulerRowsAndLayersInAFixedOrder) {
     parse(R"(<area><rowSet>
                <layer><highlightBy query="2"/><tooltipBy query="1"/><diveBy query="0"/>
                       <drawBy query="draw"/></layer>
@@ -40,99 +32,109 @@ TEST_F(Resolving, AsksRulerRowsAndLayersInAFixedOrder) {
                                         "tooltipBy 1", "highlightBy 2"}));
 }
 
-TEST_F(Resolving, FillsARowFromItsAttributeQuery) {
-    Facts facts;
-    facts.table = "dd_band";
-    facts.path = "dd_thread.dd_process";
-    facts.attr = "name";
-    facts.attributes = {{"timelineGraphColor", "1,2,3"}};
-    library->known["threads"] = vectorOf({info(facts)});
-    parse(R"(<area><rowSet><rowBy useGridQuery="false" query="threads"/></rowSet></area>)");
-    const TLViewpointParser::RowBy& row = parser.m_areas.at(0).rowSets.at(0).rowBys.at(0);
-    EXPECT_EQ(row.ds.m_path + "/" + row.ds.m_table + "/" + row.ds.m_attr + "/" + row.ds.m_band,
-              "dd_thread.dd_process/dd_band/name/dd_thread");
-    EXPECT_EQ(row.ds.m_vectorQuery, library->known["threads"]);
-    EXPECT_EQ(row.ds.m_defaultQuery, library->known["threads"]->getDefaultQuery());
-    EXPECT_TRUE(row.hasColor);
-    EXPECT_EQ(row.color.blue, 3);
-    EXPECT_EQ(row.ds.m_dataType, DicerDataSource::dsNone);
-}
-
-TEST_F(Resolving, KeepsARowThatFailed) {
-    Facts colored;
-    colored.attributes = {{"timelineGraphColor", 7}};
-    library->known["series"] = vectorOf({series});
-    library->known["colored"] = vectorOf({info(colored)});
+TEST_F(Resolving, PassesOverMissingMembersOfATooltipAndEndsADiveThere) {
     const CapturedLog log;
-    parse(R"(<area><rowSet><rowBy useGridQuery="false" query="none"/><rowBy query="series"/>
-             <rowBy query="colored"/></rowSet></area>)");
-    EXPECT_EQ(messages(),
-              "area 1: Row by query is unknown. Area won't be created\n"
-              "area 1: Row by query must resolve to info query. Area won't be created\n");
-    EXPECT_EQ(log.count("Area #1 Row by query "), 2);
-    const auto& rows = parser.m_areas.at(0).rowSets.at(0).rowBys;
-    EXPECT_TRUE(rows.at(0).valid && rows.at(0).ds.m_vectorQuery.is_null());
-    EXPECT_TRUE(rows.at(1).valid && rows.at(1).ds.m_defaultQuery.is_null());
-    EXPECT_EQ(rows.at(1).ds.m_vectorQuery, library->known["series"]);
-    EXPECT_EQ(log.count("can_get<const char*>()"), 1);
-    EXPECT_FALSE(rows.at(2).hasColor);
-}
-
-TEST_F(Resolving, KeepsTheGoodMembersOfATooltip) {
-    Facts bad;
-    bad.id = "bad";
-    library->known["mixed"] = vectorOf({task, nullptr, fakes::make<fakes::FakeDerived>(bad), task});
-    library->known["strange"] = basekit2::make_object<fakes::UncastableVector>(Facts());
-    const CapturedLog log;
-    parse(R"(<area><rowSet><layer><tooltipBy query="mixed"/><highlightBy query="none"/></layer>
-             <layer><tooltipBy query="strange"/></layer></rowSet></area>)");
-    const std::string bag = "layer 1/1: <tooltipBy> <query> = mixed\\n";
-    const std::string noInfo = " is empty or doesn't resolve to an info query.  Query ID: ";
-    EXPECT_EQ(messages(), bag + noInfo + "NULL\n" + bag + noInfo + "bad\n" +
-                              "layer 1/1: <tooltipBy> <query> = none\\n resolved to a NULL query.\n"
-                              "layer 1/2: <tooltipBy> <query> = strange\\n"
-                              " resolves to a NULL vector query.\n");
-    EXPECT_EQ(log.entries().size(), 2U) << "a single bad member is no severe report";
-    EXPECT_EQ(log.count("Area #1 Layer #"), 2);
-    const DicerDataSource& ds = firstLayer().tooltipBy.ds;
-    ASSERT_EQ(ds.m_extras.size(), 2U);
-    EXPECT_EQ(ds.m_extras[1].query, task);
-    EXPECT_EQ(ds.m_extras[1].path + "/" + ds.m_extras[1].table + "/" + ds.m_extras[1].attr + "/" +
-                  ds.m_extras[1].suffix,
-              "dd_task/slice_data/name/text of task");
-    EXPECT_TRUE(ds.m_extras[1].values.empty());
-}
-
-TEST_F(Resolving, EndsADiveAtItsFirstBadMember) {
-    library->known["dive"] = vectorOf({task, nullptr, task});
-    library->known["strange"] = basekit2::make_object<fakes::UncastableVector>(Facts());
-    const CapturedLog log;
-    parse(R"(<area/><area><rowSet>
-        <layer><drawBy query="task"/><diveBy query="dive"/></layer>
-        <layer><drawBy query="task"/><diveBy query="none"/></layer>
-        <layer><drawBy query="task"/><diveBy query="strange"/></layer></rowSet></area>)");
-    const std::string bag = "<diveBy> <query> = task\\n";
-    EXPECT_EQ(messages(),
-              "layer 0/1: " + bag +
-                  " is invalid or doesn't resolve to an info query. Query ID is: NULL\n" +
-                  "layer 0/2: " + bag + " resolved to a NULL query.\n" + "layer 0/3: " + bag +
-                  " resolves to a NULL vector query.\n");
-    EXPECT_TRUE(log.empty());
-    EXPECT_EQ(parser.m_areas.at(1).rowSets.at(0).layers.at(0).drawBy.ds.m_infoQueries.size(), 1U);
-}
-
-TEST_F(Resolving, FilesARulerUnderItsOwnKey) {
-    parse(R"(<ruler><layer><drawBy query="none"/><diveBy query="none"/></layer></ruler><area/>)");
-    EXPECT_EQ(messages(),
-              "layer -1/1: <drawBy> <query> = none\\n"
-              "resolved to a NULL query. Layer won't be created\n"
-              "layer 0/1: <diveBy> <query> = none\\n resolved to a NULL query.\n");
-}
-
-TEST_F(Resolving, AddsTooltipsAgainInASecondPass) {
-    parseOneLayer("", R"(<tooltipBy query="task"/>)");
-    parser.resolveQueries();
+    parseOneLayer("", R"(<tooltipBy query="holes"/><highlightBy query="strange"/>
+                         <drawBy query="holes"/><diveBy query="holes"/>)");
     EXPECT_EQ(firstLayer().tooltipBy.ds.m_extras.size(), 2U);
+    EXPECT_EQ(firstLayer().drawBy.ds.m_infoQueries.size(), 1U);
+    const std::string messages = this->messages();
+    for (const char* expected :
+         {"layer 1/1: <tooltipBy> <query> = holes\\n is empty or doesn't resolve to an info "
+          "query.  Query ID: NULL\n",
+          "layer 1/1: <tooltipBy> <query> = strange\\n resolves to a NULL vector query.\n",
+          "layer 0/1: <diveBy> <query> = holes\\n is invalid or doesn't resolve to an info query. "
+          "Query ID is: NULL\n"})
+        EXPECT_NE(messages.find(expected), std::string::npos) << expected;
+    EXPECT_EQ(log.count("NULL"), 1) << "single members are no severe reports";
+    parser.resolveQueries();
+    EXPECT_EQ(firstLayer().tooltipBy.ds.m_extras.size(), 4U) << "nothing is reset";
+}
+
+TEST_F(Resolving, TellsADiveThatIsNoVectorAndADrawQueryThatIsEmpty) {
+    parseOneLayer("", R"(<drawBy query="empty"/><diveBy query="strange"/>)");
+    EXPECT_EQ(messages(),
+              "layer 0/1: <diveBy> <query> = empty\\n resolves to a NULL vector query.\n"
+              "layer 1/1: <drawBy> <query> = empty\\n resolves to a NULL default query. "
+              "Layer won't be created\n");
+}
+
+TEST_F(Resolving, ReportsAColourOfARowThatIsNoText) {
+    Facts facts;
+    facts.attributes = {{"timelineGraphColor", 7}};
+    library->known["colored"] = vectorOf({info(facts)});
+    const CapturedLog log;
+    parse(R"(<area><rowSet><rowBy useGridQuery="false" query="colored"/></rowSet></area>)");
+    EXPECT_FALSE(parser.m_areas.at(0).rowSets.at(0).rowBys.at(0).hasColor);
+    EXPECT_EQ(log.count("can_get<const char*>()"), 1);
+}
+
+// A query of several kinds: each case takes one more kind in front.
+TEST_F(Resolving, TakesTheFirstKindOfADrawQueryThatHolds) {
+    using namespace dataface_1;
+    const auto also = [](const sptr_t<IQuery>& other) {
+        Facts facts;
+        facts.otherKind = other;
+        facts.members = {info({}), info({})};
+        return facts;
+    };
+    sptr_t<IQuery> query = fakes::make<fakes::FakeData<IDataQuery>>({});
+    const std::pair<int, sptr_t<IQuery>> cases[] = {
+        {2, query},
+        {0, query = fakes::make<fakes::FakeVector>(also(query))},
+        {6, query = fakes::make<fakes::FakeDerived>(also(query))},
+        {5, query = fakes::make<fakes::FakeData<IInstanceCountQuery>>(also(query))},
+        {4, query = fakes::make<fakes::FakeData<ICountQuery>>(also(query))},
+        {3, query = fakes::make<fakes::FakeData<ITimeQuery>>(also(query))},
+        {1, query = info(also(query))}};
+    for (const auto& [type, several] : cases) {
+        library->known["it"] = vectorOf({several});
+        EXPECT_EQ(parseOneLayer("", R"(<drawBy query="it"/>)").drawBy.ds.m_dataType, type);
+    }
+}
+
+TEST_F(Resolving, WantsTwoMembersOfALifetimePair) {
+    const CapturedLog log;
+    TLViewpointParser::DrawBy drawBy;
+    EXPECT_FALSE(parser.resolveLifetimeQuery(library->known["holes"], drawBy));
+    EXPECT_EQ(log.count("bk2::iterator_util::get_item_count(it) == 2 "
+                        "'Not enough items in the lifetime vector query!'"),
+              1);
+    EXPECT_FALSE(parser.resolveLifetimeQuery(vectorOf({info({}), nullptr}), drawBy));
+    EXPECT_EQ(log.count("it.current()"), 1);
+    EXPECT_EQ(drawBy.displayName, "");
+}
+
+TEST_F(Resolving, TakesWhatCannotBeEvaluatedForZero) {
+    using fakes::expression;
+    EXPECT_EQ(parser.evaluateExpression(expression("9")), 0.0);
+    EXPECT_EQ(parser.evaluateExpression(expression(basekit2::u64_t{1} << 63U)), 0x1p63);
+    Facts facts;
+    facts.max = expression(9, false);
+    TLViewpointParser::DrawBy drawBy;
+    drawBy.ds.m_min = drawBy.ds.m_max = 4;
+    parser.getMinMax(basekit2::make_object<fakes::FakeInfo>(facts).get(), drawBy);
+    EXPECT_EQ(drawBy.ds.m_min, 4) << "no expression leaves the value";
+    EXPECT_EQ(drawBy.ds.m_max, 0);
+}
+
+TEST_F(Resolving, AsksTheDefaultQueryForADisplayAttributeThatDoesNotFit) {
+    Facts facts;
+    facts.attributes = {{"timelineFormat", "inner"}, {"timelinePenWidth", 5}, {"markerSize", 5}};
+    library->known["it"] = vectorOf({fakes::make<fakes::FakeDerived>(facts)},
+                                    {{"timelineFormat", 3}, {"markerSize", "7"}});
+    auto& drawBy = parseOneLayer("", R"(<drawBy query="it"/>)").drawBy;
+    EXPECT_EQ(drawBy.format, "inner");
+    EXPECT_EQ(drawBy.lineWidth, 2) << "a number is no text";
+    EXPECT_EQ(drawBy.markerSize, 0) << "only the pane asks for it";
+    parser.getMarkerSize(drawBy);
+    EXPECT_EQ(drawBy.markerSize, 5);
+    drawBy.ds = DicerDataSource();
+    const CapturedLog log;
+    parser.getMarkerSize(drawBy);
+    EXPECT_EQ(drawBy.markerSize, 5);
+    EXPECT_EQ(log.count("drawBy.ds.m_vectorQuery"), 1);
+    EXPECT_EQ(log.count("drawBy.ds.m_defaultQuery"), 1);
 }
 
 }  // namespace
