@@ -7,6 +7,7 @@ namespace {
 
 using fakes::Facts;
 using fakes::info;
+using fakes::sptr_t;
 using fakes::vectorOf;
 using lanefeed_test::CapturedLog;
 
