@@ -2,99 +2,86 @@
 
 #include "record_text.h"
 
+#include <initializer_list>
+
 namespace lanefeed_1::fakes {
 
 namespace {
 
-// One line: fields in the order in which they are added.
-class Line {
-public:
-    explicit Line(std::string start) : m_text(std::move(start)) {}
-    Line& flag(const char* name, bool set) {
-        if (set) m_text += std::string(" ") + name;
-        return *this;
-    }
-    Line& text(const char* name, const std::string& value) {
-        if (!value.empty()) m_text += std::string(" ") + name + "='" + value + "'";
-        return *this;
-    }
-    Line& number(const char* name, double value) {
-        m_text += std::string(" ") + name + "=" + printVariant(value);
-        return *this;
-    }
-    Line& color(const char* name, const TLViewpointParser::TLColor& color, bool given) {
-        m_text += std::string(" ") + name + "=" + std::to_string(color.red) + "," +
-                  std::to_string(color.green) + "," + std::to_string(color.blue) + "," +
-                  std::to_string(color.alpha);
-        return flag("given", given);
-    }
-    std::string end() const { return m_text + "\n"; }
+struct Field {
+    Field(const char* name, bool set) : text(set ? std::string(" ") + name : "") {}
+    Field(const char* name, const std::string& value)
+        : text(value.empty() ? "" : std::string(" ") + name + "='" + value + "'") {}
+    Field(const char* name, int value)
+        : text(std::string(" ") + name + "=" + printVariant(value)) {}
+    Field(const char* name, double value)
+        : text(std::string(" ") + name + "=" + printVariant(value)) {}
+    Field(const char* name, const TLViewpointParser::TLColor& c, bool given)
+        : text(std::string(" ") + name + "=" + std::to_string(c.red) + "," +
+               std::to_string(c.green) + "," + std::to_string(c.blue) + "," +
+               std::to_string(c.alpha) + (given ? " given" : "")) {}
+    Field(const char* name, const dataface_1::IQuery* query)
+        : Field(name, query == nullptr ? std::string() : query->getId()) {}
 
-private:
-    std::string m_text;
+    std::string text;
 };
 
-std::string idOf(const dataface_1::IQuery* query) {
-    return query == nullptr ? std::string() : query->getId();
+std::string line(const std::string& start, std::initializer_list<Field> fields) {
+    std::string text = start;
+    for (const Field& field : fields)
+        text += field.text;
+    return text + "\n";
 }
 
 std::string sourceText(const std::string& start, const DicerDataSource& ds) {
     std::string levels;
     for (const int level : ds.m_rowByLevels)
         levels += std::to_string(level) + ";";
-    std::string text = Line(start)
-                           .number("type", ds.m_dataType)
-                           .text("path", ds.m_path)
-                           .text("table", ds.m_table)
-                           .text("attr", ds.m_attr)
-                           .text("band", ds.m_band)
-                           .text("query", idOf(ds.m_defaultQuery.get()))
-                           .text("derived", idOf(ds.m_derivedQuery.get()))
-                           .number("min", ds.m_min)
-                           .number("max", ds.m_max)
-                           .number("resolution", ds.m_resolutionMs)
-                           .number("scale", ds.m_timeScaleMs)
-                           .text("levels", levels)
-                           .flag("disabled", !ds.m_enabled)
-                           .end();
+    std::string text = line(start, {{"type", ds.m_dataType},
+                                    {"path", ds.m_path},
+                                    {"table", ds.m_table},
+                                    {"attr", ds.m_attr},
+                                    {"band", ds.m_band},
+                                    {"query", ds.m_defaultQuery.get()},
+                                    {"derived", ds.m_derivedQuery.get()},
+                                    {"min", ds.m_min},
+                                    {"max", ds.m_max},
+                                    {"resolution", ds.m_resolutionMs},
+                                    {"scale", ds.m_timeScaleMs},
+                                    {"levels", levels},
+                                    {"disabled", !ds.m_enabled}});
     for (const DicerDataSource::ExtraArgs& extra : ds.m_extras) {
         std::string values;
         for (const std::string& value : extra.values)
             values += value + ";";
-        text += Line("          extra")
-                    .text("path", extra.path)
-                    .text("table", extra.table)
-                    .text("attr", extra.attr)
-                    .text("values", values)
-                    .text("suffix", extra.suffix)
-                    .text("query", idOf(extra.query.get()))
-                    .end();
+        text += line("          extra", {{"path", extra.path},
+                                         {"table", extra.table},
+                                         {"attr", extra.attr},
+                                         {"values", values},
+                                         {"suffix", extra.suffix},
+                                         {"query", extra.query.get()}});
     }
     for (const auto& dive : ds.m_infoQueries)
-        text += Line("          dive").text("query", idOf(dive.get())).end();
+        text += line("          dive", {{"query", dive.get()}});
     return text;
 }
 
-std::string drawText(const TLViewpointParser::DrawBy& drawBy) {
-    return Line("      draw")
-               .flag("dive", drawBy.hasDive)
-               .flag("required", drawBy.required)
-               .text("name", drawBy.displayName)
-               .text("format", drawBy.format)
-               .flag("hierarchical", drawBy.hierarchical)
-               .text("icon", drawBy.iconType)
-               .text("style", drawBy.lineStyle)
-               .number("width", drawBy.lineWidth)
-               .number("binMult", drawBy.binMult)
-               .number("sample", drawBy.samplePoint)
-               .flag("lifetime", drawBy.isLifetime)
-               .end() +
-           Line("       ")
-               .color("display", drawBy.displayColor, drawBy.hasDisplayColor)
-               .color("filter", drawBy.filterColor, drawBy.hasFilterColor)
-               .color("decimation", drawBy.decimationColor, drawBy.hasDecimationColor)
-               .end() +
-           sourceText("        source", drawBy.ds);
+std::string drawText(const TLViewpointParser::DrawBy& draw) {
+    return line("      draw", {{"dive", draw.hasDive},
+                               {"required", draw.required},
+                               {"name", draw.displayName},
+                               {"format", draw.format},
+                               {"hierarchical", draw.hierarchical},
+                               {"icon", draw.iconType},
+                               {"style", draw.lineStyle},
+                               {"width", draw.lineWidth},
+                               {"binMult", draw.binMult},
+                               {"sample", draw.samplePoint},
+                               {"lifetime", draw.isLifetime}}) +
+           line("       ", {{"display", draw.displayColor, draw.hasDisplayColor},
+                            {"filter", draw.filterColor, draw.hasFilterColor},
+                            {"decimation", draw.decimationColor, draw.hasDecimationColor}}) +
+           sourceText("        source", draw.ds);
 }
 
 std::string tooltipText(const char* name, const TLViewpointParser::TooltipBy& tooltip) {
@@ -104,24 +91,23 @@ std::string tooltipText(const char* name, const TLViewpointParser::TooltipBy& to
 }
 
 std::string layerText(const TLViewpointParser::LayerInfo& layer) {
-    std::string text = Line("    layer " + std::to_string(layer.id))
-                           .number("type", layer.type)
-                           .flag("given", layer.typeGiven)
-                           .flag("visible", layer.visible)
-                           .flag("scaleGroupStart", layer.scaleGroupStart)
-                           .flag("scaleGroupEnd", layer.scaleGroupEnd)
-                           .flag("seriesGroupStart", layer.seriesGroupStart)
-                           .flag("seriesGroupEnd", layer.seriesGroupEnd)
-                           .flag("showText", layer.showText)
-                           .flag("showTextGiven", layer.showTextGiven)
-                           .number("visibleSeriesCount", layer.visibleSeriesCount)
-                           .flag("allowToHideSeries", layer.allowToHideSeries)
-                           .text("visibleOnLevels", layer.visibleOnLevels)
-                           .flag("maxLabels", layer.maxLabels)
-                           .text("displayModes", layer.displayModes)
-                           .flag("coloringAsLegend", layer.showColoringAsLegendItems)
-                           .text("name", layer.displayName)
-                           .end();
+    std::string text = line("    layer " + std::to_string(layer.id),
+                            {{"type", layer.type},
+                             {"given", layer.typeGiven},
+                             {"visible", layer.visible},
+                             {"scaleGroupStart", layer.scaleGroupStart},
+                             {"scaleGroupEnd", layer.scaleGroupEnd},
+                             {"seriesGroupStart", layer.seriesGroupStart},
+                             {"seriesGroupEnd", layer.seriesGroupEnd},
+                             {"showText", layer.showText},
+                             {"showTextGiven", layer.showTextGiven},
+                             {"visibleSeriesCount", layer.visibleSeriesCount},
+                             {"allowToHideSeries", layer.allowToHideSeries},
+                             {"visibleOnLevels", layer.visibleOnLevels},
+                             {"maxLabels", layer.maxLabels},
+                             {"displayModes", layer.displayModes},
+                             {"coloringAsLegend", layer.showColoringAsLegendItems},
+                             {"name", layer.displayName}});
     if (layer.hasDrawBy) text += drawText(layer.drawBy);
     if (layer.colorBy.m_vectorQuery) text += sourceText("      color", layer.colorBy);
     return text + tooltipText("tooltip", layer.tooltipBy) +
@@ -129,18 +115,15 @@ std::string layerText(const TLViewpointParser::LayerInfo& layer) {
 }
 
 std::string rowSetText(const TLViewpointParser::RowSet& rowSet) {
-    std::string text = Line("  rowSet " + std::to_string(rowSet.id))
-                           .text("name", rowSet.displayName)
-                           .flag("grid", !rowSet.gridQuery.is_null())
-                           .flag("requiredData", !rowSet.requiredData.is_null())
-                           .flag("columnByFromLayers", rowSet.columnByFromLayers)
-                           .end();
+    std::string text = line("  rowSet " + std::to_string(rowSet.id),
+                            {{"name", rowSet.displayName},
+                             {"grid", !rowSet.gridQuery.is_null()},
+                             {"requiredData", !rowSet.requiredData.is_null()},
+                             {"columnByFromLayers", rowSet.columnByFromLayers}});
     for (const TLViewpointParser::RowBy& rowBy : rowSet.rowBys)
-        text += Line("    rowBy")
-                    .flag("valid", rowBy.valid)
-                    .text("name", rowBy.displayName)
-                    .color("color", rowBy.color, rowBy.hasColor)
-                    .end() +
+        text += line("    rowBy", {{"valid", rowBy.valid},
+                                   {"name", rowBy.displayName},
+                                   {"color", rowBy.color, rowBy.hasColor}}) +
                 sourceText("      source", rowBy.ds);
     for (const TLViewpointParser::LayerInfo& layer : rowSet.layers)
         text += layerText(layer);
@@ -150,20 +133,19 @@ std::string rowSetText(const TLViewpointParser::RowSet& rowSet) {
 }  // namespace
 
 std::string recordText(const TLViewpointParser& parser) {
-    std::string text = Line("ruler").flag("present", parser.m_hasRuler).end();
+    std::string text = line("ruler", {{"present", parser.m_hasRuler}});
     for (const TLViewpointParser::LayerInfo& layer : parser.m_rulerLayers)
         text += layerText(layer);
     for (const TLViewpointParser::Area& area : parser.m_areas) {
-        text += Line("area " + std::to_string(area.index))
-                    .text("id", area.id)
-                    .text("headerMode", area.headerMode)
-                    .flag("maxLabels", area.maxLabels)
-                    .number("sizeMode", area.sizeMode)
-                    .flag("visible", area.visible)
-                    .flag("showYScale", area.showYScale)
-                    .text("rowOutlineStyle", area.rowOutlineStyle)
-                    .flag("useWideBands", area.useWideBands)
-                    .end();
+        text +=
+            line("area " + std::to_string(area.index), {{"id", area.id},
+                                                        {"headerMode", area.headerMode},
+                                                        {"maxLabels", area.maxLabels},
+                                                        {"sizeMode", area.sizeMode},
+                                                        {"visible", area.visible},
+                                                        {"showYScale", area.showYScale},
+                                                        {"rowOutlineStyle", area.rowOutlineStyle},
+                                                        {"useWideBands", area.useWideBands}});
         for (const TLViewpointParser::RowSet& rowSet : area.rowSets)
             text += rowSetText(rowSet);
     }
