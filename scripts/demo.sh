@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds the release, imports a bundled trace and shows its rows and series.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+trace=examples/traces/node20-workers.json
+result=build/demo/node20-workers.lft
+lanefeed=build/release/lanefeed
+
+scripts/packages.sh
+echo "Building (the first time takes some minutes) ..." >&2
+[ -f build/release/build.ninja ] || cmake --preset release >&2
+cmake --build --preset release >&2
+mkdir -p "$(dirname "$result")"
+
+show() {
+    printf '\n$ %s\n' "$*"
+    "$@"
+}
+show "$lanefeed" import "$trace" -o "$result"
+show "$lanefeed" rows "$result"
+show "$lanefeed" overtime "$result"
+
+cat <<TXT
+
+Next: look closer, at a hundred milliseconds in 50 buckets, as csv:
+  $lanefeed overtime $result --time 100ms..200ms --bins 50 --format csv
+or import a trace of your own:
+  $lanefeed import TRACE.json.gz
+TXT

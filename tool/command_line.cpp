@@ -1,0 +1,221 @@
+// The verbs and their options. The only file that knows the command line library. Tested by
+// tests/tool/command_line_test.cpp.
+
+#include "command_line.h"
+
+#include "failure.h"
+#include "log_output.h"
+#include "verbs.h"
+#include "version.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace lanefeed_tool {
+
+namespace {
+
+const std::map<std::string, Format>& formats() {
+    static const std::map<std::string, Format> names{
+        {"table", Format::table}, {"csv", Format::csv}, {"json", Format::json}};
+    return names;
+}
+
+void addFormat(CLI::App& verb, Format& format) {
+    verb.add_option("--format", format, "table, csv or json")
+        ->transform(CLI::CheckedTransformer(formats()).description(""))
+        ->option_text("FORMAT");
+}
+
+void addViewpoint(CLI::App& verb, ViewOptions& options) {
+    verb.add_option("--viewpoint", options.viewpoint, "Viewpoint to apply (default: the shipped one that fits)")
+        ->option_text("FILE");
+    verb.add_option("--queries", options.queries, "Further query definitions; may be repeated")
+        ->option_text("FILE");
+    verb.add_flag("--strict", options.strict, "Fail when the viewpoint's log has messages");
+}
+
+void addArea(CLI::App& verb, ViewOptions& options) {
+    verb.add_option("--area", options.area, "Area of the viewpoint, from 0 (default 0)")->option_text("N");
+}
+
+CLI::App* addImport(CLI::App& app, ImportOptions& options) {
+    CLI::App* verb = app.add_subcommand("import", "Turn a trace into a result");
+    verb->add_option("trace", options.trace, "Trace file; the format is told by its content")
+        ->required()
+        ->option_text("TRACE");
+    verb->add_option("-o,--output", options.output, "Result to write (default: TRACE without .gz and .json, plus .lft)")
+        ->option_text("NAME.lft");
+    verb->add_option("--pause", options.pauses, "Mark a span A..B from the first tick as paused; may be repeated")
+        ->option_text("A..B");
+    verb->add_flag("--keep-going", options.keepGoing, "Take what can be unpacked of a damaged .gz");
+    verb->add_flag("--no-args", options.noArgs, "Leave the arguments of events out");
+    verb->add_flag("--force", options.force, "Replace a result that was made from another trace");
+    addFormat(*verb, options.format);
+    verb->footer("Example: lanefeed import build.json.gz -o build.lft");
+    return verb;
+}
+
+CLI::App* addInfo(CLI::App& app, ViewOptions& options) {
+    CLI::App* verb = app.add_subcommand("info", "Tell what a result holds and what was left out of it");
+    verb->add_option("result", options.result, "Result file")->required()->option_text("NAME.lft");
+    addFormat(*verb, options.format);
+    verb->footer("Example: lanefeed info build.lft --format json");
+    return verb;
+}
+
+CLI::App* addViewpointVerb(CLI::App& app, ViewOptions& options) {
+    CLI::App* verb = app.add_subcommand("viewpoint", "Read a viewpoint against a result and print its log");
+    verb->add_option("result", options.result, "Result file")->required()->option_text("NAME.lft");
+    addViewpoint(*verb, options);
+    addFormat(*verb, options.format);
+    verb->footer("Example: lanefeed viewpoint build.lft --viewpoint mine.xml --strict");
+    return verb;
+}
+
+CLI::App* addRows(CLI::App& app, ViewOptions& options) {
+    CLI::App* verb = app.add_subcommand("rows", "Print the rows of an area");
+    verb->add_option("result", options.result, "Result file")->required()->option_text("NAME.lft");
+    addViewpoint(*verb, options);
+    addArea(*verb, options);
+    addFormat(*verb, options.format);
+    verb->footer("Example: lanefeed rows build.lft --format csv");
+    return verb;
+}
+
+CLI::App* addOvertime(CLI::App& app, ViewOptions& options) {
+    CLI::App* verb = app.add_subcommand("overtime", "Print the over-time series of an area's layers");
+    verb->add_option("result", options.result, "Result file")->required()->option_text("NAME.lft");
+    addViewpoint(*verb, options);
+    addArea(*verb, options);
+    verb->add_option("--layer", options.layer, "Layer of the area, from 0 (default: all)")
+        ->check(CLI::NonNegativeNumber)
+        ->option_text("N");
+    verb->add_option("--time",
+                     options.time,
+                     "Span from the first tick, such as 1.2s..3.4s or 10%..20%; 'content' for where "
+                     "99 % of the instances lie (default: whole)")
+        ->option_text("A..B");
+    verb->add_option("--bins", options.bins, "Number of buckets (default 100)")->option_text("N");
+    verb->add_flag_callback(
+            "--unit-ticks", [&options] { options.ticks = true; }, "The same as --unit ticks")
+        ->group("");
+    verb->add_option_function<std::string>(
+            "--unit",
+            [&options](const std::string& unit) { options.ticks = unit == "ticks"; },
+            "own (default) or ticks: series of time as whole ticks")
+        ->check(CLI::IsMember({"own", "ticks"}))
+        ->option_text("UNIT");
+    verb->add_flag("--stats", options.stats, "Tell on stderr, as JSON, how each layer was served");
+    addFormat(*verb, options.format);
+    verb->footer("Example: lanefeed overtime build.lft --layer 1 --time 1s..2s --bins 200 --format csv");
+    return verb;
+}
+
+std::size_t editDistance(const std::string& a, const std::string& b) {
+    std::vector<std::size_t> line(b.size() + 1);
+    for (std::size_t j = 0; j <= b.size(); ++j)
+        line[j] = j;
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        std::size_t diagonal = line[0];
+        line[0] = i;
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+            diagonal = line[j];
+            line[j] = std::min({line[j] + 1, line[j - 1] + 1, replaced});
+        }
+    }
+    return line[b.size()];
+}
+
+// The command line library only says that a verb is required; say which word is none, and which
+// one was meant.
+void checkVerb(const CLI::App& app, int count, const char* const* arguments) {
+    int position = 1;
+    while (position < count && arguments[position][0] == '-') {
+        position += std::string(arguments[position]) == "--log" ? 2 : 1;
+    }
+    if (position >= count) return;
+    const std::string given = arguments[position];
+    std::string nearest;
+    std::size_t best = 3;
+    std::string known;
+    for (const CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
+        if (verb->get_name() == given) return;
+        known += (known.empty() ? "" : ", ") + verb->get_name();
+        const std::size_t distance = editDistance(given, verb->get_name());
+        if (distance < best) {
+            best = distance;
+            nearest = verb->get_name();
+        }
+    }
+    const std::string advice = nearest.empty() ? "" : fmt::format("; did you mean '{}'?", nearest);
+    throw Failure(exitUsage, fmt::format("no verb '{}'{} (verbs: {})", given, advice, known));
+}
+
+int parse(CLI::App& app, int count, const char* const* arguments, bool& done) {
+    done = true;
+    try {
+        app.parse(count, arguments);
+    } catch (const CLI::CallForHelp& help) {
+        return app.exit(help);
+    } catch (const CLI::CallForAllHelp& help) {
+        return app.exit(help);
+    } catch (const CLI::CallForVersion& version) {
+        return app.exit(version);
+    } catch (const CLI::ParseError& error) {
+        std::string text = error.what();
+        std::replace(text.begin(), text.end(), '\n', ' ');
+        throw Failure(exitUsage, text + " (see lanefeed --help)");
+    }
+    done = false;
+    return exitOk;
+}
+
+}  // namespace
+
+int runCommandLine(int count, const char* const* arguments) {
+    CLI::App app("Looks at traces: turns a trace into a result and answers what a timeline asks of it.", "lanefeed");
+    app.footer(
+        "Examples:\n"
+        "  lanefeed import trace.json.gz         # writes trace.lft\n"
+        "  lanefeed overtime trace.lft           # busy time and more, row by row\n"
+        "Exit codes: 0 ok, 1 failure, 2 usage, 3 input not understood, 130 interrupted.");
+    app.set_version_flag("--version", versionText());
+    app.require_subcommand(1);
+    app.fallthrough();
+    std::string log = "error";
+    app.add_option("--log", log, "What the library tells on stderr: debug, info, error (default) or off")
+        ->check(CLI::IsMember({"debug", "info", "error", "off"}))
+        ->option_text("LEVEL");
+
+    ImportOptions import;
+    ViewOptions view;
+    std::vector<std::pair<CLI::App*, std::function<int()>>> verbs;
+    verbs.emplace_back(addImport(app, import), [&import] { return runImport(import); });
+    verbs.emplace_back(addInfo(app, view), [&view] { return runInfo(view); });
+    verbs.emplace_back(addViewpointVerb(app, view), [&view] { return runViewpoint(view); });
+    verbs.emplace_back(addRows(app, view), [&view] { return runRows(view); });
+    verbs.emplace_back(addOvertime(app, view), [&view] { return runOvertime(view); });
+
+    checkVerb(app, count, arguments);
+    bool done = false;
+    const int code = parse(app, count, arguments, done);
+    if (done) return code;
+    setUpLog(log);
+    for (const auto& [verb, run] : verbs) {
+        if (verb->parsed()) return run();
+    }
+    return exitUsage;
+}
+
+}  // namespace lanefeed_tool

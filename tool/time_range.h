@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace lanefeed_tool {
+
+// A span of pane ticks, half open: start is in it, end is not.
+struct TickSpan {
+    std::uint64_t start = 0;
+    std::uint64_t end = 0;
+};
+
+// What a span given by a user is measured against.
+struct TimeScale {
+    std::uint64_t ticksPerSecond = 0;
+    std::uint64_t duration = 0;  // ticks of the whole result
+};
+
+// Reads "A..B", counted from the first tick of the result: numbers with s, ms, us, ns, ticks or %;
+// an end that is left out is that of the result. Throws a usage failure for anything else, for an
+// empty span and for one outside of the result.
+TickSpan parseTimeSpan(const std::string& text, const TimeScale& scale);
+
+}  // namespace lanefeed_tool

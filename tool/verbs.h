@@ -1,0 +1,44 @@
+#pragma once
+
+#include "table_print.h"
+
+#include <string>
+#include <vector>
+
+namespace lanefeed_tool {
+
+// What the command line gives to each verb. A verb prints its data on stdout and all else on
+// stderr, gives the exit code, and throws a Failure for what it can't do.
+
+struct ImportOptions {
+    std::string trace;
+    std::string output;               // empty: named after the trace
+    std::vector<std::string> pauses;  // spans A..B, from the first tick
+    bool keepGoing = false;           // take what unpacked of a damaged compressed file
+    bool noArgs = false;              // leave the arguments of events out
+    bool force = false;               // replace a result of another source
+    Format format = Format::table;
+};
+
+// What the reading verbs have in common.
+struct ViewOptions {
+    std::string result;
+    std::string viewpoint;             // empty: the shipped one that fits
+    std::vector<std::string> queries;  // further files of query definitions
+    bool strict = false;               // a viewpoint with messages is an error
+    int area = 0;                      // from 0, as in the viewpoint
+    int layer = -1;                    // from 0; -1: all
+    std::string time;                  // empty: the whole result
+    long long bins = 100;
+    bool ticks = false;  // series of time in whole ticks
+    bool stats = false;
+    Format format = Format::table;
+};
+
+int runImport(const ImportOptions& options);
+int runInfo(const ViewOptions& options);
+int runViewpoint(const ViewOptions& options);
+int runRows(const ViewOptions& options);
+int runOvertime(const ViewOptions& options);
+
+}  // namespace lanefeed_tool

@@ -1,0 +1,18 @@
+// Versions of what is running.
+
+#include "version.h"
+
+#include <store/schema.h>
+
+#include <fmt/format.h>
+
+namespace lanefeed_tool {
+
+std::string versionText() {
+    return fmt::format("lanefeed {} (result schema {}, commit {})",
+                       LANEFEED_VERSION,
+                       lanefeed_runtime::schemaVersion,
+                       LANEFEED_COMMIT);
+}
+
+}  // namespace lanefeed_tool
