@@ -1,0 +1,69 @@
+// lanefeed rows: the rows of an area in display order. Tested by tests/tool/verbs_test.cpp.
+
+#include "failure.h"
+#include "json_text.h"
+#include "session.h"
+#include "verbs.h"
+
+#include <fmt/format.h>
+
+#include <iostream>
+
+namespace lanefeed_tool {
+
+namespace {
+
+void printJson(const AreaView& area) {
+    std::string out = "[";
+    for (const int position : area.order()) {
+        const RowInfo& row = area.rows()[static_cast<std::size_t>(position)];
+        out += fmt::format(
+            "{}\n  {{\"id\": {}, \"dbIndex\": {}, \"parent\": {}, \"level\": {}, \"name\": {}, "
+            "\"start\": {}, \"end\": {}}}",
+            out.size() == 1 ? "" : ",",
+            row.id,
+            row.dbIndex,
+            row.parent < 0 ? "null" : std::to_string(row.parent),
+            row.level,
+            jsonString(row.name),
+            row.start,
+            row.end);
+    }
+    std::cout << out << "\n]\n";
+}
+
+TextTable textTable(const AreaView& area, Format format) {
+    TextTable table;
+    table.columns = {{"id", true}, {"dbIndex", true}, {"parent", true}, {"level", true}, {"name", false},
+                     {"start", true}, {"end", true}};
+    for (const int position : area.order()) {
+        const RowInfo& row = area.rows()[static_cast<std::size_t>(position)];
+        const std::string indent(format == Format::table ? 2 * static_cast<std::size_t>(row.level) : 0, ' ');
+        table.rows.push_back({std::to_string(row.id),
+                              std::to_string(row.dbIndex),
+                              row.parent < 0 ? "" : std::to_string(row.parent),
+                              std::to_string(row.level),
+                              indent + row.name,
+                              std::to_string(row.start),
+                              std::to_string(row.end)});
+    }
+    return table;
+}
+
+}  // namespace
+
+int runRows(const ViewOptions& options) {
+    Session session(options);
+    session.readViewpoint();
+    const AreaView area(session, options.area);
+    if (options.format == Format::json) {
+        printJson(area);
+    } else if (options.format == Format::csv) {
+        printCsv(std::cout, textTable(area, options.format));
+    } else {
+        printAligned(std::cout, textTable(area, options.format));
+    }
+    return exitOk;
+}
+
+}  // namespace lanefeed_tool

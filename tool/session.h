@@ -1,0 +1,100 @@
+#pragma once
+
+#include "time_range.h"
+#include "verbs.h"
+
+#include <basekit2/object.h>
+#include <dataface_1/input_data.h>
+#include <dataface_1/query_library.h>
+#include <dataface_1/table_tree.h>
+#include <idicerprovider.h>
+#include <parse_logger.h>
+#include <viewpointparser.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace lanefeed_tool {
+
+// An open result with a viewpoint read against it: what every reading verb starts from. All throw
+// a Failure for what they can't do.
+class Session {
+public:
+    // Opens the result; reads no viewpoint yet.
+    explicit Session(const ViewOptions& options);
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    const basekit2::sptr_t<dataface_1::IInputData>& input() const { return m_input; }
+
+    // Reads the viewpoint of the options, or the shipped one that fits, and shows its log. With
+    // --strict a log with messages is a failure.
+    void readViewpoint();
+    lanefeed_1::TLViewpointParser& viewpoint() { return m_parser; }
+    const lanefeed_1::ParseLogger& log() const { return *m_log; }
+    // File or shipped name, for messages.
+    const std::string& viewpointName() const { return m_viewpointName; }
+
+private:
+    std::string viewpointText();
+
+    const ViewOptions& m_options;
+    basekit2::sptr_t<dataface_1::IInputData> m_input;
+    basekit2::sptr_t<dataface_1::IQueryLibrary> m_library;
+    basekit2::sptr_t<lanefeed_1::ParseLogger> m_log;
+    std::string m_viewpointName;
+    lanefeed_1::TLViewpointParser m_parser;
+};
+
+// A row of an area as the row summary tells it. Times are pane ticks, the end inclusive.
+struct RowInfo {
+    int id = 0;
+    int dbIndex = -1;
+    int parent = -1;  // id of the row above, -1 at the top
+    int level = 0;
+    std::string name;
+    std::uint64_t start = 0;
+    std::uint64_t end = 0;
+};
+
+// One area of the viewpoint, bound to a provider of its own.
+class AreaView {
+public:
+    // Binds area `index`, from 0.
+    AreaView(Session& session, int index);
+    AreaView(const AreaView&) = delete;
+    AreaView& operator=(const AreaView&) = delete;
+
+    lanefeed_1::IDicerProvider& provider() { return *m_provider; }
+    lanefeed_1::TLViewpointParser::RowSet* rowSet() { return m_rowSet; }
+    // Source of the rows, null for an area with one row.
+    const lanefeed_1::DicerDataSource* rowSource() const { return m_rowSource; }
+    const std::vector<RowInfo>& rows() const { return m_rows; }
+    // Positions in rows(), in display order.
+    const std::vector<int>& order() const { return m_order; }
+    // The whole result has `duration` ticks: the last one counts.
+    const TimeScale& time() const { return m_time; }
+    // Signed trace time of pane tick 0 less that of tick 0: what turns a pane tick into an absolute
+    // tick of the result.
+    std::uint64_t firstTick() const { return m_firstTick; }
+
+private:
+    void readRows();
+    void addRows(const basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::ITableRow>>& rows,
+                 int parent,
+                 int level);
+    void readCells(dataface_1::ITableRow& row, RowInfo& info) const;
+
+    lanefeed_1::TLViewpointParser::RowSet* m_rowSet = nullptr;
+    const lanefeed_1::DicerDataSource* m_rowSource = nullptr;
+    basekit2::sptr_t<lanefeed_1::IDicerProvider> m_provider;
+    basekit2::sptr_t<dataface_1::ITableTree> m_table;
+    std::vector<basekit2::sptr_t<dataface_1::IColumnInfo>> m_columns;
+    std::vector<RowInfo> m_rows;
+    std::vector<int> m_order;
+    TimeScale m_time;
+    std::uint64_t m_firstTick = 0;
+};
+
+}  // namespace lanefeed_tool
