@@ -8,12 +8,10 @@
 #include "verbs.h"
 #include "version.h"
 
-#include <fmt/format.h>
-
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
+#include <CLI/CLI.hpp>
 #include <cstddef>
+#include <fmt/format.h>
 #include <functional>
 #include <iostream>
 #include <map>
@@ -37,7 +35,8 @@ void addFormat(CLI::App& verb, Format& format) {
 }
 
 void addViewpoint(CLI::App& verb, ViewOptions& options) {
-    verb.add_option("--viewpoint", options.viewpoint, "Viewpoint to apply (default: the shipped one that fits)")
+    verb.add_option("--viewpoint", options.viewpoint,
+                    "Viewpoint to apply (default: the shipped one that fits)")
         ->option_text("FILE");
     verb.add_option("--queries", options.queries, "Further query definitions; may be repeated")
         ->option_text("FILE");
@@ -45,7 +44,8 @@ void addViewpoint(CLI::App& verb, ViewOptions& options) {
 }
 
 void addArea(CLI::App& verb, ViewOptions& options) {
-    verb.add_option("--area", options.area, "Area of the viewpoint, from 0 (default 0)")->option_text("N");
+    verb.add_option("--area", options.area, "Area of the viewpoint, from 0 (default 0)")
+        ->option_text("N");
 }
 
 CLI::App* addImport(CLI::App& app, ImportOptions& options) {
@@ -53,9 +53,11 @@ CLI::App* addImport(CLI::App& app, ImportOptions& options) {
     verb->add_option("trace", options.trace, "Trace file; the format is told by its content")
         ->required()
         ->option_text("TRACE");
-    verb->add_option("-o,--output", options.output, "Result to write (default: TRACE without .gz and .json, plus .lft)")
+    verb->add_option("-o,--output", options.output,
+                     "Result to write (default: TRACE without .gz and .json, plus .lft)")
         ->option_text("NAME.lft");
-    verb->add_option("--pause", options.pauses, "Mark a span A..B from the first tick as paused; may be repeated")
+    verb->add_option("--pause", options.pauses,
+                     "Mark a span A..B from the first tick as paused; may be repeated")
         ->option_text("A..B");
     verb->add_flag("--keep-going", options.keepGoing, "Take what can be unpacked of a damaged .gz");
     verb->add_flag("--no-args", options.noArgs, "Leave the arguments of events out");
@@ -66,7 +68,8 @@ CLI::App* addImport(CLI::App& app, ImportOptions& options) {
 }
 
 CLI::App* addInfo(CLI::App& app, ViewOptions& options) {
-    CLI::App* verb = app.add_subcommand("info", "Tell what a result holds and what was left out of it");
+    CLI::App* verb =
+        app.add_subcommand("info", "Tell what a result holds and what was left out of it");
     verb->add_option("result", options.result, "Result file")->required()->option_text("NAME.lft");
     addFormat(*verb, options.format);
     verb->footer("Example: lanefeed info build.lft --format json");
@@ -74,7 +77,8 @@ CLI::App* addInfo(CLI::App& app, ViewOptions& options) {
 }
 
 CLI::App* addViewpointVerb(CLI::App& app, ViewOptions& options) {
-    CLI::App* verb = app.add_subcommand("viewpoint", "Read a viewpoint against a result and print its log");
+    CLI::App* verb =
+        app.add_subcommand("viewpoint", "Read a viewpoint against a result and print its log");
     verb->add_option("result", options.result, "Result file")->required()->option_text("NAME.lft");
     addViewpoint(*verb, options);
     addFormat(*verb, options.format);
@@ -93,31 +97,32 @@ CLI::App* addRows(CLI::App& app, ViewOptions& options) {
 }
 
 CLI::App* addOvertime(CLI::App& app, ViewOptions& options) {
-    CLI::App* verb = app.add_subcommand("overtime", "Print the over-time series of an area's layers");
+    CLI::App* verb =
+        app.add_subcommand("overtime", "Print the over-time series of an area's layers");
     verb->add_option("result", options.result, "Result file")->required()->option_text("NAME.lft");
     addViewpoint(*verb, options);
     addArea(*verb, options);
     verb->add_option("--layer", options.layer, "Layer of the area, from 0 (default: all)")
         ->check(CLI::NonNegativeNumber)
         ->option_text("N");
-    verb->add_option("--time",
-                     options.time,
-                     "Span from the first tick, such as 1.2s..3.4s or 10%..20%; 'content' for where "
-                     "99 % of the instances lie (default: whole)")
+    verb->add_option(
+            "--time", options.time,
+            "Span from the first tick, such as 1.2s..3.4s or 10%..20%; 'content' for where "
+            "99 % of the instances lie (default: whole)")
         ->option_text("A..B");
     verb->add_option("--bins", options.bins, "Number of buckets (default 100)")->option_text("N");
     verb->add_flag_callback(
             "--unit-ticks", [&options] { options.ticks = true; }, "The same as --unit ticks")
         ->group("");
     verb->add_option_function<std::string>(
-            "--unit",
-            [&options](const std::string& unit) { options.ticks = unit == "ticks"; },
+            "--unit", [&options](const std::string& unit) { options.ticks = unit == "ticks"; },
             "own (default) or ticks: series of time as whole ticks")
         ->check(CLI::IsMember({"own", "ticks"}))
         ->option_text("UNIT");
     verb->add_flag("--stats", options.stats, "Tell on stderr, as JSON, how each layer was served");
     addFormat(*verb, options.format);
-    verb->footer("Example: lanefeed overtime build.lft --layer 1 --time 1s..2s --bins 200 --format csv");
+    verb->footer(
+        "Example: lanefeed overtime build.lft --layer 1 --time 1s..2s --bins 200 --format csv");
     return verb;
 }
 
@@ -184,7 +189,9 @@ int parse(CLI::App& app, int count, const char* const* arguments, bool& done) {
 }  // namespace
 
 int runCommandLine(int count, const char* const* arguments) {
-    CLI::App app("Looks at traces: turns a trace into a result and answers what a timeline asks of it.", "lanefeed");
+    CLI::App app(
+        "Looks at traces: turns a trace into a result and answers what a timeline asks of it.",
+        "lanefeed");
     app.footer(
         "Examples:\n"
         "  lanefeed import trace.json.gz         # writes trace.lft\n"
@@ -194,7 +201,8 @@ int runCommandLine(int count, const char* const* arguments) {
     app.require_subcommand(1);
     app.fallthrough();
     std::string log = "error";
-    app.add_option("--log", log, "What the library tells on stderr: debug, info, error (default) or off")
+    app.add_option("--log", log,
+                   "What the library tells on stderr: debug, info, error (default) or off")
         ->check(CLI::IsMember({"debug", "info", "error", "off"}))
         ->option_text("LEVEL");
 

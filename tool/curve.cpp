@@ -34,7 +34,8 @@ const char* block(double value, double top) {
 }  // namespace
 
 std::string drawCurve(const std::vector<double>& values, int width, double top) {
-    const std::size_t columns = std::min(values.size(), static_cast<std::size_t>(std::max(width, 0)));
+    const std::size_t columns =
+        std::min(values.size(), static_cast<std::size_t>(std::max(width, 0)));
     std::string out;
     for (std::size_t column = 0; column < columns; ++column) {
         const std::size_t first = column * values.size() / columns;

@@ -2,10 +2,9 @@
 
 #include "json_text.h"
 
-#include <fmt/format.h>
-
 #include <cmath>
 #include <cstddef>
+#include <fmt/format.h>
 #include <iterator>
 
 namespace lanefeed_tool {

@@ -6,14 +6,12 @@
 #include "session.h"
 #include "verbs.h"
 
-#include <queryparam.h>
-
-#include <fmt/format.h>
-
 #include <chrono>
 #include <cmath>
+#include <fmt/format.h>
 #include <iostream>
 #include <limits>
+#include <queryparam.h>
 
 namespace lanefeed_tool {
 
@@ -34,14 +32,14 @@ TickSpan spanOf(const Session& session, const AreaView& area, const std::string&
 int checkedBins(long long bins, const TickSpan& span) {
     const std::uint64_t ticks = span.end - span.start;
     if (bins < 1 || static_cast<std::uint64_t>(bins) > ticks) {
-        throw Failure(exitUsage,
-                      fmt::format("--bins {}: ask for 1 to {} buckets, as many as the span has ticks", bins, ticks));
+        throw Failure(
+            exitUsage,
+            fmt::format("--bins {}: ask for 1 to {} buckets, as many as the span has ticks", bins,
+                        ticks));
     }
     if (bins > std::numeric_limits<int>::max()) {
-        throw Failure(exitUsage,
-                      fmt::format("--bins {}: more than {} buckets can't be asked for",
-                                  bins,
-                                  std::numeric_limits<int>::max()));
+        throw Failure(exitUsage, fmt::format("--bins {}: more than {} buckets can't be asked for",
+                                             bins, std::numeric_limits<int>::max()));
     }
     return static_cast<int>(bins);
 }
@@ -50,7 +48,8 @@ std::string layerName(const LayerInfo& layer) {
     if (!layer.displayName.empty()) return lanefeed_1::getString(layer.displayName);
     if (!layer.drawBy.displayName.empty()) return lanefeed_1::getString(layer.drawBy.displayName);
     const sptr_t<dataface_1::IQuery>& query = layer.drawBy.ds.m_defaultQuery;
-    return query.is_null() ? fmt::format("layer {}", layer.id) : lanefeed_1::getString(query->getName());
+    return query.is_null() ? fmt::format("layer {}", layer.id)
+                           : lanefeed_1::getString(query->getName());
 }
 
 std::string unitOf(const DicerDataSource& source) {
@@ -64,7 +63,8 @@ std::string unitOf(const DicerDataSource& source) {
 }
 
 IDicerProvider::overtime_type_t routeOf(const DicerDataSource& source) {
-    return source.m_dataType == DicerDataSource::dsDerived ? IDicerProvider::otDerived : IDicerProvider::otTime;
+    return source.m_dataType == DicerDataSource::dsDerived ? IDicerProvider::otDerived
+                                                           : IDicerProvider::otTime;
 }
 
 // A percentage of the bucket width as the ticks that it was made from.
@@ -136,16 +136,19 @@ private:
         param.endTime = m_span.end;
         param.binCount = static_cast<basekit2::u32_t>(m_bins);
         param.keepZeroValues = keepZeros;
-        param.applicableRowLevels.insert(layer.drawBy.ds.m_rowByLevels.begin(), layer.drawBy.ds.m_rowByLevels.end());
+        param.applicableRowLevels.insert(layer.drawBy.ds.m_rowByLevels.begin(),
+                                         layer.drawBy.ds.m_rowByLevels.end());
 
         const ReadCounts before = readCounts(m_session);
         const auto begin = std::chrono::steady_clock::now();
         std::vector<sptr_t<dataface_1::ITableTree>> forest;
         // False also means that nothing lies in the span.
-        const bool served = m_area.provider().getOverTimeData(param, routeOf(layer.drawBy.ds), forest);
+        const bool served =
+            m_area.provider().getOverTimeData(param, routeOf(layer.drawBy.ds), forest);
         for (std::size_t row = 0; served && row < forest.size() && row < answer.rows.size(); ++row)
             answer.rows[row] = readSeries(forest[row], m_bins, keepZeros);
-        const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - begin;
+        const std::chrono::duration<double, std::milli> taken =
+            std::chrono::steady_clock::now() - begin;
         const ReadCounts after = readCounts(m_session);
         answer.stats.milliseconds = taken.count();
         answer.stats.served = "store";
@@ -168,12 +171,10 @@ std::vector<LayerSeries> readLayers(Session& session, AreaView& area, const View
     static const std::vector<LayerInfo> kNone;
     const std::vector<LayerInfo>& layers = area.rowSet() != nullptr ? area.rowSet()->layers : kNone;
     if (options.layer >= static_cast<int>(layers.size())) {
-        throw Failure(exitUsage,
-                      fmt::format("--layer {}: area {} of {} has {} layers, counted from 0",
-                                  options.layer,
-                                  options.area,
-                                  session.viewpointName(),
-                                  layers.size()));
+        throw Failure(
+            exitUsage,
+            fmt::format("--layer {}: area {} of {} has {} layers, counted from 0", options.layer,
+                        options.area, session.viewpointName(), layers.size()));
     }
     for (int i = 0; i < static_cast<int>(layers.size()); ++i) {
         if (options.layer >= 0 && options.layer != i) continue;
@@ -184,7 +185,8 @@ std::vector<LayerSeries> readLayers(Session& session, AreaView& area, const View
             continue;
         }
         const std::string text = fmt::format("layer {} ({}) {}", i, layerName(layer), refusal);
-        if (options.layer >= 0) throw Failure(exitUsage, "--layer " + std::to_string(i) + ": " + text);
+        if (options.layer >= 0)
+            throw Failure(exitUsage, "--layer " + std::to_string(i) + ": " + text);
         std::cerr << "lanefeed: note: " << text << "; left out\n";
     }
     return answers;

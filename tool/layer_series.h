@@ -35,7 +35,9 @@ struct LayerSeries {
     ServeStats stats;
 
     // Width of every bucket; the last one reaches to the end of the span.
-    std::uint64_t binTicks() const { return (span.end - span.start) / static_cast<std::uint64_t>(bins); }
+    std::uint64_t binTicks() const {
+        return (span.end - span.start) / static_cast<std::uint64_t>(bins);
+    }
     std::uint64_t bucketStart(int bucket) const {
         return span.start + static_cast<std::uint64_t>(bucket) * binTicks();
     }

@@ -13,7 +13,8 @@ int main(int count, char** arguments) {
         const int code = lanefeed_tool::runCommandLine(count, arguments);
         std::cout.flush();
         if (!std::cout) {
-            std::cerr << "lanefeed: error: stdout: the output could not be written; is the disk full?\n";
+            std::cerr
+                << "lanefeed: error: stdout: the output could not be written; is the disk full?\n";
             return lanefeed_tool::exitFailure;
         }
         return code;

@@ -11,10 +11,9 @@
 #include "terminal.h"
 #include "verbs.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cmath>
+#include <fmt/format.h>
 #include <iostream>
 #include <iterator>
 #include <limits>
@@ -48,25 +47,17 @@ void appendSeries(std::string& out, const Series& series) {
 
 void appendLayer(std::string& out, const AreaView& area, const LayerSeries& layer) {
     out += fmt::format(
-        "\n  {{\"area\": {}, \"layer\": {}, \"name\": {}, \"unit\": {}, \"start\": {}, \"end\": {}, "
+        "\n  {{\"area\": {}, \"layer\": {}, \"name\": {}, \"unit\": {}, \"start\": {}, \"end\": "
+        "{}, "
         "\"bins\": {}, \"binTicks\": {}, \"rows\": [",
-        layer.area,
-        layer.layer,
-        jsonString(layer.name),
-        jsonString(layer.unit),
-        layer.span.start,
-        layer.span.end,
-        layer.bins,
-        layer.binTicks());
+        layer.area, layer.layer, jsonString(layer.name), jsonString(layer.unit), layer.span.start,
+        layer.span.end, layer.bins, layer.binTicks());
     bool first = true;
     for (const int position : area.order()) {
         const RowInfo& row = area.rows()[static_cast<std::size_t>(position)];
-        out += fmt::format("{}\n    {{\"id\": {}, \"dbIndex\": {}, \"level\": {}, \"name\": {}, \"series\": [",
-                           first ? "" : ",",
-                           row.id,
-                           row.dbIndex,
-                           row.level,
-                           jsonString(row.name));
+        out += fmt::format(
+            "{}\n    {{\"id\": {}, \"dbIndex\": {}, \"level\": {}, \"name\": {}, \"series\": [",
+            first ? "" : ",", row.id, row.dbIndex, row.level, jsonString(row.name));
         first = false;
         const std::vector<Series>& all = layer.rows[static_cast<std::size_t>(row.id)];
         for (std::size_t i = 0; i < all.size(); ++i) {
@@ -101,14 +92,9 @@ void printCsvLines(const AreaView& area, const std::vector<LayerSeries>& layers)
                     const double value = series.values[static_cast<std::size_t>(bucket)];
                     if (std::isnan(value)) continue;
                     if (several) out += csvField(layer.name) + ",";
-                    fmt::format_to(std::back_inserter(out),
-                                   "{},{},{},{},{},{},{}\n",
-                                   row.id,
-                                   csvField(row.name),
-                                   csvField(series.name),
-                                   bucket,
-                                   layer.bucketStart(bucket),
-                                   layer.bucketEnd(bucket),
+                    fmt::format_to(std::back_inserter(out), "{},{},{},{},{},{},{}\n", row.id,
+                                   csvField(row.name), csvField(series.name), bucket,
+                                   layer.bucketStart(bucket), layer.bucketEnd(bucket),
                                    valueText(value, layer.unit == "ticks", Format::csv));
                 }
                 std::cout << out;
@@ -134,7 +120,8 @@ Summary summarize(const Series& series, bool plainValues) {
         summary.highest = std::max(summary.highest, value);
         ++summary.filled;
     }
-    const std::size_t parts = plainValues ? static_cast<std::size_t>(summary.filled) : series.values.size();
+    const std::size_t parts =
+        plainValues ? static_cast<std::size_t>(summary.filled) : series.values.size();
     summary.mean = parts > 0 ? sum / static_cast<double>(parts) : 0;
     return summary;
 }
@@ -144,15 +131,15 @@ constexpr std::size_t kSeriesCharacters = 40;
 constexpr std::size_t kSeriesShown = 5;
 
 // The series of a row, the largest ones first.
-std::vector<std::pair<Summary, const Series*>> bySize(const std::vector<Series>& all, bool plainValues) {
+std::vector<std::pair<Summary, const Series*>> bySize(const std::vector<Series>& all,
+                                                      bool plainValues) {
     std::vector<std::pair<Summary, const Series*>> filled;
     for (const Series& series : all) {
         const Summary summary = summarize(series, plainValues);
         if (summary.filled > 0) filled.emplace_back(summary, &series);
     }
-    std::stable_sort(filled.begin(), filled.end(), [](const auto& a, const auto& b) {
-        return a.first.mean > b.first.mean;
-    });
+    std::stable_sort(filled.begin(), filled.end(),
+                     [](const auto& a, const auto& b) { return a.first.mean > b.first.mean; });
     return filled;
 }
 
@@ -167,14 +154,11 @@ double highestOf(const LayerSeries& layer) {
 }
 
 void printLayer(const AreaView& area, const LayerSeries& layer, int curveWidth) {
-    std::cout << fmt::format("Layer {}: {} ({}), {} buckets of {} ticks\n",
-                             layer.layer,
-                             layer.name,
-                             layer.unit,
-                             layer.bins,
-                             layer.binTicks());
+    std::cout << fmt::format("Layer {}: {} ({}), {} buckets of {} ticks\n", layer.layer, layer.name,
+                             layer.unit, layer.bins, layer.binTicks());
     TextTable table;
-    table.columns = {{"row", false}, {"series", false}, {"mean", true}, {"max", true}, {"buckets", true}};
+    table.columns = {
+        {"row", false}, {"series", false}, {"mean", true}, {"max", true}, {"buckets", true}};
     if (curveWidth > 0) table.columns.push_back({"over time", false});
     const bool ticks = layer.unit == "ticks";
     const double top = layer.unit == "percent" ? 100.0 : highestOf(layer);
@@ -182,7 +166,8 @@ void printLayer(const AreaView& area, const LayerSeries& layer, int curveWidth) 
     std::size_t hidden = 0;
     for (const int position : area.order()) {
         const RowInfo& row = area.rows()[static_cast<std::size_t>(position)];
-        const auto filled = bySize(layer.rows[static_cast<std::size_t>(row.id)], layer.unit == "value");
+        const auto filled =
+            bySize(layer.rows[static_cast<std::size_t>(row.id)], layer.unit == "value");
         if (filled.empty()) ++emptyRows;
         for (std::size_t i = 0; i < std::min(filled.size(), kSeriesShown); ++i) {
             const auto& [summary, series] = filled[i];
@@ -198,9 +183,12 @@ void printLayer(const AreaView& area, const LayerSeries& layer, int curveWidth) 
     }
     printAligned(std::cout, table);
     // Never a silent truncation.
-    if (emptyRows > 0) std::cout << fmt::format("{} of {} rows have no data here\n", emptyRows, area.rows().size());
+    if (emptyRows > 0)
+        std::cout << fmt::format("{} of {} rows have no data here\n", emptyRows,
+                                 area.rows().size());
     if (hidden > 0) {
-        std::cout << fmt::format("{} smaller series are not shown; --format csv has them all\n", hidden);
+        std::cout << fmt::format("{} smaller series are not shown; --format csv has them all\n",
+                                 hidden);
     }
     std::cout << '\n';
 }
@@ -215,17 +203,12 @@ void printStats(const std::vector<LayerSeries>& layers) {
     std::string out = "[";
     for (const LayerSeries& layer : layers) {
         out += fmt::format(
-            "{}\n  {{\"area\": {}, \"layer\": {}, \"served\": {}, \"ms\": {:.3f}, \"storeReads\": {}, "
+            "{}\n  {{\"area\": {}, \"layer\": {}, \"served\": {}, \"ms\": {:.3f}, \"storeReads\": "
+            "{}, "
             "\"instances\": {}, \"cells\": {}, \"leftOut\": {}}}",
-            out.size() == 1 ? "" : ",",
-            layer.area,
-            layer.layer,
-            jsonString(layer.stats.served),
-            layer.stats.milliseconds,
-            layer.stats.storeReads,
-            layer.stats.instances,
-            layer.stats.cells,
-            layer.stats.leftOut);
+            out.size() == 1 ? "" : ",", layer.area, layer.layer, jsonString(layer.stats.served),
+            layer.stats.milliseconds, layer.stats.storeReads, layer.stats.instances,
+            layer.stats.cells, layer.stats.leftOut);
     }
     std::cerr << out << "\n]\n";
 }

@@ -6,7 +6,6 @@
 #include "verbs.h"
 
 #include <fmt/format.h>
-
 #include <iostream>
 
 namespace lanefeed_tool {
@@ -20,32 +19,25 @@ void printJson(const AreaView& area) {
         out += fmt::format(
             "{}\n  {{\"id\": {}, \"dbIndex\": {}, \"parent\": {}, \"level\": {}, \"name\": {}, "
             "\"start\": {}, \"end\": {}}}",
-            out.size() == 1 ? "" : ",",
-            row.id,
-            row.dbIndex,
-            row.parent < 0 ? "null" : std::to_string(row.parent),
-            row.level,
-            jsonString(row.name),
-            row.start,
-            row.end);
+            out.size() == 1 ? "" : ",", row.id, row.dbIndex,
+            row.parent < 0 ? "null" : std::to_string(row.parent), row.level, jsonString(row.name),
+            row.start, row.end);
     }
     std::cout << out << "\n]\n";
 }
 
 TextTable textTable(const AreaView& area, Format format) {
     TextTable table;
-    table.columns = {{"id", true}, {"dbIndex", true}, {"parent", true}, {"level", true}, {"name", false},
-                     {"start", true}, {"end", true}};
+    table.columns = {{"id", true},    {"dbIndex", true}, {"parent", true}, {"level", true},
+                     {"name", false}, {"start", true},   {"end", true}};
     for (const int position : area.order()) {
         const RowInfo& row = area.rows()[static_cast<std::size_t>(position)];
-        const std::string indent(format == Format::table ? 2 * static_cast<std::size_t>(row.level) : 0, ' ');
-        table.rows.push_back({std::to_string(row.id),
-                              std::to_string(row.dbIndex),
+        const std::string indent(
+            format == Format::table ? 2 * static_cast<std::size_t>(row.level) : 0, ' ');
+        table.rows.push_back({std::to_string(row.id), std::to_string(row.dbIndex),
                               row.parent < 0 ? "" : std::to_string(row.parent),
-                              std::to_string(row.level),
-                              indent + row.name,
-                              std::to_string(row.start),
-                              std::to_string(row.end)});
+                              std::to_string(row.level), indent + row.name,
+                              std::to_string(row.start), std::to_string(row.end)});
     }
     return table;
 }

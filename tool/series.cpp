@@ -3,11 +3,11 @@
 #include "series.h"
 
 #include <dataface_1/query_kinds.h>
-#include <viewpointparser.h>
 
 #include <cstddef>
 #include <limits>
 #include <optional>
+#include <viewpointparser.h>
 
 namespace lanefeed_tool {
 
@@ -52,7 +52,8 @@ Series namedSeries(const sptr_t<IColumnInfo>& column, int bins) {
     for (const std::string& part : series.parts)
         series.name += (series.name.empty() ? "" : ":") + part;
     const sptr_t<IQuery> query = columnQuery(*column);
-    if (series.parts.empty() && !query.is_null()) series.name = lanefeed_1::getString(query->getName());
+    if (series.parts.empty() && !query.is_null())
+        series.name = lanefeed_1::getString(query->getName());
     series.values.assign(static_cast<std::size_t>(bins), std::numeric_limits<double>::quiet_NaN());
     return series;
 }
@@ -67,7 +68,9 @@ int bucketOf(ITableRow& row, const sptr_t<IColumnInfo>& timeBin, int bins) {
 
 }  // namespace
 
-std::vector<Series> readSeries(const sptr_t<dataface_1::ITableTree>& table, int bins, bool keepZeros) {
+std::vector<Series> readSeries(const sptr_t<dataface_1::ITableTree>& table,
+                               int bins,
+                               bool keepZeros) {
     std::vector<Series> all;
     if (table.is_null()) return all;
     sptr_t<IColumnInfo> timeBin;

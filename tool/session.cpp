@@ -5,15 +5,13 @@
 #include "failure.h"
 #include "log_output.h"
 
-#include <session/open_result.h>
-#include <session/shipped_viewpoints.h>
-
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fmt/format.h>
 #include <fstream>
+#include <session/open_result.h>
+#include <session/shipped_viewpoints.h>
 #include <sstream>
 #include <utility>
 
@@ -33,12 +31,14 @@ sptr_t<dataface_1::IInputData> open(const ViewOptions& options) {
     lanefeed_runtime::OpenOptions how;
     how.queryFiles = options.queries;
     lanefeed_runtime::OpenOutcome outcome;
-    sptr_t<dataface_1::IInputData> input = lanefeed_runtime::openResult(options.result, how, outcome);
+    sptr_t<dataface_1::IInputData> input =
+        lanefeed_runtime::openResult(options.result, how, outcome);
     if (outcome.isOpened() && !input.is_null()) return input;
     std::string text = outcome.text;
     for (const std::string& further : outcome.more)
         text += "\nlanefeed: error: " + further;
-    throw Failure(outcome.kind == lanefeed_runtime::OpenOutcome::notUnderstood ? exitNotUnderstood : exitFailure,
+    throw Failure(outcome.kind == lanefeed_runtime::OpenOutcome::notUnderstood ? exitNotUnderstood
+                                                                               : exitFailure,
                   text);
 }
 
@@ -48,7 +48,8 @@ std::string readFile(const std::string& path) {
     if (file) text << file.rdbuf();
     if (!file || text.fail()) {
         const std::string reason = errno != 0 ? std::strerror(errno) : "it can't be read";
-        throw Failure(exitFailure, fmt::format("{}: {}; name a viewpoint file that can be read", path, reason));
+        throw Failure(exitFailure,
+                      fmt::format("{}: {}; name a viewpoint file that can be read", path, reason));
     }
     return text.str();
 }
@@ -66,7 +67,9 @@ constexpr int kNameColumnBit = 1;
 }  // namespace
 
 Session::Session(const ViewOptions& options)
-    : m_options(options), m_input(open(options)), m_log(basekit2::make_object<lanefeed_1::ParseLogger>()) {
+    : m_options(options),
+      m_input(open(options)),
+      m_log(basekit2::make_object<lanefeed_1::ParseLogger>()) {
     dataface_1::lookup(m_input, m_library);
 }
 
@@ -94,9 +97,10 @@ void Session::readViewpoint() {
         m_log->printMessages();
     }
     if (m_options.strict) {
-        throw Failure(exitNotUnderstood,
-                      fmt::format("{}: the log has messages; mend what they name, or leave --strict out",
-                                  m_viewpointName));
+        throw Failure(
+            exitNotUnderstood,
+            fmt::format("{}: the log has messages; mend what they name, or leave --strict out",
+                        m_viewpointName));
     }
 }
 
@@ -104,17 +108,15 @@ AreaView::AreaView(Session& session, int index) {
     std::vector<TLViewpointParser::Area>& areas = session.viewpoint().m_areas;
     if (index < 0 || index >= static_cast<int>(areas.size())) {
         throw Failure(exitUsage,
-                      fmt::format("--area {}: {} has {} area{}{}",
-                                  index,
-                                  session.viewpointName(),
-                                  areas.size(),
-                                  areas.size() == 1 ? "" : "s",
+                      fmt::format("--area {}: {} has {} area{}{}", index, session.viewpointName(),
+                                  areas.size(), areas.size() == 1 ? "" : "s",
                                   areas.empty() ? "" : ", counted from 0"));
     }
     TLViewpointParser::Area& area = areas[static_cast<std::size_t>(index)];
     if (!area.rowSets.empty()) m_rowSet = &area.rowSets.front();
     m_provider = IDicerProvider::create(session.input());
-    if (m_provider.is_null()) throw Failure(exitFailure, "no provider could be made for the result");
+    if (m_provider.is_null())
+        throw Failure(exitFailure, "no provider could be made for the result");
     m_provider->setResult(index, session.input(), m_rowSet, session.viewpointName(), 0);
 
     basekit2::u64_t first = 0;
@@ -140,9 +142,10 @@ void AreaView::readRows() {
         return;
     }
     if (!m_provider->getRowSummary(m_table, -1, true, true) || m_table.is_null()) {
-        throw Failure(exitFailure,
-                      "the rows of the area could not be read; the log above says why (see --log info), and "
-                      "'lanefeed info' tells what the result holds");
+        throw Failure(
+            exitFailure,
+            "the rows of the area could not be read; the log above says why (see --log info), and "
+            "'lanefeed info' tells what the result holds");
     }
     for (auto it = m_table->getColumns(nullptr); !it.at_end(); it.next())
         m_columns.push_back(it.current());

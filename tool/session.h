@@ -7,13 +7,13 @@
 #include <dataface_1/input_data.h>
 #include <dataface_1/query_library.h>
 #include <dataface_1/table_tree.h>
-#include <idicerprovider.h>
-#include <parse_logger.h>
-#include <viewpointparser.h>
 
 #include <cstdint>
+#include <idicerprovider.h>
+#include <parse_logger.h>
 #include <string>
 #include <vector>
+#include <viewpointparser.h>
 
 namespace lanefeed_tool {
 

@@ -20,10 +20,8 @@ std::size_t width(const std::string& text) {
 
 std::string printable(std::string text) {
     std::replace_if(
-        text.begin(),
-        text.end(),
-        [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; },
-        ' ');
+        text.begin(), text.end(),
+        [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, ' ');
     return text;
 }
 

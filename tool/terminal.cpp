@@ -4,10 +4,9 @@
 
 #include <basekit2/environment.h>
 
+#include <algorithm>
 #include <sys/ioctl.h>
 #include <unistd.h>
-
-#include <algorithm>
 
 namespace lanefeed_tool {
 

@@ -4,13 +4,11 @@
 
 #include "failure.h"
 
-#include <fmt/format.h>
-
 #include <array>
-#include <cmath>
-#include <string_view>
-
 #include <charconv>
+#include <cmath>
+#include <fmt/format.h>
+#include <string_view>
 
 namespace lanefeed_tool {
 
@@ -22,7 +20,8 @@ struct Unit {
 };
 
 // Longer names first, so that "ms" is not read as "s".
-constexpr std::array<Unit, 5> kUnits{{{"ticks", 0.0L}, {"ms", 1e3L}, {"us", 1e6L}, {"ns", 1e9L}, {"s", 1.0L}}};
+constexpr std::array<Unit, 5> kUnits{
+    {{"ticks", 0.0L}, {"ms", 1e3L}, {"us", 1e6L}, {"ns", 1e9L}, {"s", 1.0L}}};
 
 bool endsWith(std::string_view text, std::string_view tail) {
     return text.size() >= tail.size() && text.substr(text.size() - tail.size()) == tail;
@@ -59,17 +58,14 @@ std::uint64_t edgeTicks(std::string_view edge, const std::string& text, const Ti
         throw Failure(exitUsage,
                       fmt::format("--time {}: '{}' is no time; write a number with s, ms, us, ns, "
                                   "ticks or %, as in 1.2s..3.4s",
-                                  text,
-                                  edge));
+                                  text, edge));
     }
     const long double rounded = std::round(ticks);
     if (rounded > static_cast<long double>(scale.duration)) {
         throw Failure(exitUsage,
                       fmt::format("--time {}: '{}' lies outside of the result, which is {} ticks "
                                   "({:.9g} s) long",
-                                  text,
-                                  edge,
-                                  scale.duration,
+                                  text, edge, scale.duration,
                                   static_cast<double>(scale.duration) /
                                       static_cast<double>(scale.ticksPerSecond)));
     }
@@ -81,8 +77,9 @@ std::uint64_t edgeTicks(std::string_view edge, const std::string& text, const Ti
 TickSpan parseTimeSpan(const std::string& text, const TimeScale& scale) {
     const std::size_t dots = text.find("..");
     if (dots == std::string::npos) {
-        throw Failure(exitUsage,
-                      fmt::format("--time {}: no span; write A..B, as in 1.2s..3.4s or 10%..20%", text));
+        throw Failure(
+            exitUsage,
+            fmt::format("--time {}: no span; write A..B, as in 1.2s..3.4s or 10%..20%", text));
     }
     const std::string_view view = text;
     const std::string_view from = view.substr(0, dots);
@@ -91,7 +88,9 @@ TickSpan parseTimeSpan(const std::string& text, const TimeScale& scale) {
     span.start = from.empty() ? 0 : edgeTicks(from, text, scale);
     span.end = to.empty() ? scale.duration : edgeTicks(to, text, scale);
     if (span.start >= span.end) {
-        throw Failure(exitUsage, fmt::format("--time {}: the span is empty; its end must lie behind its start", text));
+        throw Failure(
+            exitUsage,
+            fmt::format("--time {}: the span is empty; its end must lie behind its start", text));
     }
     return span;
 }

@@ -2,17 +2,14 @@
 
 #include "version.h"
 
-#include <store/schema.h>
-
 #include <fmt/format.h>
+#include <store/schema.h>
 
 namespace lanefeed_tool {
 
 std::string versionText() {
-    return fmt::format("lanefeed {} (result schema {}, commit {})",
-                       LANEFEED_VERSION,
-                       lanefeed_runtime::schemaVersion,
-                       LANEFEED_COMMIT);
+    return fmt::format("lanefeed {} (result schema {}, commit {})", LANEFEED_VERSION,
+                       lanefeed_runtime::schemaVersion, LANEFEED_COMMIT);
 }
 
 }  // namespace lanefeed_tool

@@ -23,9 +23,9 @@ TEST(JsonText, KeepsWellFormedUtf8AndReplacesTheRest) {
         std::string text;
         int replacements;
     } cases[] = {
-        {"lone continuation", "\x80", 1},        {"overlong slash", "\xC0\xAF", 2},
-        {"surrogate", "\xED\xA0\x80", 3},        {"above the last character", "\xF4\x90\x80\x80", 4},
-        {"cut at the end", "\xE2\x82", 2},       {"byte that never occurs", "\xFF", 1},
+        {"lone continuation", "\x80", 1},  {"overlong slash", "\xC0\xAF", 2},
+        {"surrogate", "\xED\xA0\x80", 3},  {"above the last character", "\xF4\x90\x80\x80", 4},
+        {"cut at the end", "\xE2\x82", 2}, {"byte that never occurs", "\xFF", 1},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);

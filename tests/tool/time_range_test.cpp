@@ -22,11 +22,16 @@ TEST(TimeSpan, ReadsEveryUnit) {
         const char* text;
         TickSpan span;
     } cases[] = {
-        {"1.2s..3.4s", {1200000000, 3400000000}}, {"10ms..20ms", {10000000, 20000000}},
-        {"5us..1ms", {5000, 1000000}},            {"1ns..2ns", {1, 2}},
-        {"17ticks..99ticks", {17, 99}},           {"25%..50%", {2500000000, 5000000000}},
-        {"..1s", {0, 1000000000}},                {"9s..", {9000000000, 10000000000}},
-        {"0%..100%", {0, 10000000000}},           {"0.1234567891s..1s", {123456789, 1000000000}},
+        {"1.2s..3.4s", {1200000000, 3400000000}},
+        {"10ms..20ms", {10000000, 20000000}},
+        {"5us..1ms", {5000, 1000000}},
+        {"1ns..2ns", {1, 2}},
+        {"17ticks..99ticks", {17, 99}},
+        {"25%..50%", {2500000000, 5000000000}},
+        {"..1s", {0, 1000000000}},
+        {"9s..", {9000000000, 10000000000}},
+        {"0%..100%", {0, 10000000000}},
+        {"0.1234567891s..1s", {123456789, 1000000000}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
@@ -47,10 +52,10 @@ TEST(TimeSpan, RefusesWhatItCannotServeAndSaysWhy) {
         const char* text;
         const char* said;
     } cases[] = {
-        {"1s", "write A..B"},         {"1..2", "is no time"},       {"as..2s", "is no time"},
-        {"-1s..2s", "is no time"},    {"1 s..2s", "is no time"},    {"2s..1s", "is empty"},
-        {"2s..2s", "is empty"},       {"1s..11s", "outside"},       {"0%..101%", "outside"},
-        {"1e400s..2s", "is no time"}, {"nans..2s", "is no time"},   {"infs..", "is no time"},
+        {"1s", "write A..B"},         {"1..2", "is no time"},     {"as..2s", "is no time"},
+        {"-1s..2s", "is no time"},    {"1 s..2s", "is no time"},  {"2s..1s", "is empty"},
+        {"2s..2s", "is empty"},       {"1s..11s", "outside"},     {"0%..101%", "outside"},
+        {"1e400s..2s", "is no time"}, {"nans..2s", "is no time"}, {"infs..", "is no time"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
@@ -59,7 +64,8 @@ TEST(TimeSpan, RefusesWhatItCannotServeAndSaysWhy) {
             ADD_FAILURE() << "taken";
         } catch (const Failure& failure) {
             EXPECT_EQ(failure.code(), lanefeed_tool::exitUsage);
-            EXPECT_NE(std::string(failure.what()).find(c.said), std::string::npos) << failure.what();
+            EXPECT_NE(std::string(failure.what()).find(c.said), std::string::npos)
+                << failure.what();
         }
     }
 }
