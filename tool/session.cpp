@@ -104,6 +104,15 @@ void Session::readViewpoint() {
     }
 }
 
+sptr_t<IDicerProvider> Session::boundProvider(int area) {
+    sptr_t<IDicerProvider> provider = IDicerProvider::create(m_input);
+    if (provider.is_null()) throw Failure(exitFailure, "no provider could be made for the result");
+    auto& rowSets = m_parser.m_areas[static_cast<std::size_t>(area)].rowSets;
+    provider->setResult(area, m_input, rowSets.empty() ? nullptr : &rowSets.front(),
+                        m_viewpointName, 0);
+    return provider;
+}
+
 AreaView::AreaView(Session& session, int index) {
     std::vector<TLViewpointParser::Area>& areas = session.viewpoint().m_areas;
     if (index < 0 || index >= static_cast<int>(areas.size())) {
@@ -114,10 +123,7 @@ AreaView::AreaView(Session& session, int index) {
     }
     TLViewpointParser::Area& area = areas[static_cast<std::size_t>(index)];
     if (!area.rowSets.empty()) m_rowSet = &area.rowSets.front();
-    m_provider = IDicerProvider::create(session.input());
-    if (m_provider.is_null())
-        throw Failure(exitFailure, "no provider could be made for the result");
-    m_provider->setResult(index, session.input(), m_rowSet, session.viewpointName(), 0);
+    m_provider = session.boundProvider(index);
 
     basekit2::u64_t first = 0;
     basekit2::u64_t last = 0;

@@ -35,6 +35,8 @@ public:
     const lanefeed_1::ParseLogger& log() const { return *m_log; }
     // File or shipped name, for messages.
     const std::string& viewpointName() const { return m_viewpointName; }
+    // A new provider, bound to the row set of an area that is there.
+    basekit2::sptr_t<lanefeed_1::IDicerProvider> boundProvider(int area);
 
 private:
     std::string viewpointText();

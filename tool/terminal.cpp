@@ -1,4 +1,4 @@
-// What stdout and stderr are.
+// What stdout and stderr are, and where files can be made.
 
 #include "terminal.h"
 
@@ -27,6 +27,10 @@ int curveWidthOfTerminal() {
 
 bool showsProgress() {
     return isatty(STDERR_FILENO) != 0;
+}
+
+bool isWritableFolder(const std::string& folder) {
+    return access(folder.empty() ? "." : folder.c_str(), W_OK) == 0;
 }
 
 }  // namespace lanefeed_tool

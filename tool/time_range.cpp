@@ -52,20 +52,20 @@ bool readEdge(std::string_view text, const TimeScale& scale, long double& ticks)
     return false;
 }
 
-std::uint64_t edgeTicks(std::string_view edge, const std::string& text, const TimeScale& scale) {
+std::uint64_t edgeTicks(std::string_view edge, const std::string& place, const TimeScale& scale) {
     long double ticks = 0;
     if (!readEdge(edge, scale, ticks)) {
         throw Failure(exitUsage,
-                      fmt::format("--time {}: '{}' is no time; write a number with s, ms, us, ns, "
+                      fmt::format("{}: '{}' is no time; write a number with s, ms, us, ns, "
                                   "ticks or %, as in 1.2s..3.4s",
-                                  text, edge));
+                                  place, edge));
     }
     const long double rounded = std::round(ticks);
     if (rounded > static_cast<long double>(scale.duration)) {
         throw Failure(exitUsage,
-                      fmt::format("--time {}: '{}' lies outside of the result, which is {} ticks "
+                      fmt::format("{}: '{}' lies outside of the result, which is {} ticks "
                                   "({:.9g} s) long",
-                                  text, edge, scale.duration,
+                                  place, edge, scale.duration,
                                   static_cast<double>(scale.duration) /
                                       static_cast<double>(scale.ticksPerSecond)));
     }
@@ -74,23 +74,23 @@ std::uint64_t edgeTicks(std::string_view edge, const std::string& text, const Ti
 
 }  // namespace
 
-TickSpan parseTimeSpan(const std::string& text, const TimeScale& scale) {
+TickSpan parseTimeSpan(const std::string& text, const TimeScale& scale, const char* option) {
+    const std::string place = fmt::format("{} {}", option, text);
     const std::size_t dots = text.find("..");
     if (dots == std::string::npos) {
-        throw Failure(
-            exitUsage,
-            fmt::format("--time {}: no span; write A..B, as in 1.2s..3.4s or 10%..20%", text));
+        throw Failure(exitUsage,
+                      fmt::format("{}: no span; write A..B, as in 1.2s..3.4s or 10%..20%", place));
     }
     const std::string_view view = text;
     const std::string_view from = view.substr(0, dots);
     const std::string_view to = view.substr(dots + 2);
     TickSpan span;
-    span.start = from.empty() ? 0 : edgeTicks(from, text, scale);
-    span.end = to.empty() ? scale.duration : edgeTicks(to, text, scale);
+    span.start = from.empty() ? 0 : edgeTicks(from, place, scale);
+    span.end = to.empty() ? scale.duration : edgeTicks(to, place, scale);
     if (span.start >= span.end) {
         throw Failure(
             exitUsage,
-            fmt::format("--time {}: the span is empty; its end must lie behind its start", text));
+            fmt::format("{}: the span is empty; its end must lie behind its start", place));
     }
     return span;
 }

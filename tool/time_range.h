@@ -20,6 +20,9 @@ struct TimeScale {
 // Reads "A..B", counted from the first tick of the result: numbers with s, ms, us, ns, ticks or %;
 // an end that is left out is that of the result. Throws a usage failure for anything else, for an
 // empty span and for one outside of the result.
-TickSpan parseTimeSpan(const std::string& text, const TimeScale& scale);
+// `option` is what the message names.
+TickSpan parseTimeSpan(const std::string& text,
+                       const TimeScale& scale,
+                       const char* option = "--time");
 
 }  // namespace lanefeed_tool

@@ -9,7 +9,7 @@ namespace lanefeed_tool {
 
 std::string versionText() {
     return fmt::format("lanefeed {} (result schema {}, commit {})", LANEFEED_VERSION,
-                       lanefeed_runtime::schemaVersion, LANEFEED_COMMIT);
+                       lanefeed_runtime::kSchemaVersion, LANEFEED_COMMIT);
 }
 
 }  // namespace lanefeed_tool

@@ -1,0 +1,156 @@
+// lanefeed import: a trace into a result. Ctrl-C ends it without leaving anything behind. Tested by
+// tests/tool/import_test.cpp.
+
+#include "failure.h"
+#include "json_text.h"
+#include "progress_line.h"
+#include "time_range.h"
+#include "verbs.h"
+
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <fmt/format.h>
+#include <importer.h>
+#include <iostream>
+#include <limits>
+#include <string_view>
+
+namespace lanefeed_tool {
+
+namespace {
+
+using lanefeed_importers::ImportError;
+using lanefeed_importers::ImportOutcome;
+using lanefeed_importers::ImportRequest;
+
+std::atomic<bool> g_interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "set by a signal handler");
+
+void onInterrupt(int /*signal*/) {
+    g_interrupted.store(true, std::memory_order_relaxed);
+}
+
+// Lets signals ask for the end of the import, for as long as it lives. The write behind a size
+// limit fails with an error then, instead of ending the program.
+class SignalScope {
+public:
+    SignalScope() {
+        struct sigaction action = {};
+        action.sa_handler = onInterrupt;
+        sigemptyset(&action.sa_mask);
+        for (std::size_t i = 0; i < kSignals.size(); ++i)
+            sigaction(kSignals[i], &action, &m_before[i]);
+        action.sa_handler = SIG_IGN;
+        sigaction(SIGXFSZ, &action, &m_sizeBefore);
+    }
+    ~SignalScope() {
+        for (std::size_t i = 0; i < kSignals.size(); ++i)
+            sigaction(kSignals[i], &m_before[i], nullptr);
+        sigaction(SIGXFSZ, &m_sizeBefore, nullptr);
+    }
+    SignalScope(const SignalScope&) = delete;
+    SignalScope& operator=(const SignalScope&) = delete;
+
+private:
+    static constexpr std::array<int, 3> kSignals{{SIGINT, SIGTERM, SIGHUP}};
+    std::array<struct sigaction, 3> m_before{};
+    struct sigaction m_sizeBefore = {};
+};
+
+void dropEnding(std::string& name, std::string_view ending) {
+    if (name.size() <= ending.size()) return;
+    if (std::string_view(name).substr(name.size() - ending.size()) == ending) {
+        name.resize(name.size() - ending.size());
+    }
+}
+
+// The trace's place is the result's; where nothing can be written, the current folder.
+std::string defaultOutput(const std::string& trace) {
+    const std::size_t slash = trace.rfind('/');
+    std::string name = slash == std::string::npos ? trace : trace.substr(slash + 1);
+    dropEnding(name, ".gz");
+    dropEnding(name, ".json");
+    name += ".lft";
+    const std::string folder = slash == std::string::npos ? "" : trace.substr(0, slash + 1);
+    return isWritableFolder(folder) ? folder + name : name;
+}
+
+std::pair<std::int64_t, std::int64_t> parsePause(const std::string& text) {
+    // The length of the trace is not known yet: no %, and an end must be told.
+    constexpr TimeScale kNanoseconds{1000000000, std::numeric_limits<std::int64_t>::max()};
+    const std::size_t dots = text.find("..");
+    if (text.find('%') != std::string::npos || dots == std::string::npos ||
+        dots + 2 == text.size()) {
+        throw Failure(
+            exitUsage,
+            fmt::format("--pause {}: write A..B from the first tick, as in 1.2s..3.4s", text));
+    }
+    const TickSpan span = parseTimeSpan(text, kNanoseconds, "--pause");
+    return {static_cast<std::int64_t>(span.start), static_cast<std::int64_t>(span.end)};
+}
+
+ImportRequest makeRequest(const ImportOptions& options, ProgressLine& line) {
+    ImportRequest request;
+    request.source = options.trace;
+    request.target = options.output.empty() ? defaultOutput(options.trace) : options.output;
+    request.force = options.force;
+    for (const std::string& pause : options.pauses)
+        request.pauses.push_back(parsePause(pause));
+    request.options.args = !options.noArgs;
+    request.options.keepGoing = options.keepGoing;
+    request.options.cancel = &g_interrupted;
+    if (line.shown()) {
+        request.options.progress = [&line](const lanefeed_importers::ImportProgress& progress) {
+            line.show(progress);
+        };
+    }
+    return request;
+}
+
+ExitCode exitOf(const ImportError& error) {
+    switch (error.kind) {
+    case ImportError::Kind::none: return exitOk;
+    case ImportError::Kind::notUnderstood: return exitNotUnderstood;
+    case ImportError::Kind::cancelled: return exitInterrupted;
+    default: return exitFailure;
+    }
+}
+
+void report(const ImportRequest& request, const ImportOutcome& outcome, Format format) {
+    if (format == Format::json) {
+        std::cout << fmt::format(
+            "{{\"result\": {}, \"events\": {}, \"instances\": {}, \"bytes\": {}}}\n",
+            jsonString(request.target), outcome.events, outcome.instances, outcome.bytes);
+        return;
+    }
+    TextTable table;
+    table.columns = {{"result", false}, {"events", true}, {"instances", true}, {"bytes", true}};
+    table.rows.push_back({request.target, std::to_string(outcome.events),
+                          std::to_string(outcome.instances), std::to_string(outcome.bytes)});
+    if (format == Format::csv) {
+        printCsv(std::cout, table);
+    } else {
+        printAligned(std::cout, table);
+    }
+}
+
+}  // namespace
+
+int runImport(const ImportOptions& options) {
+    ProgressLine line;
+    const ImportRequest request = makeRequest(options, line);
+    ImportOutcome outcome;
+    {
+        const SignalScope signals;
+        outcome = lanefeed_importers::importTrace(request);
+    }
+    line.clear();
+    if (outcome.error.failed()) throw Failure(exitOf(outcome.error), outcome.error.text);
+    for (const std::string& warning : outcome.warnings)
+        std::cerr << "lanefeed: warning: " << warning << '\n';
+    report(request, outcome, options.format);
+    return exitOk;
+}
+
+}  // namespace lanefeed_tool

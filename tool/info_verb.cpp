@@ -1,0 +1,127 @@
+// lanefeed info: what a result holds and what was left out of it, as the result itself tells it.
+// Tested by tests/tool/verbs_test.cpp.
+
+#include "failure.h"
+#include "json_text.h"
+#include "verbs.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cstdint>
+#include <fmt/format.h>
+#include <iostream>
+#include <store/open_store.h>
+#include <store/result_facts.h>
+#include <store/schema.h>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace lanefeed_tool {
+
+namespace {
+
+using lanefeed_runtime::ResultFacts;
+
+// A fact with its value as JSON.
+using Fact = std::pair<std::string, std::string>;
+
+// "ticks_per_second" as "ticksPerSecond".
+std::string camelCase(const std::string& key) {
+    std::string name;
+    bool raise = false;
+    for (const char c : key) {
+        if (c == '_') {
+            raise = true;
+            continue;
+        }
+        name += raise ? static_cast<char>(std::toupper(static_cast<unsigned char>(c))) : c;
+        raise = false;
+    }
+    return name;
+}
+
+bool isInteger(const std::string& text) {
+    std::int64_t value = 0;
+    const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
+    return !text.empty() && parsed.ec == std::errc() && parsed.ptr == text.data() + text.size();
+}
+
+// Facts are whole numbers, JSON objects or lists, or texts.
+std::string jsonValue(const std::string& value) {
+    if (isInteger(value)) return value;
+    if (!value.empty() && (value.front() == '{' || value.front() == '[')) return value;
+    return jsonString(value);
+}
+
+std::string pausesJson(const ResultFacts& facts) {
+    std::string out = "[";
+    for (const auto& pause : facts.pauses) {
+        // From the first tick, half open, as they were given.
+        out += fmt::format("{}{{\"start\": {}, \"end\": {}}}", out.size() == 1 ? "" : ", ",
+                           pause.start - facts.firstTick, pause.end - facts.firstTick + 1);
+    }
+    return out + "]";
+}
+
+std::vector<Fact> allFacts(const ResultFacts& facts) {
+    std::vector<Fact> all{{"file", jsonString(facts.file)},
+                          {"schema", std::to_string(lanefeed_runtime::kSchemaVersion)}};
+    for (const auto& [key, value] : facts.entries) {
+        const std::string name = camelCase(key);
+        // Those below are told on the clock of the trace.
+        if (key == lanefeed_runtime::result_keys::kFirstTick ||
+            key == lanefeed_runtime::result_keys::kLastTick) {
+            continue;
+        }
+        all.emplace_back(name, jsonValue(value));
+    }
+    const auto first = static_cast<std::int64_t>(facts.firstTick);
+    const auto last = static_cast<std::int64_t>(facts.lastTick);
+    all.emplace_back("firstTick", std::to_string(first + facts.origin));
+    all.emplace_back("lastTick", std::to_string(last + facts.origin));
+    all.emplace_back("pauses", pausesJson(facts));
+    return all;
+}
+
+void printJson(const std::vector<Fact>& facts) {
+    std::string out = "{";
+    for (const auto& [name, value] : facts)
+        out += fmt::format("{}\n  {}: {}", out.size() == 1 ? "" : ",", jsonString(name), value);
+    std::cout << out << "\n}\n";
+}
+
+// JSON texts without their quotes.
+std::string plainText(const std::string& json) {
+    if (json.size() < 2 || json.front() != '"' || json.find('\\') != std::string::npos) return json;
+    return json.substr(1, json.size() - 2);
+}
+
+}  // namespace
+
+int runInfo(const ViewOptions& options) {
+    lanefeed_runtime::StoreError error;
+    const lanefeed_runtime::OpenStore store = lanefeed_runtime::openStore(options.result, error);
+    if (store.failed()) {
+        const bool notUnderstood = error.kind == lanefeed_runtime::StoreError::Kind::notUnderstood;
+        throw Failure(notUnderstood ? exitNotUnderstood : exitFailure, error.text);
+    }
+    const std::vector<Fact> facts = allFacts(*store.facts);
+    if (options.format == Format::json) {
+        printJson(facts);
+        return exitOk;
+    }
+    TextTable table;
+    table.columns = {{"fact", false}, {"value", false}};
+    for (const auto& [name, value] : facts)
+        table.rows.push_back({name, plainText(value)});
+    if (options.format == Format::csv) {
+        printCsv(std::cout, table);
+    } else {
+        printAligned(std::cout, table);
+    }
+    return exitOk;
+}
+
+}  // namespace lanefeed_tool
