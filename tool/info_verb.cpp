@@ -65,22 +65,26 @@ std::string pausesJson(const ResultFacts& facts) {
     return out + "]";
 }
 
+// Where the trace begins and ends on its own clock: what the importer noted, which regards events
+// that were not kept too, else the ticks with the origin added back.
+std::string edge(const ResultFacts& facts, const char* noted, std::uint64_t tick) {
+    const std::string time = facts.entry(noted);
+    return time.empty() ? std::to_string(static_cast<std::int64_t>(tick) + facts.origin) : time;
+}
+
+bool toldOtherwise(const std::string& name) {
+    return name == "firstTick" || name == "lastTick" || name == "firstTime" || name == "lastTime";
+}
+
 std::vector<Fact> allFacts(const ResultFacts& facts) {
     std::vector<Fact> all{{"file", jsonString(facts.file)},
                           {"schema", std::to_string(lanefeed_runtime::kSchemaVersion)}};
     for (const auto& [key, value] : facts.entries) {
         const std::string name = camelCase(key);
-        // Those below are told on the clock of the trace.
-        if (key == lanefeed_runtime::result_keys::kFirstTick ||
-            key == lanefeed_runtime::result_keys::kLastTick) {
-            continue;
-        }
-        all.emplace_back(name, jsonValue(value));
+        if (!toldOtherwise(name)) all.emplace_back(name, jsonValue(value));
     }
-    const auto first = static_cast<std::int64_t>(facts.firstTick);
-    const auto last = static_cast<std::int64_t>(facts.lastTick);
-    all.emplace_back("firstTick", std::to_string(first + facts.origin));
-    all.emplace_back("lastTick", std::to_string(last + facts.origin));
+    all.emplace_back("firstTick", edge(facts, "firstTime", facts.firstTick));
+    all.emplace_back("lastTick", edge(facts, "lastTime", facts.lastTick));
     all.emplace_back("pauses", pausesJson(facts));
     return all;
 }

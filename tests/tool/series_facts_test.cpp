@@ -1,0 +1,167 @@
+// What the client prints for bundled traces against facts that were found out independently: the
+// facts of a result, and sums of series that must come out whatever the buckets and windows.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+#include <rapidjson/document.h>
+#include <string>
+#include <vector>
+
+#include "tool/run_tool.h"
+
+namespace {
+
+using rapidjson::Document;
+using rapidjson::Value;
+
+Document parsed(const std::string& text) {
+    Document document;
+    document.Parse(text.c_str());
+    EXPECT_FALSE(document.HasParseError()) << "no JSON: " << text.substr(0, 400);
+    return document;
+}
+
+const char* const kTraces[] = {"node20-workers.json", "uftrace-threads.json.gz", "flow.json.gz",
+                               "bazel-profile-with_queuing.json.gz", "fuchsia_trace.json.gz"};
+
+// One import for all tests of a trace.
+class ImportedTrace {
+public:
+    explicit ImportedTrace(const std::string& name) : m_result(m_folder / "trace.lft") {
+        const ToolRun run = runTool({"import", traceFile(name), "-o", m_result});
+        EXPECT_EQ(run.exit, 0) << name << ": " << run.err;
+    }
+    const std::string& result() const { return m_result; }
+
+private:
+    ScratchFolder m_folder;
+    std::string m_result;
+};
+
+Document overtime(const std::string& result, std::vector<std::string> options) {
+    std::vector<std::string> arguments{"overtime", result, "--format", "json", "--unit", "ticks"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const ToolRun run = runTool(arguments);
+    EXPECT_EQ(run.exit, 0) << run.err;
+    return parsed(run.out);
+}
+
+// Ticks of each row over all series and buckets of a layer.
+std::map<int, double> rowSums(const Value& layer) {
+    std::map<int, double> sums;
+    for (const Value& row : layer["rows"].GetArray()) {
+        double& sum = sums[row["id"].GetInt()];
+        for (const Value& series : row["series"].GetArray()) {
+            for (const Value& value : series["values"].GetArray())
+                sum += value.IsNull() ? 0 : value.GetDouble();
+        }
+    }
+    return sums;
+}
+
+void add(std::map<int, double>& sums, const std::map<int, double>& more) {
+    for (const auto& [row, sum] : more)
+        sums[row] += sum;
+}
+
+std::uint64_t duration(const std::string& result) {
+    const Document answer = overtime(result, {"--layer", "0", "--bins", "1"});
+    return answer[0]["end"].GetUint64();
+}
+
+}  // namespace
+
+TEST(SeriesFacts, InfoTellsWhatTheTraceHolds) {
+    const Document expected = parsed(fileText(traceFile("facts.json")));
+    for (const char* name : kTraces) {
+        SCOPED_TRACE(name);
+        const ImportedTrace trace(name);
+        const ToolRun run = runTool({"info", trace.result(), "--format", "json"});
+        ASSERT_EQ(run.exit, 0) << run.err;
+        const Document info = parsed(run.out);
+        for (const char* key : {"completeSlices", "orphanEnds", "unclosedBegins", "processes",
+                                "threads", "instants", "counterTracks", "counterSamples",
+                                "asyncPairs", "flowArrows", "firstTick", "lastTick"}) {
+            ASSERT_TRUE(info.HasMember(key)) << key;
+            EXPECT_EQ(info[key].GetInt64(), expected[name][key].GetInt64()) << key;
+        }
+        EXPECT_EQ(info["ticksPerSecond"].GetInt64(), 1000000000);
+        EXPECT_TRUE(info["skipped"].IsObject());
+    }
+}
+
+TEST(SeriesFacts, BusyTimeIsThatOfTheThreadsForAnyNumberOfBuckets) {
+    const Document expected = parsed(fileText(traceFile("facts.json")));
+    for (const char* name : kTraces) {
+        SCOPED_TRACE(name);
+        const ImportedTrace trace(name);
+        for (const char* bins : {"1", "7", "100", "1013"}) {
+            SCOPED_TRACE(bins);
+            const Document answer = overtime(trace.result(), {"--layer", "0", "--bins", bins});
+            std::map<std::string, double> byName;
+            const std::map<int, double> sums = rowSums(answer[0]);
+            for (const Value& row : answer[0]["rows"].GetArray())
+                byName[row["name"].GetString()] = sums.at(row["id"].GetInt());
+            for (const Value& thread : expected[name]["busiestThreads"].GetArray()) {
+                const double covered = thread["coveredTicks"].GetDouble();
+                const double slices = thread["slices"].GetDouble();
+                double nearest = 1e300;
+                for (const auto& [row, ticks] : byName)
+                    if (std::fabs(ticks - covered) < std::fabs(nearest - covered)) nearest = ticks;
+                EXPECT_NEAR(nearest, covered, slices) << "thread " << thread["tid"].GetString();
+            }
+        }
+    }
+}
+
+TEST(SeriesFacts, WindowsThatFollowEachOtherAddUpToTheTick) {
+    for (const char* name : kTraces) {
+        SCOPED_TRACE(name);
+        const ImportedTrace trace(name);
+        const std::uint64_t end = duration(trace.result());
+        const auto whole = rowSums(overtime(trace.result(), {"--layer", "0", "--bins", "13"})[0]);
+        std::map<int, double> parts;
+        const std::uint64_t cuts[] = {0, end / 7, end / 3 + 1, end / 2, end - 17, end};
+        for (std::size_t i = 0; i + 1 < std::size(cuts); ++i) {
+            const std::string span =
+                std::to_string(cuts[i]) + "ticks.." + std::to_string(cuts[i + 1]) + "ticks";
+            add(parts, rowSums(overtime(trace.result(),
+                                        {"--layer", "0", "--bins", "11", "--time", span})[0]));
+        }
+        EXPECT_EQ(parts, whole);
+    }
+}
+
+TEST(SeriesFacts, TimeByNameAddsUpToTheBusyTime) {
+    for (const char* name : kTraces) {
+        SCOPED_TRACE(name);
+        const ImportedTrace trace(name);
+        for (const char* bins : {"1", "50"}) {
+            const Document answer = overtime(trace.result(), {"--bins", bins});
+            EXPECT_EQ(rowSums(answer[1]), rowSums(answer[0])) << bins;
+        }
+    }
+}
+
+TEST(SeriesFacts, ABucketWithDataNeverLooksEmptyAtACoarserZoom) {
+    const ImportedTrace trace("node20-workers.json");
+    const Document fine = overtime(trace.result(), {"--layer", "0", "--bins", "1000"});
+    const Document coarse = overtime(trace.result(), {"--layer", "0", "--bins", "50"});
+    const std::uint64_t width = coarse[0]["binTicks"].GetUint64();
+    for (rapidjson::SizeType i = 0; i < fine[0]["rows"].Size(); ++i) {
+        const Value& fineSeries = fine[0]["rows"][i]["series"];
+        if (fineSeries.Empty()) continue;
+        const Value& values = fineSeries[0]["values"];
+        const Value& covered = coarse[0]["rows"][i]["series"][0]["values"];
+        for (rapidjson::SizeType bucket = 0; bucket < values.Size(); ++bucket) {
+            if (values[bucket].IsNull()) continue;
+            const std::uint64_t start = bucket * fine[0]["binTicks"].GetUint64();
+            const auto at =
+                static_cast<rapidjson::SizeType>(std::min<std::uint64_t>(start / width, 49));
+            const bool next = at + 1 < 50 && !covered[at + 1].IsNull();
+            EXPECT_TRUE(!covered[at].IsNull() || next) << "row " << i << " bucket " << bucket;
+        }
+    }
+}
