@@ -4,6 +4,7 @@
 #include "failure.h"
 #include "json_text.h"
 #include "progress_line.h"
+#include "terminal.h"
 #include "time_range.h"
 #include "verbs.h"
 

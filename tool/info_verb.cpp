@@ -5,6 +5,8 @@
 #include "json_text.h"
 #include "verbs.h"
 
+#include <dataface_1/filters.h>
+
 #include <algorithm>
 #include <cctype>
 #include <charconv>

@@ -6,12 +6,15 @@
 #include "session.h"
 #include "verbs.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <fmt/format.h>
 #include <iostream>
 #include <limits>
 #include <queryparam.h>
+#include <session/open_result.h>
+#include <store/result_facts.h>
 
 namespace lanefeed_tool {
 
@@ -22,6 +25,28 @@ using lanefeed_1::DicerDataSource;
 using lanefeed_1::IDicerProvider;
 using lanefeed_1::TLViewpointParser;
 using LayerInfo = TLViewpointParser::LayerInfo;
+
+// Where the importer found 99 % of the instances.
+TickSpan contentSpan(const Session& session, const AreaView& area) {
+    const auto facts = lanefeed_runtime::resultFacts(session.input());
+    const std::string start = facts ? facts->entry("contentStart") : std::string();
+    const std::string end = facts ? facts->entry("contentEnd") : std::string();
+    if (start.empty() || end.empty()) {
+        throw Failure(
+            exitUsage,
+            "--time content: the result does not tell where its content lies; write A..B");
+    }
+    // Both are times of the trace; pane tick 0 is the first tick of the result.
+    const std::int64_t base = facts->origin + static_cast<std::int64_t>(facts->firstTick);
+    const auto ticks = [&](const std::string& time) {
+        const std::int64_t tick = std::max<std::int64_t>(std::stoll(time) - base, 0);
+        return std::min(static_cast<std::uint64_t>(tick), area.time().duration);
+    };
+    TickSpan span{ticks(start), ticks(end)};
+    if (span.start == area.time().duration) --span.start;
+    if (span.end <= span.start) span.end = span.start + 1;
+    return span;
+}
 
 TickSpan spanOf(const Session& session, const AreaView& area, const std::string& text) {
     if (text.empty() || text == "whole") return {0, area.time().duration};
@@ -139,7 +164,7 @@ private:
         param.applicableRowLevels.insert(layer.drawBy.ds.m_rowByLevels.begin(),
                                          layer.drawBy.ds.m_rowByLevels.end());
 
-        const ReadCounts before = readCounts(m_session);
+        const lanefeed_runtime::ReadCounts before = lanefeed_runtime::readCounts(m_session.input());
         const auto begin = std::chrono::steady_clock::now();
         std::vector<sptr_t<dataface_1::ITableTree>> forest;
         // False also means that nothing lies in the span.
@@ -149,11 +174,12 @@ private:
             answer.rows[row] = readSeries(forest[row], m_bins, keepZeros);
         const std::chrono::duration<double, std::milli> taken =
             std::chrono::steady_clock::now() - begin;
-        const ReadCounts after = readCounts(m_session);
+        const lanefeed_runtime::ReadCounts after = lanefeed_runtime::readCounts(m_session.input());
         answer.stats.milliseconds = taken.count();
         answer.stats.served = "store";
         answer.stats.storeReads = after.queries - before.queries;
         answer.stats.instances = after.instances - before.instances;
+        answer.stats.leftOut = after.leftOut - before.leftOut;
     }
 
     Session& m_session;

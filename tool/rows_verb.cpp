@@ -48,6 +48,10 @@ int runRows(const ViewOptions& options) {
     Session session(options);
     session.readViewpoint();
     const AreaView area(session, options.area);
+    if (session.isEmpty()) {
+        std::cerr << "lanefeed: note: " << options.result
+                  << " holds no instances, so there is nothing to show\n";
+    }
     if (options.format == Format::json) {
         printJson(area);
     } else if (options.format == Format::csv) {

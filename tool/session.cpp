@@ -13,6 +13,7 @@
 #include <session/open_result.h>
 #include <session/shipped_viewpoints.h>
 #include <sstream>
+#include <store/result_facts.h>
 #include <utility>
 
 namespace lanefeed_tool {
@@ -104,6 +105,11 @@ void Session::readViewpoint() {
     }
 }
 
+bool Session::isEmpty() const {
+    const auto facts = lanefeed_runtime::resultFacts(m_input);
+    return facts && facts->entry("instances") == "0";
+}
+
 sptr_t<IDicerProvider> Session::boundProvider(int area) {
     sptr_t<IDicerProvider> provider = IDicerProvider::create(m_input);
     if (provider.is_null()) throw Failure(exitFailure, "no provider could be made for the result");
@@ -133,6 +139,7 @@ AreaView::AreaView(Session& session, int index) {
     }
     m_firstTick = first;
     m_time = {ticksPerSecond, last - first + 1};
+    m_empty = session.isEmpty();
     if (m_rowSet != nullptr && !m_rowSet->rowBys.empty() && m_provider->hasRowBy()) {
         m_rowSource = &m_rowSet->rowBys.front().ds;
     }
@@ -140,6 +147,7 @@ AreaView::AreaView(Session& session, int index) {
 }
 
 void AreaView::readRows() {
+    if (m_empty) return;
     if (m_rowSource == nullptr) {
         RowInfo whole;
         whole.end = m_time.duration - 1;

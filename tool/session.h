@@ -28,6 +28,9 @@ public:
 
     const basekit2::sptr_t<dataface_1::IInputData>& input() const { return m_input; }
 
+    // No instances at all: there is nothing that a viewpoint could show.
+    bool isEmpty() const;
+
     // Reads the viewpoint of the options, or the shipped one that fits, and shows its log. With
     // --strict a log with messages is a failure.
     void readViewpoint();
@@ -97,6 +100,7 @@ private:
     std::vector<int> m_order;
     TimeScale m_time;
     std::uint64_t m_firstTick = 0;
+    bool m_empty = false;  // no instances, so no rows either
 };
 
 }  // namespace lanefeed_tool

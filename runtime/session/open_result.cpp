@@ -18,6 +18,7 @@
 #include "messages/message_catalogs.h"
 #include "queries/query_library.h"
 #include "store/open_store.h"
+#include "timeline/timeline_database.h"
 
 namespace lanefeed_runtime {
 namespace {
@@ -40,6 +41,8 @@ public:
             return notype_ptr_t(m_store.perfDatabase.get());
         return IInputData::adapt_to_pointer(type);
     }
+
+    const OpenStore& store() const { return m_store; }
 
 private:
     const OpenStore m_store;
@@ -107,6 +110,18 @@ sptr_t<dataface_1::IInputData> openResult(const std::string& path,
     if (library.is_null()) return {};
     if (options.installMessages) installShippedCatalogs();
     return basekit2::make_object<ResultData>(std::move(library), std::move(store));
+}
+
+std::shared_ptr<const ResultFacts> resultFacts(const sptr_t<dataface_1::IInputData>& result) {
+    const auto* data = dynamic_cast<const ResultData*>(result.get());
+    return data != nullptr ? data->store().facts : nullptr;
+}
+
+ReadCounts readCounts(const sptr_t<dataface_1::IInputData>& result) {
+    const auto* data = dynamic_cast<const ResultData*>(result.get());
+    if (data == nullptr) return {};
+    const TimelineReads reads = timelineReads(data->store().database->getTimelineDatabase());
+    return {reads.queries, reads.instances, reads.leftOut};
 }
 
 }  // namespace lanefeed_runtime

@@ -2,10 +2,14 @@
 
 #include <dataface_1/input_data.h>
 
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace lanefeed_runtime {
+
+struct ResultFacts;
 
 // How a result is opened.
 struct OpenOptions {
@@ -38,5 +42,17 @@ struct OpenOutcome {
 basekit2::sptr_t<dataface_1::IInputData> openResult(const std::string& path,
                                                     const OpenOptions& options,
                                                     OpenOutcome& outcome);
+
+// What a result that openResult gave says of itself; null for any other input.
+std::shared_ptr<const ResultFacts> resultFacts(const basekit2::sptr_t<dataface_1::IInputData>& result);
+
+// What bucketed queries have read since the result was opened: for statistics.
+struct ReadCounts {
+    std::uint64_t queries = 0;
+    std::uint64_t instances = 0;  // looked at; once for each query
+    std::uint64_t leftOut = 0;    // of those, without a row to stand on
+};
+
+ReadCounts readCounts(const basekit2::sptr_t<dataface_1::IInputData>& result);
 
 }  // namespace lanefeed_runtime

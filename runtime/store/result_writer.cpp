@@ -275,7 +275,8 @@ bool SqliteResultWriter::cover(std::int64_t time) {
 bool SqliteResultWriter::setFact(std::string_view key, std::string_view value) {
     using namespace result_keys;
     const bool isOwn =
-        key == kOrigin || key == kFirstTick || key == kLastTick || key == kSourceIdentity;
+        key == kOrigin || key == kFirstTick || key == kLastTick ||
+                       key == kInstances || key == kSourceIdentity;
     if (!usable() || isOwn) return false;
     for (auto& fact : m_facts) {
         if (fact.first != key) continue;
@@ -335,6 +336,7 @@ void SqliteResultWriter::addOwnFacts(const TickScale& scale) {
     add(result_keys::kOrigin, std::to_string(scale.origin));
     add(result_keys::kFirstTick, "1");
     add(result_keys::kLastTick, std::to_string(scale.tick(scale.lastTime)));
+    add(result_keys::kInstances, std::to_string(instanceCount()));
     add(result_keys::kSourceIdentity, m_options.sourceIdentity);
 }
 

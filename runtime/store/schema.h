@@ -105,6 +105,8 @@ inline constexpr std::string_view kTicksPerSecond = "ticks_per_second";
 inline constexpr std::string_view kOrigin = "origin";
 inline constexpr std::string_view kFirstTick = "first_tick";
 inline constexpr std::string_view kLastTick = "last_tick";
+// Rows of all instance tables together.
+inline constexpr std::string_view kInstances = "instances";
 inline constexpr std::string_view kClock = "clock";
 inline constexpr std::string_view kSource = "source";
 inline constexpr std::string_view kSourceIdentity = "source_identity";

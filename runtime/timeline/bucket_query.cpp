@@ -189,6 +189,7 @@ bool BucketQuery::sumRows(const SumRequest& request,
                           std::vector<double>& totals,
                           relay2::IProgress* progress) const {
     const std::unique_ptr<RowSums> sums = makeRowSums(request);
+    TimelineReads reads;
     const auto& segments = request.instances.segments();
     const auto rowKey = [&](std::size_t segment) {
         const std::vector<int>& key = request.instances.key(segments[segment]);
@@ -201,10 +202,16 @@ bool BucketQuery::sumRows(const SumRequest& request,
         const bool isRow = std::find(row.key.begin(), row.key.end(), -1) == row.key.end();
         for (; i < segments.size() && rowKey(i) == row.key; ++i) {
             if (isCanceled(progress)) return false;
-            if (isRow) sums->add(segments[i]);
+            if (isRow)
+                sums->add(segments[i]);
+            else
+                reads.leftOut += segments[i].end - segments[i].begin;
         }
         if (sums->take(row.series, totals)) data.push_back(std::move(row));
     }
+    reads.queries = 1;
+    reads.instances = sums->visited();
+    m_unfiltered->countReads(reads);
     return true;
 }
 

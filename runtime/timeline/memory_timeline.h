@@ -2,6 +2,7 @@
 
 #include <storelink1/timeline_database.h>
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -12,6 +13,7 @@
 #include "store/instance_reader.h"
 #include "store/result_facts.h"
 #include "timeline/instance_table.h"
+#include "timeline/timeline_database.h"
 
 namespace lanefeed_runtime {
 
@@ -41,6 +43,9 @@ public:
     std::shared_ptr<InstanceTable> instances(const std::string& instanceTable);
     InstanceReader& reader() const { return *m_reader; }
     const ResultFacts& facts() const { return *m_facts; }
+    // Statistics, from any thread.
+    void countReads(const TimelineReads& reads);
+    TimelineReads reads() const;
 
 private:
     using Names = std::vector<std::string>;
@@ -52,6 +57,9 @@ private:
 
     const std::shared_ptr<InstanceReader> m_reader;
     const std::shared_ptr<const ResultFacts> m_facts;
+    std::atomic<basekit2::u64_t> m_queries{0};
+    std::atomic<basekit2::u64_t> m_instancesRead{0};
+    std::atomic<basekit2::u64_t> m_leftOut{0};
     std::mutex m_mutex;  // guards the two below, never held during a read
     std::map<std::string, std::shared_ptr<InstanceTable>> m_tables;
     std::map<Held, std::set<Names>> m_held;

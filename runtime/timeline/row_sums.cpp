@@ -72,6 +72,7 @@ protected:
         const Buckets& buckets = m_request.buckets;
         const GroupedInstances& instances = m_request.instances;
         instances.overlapping(segment, buckets.start(), buckets.end(), [&](std::size_t i) {
+            ++m_visited;
             visit(i, std::max(instances.start(i), buckets.start()),
                   std::min(instances.end(i), buckets.end() - 1));
         });
@@ -96,6 +97,7 @@ protected:
         InnermostSweep sweep(m_request.buckets.start(), m_request.buckets.end());
         instances.overlapping(segment, m_request.buckets.start(), m_request.buckets.end(),
                               [&](std::size_t i) {
+                                  ++m_visited;
                                   if (wanted(i))
                                       sweep.open(i, instances.start(i), instances.end(i), own);
                               });

@@ -37,11 +37,15 @@ public:
     // added to `totals`. False for a row without data, which leaves `out` alone.
     virtual bool take(std::vector<storelink1::OverTimeDataSeries>& out,
                       std::vector<double>& totals) = 0;
+    // Instances that were looked at, over all rows.
+    basekit2::u64_t visited() const { return m_visited; }
 
 protected:
     RowSums() = default;
     RowSums(const RowSums&) = default;
     RowSums& operator=(const RowSums&) = default;
+
+    basekit2::u64_t m_visited = 0;
 };
 
 // Null for a type that does not exist.

@@ -118,6 +118,21 @@ error_code_t MemoryTimeline::fill(timeline_grouper_type_t kind,
     return err;
 }
 
+void MemoryTimeline::countReads(const TimelineReads& reads) {
+    m_queries += reads.queries;
+    m_instancesRead += reads.instances;
+    m_leftOut += reads.leftOut;
+}
+
+TimelineReads MemoryTimeline::reads() const {
+    return {m_queries, m_instancesRead, m_leftOut};
+}
+
+TimelineReads timelineReads(const sptr_t<storelink1::ITimelineDatabase>& database) {
+    const auto* timeline = dynamic_cast<const MemoryTimeline*>(database.get());
+    return timeline != nullptr ? timeline->reads() : TimelineReads();
+}
+
 sptr_t<storelink1::ITimelineDatabase> openTimelineDatabase(
     const std::shared_ptr<InstanceReader>& reader,
     const std::shared_ptr<const ResultFacts>& facts) {

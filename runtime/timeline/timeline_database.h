@@ -21,6 +21,16 @@ struct ResultFacts;
 basekit2::sptr_t<storelink1::ITimelineDatabase> openTimelineDatabase(
     const std::shared_ptr<InstanceReader>& reader, const std::shared_ptr<const ResultFacts>& facts);
 
+// What bucketed queries have looked at in a database so far, for statistics.
+struct TimelineReads {
+    basekit2::u64_t queries = 0;
+    basekit2::u64_t instances = 0;  // that touch the windows asked for
+    basekit2::u64_t leftOut = 0;    // of the groups that no row stands for, in window or not
+};
+
+// All zero for a database that was not made above.
+TimelineReads timelineReads(const basekit2::sptr_t<storelink1::ITimelineDatabase>& database);
+
 // What a named filter does to the time of a result. A timeline database knows nothing of filters on
 // attributes: `timeOnly` false says that there is such a part.
 struct TimeFilterEffect {
