@@ -11,7 +11,12 @@
 namespace lanefeed_runtime {
 
 using basekit2::sptr_t;
-using namespace storelink1;  // NOLINT(google-build-using-namespace): implements its interfaces
+using storelink1::IAttributeDataRetriever;
+using storelink1::IDatabase;
+using storelink1::IPerfDatabase;
+using storelink1::ITimelineDatabase;
+using storelink1::ITimelineQuery;
+using storelink1::time_interval_t;
 
 namespace {
 

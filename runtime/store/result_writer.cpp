@@ -11,13 +11,13 @@
 #include <cerrno>
 #include <charconv>
 #include <map>
-#include <optional>
 #include <system_error>
 
 #include "store/attribute_rows.h"
 #include "store/dialect.h"
 #include "store/instance_sink.h"
 #include "store/result_file.h"
+#include "store/result_rest.h"
 #include "store/sqlite_handle.h"
 
 namespace lanefeed_runtime {
@@ -26,7 +26,7 @@ namespace {
 using Kind = StoreError::Kind;
 
 // Times seen so far; nothing seen at first.
-struct TimeSpan {
+struct SeenTimes {
     std::int64_t first = kMaxTime;
     std::int64_t last = -kMaxTime;
 
@@ -37,17 +37,6 @@ struct TimeSpan {
     bool empty() const { return first > last; }
 };
 
-struct Span {
-    std::int64_t begin = 0;
-    std::int64_t last = kToEnd;
-};
-
-struct BandRow {
-    TableId type;
-    int id = -1;
-    std::optional<Span> span;  // none: the whole trace
-};
-
 bool isTime(std::int64_t time) {
     return time >= -kMaxTime && time <= kMaxTime;
 }
@@ -56,22 +45,29 @@ bool isSpan(std::int64_t begin, std::int64_t end) {
     return isTime(begin) && (end == kToEnd || isTime(end));
 }
 
+// What the writer tells by itself.
+bool isOwnFact(std::string_view key) {
+    return key == result_keys::kOrigin || key == result_keys::kFirstTick ||
+           key == result_keys::kLastTick || key == result_keys::kInstances ||
+           key == result_keys::kSourceIdentity;
+}
+
 class SqliteResultWriter : public ResultWriter {
 public:
     bool open(const WriterOptions& options);
 
-    int attribute(TableId table,
+    int attribute(TableId id,
                   std::string_view key,
                   const std::vector<Cell>& cells,
                   bool* added) override;
-    int named(TableId table, std::string_view name) override;
-    int find(TableId table, std::string_view key) const override;
-    bool update(TableId table, int id, const Cell& cell) override;
+    int named(TableId id, std::string_view name) override;
+    int find(TableId id, std::string_view key) const override;
+    bool update(TableId id, int row, const Cell& cell) override;
     int band(TableId type, int id) override;
     int addBand(TableId type, int id, std::int64_t begin, std::int64_t end) override;
     bool setBandSpan(int band, std::int64_t begin, std::int64_t end) override;
     std::int64_t addArgs(std::string_view json) override;
-    bool add(TableId table, const InstanceRow& row) override;
+    bool add(TableId id, const InstanceRow& row) override;
     bool addPause(std::int64_t begin, std::int64_t end) override;
     bool cover(std::int64_t time) override;
     bool setFact(std::string_view key, std::string_view value) override;
@@ -85,16 +81,13 @@ private:
     bool failed(const std::string& what);
     bool failedSorting();
     bool makeRoom();
-    AttributeRows& rowsOf(TableId table);
+    AttributeRows& rowsOf(TableId id);
 
     bool writeAll(relay2::IProgress* progress);
     bool checkFacts();
     void addOwnFacts(const TickScale& scale);
     bool writeInstances(const TickScale& scale, relay2::IProgress* progress);
-    bool writeBands(const TickScale& scale);
-    bool writePauses(const TickScale& scale);
-    bool writeLabels();
-    bool writeFacts();
+    bool writeRest(const TickScale& scale);
 
     WriterOptions m_options;
     ResultFile m_file;
@@ -106,9 +99,9 @@ private:
     std::map<TableId, InstanceSink> m_sinks;
     std::vector<BandRow> m_bands;
     boost::unordered_map<std::pair<int, int>, int> m_wholeBands;  // type and id to band
-    std::vector<Span> m_pauses;
-    std::vector<std::pair<std::string, std::string>> m_facts;
-    TimeSpan m_span;
+    std::vector<TimeSpan> m_pauses;
+    FactList m_facts;
+    SeenTimes m_span;
     std::int64_t m_lastArgs = 0;
     int m_rowsSinceCheck = 0;
     std::uint64_t m_droppedArgs = 0;
@@ -201,7 +194,7 @@ int SqliteResultWriter::addBand(TableId type, int id, std::int64_t begin, std::i
 bool SqliteResultWriter::setBandSpan(int band, std::int64_t begin, std::int64_t end) {
     const bool known = band >= 1 && static_cast<std::size_t>(band) <= m_bands.size();
     if (!usable() || !known || !isSpan(begin, end)) return false;
-    const Span span = {begin, lastTimeOf(begin, end)};
+    const TimeSpan span = {begin, lastTimeOf(begin, end)};
     m_bands[static_cast<std::size_t>(band) - 1].span = span;
     m_span.add(span.begin, span.last);
     return true;
@@ -260,7 +253,7 @@ bool SqliteResultWriter::makeRoom() {
 
 bool SqliteResultWriter::addPause(std::int64_t begin, std::int64_t end) {
     if (!usable() || !isSpan(begin, end)) return false;
-    const Span span = {begin, lastTimeOf(begin, end)};
+    const TimeSpan span = {begin, lastTimeOf(begin, end)};
     m_pauses.push_back(span);
     m_span.add(span.begin, span.last);
     return true;
@@ -273,11 +266,7 @@ bool SqliteResultWriter::cover(std::int64_t time) {
 }
 
 bool SqliteResultWriter::setFact(std::string_view key, std::string_view value) {
-    using namespace result_keys;
-    const bool isOwn =
-        key == kOrigin || key == kFirstTick || key == kLastTick ||
-                       key == kInstances || key == kSourceIdentity;
-    if (!usable() || isOwn) return false;
+    if (!usable() || isOwnFact(key)) return false;
     for (auto& fact : m_facts) {
         if (fact.first != key) continue;
         fact.second = value;
@@ -310,8 +299,7 @@ bool SqliteResultWriter::writeAll(relay2::IProgress* progress) {
     scale.origin = (m_span.empty() ? 0 : m_span.first) - 1;
     scale.lastTime = m_span.empty() ? 0 : m_span.last;
     addOwnFacts(scale);
-    return writeInstances(scale, progress) && writeBands(scale) && writePauses(scale) &&
-           writeLabels() && writeFacts() &&
+    return writeInstances(scale, progress) && writeRest(scale) &&
            (m_connection->run("commit") || failed("completing the file"));
 }
 
@@ -354,78 +342,16 @@ bool SqliteResultWriter::writeInstances(const TickScale& scale, relay2::IProgres
     return true;
 }
 
-bool SqliteResultWriter::writeBands(const TickScale& scale) {
-    const TableDef& def = table(TableId::band);
-    Statement insert = m_connection->prepare(dialect::insertRows(def, false, 1));
-    if (!insert) return failed("writing bands");
-    const int start = columnIndex(def, columns::kStart) + 1;
-    const int end = columnIndex(def, columns::kEnd) + 1;
-    for (const BandRow& band : m_bands) {
-        const Span span = band.span.value_or(Span{scale.origin + 1, kToEnd});
-        const std::int64_t last = span.last == kToEnd ? scale.lastTime : span.last;
-        for (int column = 1; column < start; ++column)
-            insert.bindNull(column);
-        insert.bind(columnIndex(def, table(band.type).name) + 1, std::int64_t{band.id});
-        insert.bind(start, scale.tick(span.begin));
-        insert.bind(end, scale.tick(last));
-        if (!insert.run()) return failed("writing bands");
+bool SqliteResultWriter::writeRest(const TickScale& scale) {
+    std::vector<const TableDef*> labelled;
+    for (const auto& entry : m_attributes) {
+        const TableDef& def = table(entry.first);
+        if (columnIndex(def, columns::kLabel) >= 0) labelled.push_back(&def);
     }
-    return true;
-}
-
-// Pauses that touch or overlap become one.
-bool SqliteResultWriter::writePauses(const TickScale& scale) {
-    if (m_pauses.empty()) return true;
-    std::sort(m_pauses.begin(), m_pauses.end(),
-              [](const Span& a, const Span& b) { return a.begin < b.begin; });
-    std::vector<Span> merged;
-    for (Span pause : m_pauses) {
-        if (pause.last == kToEnd) pause.last = scale.lastTime;
-        if (!merged.empty() && pause.begin <= merged.back().last + 1) {
-            merged.back().last = std::max(merged.back().last, pause.last);
-        } else {
-            merged.push_back(pause);
-        }
-    }
-    const TableDef& def = table(TableId::pauses);
-    bool written = m_connection->run(dialect::createTable(def));
-    Statement insert = m_connection->prepare(dialect::insertRows(def, false, 1));
-    for (const Span& pause : merged) {
-        insert.bind(1, scale.tick(pause.begin));
-        insert.bind(2, scale.tick(pause.last));
-        written = written && insert.run();
-    }
-    return written || failed("writing pauses");
-}
-
-// What was given no label is known by the name of its process and its own.
-bool SqliteResultWriter::writeLabels() {
-    const TableDef& processes = table(TableId::process);
-    for (const auto& [id, rows] : m_attributes) {
-        const TableDef& def = table(id);
-        if (columnIndex(def, columns::kLabel) < 0) continue;
-        std::string label = "\"name\"";
-        if (columnIndex(def, processes.name) >= 0 && m_attributes.count(TableId::process) > 0) {
-            label =
-                "coalesce((select p.\"name\" || ' / ' from \"dd_process\" p"
-                " where p.\"rowid\" = \"dd_process\"), '') || \"name\"";
-        }
-        if (!m_connection->run("update " + dialect::quoted(def.name) + " set \"label\" = " + label +
-                               " where \"label\" is null"))
-            return failed("writing labels");
-    }
-    return true;
-}
-
-bool SqliteResultWriter::writeFacts() {
-    Statement insert = m_connection->prepare(dialect::insertRows(table(TableId::result), false, 1));
-    bool written = static_cast<bool>(insert);
-    for (const auto& [key, value] : m_facts) {
-        insert.bind(1, std::string_view(key));
-        insert.bind(2, std::string_view(value));
-        written = written && insert.run();
-    }
-    return written || failed("writing the facts of the result");
+    if (!writeBands(*m_connection, m_bands, scale)) return failed("writing bands");
+    if (!writePauses(*m_connection, m_pauses, scale)) return failed("writing pauses");
+    if (!writeLabels(*m_connection, labelled)) return failed("writing labels");
+    return writeFacts(*m_connection, m_facts) || failed("writing the facts of the result");
 }
 
 }  // namespace

@@ -93,16 +93,16 @@ public:
 
     // Row of an attribute table by a key of the caller's choice; added with these cells when the
     // key is new, in which case `added` becomes true.
-    virtual int attribute(TableId table,
+    virtual int attribute(TableId id,
                           std::string_view key,
                           const std::vector<Cell>& cells,
                           bool* added = nullptr) = 0;
     // Row by name, which is its key too: slice names, categories.
-    virtual int named(TableId table, std::string_view name) = 0;
+    virtual int named(TableId id, std::string_view name) = 0;
     // Row of a key, -1 when there is none.
-    virtual int find(TableId table, std::string_view key) const = 0;
+    virtual int find(TableId id, std::string_view key) const = 0;
     // Changes a column of a row that is there, such as a name that comes late.
-    virtual bool update(TableId table, int id, const Cell& cell) = 0;
+    virtual bool update(TableId id, int row, const Cell& cell) = 0;
 
     // Band of a row of a band type: one for the whole trace unless a life time is given. The
     // first form answers the same band at each call.
@@ -114,7 +114,7 @@ public:
     static constexpr std::size_t kMaxArgs = 64 * 1024;
     virtual std::int64_t addArgs(std::string_view json) = 0;
     // A row with times beyond kMaxTime is refused with false, which is no failure of the writer.
-    virtual bool add(TableId table, const InstanceRow& row) = 0;
+    virtual bool add(TableId id, const InstanceRow& row) = 0;
     virtual bool addPause(std::int64_t begin, std::int64_t end) = 0;
     // A time that belongs to the trace although no instance may have it: the first or last event of
     // a kind that isn't kept.

@@ -41,7 +41,7 @@ private:
     };
     struct Order {
         StorePath path;
-        bool descending;
+        bool descending = false;
     };
     class Joins;
 
