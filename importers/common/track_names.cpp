@@ -20,6 +20,10 @@ std::tuple<int, std::int64_t, std::string_view> idOrder(std::string_view id) {
     return {whole ? 0 : 1, whole ? number : 0, id};
 }
 
+bool isNumber(std::string_view id) {
+    return std::get<0>(idOrder(id)) == 0;
+}
+
 template <class Track>
 auto trackOrder(const Track& track) {
     return std::make_tuple(track.sort.value_or(0), idOrder(track.id));
@@ -96,8 +100,8 @@ std::vector<std::uint32_t> TrackNames::threadOrder() const {
 
 std::string TrackNames::processLabel(std::uint32_t index) const {
     const Process& process = m_processes[index];
-    if (process.name.empty())
-        return process.id == kMissing ? "no process" : "process " + process.id;
+    if (process.id == kMissing && process.name.empty()) return "no process";
+    if (process.name.empty()) return isNumber(process.id) ? "process " + process.id : process.id;
     const bool shared =
         std::count_if(m_processes.begin(), m_processes.end(), [&](const Process& other) {
             return other.timed && other.name == process.name;
@@ -117,7 +121,7 @@ std::string TrackNames::threadName(std::uint32_t index) const {
     if (named != m_threadIds.end() && !m_threads[named->second].name.empty()) {
         return m_threads[named->second].name;
     }
-    return "thread " + thread.id;
+    return isNumber(thread.id) ? "thread " + thread.id : thread.id;
 }
 
 }  // namespace lanefeed_importers

@@ -5,7 +5,6 @@
 #include "trace_event_json/assembler.h"
 
 #include <algorithm>
-#include <store/result_writer.h>
 
 #include "common/clean_text.h"
 
@@ -33,6 +32,7 @@ Assembler::Assembler(CollectedTrace& trace, lanefeed_runtime::ResultWriter& writ
       m_writer(writer),
       m_rows(trace.tracks, writer),
       m_activity(trace.events->size()),
+      m_held(trace.tracks.threads().size()),
       m_samples(trace.series.size()),
       m_taskRows(trace.names.size(), -1),
       m_markerRows(trace.names.size(), -1),
@@ -64,8 +64,8 @@ void Assembler::event(const TraceTime& time, const EventRecord& record) {
     case 'B': m_openSlices.begin(record.thread, openSlice(time, record)); break;
     case 'E': sliceEnd(record); break;
     case 'X':
-        addSlice(TableId::sliceData, m_rows.threadBand(record.thread), end, openSlice(time, record),
-                 {});
+        m_writer.add(TableId::sliceData,
+                     sliceRow(m_rows.threadBand(record.thread), end, openSlice(time, record), {}));
         m_trace.counts.keep('X');
         break;
     case 'i':
@@ -96,7 +96,22 @@ void Assembler::sliceEnd(const EventRecord& record) {
     m_trace.counts.keep('B');
     m_trace.counts.keep('E');
     m_activity.lastedFrom(rounded(m_closed.begin));
-    addSlice(TableId::sliceData, m_rows.threadBand(record.thread), m_now, m_closed, record.args);
+    hold(record.thread, sliceRow(m_rows.threadBand(record.thread), m_now, m_closed, record.args));
+}
+
+void Assembler::hold(std::uint32_t thread, const InstanceRow& row) {
+    const auto last = [](const InstanceRow& slice) { return std::max(slice.begin, slice.end - 1); };
+    std::vector<InstanceRow>& held = m_held[thread];
+    if (!held.empty() && (held.back().begin != row.begin || last(held.back()) != last(row))) {
+        letGo(held);
+    }
+    held.push_back(row);
+}
+
+void Assembler::letGo(std::vector<InstanceRow>& rows) {
+    for (auto row = rows.rbegin(); row != rows.rend(); ++row)
+        m_writer.add(TableId::sliceData, *row);
+    rows.clear();
 }
 
 void Assembler::mark(const EventRecord& record, int band) {
@@ -133,7 +148,7 @@ void Assembler::asyncEnd(const EventRecord& record) {
     m_trace.counts.keep(legacy ? 'S' : 'b');
     m_trace.counts.keep(record.phase);
     m_activity.lastedFrom(rounded(closed.slice.begin));
-    addSlice(TableId::asyncData, closed.band, m_now, closed.slice, record.args);
+    m_writer.add(TableId::asyncData, sliceRow(closed.band, m_now, closed.slice, record.args));
 }
 
 void Assembler::asyncMark(const EventRecord& record) {
@@ -201,6 +216,8 @@ void Assembler::addSample(std::uint32_t series, const Sample& sample, std::int64
 }
 
 void Assembler::finish() {
+    for (std::vector<InstanceRow>& rows : m_held)
+        letGo(rows);
     for (std::uint32_t i = 0; i < m_samples.size(); ++i) {
         if (m_samples[i].present) addSample(i, m_samples[i], lanefeed_runtime::kToEnd);
     }
@@ -213,8 +230,10 @@ void Assembler::finish() {
         closeFlow(point);
 }
 
-void Assembler::addSlice(
-    TableId table, int band, std::int64_t end, const OpenSlice& slice, std::string_view endArgs) {
+InstanceRow Assembler::sliceRow(int band,
+                                std::int64_t end,
+                                const OpenSlice& slice,
+                                std::string_view endArgs) {
     InstanceRow row;
     row.begin = rounded(slice.begin);
     row.end = end;
@@ -222,7 +241,7 @@ void Assembler::addSlice(
     row.attr = nameRow(TableId::task, m_taskRows, slice.name);
     row.category = categoryRow(slice.category);
     row.args = endArgs.empty() ? argsRow(slice.args) : argsRow(joinedArgs(slice.args, endArgs));
-    m_writer.add(table, row);
+    return row;
 }
 
 int Assembler::trackBandOf(const EventRecord& record) {

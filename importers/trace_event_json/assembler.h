@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <store/result_writer.h>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -11,12 +12,6 @@
 #include "common/track_rows.h"
 #include "trace_event_json/collected_trace.h"
 #include "trace_event_json/event_record.h"
-
-namespace lanefeed_runtime {
-class ResultWriter;
-enum class TableId;
-struct InstanceRow;
-}  // namespace lanefeed_runtime
 
 namespace lanefeed_importers {
 
@@ -50,6 +45,8 @@ private:
     };
 
     void sliceEnd(const EventRecord& record);
+    void hold(std::uint32_t thread, const lanefeed_runtime::InstanceRow& row);
+    void letGo(std::vector<lanefeed_runtime::InstanceRow>& rows);
     void mark(const EventRecord& record, int band);
     void asyncBegin(const TraceTime& time, const EventRecord& record);
     void asyncEnd(const EventRecord& record);
@@ -58,11 +55,10 @@ private:
     void closeFlow(const FlowPoint& point);
     void counter(const EventRecord& record);
     void addSample(std::uint32_t series, const Sample& sample, std::int64_t end);
-    void addSlice(lanefeed_runtime::TableId table,
-                  int band,
-                  std::int64_t end,
-                  const OpenSlice& slice,
-                  std::string_view endArgs);
+    lanefeed_runtime::InstanceRow sliceRow(int band,
+                                           std::int64_t end,
+                                           const OpenSlice& slice,
+                                           std::string_view endArgs);
 
     int trackBandOf(const EventRecord& record);
     int nameRow(lanefeed_runtime::TableId table, std::vector<int>& rows, std::uint32_t name);
@@ -76,6 +72,9 @@ private:
     TrackRows m_rows;
     Activity m_activity;
     OpenSlices m_openSlices;
+    // Slices of the same ticks, by thread, the innermost first: they close in that order, but the
+    // result has what begins later behind.
+    std::vector<std::vector<lanefeed_runtime::InstanceRow>> m_held;
     std::unordered_map<std::string, std::vector<OpenAsync>> m_openAsync;
     std::unordered_map<std::string, FlowPoint> m_flows;
     std::vector<Sample> m_samples;                  // by series
