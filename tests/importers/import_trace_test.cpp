@@ -1,0 +1,174 @@
+// The frame of an import: bad input with place and remedy, cancelling, what happens to the files.
+#include "import_fixture.h"
+
+#include <csignal>
+#include <filesystem>
+#include <sys/resource.h>
+
+#include "common/fact_keys.h"
+
+namespace lanefeed_importers {
+namespace {
+
+using Kind = ImportError::Kind;
+
+constexpr const char* kEvent = R"({"ph":"X","ts":1,"dur":1,"name":"a"})";
+
+class ImportTrace : public ImportTest {
+protected:
+    void expectError(const std::string& content, Kind kind, const std::string& part) {
+        const ImportOutcome outcome = importFile(writeFile("trace", content));
+        EXPECT_EQ(outcome.error.kind, kind) << outcome.error.text;
+        EXPECT_NE(outcome.error.text.find(part), std::string::npos) << outcome.error.text;
+        EXPECT_EQ(outcome.error.text.rfind(path("trace"), 0), 0U) << outcome.error.text;
+        EXPECT_EQ(files(), (std::vector<std::string>{"trace"}));
+    }
+    static std::string manyEvents(int count) {
+        std::string events = "[";
+        for (int i = 0; i < count; ++i)
+            events += R"({"ph":"X","ts":)" + std::to_string(i) +
+                      R"(,"dur":1,"name":"a","args":{"i":)" + std::to_string(i) + "}},";
+        return events.substr(0, events.size() - 1) + "]";
+    }
+};
+
+TEST_F(ImportTrace, refusesWhatIsNoTraceWithPlaceAndRemedy) {
+    expectError("hello", Kind::notUnderstood, "byte 0; give a trace");
+    expectError("{\"a\":[1,2]}", Kind::notUnderstood, "no event array up to byte 11");
+    expectError("{\"a\":tru}", Kind::notUnderstood, "byte 8: Invalid value.");
+    expectError("[1,2,3]", Kind::notUnderstood, "none of the 3 entries");
+    expectError("[{\"args\":" + std::string(1000, '['), Kind::notUnderstood, "deeper than 512");
+    const std::string archive = packed("[" + std::string(kEvent) + "]");
+    expectError(archive.substr(0, archive.size() - 9), Kind::notUnderstood, "--keep-going");
+}
+
+TEST_F(ImportTrace, takesACutTraceUpToTheLastEventAndSaysWhere) {
+    const std::string text = "[" + std::string(kEvent) + ",\n" + kEvent;
+    const ImportOutcome outcome =
+        importFile(writeFile("cut.json", text.substr(0, text.size() - 3)));
+    ASSERT_FALSE(outcome.error.failed());
+    ASSERT_EQ(outcome.warnings.size(), 1U);
+    EXPECT_NE(outcome.warnings[0].find("ends early at byte 7"), std::string::npos)
+        << outcome.warnings[0];
+    EXPECT_NE(outcome.warnings[0].find("inside an event"), std::string::npos);
+    EXPECT_EQ(outcome.instances, 1U);
+    EXPECT_EQ(fact(fact_keys::kSkipped), R"({"cut":1})");
+    EXPECT_NE(fact(fact_keys::kWarnings).find("inside an event"), std::string::npos);
+}
+
+TEST_F(ImportTrace, takesWhatUnpackedIfTold) {
+    std::string events = manyEvents(20000);
+    const std::string archive = packed(events);
+    m_options.keepGoing = true;
+    const ImportOutcome outcome =
+        importFile(writeFile("early.gz", archive.substr(0, archive.size() / 2)));
+    ASSERT_FALSE(outcome.error.failed()) << outcome.error.text;
+    EXPECT_EQ(outcome.warnings.size(), 2U);
+    EXPECT_GT(outcome.instances, 5000U);
+    EXPECT_LT(outcome.instances, 20000U);
+}
+
+TEST_F(ImportTrace, aTraceWithoutTimesIsAnEmptyResultWithAWarning) {
+    for (const char* text :
+         {"[]", "[", R"({"traceEvents":[]})", R"([{"ph":"M","name":"process_name"}])"}) {
+        const ImportOutcome outcome = importFile(writeFile("trace.json", text));
+        ASSERT_FALSE(outcome.error.failed()) << outcome.error.text;
+        ASSERT_FALSE(outcome.warnings.empty());
+        EXPECT_NE(outcome.warnings.back().find("the result is empty"), std::string::npos);
+        EXPECT_EQ(fact(fact_keys::kFirstTime), "none");
+        EXPECT_EQ(outcome.instances, 0U);
+        std::filesystem::remove(target());
+    }
+}
+
+// Looks at the flag happen from the first piece to the last row.
+TEST_F(ImportTrace, cancelsAnywhereAndLeavesNothingBehind) {
+    const std::string trace = writeFile("trace", manyEvents(100000));
+    std::atomic<bool> cancel{false};
+    m_options.cancel = &cancel;
+    m_options.sortMemory = std::size_t{1} << 20;
+    int reports = 0;
+    m_options.progress = [&](const ImportProgress&) { ++reports; };
+    ASSERT_FALSE(importFile(trace).error.failed());
+    const int all = reports;
+    ASSERT_GT(all, 20);
+    std::filesystem::remove(target());
+    for (int at = 1; at <= all; at += std::max(1, all / 10)) {
+        reports = 0;
+        cancel = false;
+        m_options.progress = [&](const ImportProgress&) { cancel = ++reports == at || cancel; };
+        EXPECT_EQ(importFile(trace).error.kind, Kind::cancelled) << at;
+        EXPECT_EQ(files(), (std::vector<std::string>{"trace"})) << at;
+        EXPECT_LE(reports, at + 1);
+    }
+    cancel = false;
+    m_options.progress = [&](const ImportProgress& progress) {
+        if (progress.stage == ImportProgress::Stage::writing) cancel = true;
+    };
+    EXPECT_EQ(importFile(trace).error.kind, Kind::cancelled);
+    EXPECT_EQ(files(), (std::vector<std::string>{"trace"}));
+}
+
+TEST_F(ImportTrace, progressRunsForwardToTheEnd) {
+    const std::string trace = writeFile("trace", manyEvents(50000));
+    ImportProgress last;
+    m_options.progress = [&](const ImportProgress& now) {
+        EXPECT_GE(now.stage, last.stage);
+        if (now.stage == last.stage) {
+            EXPECT_GE(now.done, last.done);
+        }
+        if (now.stage != ImportProgress::Stage::writing) {
+            EXPECT_LE(now.done, now.total);
+        }
+        last = now;
+    };
+    const ImportOutcome outcome = importFile(trace);
+    EXPECT_EQ(last.stage, ImportProgress::Stage::writing);
+    EXPECT_EQ(last.events, 50000U);
+    EXPECT_EQ(outcome.events, 50000U);
+    EXPECT_EQ(outcome.bytes, std::filesystem::file_size(trace));
+}
+
+TEST_F(ImportTrace, replacesTheResultOfTheSameSourceAlone) {
+    importEvents(kEvent);
+    EXPECT_EQ(fact("source"), path("trace.json"));
+    EXPECT_EQ(fact("importer"), "trace_event_json");
+    EXPECT_FALSE(importFile(path("trace.json")).error.failed());
+    const ImportOutcome other =
+        importFile(writeFile("other.json", "[" + std::string(kEvent) + ",\n]"));
+    EXPECT_EQ(other.error.kind, Kind::failed);
+    EXPECT_EQ(fact("source"), path("trace.json"));
+    // A trace that breaks leaves the old result alone too.
+    EXPECT_TRUE(importFile(writeFile("bad.json", "{")).error.failed());
+    EXPECT_EQ(fact("source"), path("trace.json"));
+}
+
+TEST_F(ImportTrace, pausesCountFromTheFirstEvent) {
+    ImportRequest request;
+    request.source = writeFile("trace.json", R"([{"ph":"X","ts":5,"dur":9,"name":"a"}])");
+    request.target = target();
+    request.pauses = {{1000, 3000}, {2000, 4000}};
+    ASSERT_FALSE(importTrace(request).error.failed());
+    EXPECT_EQ(rows("select start_tsc, end_tsc from pauses"), (Rows{{"1001", "4000"}}));
+}
+
+TEST_F(ImportTrace, aFullDiskIsAnErrorWithARemedy) {
+    const std::string trace = writeFile("trace", manyEvents(100000));
+    m_options.sortMemory = std::size_t{1} << 20;
+    rlimit old{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    for (const rlim_t bytes : {100U << 10U, 1U << 20U, 4U << 20U}) {
+        const rlimit limited{bytes, old.rlim_max};
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limited), 0);
+        const ImportOutcome outcome = importFile(trace);
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
+        EXPECT_EQ(outcome.error.kind, Kind::failed) << bytes << outcome.error.text;
+        EXPECT_NE(outcome.error.text.find("make room"), std::string::npos) << outcome.error.text;
+        EXPECT_EQ(files(), (std::vector<std::string>{"trace"})) << bytes;
+    }
+    std::signal(SIGXFSZ, handler);
+}
+
+}  // namespace
+}  // namespace lanefeed_importers

@@ -1,0 +1,144 @@
+// What the tokenizer finds in all the shapes a trace may have, whole and cut.
+#include "trace_event_json/tokenizer.h"
+
+#include "import_fixture.h"
+
+#include "common/byte_source.h"
+#include "trace_event_json/json_stream.h"
+
+namespace lanefeed_importers {
+namespace {
+
+using End = TokenizerResult::End;
+
+// Remembers the names of the events and the last event itself.
+class Names : public EventSink {
+public:
+    bool onEvent(const TraceEvent& event) override {
+        names += std::string(event.system ? "~" : "") + std::string(event.name.text()) + " ";
+        last = event;
+        return true;
+    }
+    void onOtherEntry() override { names += "? "; }
+    void onRestart() override { names += "| "; }
+
+    std::string names;
+    TraceEvent last;
+};
+
+class TokenizerTest : public ImportTest {
+protected:
+    // The names found, with the way it ended if that wasn't well.
+    std::string read(std::string_view text) {
+        ImportError error;
+        const auto source = ByteSource::open(writeFile("text", text), error);
+        m_sink.names.clear();
+        m_end = tokenize(*source, m_sink, [] { return true; });
+        return m_sink.names;
+    }
+
+    Names m_sink;
+    TokenizerResult m_end;
+};
+
+TEST_F(TokenizerTest, findsTheEventArrayInEveryForm) {
+    EXPECT_EQ(read(R"([{"name":"a"},{"name":"b"}])"), "a b ");
+    EXPECT_EQ(read("\xEF\xBB\xBF \n[{\"name\":\"a\"}] rest"), "a ");
+    EXPECT_EQ(read(R"({"x":[{"name":"no"}],"traceEvents":[{"name":"a"}],"y":{"traceEvents":[1]}})"),
+              "a ");
+    EXPECT_EQ(read(R"({"events":[{"name":"a"}]})"), "a ");
+    EXPECT_EQ(read(R"({"events":[{"name":"a"}],"traceEvents":[{"name":"b"}]})"), "a | b ");
+    EXPECT_EQ(read(R"({"traceEvents":[{"name":"b"}],"events":[{"name":"a"}]})"), "b ");
+    EXPECT_EQ(read(R"([{"name":"a"},3,null,"x",[{"name":"no"}],{"name":"b"},])"), "a ? ? ? ? b ");
+    EXPECT_EQ(
+        read(R"({"systemTraceEvents":{"type":"x","events":[{"name":"p"}]},"traceEvents":[]})"),
+        "~p ");
+    EXPECT_EQ(m_end.end, End::complete);
+}
+
+TEST_F(TokenizerTest, readsTheFieldsOfAnEventAndNothingFromBelow) {
+    read(R"([{"args":{"name":"no","ts":1,"args":{"id":2}},"ts":12.5000,"tid":"main","pid":null,
+              "id2":{"local":"0x1","x":{"local":3}},"name":"a","name":"b\u00e4\t","dur":true,
+              "cat":["no"],"stack":[{"id":"no"}]}])");
+    const TraceEvent& event = m_sink.last;
+    EXPECT_EQ(event.name.text(), "b\xC3\xA4\t");
+    EXPECT_EQ(event.time.text(), "12.5000");
+    EXPECT_EQ(event.thread.key(), "main");
+    EXPECT_FALSE(event.process.present());
+    EXPECT_FALSE(event.id.present());
+    EXPECT_TRUE(event.hasId2);
+    EXPECT_EQ(event.localId.text(), "0x1");
+    EXPECT_FALSE(event.duration.maybeNumber());
+    EXPECT_FALSE(event.category.present());
+    EXPECT_EQ(event.args, R"({"name":"no","ts":1,"args":{"id":2}})");
+}
+
+TEST_F(TokenizerTest, takesWhatOtherReadersRefuse) {
+    EXPECT_EQ(
+        read("[{\"name\":\"a\tb\x01\"},{\"ts\":NaN,\"args\":{\"v\":-Infinity,},\"name\":\"c\"},]"),
+        "a b  c ");
+    EXPECT_EQ(m_end.end, End::complete);
+    EXPECT_EQ(read(std::string("[{\"name\":\"a\0b\"}]", 16)), "a b ");
+}
+
+TEST_F(TokenizerTest, argumentsMayLieAcrossPieces) {
+    std::string arguments = "{\"text\":\"";
+    for (int i = 0; i < 100000; ++i)
+        arguments += std::to_string(i) + " ";
+    arguments += "\"}";
+    read("[{\"name\":\"first\"},{\"args\":" + arguments + ",\"name\":\"last\"}]");
+    EXPECT_EQ(m_sink.last.args, arguments);
+    EXPECT_EQ(m_sink.last.name.text(), "last");
+}
+
+// Wherever the text ends: the complete events are there, and the end is told.
+TEST_F(TokenizerTest, keepsCompleteEventsOfATextCutAnywhere) {
+    const std::string text =
+        R"({"a":{"b":[1]},"traceEvents":[{"name":"x","args":{"k":[1,"]"]}}, {"name":"y","ts":1.5}],"z":"\u00e4"})";
+    const std::size_t list = text.find("[{") + 1;
+    const std::size_t first = text.find("}}, ") + 2;
+    const std::size_t second = text.find("1.5}") + 4;
+    for (std::size_t length = 1; length < text.size(); ++length) {
+        const std::string found = read(text.substr(0, length));
+        EXPECT_EQ(found, length < first ? "" : length < second ? "x " : "x y ") << length;
+        EXPECT_EQ(m_end.end, length < list ? End::noTrace : End::cut) << length;
+        const bool inside =
+            (length > list && length < first) || (length > first + 2 && length < second);
+        EXPECT_EQ(m_end.insideEvent, inside) << length;
+        EXPECT_LE(m_end.byte, length);
+    }
+}
+
+TEST_F(TokenizerTest, tellsTextsThatAreNoTraces) {
+    for (const char* text :
+         {"hello", "{}", R"({"traceEvents":{}})", "7", R"({"profile":[{"name":1}]})"}) {
+        EXPECT_EQ(read(text), "");
+        EXPECT_EQ(m_end.end, End::noTrace) << text;
+    }
+}
+
+TEST_F(TokenizerTest, limitsDepthAndLengthOfAnEvent) {
+    EXPECT_EQ(read("[{\"name\":\"a\"},{\"args\":" + std::string(100000, '[')), "a ");
+    EXPECT_EQ(m_end.end, End::tooDeep);
+    const std::size_t limit = JsonStream::kMaxUnmarked;
+    const std::string filler(limit + (std::size_t{1} << 20), 'x');
+    EXPECT_EQ(read("[{\"name\":\"a\"},{\"args\":{\"k\":\"" + filler + "\"}},{\"name\":\"b\"}]"),
+              "a ");
+    EXPECT_EQ(m_end.end, End::tooLong);
+    EXPECT_GE(m_end.byte, limit);
+}
+
+TEST_F(TokenizerTest, stopsBetweenPieces) {
+    std::string text = "[";
+    for (int i = 0; i < 100000; ++i)
+        text += "{\"name\":\"event\"},";
+    ImportError error;
+    const auto source = ByteSource::open(writeFile("text", text), error);
+    int pieces = 0;
+    m_end = tokenize(*source, m_sink, [&] { return ++pieces < 3; });
+    EXPECT_EQ(m_end.end, End::stopped);
+    EXPECT_EQ(pieces, 3);
+}
+
+}  // namespace
+}  // namespace lanefeed_importers
