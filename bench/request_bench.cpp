@@ -1,0 +1,250 @@
+// One over-time request of the pane, 64 rows by 1,000 buckets over the whole span, through the
+// provider: from the call until every cell of the answer was read once. The result is a file made
+// from a generated trace; opening it and reading its instances into memory are timed apart. Before
+// anything is timed, the answer is compared with what the trace itself tells.
+//
+//   ./request_bench --benchmark_repetitions=9 --benchmark_report_aggregates_only=true
+
+#include "idicerprovider.h"
+#include "parse_logger.h"
+#include "traces.h"
+#include "viewpointparser.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "session/open_result.h"
+#include "session/shipped_viewpoints.h"
+#include "store/result_writer.h"
+
+namespace {
+
+using basekit2::sptr_t;
+using dataface_1::IColumnInfo;
+using dataface_1::IInputData;
+using dataface_1::ITableRow;
+using dataface_1::ITableTree;
+using lanefeed_1::IDicerProvider;
+using lanefeed_1::TLViewpointParser;
+using lanefeed_bench::Call;
+using lanefeed_bench::Trace;
+using lanefeed_runtime::TableId;
+
+constexpr int kBuckets = 1000;
+constexpr std::size_t kThreads = 1;   // area of the shipped viewpoint, behind the ruler
+constexpr std::size_t kBusyTime = 0;  // layers of that area
+constexpr std::size_t kTimeByName = 1;
+
+Trace traceOf(std::size_t instances) {
+    lanefeed_bench::TraceShape shape;
+    shape.instances = instances;
+    return lanefeed_bench::makeTrace(shape);
+}
+
+bool writeResult(const Trace& trace, const std::string& file) {
+    lanefeed_runtime::WriterOptions options;
+    options.target = file;
+    options.force = true;
+    lanefeed_runtime::StoreError error;
+    const auto writer = lanefeed_runtime::ResultWriter::create(options, error);
+    if (writer == nullptr) return false;
+    const int process =
+        writer->attribute(TableId::process, "p", {{"name", "p"}, {"pid", 1}, {"sort", 1}});
+    std::vector<int> bands;
+    for (int row = 0; row < trace.shape.rows; ++row) {
+        const std::string name = "t" + std::to_string(row);
+        const int thread = writer->attribute(
+            TableId::thread, name,
+            {{"name", name}, {"tid", row}, {"dd_process", process}, {"sort", row}});
+        bands.push_back(writer->band(TableId::thread, thread));
+    }
+    std::vector<int> names;
+    for (int name = 0; name < trace.shape.names; ++name)
+        names.push_back(writer->named(TableId::task, "call" + std::to_string(name)));
+    for (const Call& call : trace.calls) {
+        lanefeed_runtime::InstanceRow row;
+        row.begin = static_cast<std::int64_t>(call.begin);
+        row.end = static_cast<std::int64_t>(call.end);
+        row.band = bands[static_cast<std::size_t>(call.row)];
+        row.attr = names[static_cast<std::size_t>(call.name)];
+        writer->add(TableId::sliceData, row);
+    }
+    writer->setFact(lanefeed_runtime::result_keys::kTicksPerSecond, "1000000000");
+    return writer->finish();
+}
+
+// A provider bound to the rows of threads.
+class Pane {
+public:
+    explicit Pane(const std::string& file) {
+        lanefeed_runtime::OpenOutcome outcome;
+        m_input = lanefeed_runtime::openResult(file, {}, outcome);
+        sptr_t<dataface_1::IQueryLibrary> library;
+        dataface_1::lookup(m_input, library);
+        basekit2::variant_bag_t bag;
+        std::string error;
+        lanefeed_runtime::readViewpoint(lanefeed_runtime::shippedViewpointText("trace_events"), bag,
+                                        error);
+        m_parser.parseViewpoint(bag, library, nullptr, m_input,
+                                basekit2::make_object<lanefeed_1::ParseLogger>());
+        m_provider = IDicerProvider::create(m_input);
+        m_provider->setResult(kThreads, m_input, &rowSet(), "trace_events", 0);
+        sptr_t<ITableTree> rows;
+        m_provider->getRowSummary(rows, -1, true, false);
+    }
+    ~Pane() { m_provider.reset(); }  // holds copies of what the parser owns
+    Pane(const Pane&) = delete;
+    Pane& operator=(const Pane&) = delete;
+
+    std::vector<sptr_t<ITableTree>> request(std::size_t layer) {
+        lanefeed_1::QueryParam param;
+        param.dds = &rowSet().layers[layer].drawBy.ds;
+        param.rowByDS = &rowSet().rowBys.front().ds;
+        basekit2::u64_t first = 0;
+        basekit2::u64_t ticksPerSecond = 0;
+        m_provider->getResultTscRange(first, param.endTime, ticksPerSecond);
+        param.endTime -= first - 1;  // behind the last tick
+        param.binCount = kBuckets;
+        std::vector<sptr_t<ITableTree>> trees;
+        if (!m_provider->getOverTimeData(param, IDicerProvider::otTime, trees)) trees.clear();
+        return trees;
+    }
+
+private:
+    TLViewpointParser::RowSet& rowSet() { return m_parser.m_areas[kThreads].rowSets.front(); }
+
+    sptr_t<IInputData> m_input;
+    TLViewpointParser m_parser;
+    sptr_t<IDicerProvider> m_provider;
+};
+
+struct Sum {
+    double percent = 0;
+    std::size_t cells = 0;
+};
+
+// Reads every cell of the trees.
+Sum readAll(const std::vector<sptr_t<ITableTree>>& trees) {
+    Sum sum;
+    for (const sptr_t<ITableTree>& tree : trees) {
+        if (tree.is_null()) continue;
+        std::vector<sptr_t<IColumnInfo>> series;
+        auto columns = tree->getColumns(nullptr);
+        for (columns.next(); !columns.at_end(); columns.next())  // the first one is the bucket
+            series.push_back(columns.current());
+        for (auto rows = tree->getRows(nullptr); !rows.at_end(); rows.next()) {
+            const sptr_t<ITableRow> row = rows.current();
+            for (const sptr_t<IColumnInfo>& column : series) {
+                basekit2::variant_t value;
+                if (!row->getContent(column, dataface_1::ccValue, value)) continue;
+                sum.percent += value.get<double>();
+                ++sum.cells;
+            }
+        }
+    }
+    return sum;
+}
+
+// Covered ticks of all rows.
+double busyTicks(const Trace& trace) {
+    std::vector<std::uint64_t> covered(static_cast<std::size_t>(trace.shape.rows), 0);
+    double ticks = 0;
+    for (const Call& call : trace.calls) {
+        std::uint64_t& until = covered[static_cast<std::size_t>(call.row)];
+        const std::uint64_t from = std::max(call.begin, until);
+        if (call.end > from) ticks += static_cast<double>(call.end - from);
+        until = std::max(until, call.end);
+    }
+    return ticks;
+}
+
+struct Stage {
+    explicit Stage(std::size_t instances)
+        : trace(traceOf(instances)),
+          file((std::filesystem::temp_directory_path() /
+                ("request_bench_" + std::to_string(instances) + ".lft"))
+                   .string()) {
+        if (!writeResult(trace, file)) std::fprintf(stderr, "%s: not written\n", file.c_str());
+        pane = std::make_unique<Pane>(file);
+    }
+    ~Stage() {
+        pane.reset();
+        std::error_code ignored;
+        std::filesystem::remove(file, ignored);
+    }
+    Stage(const Stage&) = delete;
+    Stage& operator=(const Stage&) = delete;
+
+    Trace trace;
+    std::string file;
+    std::unique_ptr<Pane> pane;
+};
+
+Stage& stage(std::size_t instances) {
+    static std::map<std::size_t, std::unique_ptr<Stage>> stages;
+    std::unique_ptr<Stage>& kept = stages[instances];
+    if (kept == nullptr) kept = std::make_unique<Stage>(instances);
+    return *kept;
+}
+
+// Percent of a bucket back into ticks, within what printing them as percent rounds off.
+bool agree(Stage& on, std::size_t layer) {
+    std::uint64_t first = ~std::uint64_t{0};
+    for (const Call& call : on.trace.calls)
+        first = std::min(first, call.begin);
+    const auto width = static_cast<double>((on.trace.behind - first) / kBuckets);
+    const double expected = busyTicks(on.trace);
+    const double found = readAll(on.pane->request(layer)).percent * width / 100;
+    if (std::abs(found - expected) < 1e-6 * expected) return true;
+    std::fprintf(stderr, "request_bench: layer %zu: %f ticks instead of %f\n", layer, found,
+                 expected);
+    return false;
+}
+
+// Opening, reading the instances and the first answer.
+void openAndAsk(benchmark::State& state) {
+    const Stage& on = stage(static_cast<std::size_t>(state.range(0)));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(readAll(Pane(on.file).request(kBusyTime)).percent);
+}
+
+void request(benchmark::State& state, std::size_t layer) {
+    Pane& pane = *stage(static_cast<std::size_t>(state.range(0))).pane;
+    Sum sum = readAll(pane.request(layer));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(sum = readAll(pane.request(layer)));
+    state.counters["cells"] = static_cast<double>(sum.cells);
+}
+
+void sizes(benchmark::internal::Benchmark* bench) {
+    for (const int size : {100'000, 1'000'000, 2'000'000, 4'000'000})
+        bench->Arg(size);
+    bench->Unit(benchmark::kMillisecond);
+}
+
+BENCHMARK_CAPTURE(request, busyTime, kBusyTime)->Apply(sizes);
+BENCHMARK_CAPTURE(request, timeByName, kTimeByName)
+    ->Arg(100'000)
+    ->Arg(1'000'000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(openAndAsk)->Apply(sizes);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    Stage& on = stage(100'000);
+    if (!agree(on, kBusyTime) || !agree(on, kTimeByName)) return EXIT_FAILURE;
+    std::printf("100000 instances: the answer is that of the trace\n");
+    benchmark::RunSpecifiedBenchmarks();
+    return EXIT_SUCCESS;
+}
