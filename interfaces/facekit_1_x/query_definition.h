@@ -5,9 +5,9 @@
 
 namespace facekit_1_x {
 
-// Asked of a query, through adapt_to_pointer, by toXmlString: the definition that the query was made
-// from. Optional: a query without it is shown by its id. A query need not be derived from this; it
-// may answer with a small object of its own. From any thread.
+// Asked of a query, through adapt_to_pointer, by toXmlString: the definition that the query was
+// made from. Optional: a query without it is shown by its id. A query need not be derived from
+// this; it may answer with a small object of its own. From any thread.
 class IQueryDefinition : public basekit2::interface_t<IQueryDefinition> {
 public:
     // The definition's element; the bag's own name is that of the element ("infoQuery", ...).

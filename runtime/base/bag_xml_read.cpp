@@ -120,19 +120,19 @@ private:
 
 error_code_t load_variant_bag_from_string2(variant_bag_t& bag,
                                            const std::string& text,
-                                           const std::string& root_name) {
-    return BagReader(text, "").read(bag, root_name);
+                                           const std::string& rootName) {
+    return BagReader(text, "").read(bag, rootName);
 }
 
 error_code_t load_variant_bag2(variant_bag_t& bag,
-                               const std::string& file_name,
-                               const std::string& root_name) {
+                               const std::string& fileName,
+                               const std::string& rootName) {
     std::string text;
     std::string reason;
-    if (!lanefeed_runtime::readTextFile(file_name, text, reason))
-        return error_code_t::raise(error::IsNot.Valid.Argument, (file_name + ": " + reason).c_str(),
+    if (!lanefeed_runtime::readTextFile(fileName, text, reason))
+        return error_code_t::raise(error::IsNot.Valid.Argument, (fileName + ": " + reason).c_str(),
                                    nullptr, 0);
-    return BagReader(text, file_name).read(bag, root_name);
+    return BagReader(text, fileName).read(bag, rootName);
 }
 
 }  // namespace basekit2

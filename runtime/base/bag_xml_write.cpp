@@ -52,7 +52,7 @@ private:
 
 class BagWriter {
 public:
-    bool writeElement(pugi::xml_node parent, const variant_bag_t& bag, const std::string& name) {
+    bool writeElement(pugi::xml_node& parent, const variant_bag_t& bag, const std::string& name) {
         if (!isXmlName(name)) return fail("element", name);
         pugi::xml_node element = parent.append_child(name.c_str());
         std::string text;
@@ -120,22 +120,22 @@ error_code_t toXml(const variant_bag_t& bag,
 
 error_code_t save_variant_bag_to_string2(const variant_bag_t& bag,
                                          std::string& text,
-                                         const std::string& root_name) {
+                                         const std::string& rootName) {
     const unsigned int format = pugi::format_indent | pugi::format_no_declaration;
-    const error_code_t printed = toXml(bag, text, root_name, format);
+    error_code_t printed = toXml(bag, text, rootName, format);
     if (is_success(printed) && !text.empty() && text.back() == '\n') text.pop_back();
     return printed;
 }
 
 error_code_t save_variant_bag2(const variant_bag_t& bag,
-                               const std::string& file_name,
-                               const std::string& root_name) {
+                               const std::string& fileName,
+                               const std::string& rootName) {
     std::string text;
-    const error_code_t printed = toXml(bag, text, root_name, pugi::format_indent);
+    error_code_t printed = toXml(bag, text, rootName, pugi::format_indent);
     if (!is_success(printed)) return printed;
     std::string reason;
-    if (lanefeed_runtime::replaceTextFile(file_name, text, reason)) return error_code_t::success;
-    return invalid(file_name + ": " + reason);
+    if (lanefeed_runtime::replaceTextFile(fileName, text, reason)) return error_code_t::success;
+    return invalid(fileName + ": " + reason);
 }
 
 }  // namespace basekit2

@@ -20,8 +20,8 @@ void* pool_allocate(std::size_t size) {
     return ::operator new(size);
 }
 
-void pool_deallocate(void* memory, std::size_t size) {
-    ::operator delete(memory, size);
+void pool_deallocate(void* memory, std::size_t /*size*/) {
+    ::operator delete(memory);
 }
 
 #else
@@ -136,7 +136,7 @@ void* pool_allocate(std::size_t size) {
 void pool_deallocate(void* memory, std::size_t size) {
     if (memory == nullptr) return;
     if (size > kLargest) {
-        ::operator delete(memory, size);
+        ::operator delete(memory);
         return;
     }
     const std::size_t sizeClass = size == 0 ? 0 : (size - 1) / kStep;

@@ -97,8 +97,8 @@ private:
         return reducible.is_null() ? nullptr : reducible->reduce(noRows, nullptr);
     }
 
-    // Null when a cell that is missing answers nothing. A wrapper may hand on the columns of a table
-    // in memory, so the sum is asked first.
+    // Null when a cell that is missing answers nothing. A wrapper may hand on the columns of a
+    // table in memory, so the sum is asked first.
     variant_t missingValueOf(const sptr_t<IColumnInfo>& column) const {
         variant_t value;
         if (!m_emptySum.is_null() && m_emptySum->getContent(column, dataface_1::ccValue, value))
@@ -109,7 +109,7 @@ private:
 
     sptr_t<IWriteableColumn> copyColumn(const sptr_t<IColumnInfo>& source,
                                         const sptr_t<IColumnInfo>& parent) {
-        const sptr_t<IWriteableColumn> copy =
+        sptr_t<IWriteableColumn> copy =
             createColumn(source->getType(), source->getQuery(), m_merged);
         for (const cell_contents_t property : {dataface_1::ccStyle, dataface_1::ccId}) {
             variant_t value;

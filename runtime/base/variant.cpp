@@ -26,7 +26,7 @@ variant_t::variant_t(bool value) : m_type(vtBool) {
     m_value.number = value ? 1 : 0;
 }
 variant_t::variant_t(s8_t value) : m_type(vtS8) {
-    m_value.number = value;
+    m_value.number = value;  // NOLINT(bugprone-signed-char-misuse): a number, no character
 }
 variant_t::variant_t(u8_t value) : m_type(vtU8) {
     m_value.number = value;
@@ -72,12 +72,12 @@ variant_t::variant_t(const std::wstring& value) {
     m_value.wide_text = new wide_text_t(value);
     m_type = vtWideString;
 }
-variant_t::variant_t(unsigned int type_id, const sptr_t<object_interface_t>& object) {
+variant_t::variant_t(unsigned int typeId, const sptr_t<object_interface_t>& object) {
     if (object.is_null()) return;
     object->add_ref();
     m_value.object = object.get();
     m_type = vtObject;
-    m_object_type = type_id;
+    m_object_type = typeId;
 }
 
 variant_t::variant_t(const variant_t& other)

@@ -3,6 +3,7 @@
 // Tested by tests/base/vector_query_test.cpp.
 #include <dataface_1/query_kinds.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace dataface_1 {
@@ -37,11 +38,11 @@ public:
         const sptr_t<IVectorQuery> vector = IVectorQuery::cast(other);
         if (vector.is_null() || vector->getCount() != getCount()) return false;
         const generic_iterator_t<sptr_t<IQuery>> theirs = vector->getQueries();
-        for (const sptr_t<IQuery>& member : m_members) {
-            if (!areEqual(member, theirs.current(), restrictions, names)) return false;
+        return std::all_of(m_members.begin(), m_members.end(), [&](const sptr_t<IQuery>& member) {
+            const sptr_t<IQuery> their = theirs.current();
             theirs.next();
-        }
-        return true;
+            return areEqual(member, their, restrictions, names);
+        });
     }
 
     generic_iterator_t<sptr_t<IQuery>> getQueries() const override {
