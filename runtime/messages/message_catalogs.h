@@ -9,7 +9,7 @@
 namespace lanefeed_runtime {
 
 // The shipped catalogs: "slicer2" with the display names of queries, "viewpoint" with the captions
-// of areas and rows, "storelink1" with names for what a trace left without one.
+// of areas and rows, "storelink1" with texts for values that the store makes up.
 basekit2::sptr_t<settingstore2::IMessageCatalogSource> shippedCatalogs();
 
 // Catalogs out of documents, each a "messageCatalog" element with a "name" and children

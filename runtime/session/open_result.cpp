@@ -9,9 +9,11 @@
 #include <dataface_1/query_library.h>
 #include <storelink1/database.h>
 
+#include <array>
 #include <cerrno>
-#include <fstream>
+#include <cstdio>
 #include <iterator>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -54,15 +56,28 @@ OpenOutcome::Kind kindOf(const StoreError& error) {
                                                          : OpenOutcome::failed;
 }
 
-bool readDocument(const std::string& file, DefinitionText& document, OpenOutcome& outcome) {
+// Zero, or why the file could not be read to its end. A directory opens and fails at the first
+// read.
+int readFile(const std::string& name, std::string& text) {
     errno = 0;
-    std::ifstream stream(file, std::ios::binary);
-    document = {file, std::string(std::istreambuf_iterator<char>(stream), {})};
-    // A directory opens and then gives nothing but a failed read.
-    if (stream.is_open() && !stream.bad() && errno == 0) return true;
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "rb"),
+                                                               &std::fclose);
+    std::array<char, 4096> part{};
+    while (file != nullptr) {
+        const std::size_t size = std::fread(part.data(), 1, part.size(), file.get());
+        text.append(part.data(), size);
+        if (size < part.size()) break;
+    }
+    return errno;
+}
+
+bool readDocument(const std::string& file, DefinitionText& document, OpenOutcome& outcome) {
+    document.source = file;
+    const int error = readFile(file, document.text);
+    if (error == 0) return true;
     outcome.kind = OpenOutcome::failed;
     outcome.text = "cannot read query definitions from " + file + ": " +
-                   std::error_code(errno, std::generic_category()).message() +
+                   std::error_code(error, std::generic_category()).message() +
                    "; check the name and the permission";
     return false;
 }

@@ -19,7 +19,7 @@ TEST(MessageCatalogs, ShippedCatalogsHaveTheTextsOfTheirKeys) {
     };
     EXPECT_EQ(text("slicer2", "%BusyTime"), "Busy time");
     EXPECT_EQ(text("viewpoint", "%ThreadsArea"), "Threads");
-    EXPECT_EQ(text("storelink1", "%NoName"), "(no name)");
+    EXPECT_EQ(text("storelink1", "[Unknown]"), "(unknown)");
     EXPECT_FALSE(source->getCatalog("slicer2")->has_message("BusyTime")) << "the % is part of it";
     EXPECT_EQ(source->getCatalog("slicer2")->message("nothing").as_ustring(varg_list()), "");
     EXPECT_EQ(source->getCatalog("other"), nullptr);

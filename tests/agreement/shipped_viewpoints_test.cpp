@@ -1,0 +1,197 @@
+// The shipped viewpoints, and the example of the documentation, on a small result: the parser finds
+// nothing to say, every layer can be shown, and the series are those that the trace was written
+// with.
+#include "session/shipped_viewpoints.h"
+
+#include "idicerprovider.h"
+#include "viewpointparser.h"
+
+#include <basekit2/variant_bag.h>
+
+#include <gtest/gtest.h>
+
+#include "session/open_result.h"
+#include "support/captured_log.h"
+#include "support/table_text.h"
+#include "support/temp_directory.h"
+#include "support/trace_text.h"
+
+namespace lanefeed_test {
+namespace {
+
+using basekit2::sptr_t;
+using lanefeed_1::DicerDataSource;
+using lanefeed_1::IDicerProvider;
+using lanefeed_1::TLViewpointParser;
+
+class HostParser : public TLViewpointParser {
+public:
+    std::string getString(const std::string& key,
+                          const platkit_2_18::generic::varg_list& /*args*/) override {
+        return lanefeed_1::getString(key);
+    }
+};
+
+const char* const kTrace = R"(
+    process app
+    thread main  0..50 outer@ui  10..20 inner@io  60..70 inner@io
+    thread worker  20..100 job@gc
+    track upload  3..9 part  5..40 part
+    counter load  0=5  50=7.5
+    marker main 5 tick)";
+
+class ShippedViewpoints : public ::testing::Test {
+protected:
+    void SetUp() override {
+        writeTraceText(m_directory.file("t.lft"), kTrace);
+        lanefeed_runtime::OpenOptions options;
+        options.queryFiles = {example("categories.queries.xml")};
+        lanefeed_runtime::OpenOutcome outcome;
+        m_result = lanefeed_runtime::openResult(m_directory.file("t.lft"), options, outcome);
+        ASSERT_TRUE(outcome.isOpened()) << outcome.text;
+        ASSERT_TRUE(dataface_1::lookup(m_result, m_library));
+    }
+
+    static std::string example(const std::string& name) {
+        return LANEFEED_SOURCE_DIR "/examples/viewpoints/" + name;
+    }
+
+    void parse(const basekit2::variant_bag_t& viewpoint) {
+        m_logger = basekit2::make_object<lanefeed_1::ParseLogger>();
+        m_parser.parseViewpoint(viewpoint, m_library, nullptr, m_result, m_logger);
+    }
+    void parseShipped(const std::string& name) {
+        basekit2::variant_bag_t bag;
+        std::string error;
+        ASSERT_TRUE(lanefeed_runtime::readViewpoint(lanefeed_runtime::shippedViewpointText(name),
+                                                    bag, error))
+            << error;
+        parse(bag);
+    }
+
+    // A layer over the whole trace in ten buckets: each row, then each series with its filled
+    // buckets.
+    std::string series(std::size_t area, std::size_t layer) {
+        TLViewpointParser::RowSet& rowSet = m_parser.m_areas.at(area).rowSets.at(0);
+        const sptr_t<IDicerProvider> provider = IDicerProvider::create(m_result);
+        provider->setResult(static_cast<int>(area) + 1, m_result, &rowSet, "shipped", 0);
+        sptr_t<dataface_1::ITableTree> rows;
+        if (!provider->getRowSummary(rows, -1, true, true)) return "no rows";
+        if (!m_parser.isApplicable(rowSet.layers.at(layer), provider.get()))
+            return "not applicable";
+        const DicerDataSource source = rowSet.layers[layer].drawBy.ds;
+        lanefeed_1::QueryParam param;
+        param.dds = &source;
+        param.rowByDS = &rowSet.rowBys.at(0).ds;
+        param.endTime = provider->getDuration() + 1;
+        param.binCount = 10;
+        std::vector<sptr_t<dataface_1::ITableTree>> forest;
+        if (!provider->getOverTimeData(param, IDicerProvider::otTime, forest)) return "no data";
+        std::string text;
+        const std::vector<sptr_t<dataface_1::ITableRow>> all = allRows(rows);
+        for (std::size_t i = 0; i < forest.size(); ++i)
+            text += nameOf(rows, all.at(i)) + "\n" + seriesText(forest[i]);
+        return text;
+    }
+
+    // The innermost columns of an expansion, by what their queries stand for.
+    static std::string seriesText(const sptr_t<dataface_1::ITableTree>& tree) {
+        std::string text;
+        const auto columns = allColumns(tree);
+        for (const sptr_t<dataface_1::IColumnInfo>& column : columns) {
+            basekit2::generic_iterator_t<sptr_t<dataface_1::IColumnInfo>> children;
+            column->getChildren(children, nullptr, false);
+            if (column == columns.front() || !children.at_end()) continue;
+            text += "  " + columnName(column) + ":";
+            for (const sptr_t<dataface_1::ITableRow>& row : allRows(tree))
+                if (cell(row, column) != "0")
+                    text += " " + cell(row, columns.front()) + "=" + cell(row, column);
+            text += "\n";
+        }
+        return text;
+    }
+
+    static std::string columnName(const sptr_t<dataface_1::IColumnInfo>& column) {
+        const auto vector = dataface_1::IVectorQuery::cast(column->getQuery());
+        const auto info = dataface_1::IInfoQuery::cast(vector->getDefaultQuery());
+        if (info.is_null() || info->getValues(1).at_end())
+            return lanefeed_1::getString(vector->getDefaultQuery()->getName());
+        return info->getValues(1).current().get<std::string>();
+    }
+
+    static std::string cell(const sptr_t<dataface_1::ITableRow>& row,
+                            const sptr_t<dataface_1::IColumnInfo>& column) {
+        basekit2::variant_t value;
+        basekit2::variant_t text;
+        row->getContent(column, dataface_1::ccValue, value);
+        basekit2::print_variant(value, text, false);
+        return text.get<std::string>();
+    }
+
+    static std::string nameOf(const sptr_t<dataface_1::ITableTree>& rows,
+                              const sptr_t<dataface_1::ITableRow>& row) {
+        basekit2::variant_t name;
+        row->getContent(columnNamed(rows, "name"), dataface_1::ccValue, name);
+        return name.get<std::string>();
+    }
+
+    TempDirectory m_directory;
+    sptr_t<dataface_1::IInputData> m_result;
+    sptr_t<dataface_1::IQueryLibrary> m_library;
+    sptr_t<lanefeed_1::ParseLogger> m_logger;
+    HostParser m_parser;
+};
+
+TEST_F(ShippedViewpoints, ParseWithoutAWord) {
+    const CapturedLog log;
+    for (const std::string& name : lanefeed_runtime::shippedViewpointNames()) {
+        parseShipped(name);
+        EXPECT_FALSE(m_logger->hasMessages()) << name;
+        m_logger->printMessages();
+    }
+    for (const CapturedLog::Entry& entry : log.entries())
+        ADD_FAILURE() << entry.text;
+}
+
+TEST_F(ShippedViewpoints, LayersShowWhatTheTraceHolds) {
+    parseShipped("trace_events");
+    EXPECT_TRUE(m_parser.m_hasRuler);
+    ASSERT_EQ(m_parser.m_areas.size(), 3U);
+    EXPECT_EQ(m_parser.m_areas[0].rowSets[0].displayName, "Threads");
+    EXPECT_EQ(m_parser.m_areas[0].rowSets[0].layers[0].drawBy.displayName, "Busy time");
+    EXPECT_EQ(series(0, 0),
+              "app / main\n  Busy time: 0=100 1=100 2=100 3=100 4=100 6=100\n"
+              "app / worker\n  Busy time: 2=100 3=100 4=100 5=100 6=100 7=100 8=100 9=100\n");
+    // The innermost slice takes the time; the largest total comes first.
+    EXPECT_EQ(series(0, 1),
+              "app / main\n  job:\n  outer: 0=100 2=100 3=100 4=100\n  inner: 1=100 6=100\n"
+              "app / worker\n  job: 2=100 3=100 4=100 5=100 6=100 7=100 8=100 9=100\n"
+              "  outer:\n  inner:\n");
+    EXPECT_EQ(series(0, 2),
+              "app / main\n  Slices: 0=1 1=2 2=1 3=1 4=1 6=1\n"
+              "app / worker\n  Slices: 2=1 3=1 4=1 5=1 6=1 7=1 8=1 9=1\n");
+    EXPECT_EQ(series(1, 0),
+              "app / load\n"
+              "  Value: 0=5 1=5 2=5 3=5 4=5 5=7.5 6=7.5 7=7.5 8=7.5 9=7.5\n");
+    EXPECT_EQ(series(2, 0), "app / upload\n  Time with operations: 0=70 1=100 2=100 3=100\n");
+    EXPECT_EQ(series(2, 1), "app / upload\n  Operations: 0=2 1=1 2=1 3=1\n");
+}
+
+TEST_F(ShippedViewpoints, TheExampleOfTheDocumentationWorks) {
+    const CapturedLog log;
+    basekit2::variant_bag_t bag;
+    ASSERT_TRUE(is_success(load_variant_bag2(bag, example("categories.xml"), "viewpoint")));
+    parse(bag);
+    EXPECT_FALSE(m_logger->hasMessages());
+    EXPECT_TRUE(log.empty());
+    const TLViewpointParser::RowSet& rowSet = m_parser.m_areas.at(0).rowSets.at(0);
+    EXPECT_EQ(rowSet.layers[0].drawBy.displayColor.red, 255);
+    EXPECT_EQ(rowSet.layers[1].drawBy.ds.m_max, 200) << "two threads";
+    // Two threads of one process add up.
+    EXPECT_EQ(series(0, 0),
+              "app\n  Busy time: 0=100 1=100 2=200 3=200 4=200 5=100 6=200 7=100 8=100 9=100\n");
+    EXPECT_EQ(series(0, 1), "app\n  ui: 0=100 2=100 3=100 4=100\n  io: 1=100 6=100\n");
+}
+
+}  // namespace
+}  // namespace lanefeed_test
