@@ -87,6 +87,11 @@ bool toType(ValueType type, const variant_t& value, variant_t& out) {
 bool readDisplayAttributes(const basekit2::variant_bag_t& element,
                            DisplayAttributes& out,
                            std::string& error) {
+    if (element.get<variant_t>("#text") != nullptr ||
+        !element.begin<basekit2::variant_bag_t>().at_end()) {
+        error = "<displayAttributes> holds text or elements; write NAME=\"VALUE\" in its tag";
+        return false;
+    }
     for (auto it = element.begin<variant_t>(); !it.at_end(); it.next()) {
         const std::string& name = it.get_name();
         const auto* known = std::find_if(kKnown.begin(), kKnown.end(),

@@ -206,7 +206,7 @@ private:
                 return fail("unknown element <" + it.get_name() + "> in <values>");
             m_traits.values.emplace_back(elementText(it.get_value()));
         }
-        return true;
+        return !m_traits.values.empty() || fail("<values> holds no <value>TEXT</value>");
     }
 
     // Several queries follow each other in the chain; the last one keeps the chain that it has.

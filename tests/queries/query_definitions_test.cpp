@@ -198,6 +198,14 @@ INSTANTIATE_TEST_SUITE_P(
         BrokenCase{"values of a time",
                    "<timeQuery id='x'><dbPath>t</dbPath><values/></timeQuery>",
                    {"a.xml:3: timeQuery \"x\": only an infoQuery has <values>"}},
+        BrokenCase{"values without value",
+                   "<infoQuery id='x'><values>main</values></infoQuery>",
+                   {"a.xml:3: infoQuery \"x\": <values> holds no <value>TEXT</value>"}},
+        BrokenCase{"display attribute as element",
+                   "<infoQuery id='x'><displayAttributes><marker>end</marker></displayAttributes>"
+                   "</infoQuery>",
+                   {"a.xml:3: infoQuery \"x\": <displayAttributes> holds text or elements; write "
+                    "NAME=\"VALUE\" in its tag"}},
         BrokenCase{"empty list",
                    "<vectorQuery id='x'/>",
                    {"a.xml:3: vectorQuery \"x\": it has no member; write a <queryRef> or a "
