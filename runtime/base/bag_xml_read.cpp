@@ -15,6 +15,47 @@ namespace {
 // Deeper documents are refused: bags are walked and destroyed by recursion.
 constexpr int kDeepest = 1000;
 
+std::size_t behind(const std::string& text, const char* end, std::size_t from) {
+    const std::size_t found = text.find(end, from);
+    return found == std::string::npos ? text.size() : found;
+}
+
+// Walks a tag from its "<" to its ">". Where an attribute value holds a "<", the walk stops there.
+std::size_t skipTag(const std::string& text, std::size_t at, bool& stray) {
+    const bool declaration = text.compare(at, 2, "<!") == 0;
+    char quote = 0;
+    for (++at; at < text.size(); ++at) {
+        const char c = text[at];
+        if (quote == 0 && c == '>') break;
+        if (quote == 0 && (c == '"' || c == '\'')) {
+            quote = c;
+        } else if (quote != 0 && c == '<' && !declaration) {
+            stray = true;
+            break;
+        } else if (c == quote) {
+            quote = 0;
+        }
+    }
+    return at;
+}
+
+// Place of a "<" in an attribute value, which is no XML but passes the parser; npos without one.
+std::size_t strayAngle(const std::string& text) {
+    bool stray = false;
+    for (std::size_t at = text.find('<'); at < text.size(); at = text.find('<', at)) {
+        if (text.compare(at, 4, "<!--") == 0)
+            at = behind(text, "-->", at + 4);
+        else if (text.compare(at, 9, "<![CDATA[") == 0)
+            at = behind(text, "]]>", at + 9);
+        else if (text.compare(at, 2, "<?") == 0)
+            at = behind(text, "?>", at + 2);
+        else
+            at = skipTag(text, at, stray);
+        if (stray) return at;
+    }
+    return std::string::npos;
+}
+
 class BagReader {
 public:
     // sourceName: prefix of the places in errors, may be empty.
@@ -25,6 +66,10 @@ public:
         pugi::xml_document document;
         const pugi::xml_parse_result parsed = document.load_buffer(m_text.data(), m_text.size());
         if (!parsed) return errorAt(parsed.offset, parsed.description());
+        const std::size_t stray = strayAngle(m_text);
+        if (stray != std::string::npos)
+            return errorAt(static_cast<std::ptrdiff_t>(stray),
+                           "\"<\" in the value of an attribute; write &lt; instead");
         const pugi::xml_node root = document.document_element();
         if (!rootName.empty() && rootName != root.name())
             return errorAt(root.offset_debug(), "the root element is \"" +

@@ -90,6 +90,9 @@ TEST(BagXml, ErrorsTellThePlaceAndTheReason) {
               "2:2: attribute \"id\": \"x\" is no value of type int");
     EXPECT_NE(loaded("<v int:id='3000000000'/>", "v").find("no value of type int"),
               std::string::npos);
+    EXPECT_EQ(loaded("<v>\n<a b='x<y'/></v>", "v"),
+              "2:8: \"<\" in the value of an attribute; write &lt; instead");
+    EXPECT_EQ(loaded("<v a='&lt;'><!-- b='<' --><![CDATA[b='<']]></v>", "v").substr(0, 2), "v{");
     for (const char* broken : {"", "plain text", "<v", "<v a=1/>", "<v a='&#0;'/"})
         EXPECT_NE(loaded(broken, "v").substr(0, 2), "v{") << broken;
     std::string deep;
