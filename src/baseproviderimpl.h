@@ -181,9 +181,9 @@ public:
                                                              const std::string& displayName,
                                                              const std::string& table,
                                                              const std::string& path,
-                                                             const std::string& suffix);
+                                                             const std::string& suffix) const;
     // From "table::path".
-    basekit2::sptr_t<dataface_1::IInfoQuery> createInfoQuery(const std::string& path);
+    basekit2::sptr_t<dataface_1::IInfoQuery> createInfoQuery(const std::string& path) const;
     // "table::path", by which groupings are compared; empty for a query of another kind.
     static std::string getPath(const basekit2::sptr_t<dataface_1::IQuery>& query);
     static std::string getPath(const DicerDataSource* ds);

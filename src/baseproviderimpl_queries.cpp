@@ -57,7 +57,7 @@ basekit2::sptr_t<dataface_1::IInfoQuery> BaseProviderImpl::createInfoQuery(
     const std::string& displayName,
     const std::string& table,
     const std::string& path,
-    const std::string& suffix) {
+    const std::string& suffix) const {
     const auto qLibrary = getQueryLibrary();
     if (!LF_CHECK(qLibrary)) return {};
     const std::string element = "<infoQuery id=\"" + id + "\" displayName=\"" + displayName +
@@ -68,7 +68,7 @@ basekit2::sptr_t<dataface_1::IInfoQuery> BaseProviderImpl::createInfoQuery(
 }
 
 basekit2::sptr_t<dataface_1::IInfoQuery> BaseProviderImpl::createInfoQuery(
-    const std::string& path) {
+    const std::string& path) const {
     const auto parts = platkit_2_18::strings::split_string(path, names::kTableSeparator);
     if (!LF_CHECK(parts.size() == 2)) return {};
     if (!LF_CHECK(!parts[0].empty() && !parts[1].empty())) return {};

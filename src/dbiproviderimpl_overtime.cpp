@@ -78,8 +78,11 @@ bool DbiProviderImpl::readLevels(const QueryParam& param,
         if (!isApplicableRowByLevel(param, walk.level())) continue;
         std::vector<OverTimeData> current;
         std::vector<OverTimeDataSeries> series;
-        // A level that cannot be read is left out.
-        if (!getOverTimeDataForRowLevel(param, walk.path(), current, series)) continue;
+        if (!getOverTimeDataForRowLevel(param, walk.path(), current, series)) {
+            // A level that cannot be read is left out, but not for a cancel.
+            if (isCanceled()) return false;
+            continue;
+        }
         if (!placeRecords(current, data)) return false;
         // Rows without data show the series of the first level that was read.
         if (!levelRead) firstSeries = std::move(series);
@@ -111,8 +114,8 @@ bool DbiProviderImpl::getOverTimeDataForRowLevel(const QueryParam& param,
     bool allowCollapse = false;  // matters to master tables only
     if (!createOverTimeQuery(param, rowByPath, query, isTimeData, allowCollapse)) return false;
     // Times become percentages of the bucket, whose width counts in whole ticks.
-    const double scale =
-        isTimeData ? 100.0 / static_cast<double>((end - start) / param.binCount) : 0.0;
+    const basekit2::u64_t binTicks = (end - start) / param.binCount;
+    const double scale = isTimeData ? 100.0 / static_cast<double>(binTicks) : 0.0;
 
     std::vector<storelink1::OverTimeData> dbData;
     std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;

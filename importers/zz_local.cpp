@@ -1,1 +1,0 @@
-namespace { [[maybe_unused]] constexpr int kLocal = 0; }

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "dbiproviderimpl.h"
+#include "rowsummarytabletree.h"
+#include "timelinedbproviderimpl.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/captured_log.h"
+#include "support/environment_guard.h"
+#include "support/fake_queries.h"
+#include "support/fake_store.h"
+
+namespace lanefeed_test {
+
+// A provider whose protected operations can be called, with rows put in by the test.
+template <class Provider>
+class Probe : public Provider {
+public:
+    using Provider::addJoinDS;
+    using Provider::addRowByDS;
+    using Provider::copyOvertimeData;
+    using Provider::createOverTimeQuery;
+    using Provider::getApplicableRowBy;
+    using Provider::getDb;
+    using Provider::getLeafTable;
+    using Provider::getObjectType;
+    using Provider::getRowDbIndexByUniqueId;
+    using Provider::getRowLevel;
+    using Provider::getTimelineDb;
+    using Provider::isCanceled;
+    using Provider::isGroupingByBand;
+    using Provider::m_filteredDb;
+    using Provider::m_hatches;
+    using Provider::m_mode;
+    using Provider::m_rowByAttrTable;
+    using Provider::m_rowCount;
+    using Provider::m_rowSummaryTable;
+    using Provider::m_timeBase;
+    using Provider::ticksInMs;
+
+    // The read of a store, by a name of its own.
+    bool read(const lanefeed_1::QueryParam& param, std::vector<lanefeed_1::OverTimeData>& data) {
+        return lanefeed_1::DbiProviderImpl::getOverTimeData(param, data);
+    }
+};
+
+// A provider over fakes: a result of 1000 ticks that begins at the absolute tick 1000.
+class ProviderTest : public testing::Test {
+protected:
+    using DbiProbe = Probe<lanefeed_1::DbiProviderImpl>;
+
+    ProviderTest();
+    // Binds to a row set; null for an area of one row.
+    void bind(lanefeed_1::TLViewpointParser::RowSet* rowSet = nullptr);
+    // Binds to rows by the table "dd_thread" with these row ids.
+    void bindRows(const std::vector<int>& ids);
+    // A request on a time source of "slice_data" for 0..1000 in 10 buckets.
+    lanefeed_1::QueryParam request();
+    static basekit2::sptr_t<dataface_1::IQuery> timeQuery(QueryFacts facts = {});
+    static basekit2::sptr_t<dataface_1::IQuery> infoQuery(QueryFacts facts);
+    static lanefeed_1::TLViewpointParser::RowBy rowBy(const QueryFacts& facts, bool joins = false);
+    // A record of the store: ids of the row, and for each series one value in bucket 0.
+    static storelink1::OverTimeData record(const std::vector<int>& key,
+                                           const std::vector<double>& values);
+    // Metadata of series by one name each.
+    static std::vector<storelink1::OverTimeDataSeriesMetadata> series(
+        const std::vector<std::string>& names);
+
+    basekit2::sptr_t<FakeDatabase> m_db;
+    basekit2::sptr_t<FakeInput> m_input;
+    basekit2::sptr_t<FakeLibrary> m_library;
+    basekit2::sptr_t<FakeRegistry> m_registry;
+    basekit2::sptr_t<FakeProgress> m_progress;
+    basekit2::sptr_t<DbiProbe> m_provider;
+    lanefeed_1::DicerDataSource m_source;
+    lanefeed_1::DicerDataSource m_rowBySource;
+    CapturedLog m_log;
+};
+
+}  // namespace lanefeed_test

@@ -1,0 +1,78 @@
+#include "provider_fixture.h"
+
+namespace lanefeed_test {
+namespace {
+
+using lanefeed_1::IDicerProvider;
+using Rows = ProviderTest;
+
+TEST_F(Rows, AreCountedAndOrderedByTheSummary) {
+    IDicerProvider::SortInfo info;
+    std::vector<int> order;
+    EXPECT_FALSE(m_provider->getSortOrder(order));
+    EXPECT_FALSE(m_provider->getCurrentSorting(info));
+    EXPECT_FALSE(m_provider->getDefaultSortOrder(info));
+    EXPECT_FALSE(m_provider->setSorting(info));
+    EXPECT_EQ(m_provider->getRowDbIndexByUniqueId(1), 0);
+
+    bindRows({10, 30, 20});
+    EXPECT_EQ(m_provider->getRowCount(), 3);
+    EXPECT_EQ(m_provider->getRowDbIndexByUniqueId(1), 30);
+    EXPECT_EQ(m_provider->getRowDbIndexByUniqueId(3), -1);
+    EXPECT_EQ(m_provider->getRowLevel(2), 0);
+    ASSERT_TRUE(m_provider->getSortOrder(order));
+    EXPECT_EQ(order, (std::vector<int>{0, 1, 2}));
+    // Nothing has been sorted by.
+    EXPECT_FALSE(m_provider->getCurrentSorting(info));
+    EXPECT_TRUE(m_log.empty());
+    EXPECT_EQ(m_provider->getRowLevel(3), -1);
+    EXPECT_TRUE(m_log.contains("summaryRow"));
+}
+
+TEST_F(Rows, KeepTheirPlacesWhenSorted) {
+    bindRows({10, 30, 20});
+    IDicerProvider::SortInfo info;
+    ASSERT_TRUE(m_provider->getDefaultSortOrder(info));
+    EXPECT_TRUE(info.ascending);
+    ASSERT_TRUE(m_provider->setSorting(info));
+    std::vector<int> order;
+    m_provider->getSortOrder(order);
+    EXPECT_EQ(m_provider->getRowDbIndexByUniqueId(1), 30);
+
+    info.ascending = false;
+    ASSERT_TRUE(m_provider->setSorting(info));
+    std::vector<int> reversed;
+    m_provider->getSortOrder(reversed);
+    EXPECT_EQ(reversed, std::vector<int>(order.rbegin(), order.rend()));
+    IDicerProvider::SortInfo current;
+    ASSERT_TRUE(m_provider->getCurrentSorting(current));
+    EXPECT_FALSE(current.ascending);
+    EXPECT_EQ(current.column, info.column);
+}
+
+TEST_F(Rows, AreReplacedByTheNextSummaryButNotByAFailedOrCancelledOne) {
+    bindRows({10, 20});
+    const auto summary = m_provider->m_rowSummaryTable;
+    m_db->tables["dd_thread"].clear();
+    basekit2::sptr_t<dataface_1::ITableTree> table;
+    EXPECT_FALSE(m_provider->getRowSummary(table, -1, true, true));
+    EXPECT_TRUE(m_log.contains("bRet && summaryImpl"));
+    EXPECT_TRUE(table.is_null());
+
+    m_db->tables["dd_thread"] = {{{"rowid", 5}, {"dd_thread.name", "five"}}};
+    m_log.clear();
+    m_progress->cancelsAt = 1;
+    EXPECT_FALSE(m_provider->getRowSummary(table, -1, true, true));
+    EXPECT_TRUE(m_log.empty());
+    EXPECT_EQ(m_provider->m_rowSummaryTable, summary);
+    EXPECT_EQ(m_provider->getRowCount(), 2);
+
+    m_progress->cancelsAt = 0;
+    ASSERT_TRUE(m_provider->getRowSummary(table, -1, true, true));
+    EXPECT_EQ(m_provider->getRowCount(), 1);
+    IDicerProvider::SortInfo current;
+    EXPECT_TRUE(m_provider->getCurrentSorting(current));
+}
+
+}  // namespace
+}  // namespace lanefeed_test

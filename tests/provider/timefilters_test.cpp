@@ -1,0 +1,161 @@
+#include "provider_fixture.h"
+
+#include <facekit_1_x/table_building.h>
+
+#include "common/pauseranges.h"
+
+namespace lanefeed_test {
+namespace {
+
+using basekit2::u64_t;
+using dataface_1::ITableTree;
+using lanefeed_1::QueryParam;
+using lanefeed_1::SBInterval;
+using lanefeed_1::TimeRange;
+using TimeFilters = ProviderTest;
+
+std::string spansText(const std::vector<SBInterval>& spans) {
+    std::string text;
+    for (const SBInterval& span : spans)
+        text += "[" + std::to_string(span.start) + "," + std::to_string(span.end) + "]";
+    return text;
+}
+
+std::string rangesText(const basekit2::sptr_t<ITableTree>& table) {
+    std::set<TimeRange> ranges;
+    lanefeed_1::fillPauserangesSet(ranges, table);
+    std::vector<SBInterval> spans;
+    for (const TimeRange& range : ranges)
+        spans.push_back({range.start, range.end});
+    return spansText(spans);
+}
+
+TEST(PauseRanges, MergesWhatTouchesThenDropsWhatIsNarrow) {
+    const auto merged = [](std::vector<SBInterval> spans, u64_t minWidth) {
+        lanefeed_1::mergeIntervals(spans, minWidth);
+        return spansText(spans);
+    };
+    EXPECT_EQ(merged({{0, 5}, {3, 9}, {100, 101}}, 4), "[0,9]");
+    EXPECT_EQ(merged({{100, 101}, {3, 9}, {0, 3}}, 0), "[0,9][100,101]");
+    EXPECT_EQ(merged({{0, 3}, {4, 7}}, 0), "[0,3][4,7]");
+    EXPECT_EQ(merged({{0, 9}, {2, 4}, {5, 6}}, 4), "[0,9]");
+    // Two narrow spans are wide enough together.
+    EXPECT_EQ(merged({{0, 2}, {2, 4}}, 4), "[0,4]");
+    EXPECT_EQ(merged({{0, 2}, {5, 6}}, 4), "");
+    EXPECT_EQ(merged({}, 4), "");
+}
+
+TEST(PauseRanges, TellsASpanWhollyInsideOneRange) {
+    const std::set<TimeRange> ranges{{10, 20}, {20, 30}, {50, 60}};
+    EXPECT_TRUE(lanefeed_1::isInPause(ranges, 10, 20));
+    EXPECT_TRUE(lanefeed_1::isInPause(ranges, 21, 30));
+    EXPECT_FALSE(lanefeed_1::isInPause(ranges, 15, 25));  // across a border, though the next begins
+    EXPECT_FALSE(lanefeed_1::isInPause(ranges, 9, 12));
+    EXPECT_FALSE(lanefeed_1::isInPause(ranges, 55, 61));
+    EXPECT_FALSE(lanefeed_1::isInPause({}, 1, 2));
+    // Ranges are told apart by their ends alone; the first of two stays.
+    std::set<TimeRange> sameEnd{{10, 20}};
+    sameEnd.insert({5, 20});
+    EXPECT_EQ(sameEnd.size(), 1U);
+    EXPECT_FALSE(lanefeed_1::isInPause(sameEnd, 6, 8));
+}
+
+TEST(PauseRanges, NeedsTwoColumns) {
+    const CapturedLog log;
+    std::set<TimeRange> ranges;
+    lanefeed_1::fillPauserangesSet(ranges, facekit_1_x::createTableTree());
+    EXPECT_TRUE(log.contains("!colIt.at_end()"));
+    EXPECT_TRUE(ranges.empty());
+}
+
+TEST_F(TimeFilters, GivesPausesOfTheWindowInPaneTicks) {
+    // The first reaches in from before the result, the next two touch the ends of the window.
+    m_db->pauses = {{900, 1250}, {1400, 1700}, {1100, 1200}, {1701, 1800}};
+    bind();
+    QueryParam param = request();
+    param.startTime = 250;
+    param.endTime = 700;
+    basekit2::sptr_t<ITableTree> table;
+    ASSERT_TRUE(m_provider->getPauseRangesData(param, table));
+    EXPECT_EQ(rangesText(table), "[0,250][400,700]");
+    EXPECT_FALSE(lanefeed_1::BaseProviderImpl::getColumnByName(table, "startTime").is_null());
+    EXPECT_FALSE(lanefeed_1::BaseProviderImpl::getColumnByName(table, "endTime").is_null());
+}
+
+TEST_F(TimeFilters, GivesFilterSpansOutsideTheWindowToo) {
+    m_db->filterSpans = {{1900, 1950}, {1000, 1100}};
+    m_db->pauses = {{1300, 1350}};
+    bind();
+    QueryParam param = request();
+    param.endTime = 100;
+    basekit2::sptr_t<ITableTree> table;
+    ASSERT_TRUE(m_provider->getFilteredRanges(param, table));
+    EXPECT_EQ(rangesText(table), "[0,100][900,950]");
+    // The other order of arguments asks for what filters keep; the key of the last read is its own.
+    param.endTime = 200;
+    ASSERT_TRUE(m_provider->getFilteredRanges(table, param));
+    EXPECT_EQ(rangesText(table), "");
+}
+
+TEST_F(TimeFilters, ReadsARangeOnceUntilSpanBinsOrPausesChange) {
+    m_db->pauses = {{1000, 1100}};
+    bind();
+    QueryParam param = request();
+    basekit2::sptr_t<ITableTree> first;
+    basekit2::sptr_t<ITableTree> again;
+    ASSERT_TRUE(m_provider->getPauseRangesData(param, first));
+    ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
+    EXPECT_EQ(first, again);
+    EXPECT_EQ(m_db->pauseReads, 1);
+    param.binCount = 20;
+    ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
+    EXPECT_NE(first, again);
+    EXPECT_EQ(m_db->pauseReads, 2);
+    EXPECT_TRUE(m_provider->updateSBFilterData());
+    ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
+    EXPECT_EQ(m_db->pauseReads, 3);
+}
+
+TEST_F(TimeFilters, KeepsOneKeyForBothKindsOfRanges) {
+    m_db->pauses = {{1000, 1100}};
+    bind();
+    QueryParam older = request();
+    basekit2::sptr_t<ITableTree> filtered;
+    ASSERT_TRUE(m_provider->getFilteredRanges(older, filtered));
+    QueryParam newer = request();
+    newer.binCount = 5;
+    basekit2::sptr_t<ITableTree> paused;
+    ASSERT_TRUE(m_provider->getPauseRangesData(newer, paused));
+    // The other kind, read under an older key, is served under the new one.
+    basekit2::sptr_t<ITableTree> served;
+    ASSERT_TRUE(m_provider->getFilteredRanges(newer, served));
+    EXPECT_EQ(served, filtered);
+}
+
+TEST_F(TimeFilters, RefusesAnEmptyWindowAndNoBins) {
+    bind();
+    QueryParam param = request();
+    basekit2::sptr_t<ITableTree> table;
+    param.binCount = 0;
+    EXPECT_FALSE(m_provider->getPauseRangesData(param, table));
+    param = request();
+    param.startTime = param.endTime;
+    EXPECT_FALSE(m_provider->getPauseRangesData(param, table));
+    EXPECT_EQ(m_db->pauseReads, 0);
+    EXPECT_TRUE(m_log.empty());
+}
+
+TEST_F(TimeFilters, AsksTheRegistryForFilters) {
+    bind();
+    m_registry->names = {"global"};
+    EXPECT_TRUE(m_provider->hasFilter("global"));
+    EXPECT_FALSE(m_provider->hasFilter("selection"));
+    m_input->offered.erase(basekit2::type_id_t<dataface_1::IFilterRegistry>::id());
+    EXPECT_FALSE(m_provider->hasFilter("global"));
+    EXPECT_TRUE(m_log.empty());
+    EXPECT_EQ(m_provider->getGlobalFilterName(), "global");
+    EXPECT_EQ(m_provider->getSelectionFilterName(), "selection");
+}
+
+}  // namespace
+}  // namespace lanefeed_test

@@ -1,0 +1,71 @@
+#include "provider_fixture.h"
+
+namespace lanefeed_test {
+namespace {
+
+using lanefeed_1::DicerDataSource;
+using lanefeed_1::IDicerProvider;
+
+class TimelineProvider : public ProviderTest {
+protected:
+    TimelineProvider()
+        : m_timeline(basekit2::make_object<Probe<lanefeed_1::TimelineDbProviderImpl>>()) {
+        m_timeline->setResult(0, m_input, nullptr, "view", 0);
+        m_source.m_dataType = DicerDataSource::dsCount;
+        m_db->answers = {{{record({}, {3})}, series({"first"}), false},
+                         {{record({}, {4})}, series({"second"}), false}};
+    }
+    void putQueries(std::vector<basekit2::sptr_t<dataface_1::IQuery>> queries) {
+        m_source.m_vectorQuery =
+            basekit2::make_object<FakeVectorQuery>(std::move(queries), QueryFacts());
+    }
+    static QueryFacts named(const std::string& name) {
+        QueryFacts facts;
+        facts.id = facts.name = name;
+        return facts;
+    }
+    int columnCount() const {
+        return basekit2::iterator_util::get_item_count(m_forest.at(0)->getColumns(nullptr));
+    }
+
+    basekit2::sptr_t<Probe<lanefeed_1::TimelineDbProviderImpl>> m_timeline;
+    std::vector<basekit2::sptr_t<dataface_1::ITableTree>> m_forest;
+};
+
+TEST_F(TimelineProvider, MergesTheForestsOfSeveralQueries) {
+    putQueries({timeQuery(named("one"))});
+    ASSERT_TRUE(m_timeline->getOverTimeData(request(), IDicerProvider::otTime, m_forest));
+    EXPECT_EQ(m_db->calls.size(), 1U);
+    EXPECT_EQ(columnCount(), 2);
+
+    m_forest.clear();
+    m_db->calls.clear();
+    putQueries({timeQuery(named("one")), timeQuery(named("two"))});
+    ASSERT_TRUE(m_timeline->getOverTimeData(request(), IDicerProvider::otTime, m_forest));
+    EXPECT_EQ(m_db->calls.size(), 2U);
+    ASSERT_EQ(m_forest.size(), 1U);
+    EXPECT_EQ(columnCount(), 3);
+    EXPECT_TRUE(m_log.empty());
+}
+
+TEST_F(TimelineProvider, LeavesOutAQueryWithoutAnAnswer) {
+    QueryFacts waiting = named("waiting");
+    waiting.attributes["timelineRequiredFilter"] = "absent";
+    putQueries({timeQuery(waiting), timeQuery(named("two"))});
+    ASSERT_TRUE(m_timeline->getOverTimeData(request(), IDicerProvider::otTime, m_forest));
+    ASSERT_EQ(m_forest.size(), 1U);
+    EXPECT_EQ(columnCount(), 2);
+    m_forest.clear();
+    putQueries({timeQuery(waiting), timeQuery(waiting)});
+    EXPECT_TRUE(m_timeline->getOverTimeData(request(), IDicerProvider::otTime, m_forest));
+    EXPECT_TRUE(m_forest.empty());
+}
+
+TEST_F(TimelineProvider, AnswersBarsAndTasksQuietly) {
+    EXPECT_FALSE(m_timeline->getIntervalData(request(), m_forest, nullptr));
+    EXPECT_FALSE(m_timeline->getTaskData(request(), m_forest, nullptr));
+    EXPECT_TRUE(m_log.empty());
+}
+
+}  // namespace
+}  // namespace lanefeed_test

@@ -1,0 +1,44 @@
+#include "support/fake_queries.h"
+
+#include <platkit_2_18/strings.h>
+
+namespace lanefeed_test {
+
+namespace {
+
+std::string textOf(const basekit2::variant_bag_t* bag, const char* name) {
+    const auto* value = bag != nullptr ? bag->get<basekit2::variant_t>(name) : nullptr;
+    return value != nullptr ? value->get<std::string>() : std::string();
+}
+
+}  // namespace
+
+basekit2::sptr_t<dataface_1::IVectorQuery> FakeLibrary::resolveQuery(
+    const basekit2::variant_bag_t& /*element*/, relay2::IMessenger* /*messenger*/) {
+    return {};
+}
+
+basekit2::sptr_t<dataface_1::IQuery> FakeLibrary::findQuery(const std::string& id,
+                                                            relay2::IMessenger* /*messenger*/) {
+    const auto found = known.find(id);
+    return found != known.end() ? found->second : nullptr;
+}
+
+bool FakeLibrary::createQuery(const basekit2::variant_bag_t& bag,
+                              basekit2::sptr_t<dataface_1::IQuery>& out,
+                              relay2::IMessenger* /*messenger*/) {
+    created.push_back(bag);
+    if (refuses) return false;
+    QueryFacts facts;
+    facts.id = textOf(&bag, "id");
+    facts.name = textOf(&bag, "displayName");
+    const auto parts = platkit_2_18::strings::split_string(
+        textOf(bag.get<basekit2::variant_bag_t>("dbPath"), "#text"), "::");
+    if (!parts.empty()) facts.table = parts.front();
+    if (parts.size() > 1) facts.path = parts[1];
+    facts.attr = textOf(bag.get<basekit2::variant_bag_t>("displayDbPathSuffix"), "#text");
+    out = basekit2::make_object<FakeInfoQuery>(facts);
+    return true;
+}
+
+}  // namespace lanefeed_test

@@ -1,0 +1,264 @@
+#include "support/fake_store.h"
+
+#include <storelink1/timeline_query.h>
+
+#include <algorithm>
+
+namespace lanefeed_test {
+
+namespace {
+
+class FakeRecords : public storelink1::IGenericRecordset<storelink1::IConstRecord>,
+                    public storelink1::IConstRecord {
+public:
+    FakeRecords(FakeTable rows, std::vector<std::string> columns)
+        : m_rows(std::move(rows)), m_columns(std::move(columns)) {}
+    bool atEnd() override { return m_position >= m_rows.size(); }
+    void next() override { ++m_position; }
+    storelink1::IConstRecord* current() override { return atEnd() ? nullptr : this; }
+    const basekit2::variant_t& getField(basekit2::u16_t column) const override {
+        static const basekit2::variant_t none;
+        if (column >= m_columns.size()) return none;
+        const auto& row = m_rows[m_position];
+        const auto cell = row.find(m_columns[column]);
+        return cell != row.end() ? cell->second : none;
+    }
+
+private:
+    FakeTable m_rows;
+    std::vector<std::string> m_columns;
+    std::size_t m_position = 0;
+};
+
+class FakeRecordQuery : public storelink1::IQuery {
+public:
+    explicit FakeRecordQuery(FakeTable rows) : m_rows(std::move(rows)) {}
+    void useFilters() override {}
+    void addFilter(const std::string& /*name*/) override {}
+    basekit2::u16_t addColumn(const std::string& name,
+                              int /*kind*/,
+                              const basekit2::generic_iterator_t<std::string>& /*values*/,
+                              bool /*flag1*/,
+                              bool /*flag2*/,
+                              std::string& /*text*/) override {
+        const bool known = m_rows.empty() || m_rows.front().count(name) != 0;
+        if (!known) return storelink1::InvalidColIdx;
+        m_columns.push_back(name);
+        return static_cast<basekit2::u16_t>(m_columns.size() - 1);
+    }
+    basekit2::u16_t addCondition(const std::string& /*column*/,
+                                 int /*op*/,
+                                 const basekit2::variant_t& /*value*/) override {
+        return 0;
+    }
+    bool addOrderBy(const std::string& /*column*/, bool /*descending*/) override { return true; }
+    bool addKeyColumn(const std::string& /*column*/) override { return true; }
+    basekit2::sptr_t<storelink1::IGenericRecordset<storelink1::IConstRecord>> execute(
+        relay2::IProgress* /*progress*/, std::string& /*error*/, std::string& /*sql*/) override {
+        return basekit2::make_object<FakeRecords>(m_rows, m_columns);
+    }
+
+private:
+    FakeTable m_rows;
+    std::vector<std::string> m_columns;
+};
+
+class FakeTimelineQuery : public storelink1::ITimelineQuery {
+public:
+    explicit FakeTimelineQuery(basekit2::sptr_t<FakeDatabase> database)
+        : m_database(std::move(database)) {}
+    void addRowBy(const std::string& path, const std::string& suffix) override {
+        m_call.rowBys.push_back(path + "|" + suffix);
+    }
+    void setRequiredFilter(const std::string& name) override { m_call.requiredFilter = name; }
+    basekit2::generic_iterator_t<storelink1::time_interval_t> getFilterIntervals(
+        bool inverted) override {
+        if (inverted) return {};
+        return basekit2::make_iterator(m_database->filterSpans);
+    }
+    void setSource(QueryType type,
+                   const std::string& table,
+                   const std::string& attrPath,
+                   const std::string& grouping) override {
+        m_call.source = std::to_string(type) + "|" + table + "|" + attrPath + "|" + grouping;
+    }
+    void setObjectType(ObjectType type) override { m_call.objectType = type; }
+    void setSamplePoint(int samplePoint) override { m_call.samplePoint = samplePoint; }
+    bool addExpansion(const std::string& table,
+                      const std::string& path,
+                      const std::string& attr,
+                      const std::vector<std::string>& values,
+                      bool hideZero,
+                      const std::string& sortName,
+                      bool ascending) override {
+        std::string text = table + "|" + path + "|" + attr + "|";
+        for (const std::string& value : values)
+            text += value + ",";
+        text += std::string(hideZero ? "|hide" : "|show") + "|" + sortName;
+        m_call.expansions.push_back(text + (ascending ? "|up" : "|down"));
+        return m_database->answers.empty() || !m_database->answers.front().refusesExpansions;
+    }
+    void setTimelineDatabase(
+        const basekit2::sptr_t<storelink1::ITimelineDatabase>& database) override {
+        m_call.database = database.get();
+    }
+    void setFourthFlag(bool flag) override { m_call.fourthFlag = flag; }
+    basekit2::error_code_t getOverTimeData(
+        basekit2::u64_t start,
+        basekit2::u64_t end,
+        int bins,
+        std::vector<storelink1::OverTimeData>& data,
+        std::vector<storelink1::OverTimeDataSeriesMetadata>& metadata,
+        relay2::IProgress* /*progress*/) override {
+        m_call.start = start;
+        m_call.end = end;
+        m_call.bins = bins;
+        if (!m_database->answers.empty()) {
+            const auto last = m_database->answers.size() - 1;
+            const auto& answer = m_database->answers[std::min(m_database->calls.size(), last)];
+            data = answer.data;
+            metadata = answer.metadata;
+        }
+        m_database->calls.push_back(m_call);
+        if (m_database->onRun) m_database->onRun();
+        return basekit2::error_code_t::success;
+    }
+
+private:
+    basekit2::sptr_t<FakeDatabase> m_database;
+    TimelineCall m_call;
+};
+
+// Knows the tables of the fake database: the leaf of a path is its last part.
+class FakeRetriever : public storelink1::IAttributeDataRetriever {
+public:
+    explicit FakeRetriever(std::string leaf) : m_leaf(std::move(leaf)) {}
+    bool getValue(int /*id*/, basekit2::variant_t& /*value*/) override { return false; }
+    bool getLeafTable(std::string& table) override {
+        table = m_leaf;
+        return true;
+    }
+
+private:
+    std::string m_leaf;
+};
+
+}  // namespace
+
+basekit2::error_code_t FakeTimelineDatabase::getGrouper(
+    basekit2::sptr_t<storelink1::ITimelineGrouper>& /*out*/,
+    storelink1::timeline_grouper_type_t /*kind*/,
+    const std::string& /*instanceTable*/,
+    const basekit2::generic_iterator_t<std::string>& /*names*/,
+    const basekit2::generic_iterator_t<int>& /*ids*/,
+    int /*reserved*/,
+    int /*level*/) {
+    return basekit2::error_code_t::noResult;
+}
+
+basekit2::generic_iterator_t<basekit2::generic_iterator_t<std::string>>
+FakeTimelineDatabase::getGroupings(storelink1::timeline_grouper_type_t /*kind*/,
+                                   const std::string& /*instanceTable*/) {
+    return {};
+}
+
+basekit2::error_code_t FakeTimelineDatabase::fill(
+    storelink1::timeline_grouper_type_t /*kind*/,
+    const std::string& /*instanceTable*/,
+    const basekit2::generic_iterator_t<std::string>& /*names*/,
+    relay2::IProgress* /*progress*/) {
+    return basekit2::error_code_t::success;
+}
+
+FakeDatabase::FakeDatabase() : m_timeline(basekit2::make_object<FakeTimelineDatabase>()) {}
+
+basekit2::sptr_t<storelink1::IQuery> FakeDatabase::createQuery(const std::string& table,
+                                                               int /*mode*/) {
+    const auto found = tables.find(table);
+    if (found == tables.end()) return {};
+    return basekit2::make_object<FakeRecordQuery>(found->second);
+}
+
+basekit2::sptr_t<storelink1::ITimelineQuery> FakeDatabase::createTimelineQuery() {
+    return basekit2::make_object<FakeTimelineQuery>(basekit2::sptr_t<FakeDatabase>(this));
+}
+
+basekit2::sptr_t<storelink1::IAttributeDataRetriever> FakeDatabase::createAttributeRetriever(
+    const std::string& table, bool /*cache*/) {
+    const std::string leaf = table.substr(table.rfind('.') + 1);
+    if (tables.count(leaf) == 0) return {};
+    return basekit2::make_object<FakeRetriever>(leaf);
+}
+
+bool FakeDatabase::getTimeRange(basekit2::u64_t& start, basekit2::u64_t& end, int /*reserved*/) {
+    start = firstTick;
+    end = lastTick;
+    return true;
+}
+
+bool FakeDatabase::getBandKind(const std::string& band, int& kind) {
+    const auto found = bandKinds.find(band);
+    if (found == bandKinds.end()) return false;
+    kind = found->second;
+    return true;
+}
+
+bool FakeDatabase::isTableExist(const std::string& table) {
+    return tables.count(table) != 0;
+}
+
+basekit2::sptr_t<storelink1::ITimelineDatabase> FakeDatabase::getTimelineDatabase() {
+    return m_timeline;
+}
+
+basekit2::sptr_t<storelink1::ITimelineDatabase> FakeDatabase::getFilteredTimelineDatabase() {
+    ++filteredDatabases;
+    return basekit2::make_object<FakeTimelineDatabase>();
+}
+
+basekit2::generic_iterator_t<storelink1::time_interval_t> FakeDatabase::getPausedIntervals() {
+    ++pauseReads;
+    return basekit2::make_iterator(pauses);
+}
+
+bool FakeDatabase::isFilterApplicable(const std::string& /*name*/, const std::string& table) {
+    return filteredTables.count(table) != 0;
+}
+
+basekit2::error_code_t FakeDatabase::createEvaluator(
+    basekit2::sptr_t<storelink1::IFilterEvaluator>& /*out*/,
+    const std::string& /*name*/,
+    const basekit2::generic_iterator_t<std::string>& /*columns*/,
+    const std::string& /*instanceTable*/) {
+    return basekit2::error_code_t::noResult;
+}
+
+basekit2::notype_ptr_t FakeDatabase::adapt_to_pointer(unsigned int type) {
+    return IDatabase::adapt_to_pointer(type);
+}
+
+basekit2::notype_ptr_t FakeInput::adapt_to_pointer(unsigned int type) {
+    ++asked;
+    const auto found = offered.find(type);
+    return found != offered.end() ? found->second : IInputData::adapt_to_pointer(type);
+}
+
+basekit2::sptr_t<dataface_1::IQueryFilterBuilder> FakeRegistry::createQueryFilterBuilder() {
+    return {};
+}
+
+void FakeRegistry::setQueryFilter(const std::string& name,
+                                  const basekit2::sptr_t<dataface_1::IQueryFilter>& /*filter*/) {
+    names.insert(name);
+}
+
+basekit2::sptr_t<dataface_1::ITimeFilterBuilder> FakeRegistry::createTimeFilterBuilder() {
+    return {};
+}
+
+void FakeRegistry::setTimeFilter(const std::string& name,
+                                 const basekit2::sptr_t<dataface_1::ITimeFilter>& /*filter*/) {
+    names.insert(name);
+}
+
+}  // namespace lanefeed_test

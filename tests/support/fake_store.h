@@ -1,0 +1,164 @@
+#pragma once
+
+#include <dataface_1/filters.h>
+#include <dataface_1/input_data.h>
+#include <relay2/progress.h>
+#include <storelink1/database.h>
+
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace lanefeed_test {
+
+// Fakes of the store for tests that look at calls, failures and cancels; agreement of numbers is
+// tested on the real one. Every fake writes down what it is asked.
+
+// Cancels at the nth time it is asked, counted from 1; never at 0.
+class FakeProgress : public relay2::IProgress {
+public:
+    bool isCanceled() override { return ++asked >= cancelsAt && cancelsAt != 0; }
+
+    int cancelsAt = 0;
+    int asked = 0;
+};
+
+class FakeTimelineDatabase : public storelink1::ITimelineDatabase {
+public:
+    basekit2::error_code_t getGrouper(basekit2::sptr_t<storelink1::ITimelineGrouper>& out,
+                                      storelink1::timeline_grouper_type_t kind,
+                                      const std::string& instanceTable,
+                                      const basekit2::generic_iterator_t<std::string>& names,
+                                      const basekit2::generic_iterator_t<int>& ids,
+                                      int reserved,
+                                      int level) override;
+    basekit2::generic_iterator_t<basekit2::generic_iterator_t<std::string>> getGroupings(
+        storelink1::timeline_grouper_type_t kind, const std::string& instanceTable) override;
+    basekit2::error_code_t fill(storelink1::timeline_grouper_type_t kind,
+                                const std::string& instanceTable,
+                                const basekit2::generic_iterator_t<std::string>& names,
+                                relay2::IProgress* progress) override;
+};
+
+// What a timeline query was asked, and what it is to answer.
+struct TimelineCall {
+    std::vector<std::string> rowBys;  // path, "|" and suffix
+    std::vector<std::string> expansions;
+    std::string source;  // type, table, path, grouping with "|" between
+    std::string requiredFilter;
+    int objectType = 0;
+    int samplePoint = 0;
+    bool fourthFlag = false;
+    storelink1::ITimelineDatabase* database = nullptr;
+    basekit2::u64_t start = 0;  // absolute
+    basekit2::u64_t end = 0;
+    int bins = 0;
+};
+struct TimelineAnswer {
+    std::vector<storelink1::OverTimeData> data;
+    std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
+    bool refusesExpansions = false;
+};
+
+// A table of the store by rows of named cells.
+using FakeTable = std::vector<std::map<std::string, basekit2::variant_t>>;
+
+class FakeDatabase : public storelink1::IDatabase, public storelink1::IFilterRegistry {
+public:
+    FakeDatabase();
+
+    // IDatabase
+    basekit2::sptr_t<storelink1::IQuery> createQuery(const std::string& table, int mode) override;
+    basekit2::sptr_t<storelink1::ITimelineQuery> createTimelineQuery() override;
+    basekit2::sptr_t<storelink1::IAttributeDataRetriever> createAttributeRetriever(
+        const std::string& table, bool cache) override;
+    bool getTimeRange(basekit2::u64_t& start, basekit2::u64_t& end, int reserved) override;
+    basekit2::u64_t getTicksPerSecond() override { return ticksPerSecond; }
+    basekit2::sptr_t<storelink1::IFilterRegistry> getFilterRegistry() override { return this; }
+    bool getBandKind(const std::string& band, int& kind) override;
+    bool isTableExist(const std::string& table) override;
+    basekit2::sptr_t<storelink1::ITimelineDatabase> getTimelineDatabase() override;
+    basekit2::sptr_t<storelink1::ITimelineDatabase> getFilteredTimelineDatabase() override;
+    basekit2::generic_iterator_t<storelink1::time_interval_t> getPausedIntervals() override;
+    void clearCaches() override { ++cachesCleared; }
+
+    // IFilterRegistry
+    bool hasFilter(const std::string& name) override { return filters.count(name) != 0; }
+    bool isFilterApplicable(const std::string& name, const std::string& table) override;
+    basekit2::error_code_t createEvaluator(basekit2::sptr_t<storelink1::IFilterEvaluator>& out,
+                                           const std::string& name,
+                                           const basekit2::generic_iterator_t<std::string>& columns,
+                                           const std::string& instanceTable) override;
+
+    // One object with two faces.
+    unsigned int get_type() const override { return IDatabase::get_type(); }
+    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override;
+    void add_ref() override = 0;
+    void release() override = 0;
+
+    basekit2::u64_t firstTick = 1000;
+    basekit2::u64_t lastTick = 1999;
+    basekit2::u64_t ticksPerSecond = 1000000;
+    std::map<std::string, FakeTable> tables;
+    std::map<std::string, int> bandKinds;
+    std::set<std::string> filters;  // names that the registry of the store holds
+    std::set<std::string> filteredTables;
+    std::vector<storelink1::time_interval_t> pauses;
+    std::vector<storelink1::time_interval_t> filterSpans;
+    std::vector<TimelineCall> calls;  // of timeline queries that were run
+    // Answer of the nth run; the last stands for all that follow.
+    std::vector<TimelineAnswer> answers;
+    std::function<void()> onRun;
+    int pauseReads = 0;
+    int filteredDatabases = 0;
+    int cachesCleared = 0;
+
+private:
+    basekit2::sptr_t<FakeTimelineDatabase> m_timeline;
+};
+
+// The input: any set of interfaces, each of which may be missing.
+class FakeInput : public dataface_1::IInputData {
+public:
+    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override;
+    template <class T>
+    void offer(const basekit2::sptr_t<T>& object) {
+        offered[basekit2::type_id_t<T>::id()] = basekit2::notype_ptr_t(object.get());
+    }
+
+    std::map<unsigned int, basekit2::notype_ptr_t> offered;
+    int asked = 0;
+};
+
+class FakePerfDatabase : public storelink1::IPerfDatabase {
+public:
+    explicit FakePerfDatabase(basekit2::sptr_t<storelink1::IDatabase> db)
+        : database(std::move(db)) {}
+    basekit2::sptr_t<storelink1::IDatabase> getDatabase(
+        const basekit2::sptr_t<dataface_1::IInputData>& /*input*/) override {
+        return database;
+    }
+
+    basekit2::sptr_t<storelink1::IDatabase> database;
+};
+
+// A registry that holds names only.
+class FakeRegistry : public dataface_1::IFilterRegistry {
+public:
+    basekit2::sptr_t<dataface_1::IQueryFilterBuilder> createQueryFilterBuilder() override;
+    void removeFilter(const std::string& name) override { names.erase(name); }
+    void setQueryFilter(const std::string& name,
+                        const basekit2::sptr_t<dataface_1::IQueryFilter>& filter) override;
+    basekit2::sptr_t<dataface_1::ITimeFilterBuilder> createTimeFilterBuilder() override;
+    void clearFilter(const std::string& name) override { names.erase(name); }
+    void setTimeFilter(const std::string& name,
+                       const basekit2::sptr_t<dataface_1::ITimeFilter>& filter) override;
+    bool hasFilter(const std::string& name) override { return names.count(name) != 0; }
+
+    std::set<std::string> names;
+};
+
+}  // namespace lanefeed_test
