@@ -177,7 +177,7 @@ TEST(BadInput, OptionsOutOfRangeAreUsageErrors) {
     } cases[] = {
         {{"overtime", result, "--bins", "0"}, "--bins 0"},
         {{"overtime", result, "--bins", "-5"}, "--bins"},
-        {{"overtime", result, "--bins", "5001"}, "--bins 5001"},
+        {{"overtime", result, "--bins", "5002"}, "--bins 5002"},
         {{"overtime", result, "--bins", "many"}, "--bins"},
         {{"overtime", result, "--area", "9"}, "--area 9"},
         {{"rows", result, "--area", "-1"}, "--area"},
