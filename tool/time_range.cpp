@@ -31,7 +31,7 @@ bool readNumber(std::string_view text, long double& value) {
     if (text.empty()) return false;
     const char* end = text.data() + text.size();
     const auto parsed = std::from_chars(text.data(), end, value, std::chars_format::fixed);
-    return parsed.ec == std::errc() && parsed.ptr == end && value >= 0;
+    return parsed.ec == std::errc() && parsed.ptr == end && value >= 0 && std::isfinite(value);
 }
 
 // Ticks of one edge; false when it can't be read.

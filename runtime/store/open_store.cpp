@@ -25,7 +25,7 @@ StoreError headError(const std::string& file, const FileHead& head) {
                 file + ": cannot be read: " + std::generic_category().message(head.systemError) +
                     "; check its permissions"};
     case FileHead::Kind::noFile:
-        return {Kind::notUnderstood, file + ": is no file; give the file of a result (.lft)"};
+        return {Kind::cannotRead, file + ": is no file; give the file of a result (.lft)"};
     case FileHead::Kind::empty:
         return {Kind::notUnderstood, file + ": is empty; import the trace again"};
     case FileHead::Kind::other:

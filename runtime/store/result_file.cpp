@@ -152,7 +152,7 @@ bool ResultFile::mayReplace(StoreError& error) const {
     if (m_force || sameSource) return true;
     error = {StoreError::Kind::exists,
              m_target +
-                 ": holds the result of another source; force its replacement or choose"
+                 ": holds the result of another source; replace it with --force or choose"
                  " another name"};
     return false;
 }
