@@ -1,5 +1,5 @@
 // Display attributes of a draw query: each is asked of the vector query first and of the default
-// query when that has no fitting value. Tested by tests/viewpoint/display_test.cpp.
+// query when that has no fitting value. Tested by tests/viewpoint/golden_test.cpp.
 
 #include "viewpointparser.h"
 

@@ -2,7 +2,7 @@
 // which they are read. Draw, tooltip, highlight and dive queries stay bags until the pass that
 // resolves them; colour and hatch queries are resolved on the spot, since their record is a bare
 // data source. A number that cannot be read throws boost::bad_lexical_cast. Tested by
-// tests/viewpoint/layers_test.cpp.
+// tests/viewpoint/golden_test.cpp.
 
 #include "viewpointparser.h"
 
@@ -204,6 +204,7 @@ void TLViewpointParser::parseLayer(int area,
     readRowByLevels(layer, bag);
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): as hosts know it
 bool TLViewpointParser::parseColorBy(DicerDataSource& ds, const variant_bag_t& bag) {
     const auto query = resolveElement(m_library, bag, m_messenger);
     if (!LF_CHECK(query)) return false;

@@ -94,6 +94,7 @@ void TLViewpointParser::resolveRowByQuery(int area, int /*rowSet*/, RowBy& rowBy
     rowBy.hasColor = colorFromString(color, names::kGraphColor, rowBy.color);
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): as hosts know it
 void TLViewpointParser::resolveTooltipByQuery(int area,
                                               int /*rowSet*/,
                                               int layer,
@@ -126,6 +127,7 @@ void TLViewpointParser::resolveTooltipByQuery(int area,
 }
 
 // The element quoted in the messages is that of the draw query.
+// NOLINTNEXTLINE(readability-make-member-function-const): as hosts know it
 void TLViewpointParser::resolveDiveByQuery(int area, int /*rowSet*/, int layer, DrawBy& drawBy) {
     const std::string text = "<diveBy> " + printVariantBag(drawBy.bag, false);
     const auto query = resolveElement(m_library, drawBy.diveBag, m_messenger);

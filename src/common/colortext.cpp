@@ -1,5 +1,5 @@
 // Colours as viewpoints and query definitions write them: a hexadecimal number or a list of three
-// decimal ones. Tested by tests/viewpoint/display_test.cpp.
+// decimal ones. Tested by tests/viewpoint/golden_test.cpp.
 
 #include "common/colortext.h"
 

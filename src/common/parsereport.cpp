@@ -1,4 +1,4 @@
-// Messages of the viewpoint parser on their two ways. Tested by tests/viewpoint/parsing_test.cpp.
+// Messages of the viewpoint parser on their two ways. Tested by tests/viewpoint/golden_test.cpp.
 
 #include "common/parsereport.h"
 

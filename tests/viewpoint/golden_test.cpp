@@ -4,7 +4,8 @@
 #include "record_text.h"
 #include "viewpoint_text.h"
 
-#include <cstdlib>
+#include <basekit2/environment.h>
+
 #include <fstream>
 #include <sstream>
 
@@ -51,7 +52,7 @@ TEST_P(Golden, GivesTheRecordsAndTheLogToTheLetter) {
     logger->printMessages();
     const std::string found = "=== Records\n" + fakes::recordText(parser) + "=== Severe reports\n" +
                               logged(log, 40000) + "=== Messages\n" + logged(log, 20000);
-    if (std::getenv("LANEFEED_UPDATE_GOLDEN") != nullptr)
+    if (!basekit2::get_environ_value("LANEFEED_UPDATE_GOLDEN").empty())
         std::ofstream(kFolder + name + ".txt") << found;
     EXPECT_EQ(found, readFile(name + ".txt"));
 }

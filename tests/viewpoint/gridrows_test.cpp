@@ -59,52 +59,52 @@ std::string names(const std::vector<RowBy>& rows) {
 
 class RowGroups : public fakes::ViewpointTest {
 protected:
-    const sptr_t<basekit2::ref_counted_t<FakeGrid>> grid = basekit2::make_object<FakeGrid>();
+    const sptr_t<basekit2::ref_counted_t<FakeGrid>> m_grid = basekit2::make_object<FakeGrid>();
 };
 
 TEST_F(RowGroups, BeginWithARowThatDoesNotContinueOne) {
     std::string text;
-    for (const auto& group : parser.getAllRowbys(rowsOf("abCdeF")))
+    for (const auto& group : m_parser.getAllRowbys(rowsOf("abCdeF")))
         text += names(group) + ".";
     EXPECT_EQ(text, "ab.Cde.F.");
 }
 
 TEST_F(RowGroups, GiveALayerTheFirstOfEachWithoutAGrid) {
-    EXPECT_EQ(names(parser.getAllLayerRowBy({}, rowsOf("AbCD"))), "ACD");
+    EXPECT_EQ(names(m_parser.getAllLayerRowBy({}, rowsOf("AbCD"))), "ACD");
     LayerInfo lifetime;
     lifetime.drawBy.isLifetime = true;
     const std::tuple<LayerInfo, const char*, int, const char*> cases[] = {
         {{}, "", 0, ""},    {{}, "A", 99, "A"}, {{}, "A", -1, "A"},        {{}, "ABc", 0, "A"},
         {{}, "ABc", 1, ""}, {{}, "AB", 2, ""},  {lifetime, "AbC", 7, "A"}, {{}, "AB", 1, "B"}};
     for (const auto& [layer, letters, level, expected] : cases)
-        EXPECT_EQ(parser.getLayerRowBy(layer, rowsOf(letters), level).displayName, expected)
+        EXPECT_EQ(m_parser.getLayerRowBy(layer, rowsOf(letters), level).displayName, expected)
             << letters << level;
 }
 
 TEST_F(RowGroups, GiveALayerTheRowThatAGridPicks) {
     RowSet rowSet = rowsOf("ABcdEf");
-    rowSet.gridQuery = grid;
-    grid->picked = rowSet.rowBys[2].ds.m_defaultQuery;
-    EXPECT_EQ(names(parser.getAllLayerRowBy({}, rowSet)), "Ac");
-    EXPECT_EQ(parser.getLayerRowBy({}, rowSet, 1).displayName, "c");
-    EXPECT_EQ(parser.getLayerRowBy({}, rowSet, 2).displayName, "");
-    grid->picked = fakes::info({});
-    EXPECT_EQ(names(parser.getAllLayerRowBy({}, rowSet)), "A");
+    rowSet.gridQuery = m_grid;
+    m_grid->picked = rowSet.rowBys[2].ds.m_defaultQuery;
+    EXPECT_EQ(names(m_parser.getAllLayerRowBy({}, rowSet)), "Ac");
+    EXPECT_EQ(m_parser.getLayerRowBy({}, rowSet, 1).displayName, "c");
+    EXPECT_EQ(m_parser.getLayerRowBy({}, rowSet, 2).displayName, "");
+    m_grid->picked = fakes::info({});
+    EXPECT_EQ(names(m_parser.getAllLayerRowBy({}, rowSet)), "A");
 }
 
 TEST_F(RowGroups, AreAskedOfAGridOnlyWithoutRowsOfTheirOwn) {
     parse("<area><rowSet/></area><area><rowSet/></area><area><rowSet><columnBy/></rowSet></area>");
-    for (TLViewpointParser::Area& area : parser.m_areas)
-        area.rowSets[0].gridQuery = grid;
-    parser.m_areas[0].rowSets[0].rowBys.resize(1);
-    parser.resolveQueries();
+    for (TLViewpointParser::Area& area : m_parser.m_areas)
+        area.rowSets[0].gridQuery = m_grid;
+    m_parser.m_areas[0].rowSets[0].rowBys.resize(1);
+    m_parser.resolveQueries();
     EXPECT_EQ(messages(),
               "area 1: Both rowBy and gridQuery sections are present in the same rowSet. "
               "Grid query won't be used\n");
-    EXPECT_EQ(grid->columnsSet, 1);
-    grid->groupings = {fakes::vectorOf({})};
-    parser.resolveQueries();
-    EXPECT_EQ(logger->areaMessages[2].at(0).rfind("Failed to get groupings for gridQuery: ", 0),
+    EXPECT_EQ(m_grid->columnsSet, 1);
+    m_grid->groupings = {fakes::vectorOf({})};
+    m_parser.resolveQueries();
+    EXPECT_EQ(m_logger->areaMessages[2].at(0).rfind("Failed to get groupings for gridQuery: ", 0),
               0U);
 }
 

@@ -14,9 +14,9 @@ using lanefeed_test::CapturedLog;
 class Resolving : public fakes::ViewpointTest {
 protected:
     void SetUp() override {
-        library->known["holes"] = vectorOf({info({}), nullptr, info({})});
-        library->known["strange"] = basekit2::make_object<fakes::UncastableVector>(Facts());
-        library->known["empty"] = vectorOf({});
+        m_library->known["holes"] = vectorOf({info({}), nullptr, info({})});
+        m_library->known["strange"] = basekit2::make_object<fakes::UncastableVector>(Facts());
+        m_library->known["empty"] = vectorOf({});
     }
 };
 
@@ -28,7 +28,7 @@ TEST_F(Resolving, AsksForRulerRowsAndLayersInAFixedOrder) {
                <rowBy useGridQuery="false" query="row"/></rowSet></area>
              <area/>
              <ruler><layer><tooltipBy query="ruler"/></layer></ruler>)");
-    EXPECT_EQ(library->asked,
+    EXPECT_EQ(m_library->asked,
               (std::vector<std::string>{"tooltipBy ruler", "rowBy row", "drawBy draw", "diveBy 0",
                                         "tooltipBy 1", "highlightBy 2"}));
 }
@@ -48,7 +48,7 @@ TEST_F(Resolving, PassesOverMissingMembersOfATooltipAndEndsADiveThere) {
           "Query ID is: NULL\n"})
         EXPECT_NE(messages.find(expected), std::string::npos) << expected;
     EXPECT_EQ(log.count("NULL"), 1) << "single members are no severe reports";
-    parser.resolveQueries();
+    m_parser.resolveQueries();
     EXPECT_EQ(firstLayer().tooltipBy.ds.m_extras.size(), 4U) << "nothing is reset";
 }
 
@@ -63,33 +63,32 @@ TEST_F(Resolving, TellsADiveThatIsNoVectorAndADrawQueryThatIsEmpty) {
 TEST_F(Resolving, ReportsAColourOfARowThatIsNoText) {
     Facts facts;
     facts.attributes = {{"timelineGraphColor", 7}};
-    library->known["colored"] = vectorOf({info(facts)});
+    m_library->known["colored"] = vectorOf({info(facts)});
     const CapturedLog log;
     parse(R"(<area><rowSet><rowBy useGridQuery="false" query="colored"/></rowSet></area>)");
-    EXPECT_FALSE(parser.m_areas.at(0).rowSets.at(0).rowBys.at(0).hasColor);
+    EXPECT_FALSE(m_parser.m_areas.at(0).rowSets.at(0).rowBys.at(0).hasColor);
     EXPECT_EQ(log.count("can_get<const char*>()"), 1);
 }
 
 // A query of several kinds: each case takes one more kind in front.
 TEST_F(Resolving, TakesTheFirstKindOfADrawQueryThatHolds) {
-    using namespace dataface_1;
-    const auto also = [](const sptr_t<IQuery>& other) {
+    const auto also = [](const sptr_t<dataface_1::IQuery>& other) {
         Facts facts;
         facts.otherKind = other;
         facts.members = {info({}), info({})};
         return facts;
     };
-    sptr_t<IQuery> query = fakes::make<fakes::FakeData<IDataQuery>>({});
-    const std::pair<int, sptr_t<IQuery>> cases[] = {
+    sptr_t<dataface_1::IQuery> query = fakes::make<fakes::FakeData<dataface_1::IDataQuery>>({});
+    const std::pair<int, sptr_t<dataface_1::IQuery>> cases[] = {
         {2, query},
         {0, query = fakes::make<fakes::FakeVector>(also(query))},
         {6, query = fakes::make<fakes::FakeDerived>(also(query))},
-        {5, query = fakes::make<fakes::FakeData<IInstanceCountQuery>>(also(query))},
-        {4, query = fakes::make<fakes::FakeData<ICountQuery>>(also(query))},
-        {3, query = fakes::make<fakes::FakeData<ITimeQuery>>(also(query))},
+        {5, query = fakes::make<fakes::FakeData<dataface_1::IInstanceCountQuery>>(also(query))},
+        {4, query = fakes::make<fakes::FakeData<dataface_1::ICountQuery>>(also(query))},
+        {3, query = fakes::make<fakes::FakeData<dataface_1::ITimeQuery>>(also(query))},
         {1, query = info(also(query))}};
     for (const auto& [type, several] : cases) {
-        library->known["it"] = vectorOf({several});
+        m_library->known["it"] = vectorOf({several});
         EXPECT_EQ(parseOneLayer("", R"(<drawBy query="it"/>)").drawBy.ds.m_dataType, type);
     }
 }
@@ -97,24 +96,24 @@ TEST_F(Resolving, TakesTheFirstKindOfADrawQueryThatHolds) {
 TEST_F(Resolving, WantsTwoMembersOfALifetimePair) {
     const CapturedLog log;
     TLViewpointParser::DrawBy drawBy;
-    EXPECT_FALSE(parser.resolveLifetimeQuery(library->known["holes"], drawBy));
+    EXPECT_FALSE(m_parser.resolveLifetimeQuery(m_library->known["holes"], drawBy));
     EXPECT_EQ(log.count("bk2::iterator_util::get_item_count(it) == 2 "
                         "'Not enough items in the lifetime vector query!'"),
               1);
-    EXPECT_FALSE(parser.resolveLifetimeQuery(vectorOf({info({}), nullptr}), drawBy));
+    EXPECT_FALSE(m_parser.resolveLifetimeQuery(vectorOf({info({}), nullptr}), drawBy));
     EXPECT_EQ(log.count("it.current()"), 1);
     EXPECT_EQ(drawBy.displayName, "");
 }
 
 TEST_F(Resolving, TakesWhatCannotBeEvaluatedForZero) {
     using fakes::expression;
-    EXPECT_EQ(parser.evaluateExpression(expression("9")), 0.0);
-    EXPECT_EQ(parser.evaluateExpression(expression(basekit2::u64_t{1} << 63U)), 0x1p63);
+    EXPECT_EQ(m_parser.evaluateExpression(expression("9")), 0.0);
+    EXPECT_EQ(m_parser.evaluateExpression(expression(basekit2::u64_t{1} << 63U)), 0x1p63);
     Facts facts;
     facts.max = expression(9, false);
     TLViewpointParser::DrawBy drawBy;
     drawBy.ds.m_min = drawBy.ds.m_max = 4;
-    parser.getMinMax(basekit2::make_object<fakes::FakeInfo>(facts).get(), drawBy);
+    m_parser.getMinMax(basekit2::make_object<fakes::FakeInfo>(facts).get(), drawBy);
     EXPECT_EQ(drawBy.ds.m_min, 4) << "no expression leaves the value";
     EXPECT_EQ(drawBy.ds.m_max, 0);
 }
@@ -122,17 +121,17 @@ TEST_F(Resolving, TakesWhatCannotBeEvaluatedForZero) {
 TEST_F(Resolving, AsksTheDefaultQueryForADisplayAttributeThatDoesNotFit) {
     Facts facts;
     facts.attributes = {{"timelineFormat", "inner"}, {"timelinePenWidth", 5}, {"markerSize", 5}};
-    library->known["it"] = vectorOf({fakes::make<fakes::FakeDerived>(facts)},
-                                    {{"timelineFormat", 3}, {"markerSize", "7"}});
+    m_library->known["it"] = vectorOf({fakes::make<fakes::FakeDerived>(facts)},
+                                      {{"timelineFormat", 3}, {"markerSize", "7"}});
     auto& drawBy = parseOneLayer("", R"(<drawBy query="it"/>)").drawBy;
     EXPECT_EQ(drawBy.format, "inner");
     EXPECT_EQ(drawBy.lineWidth, 2) << "a number is no text";
     EXPECT_EQ(drawBy.markerSize, 0) << "only the pane asks for it";
-    parser.getMarkerSize(drawBy);
+    m_parser.getMarkerSize(drawBy);
     EXPECT_EQ(drawBy.markerSize, 5);
     drawBy.ds = DicerDataSource();
     const CapturedLog log;
-    parser.getMarkerSize(drawBy);
+    m_parser.getMarkerSize(drawBy);
     EXPECT_EQ(drawBy.markerSize, 5);
     EXPECT_EQ(log.count("drawBy.ds.m_vectorQuery"), 1);
     EXPECT_EQ(log.count("drawBy.ds.m_defaultQuery"), 1);

@@ -29,8 +29,8 @@ basekit2::variant_bag_t element(const std::string& xml) {
 }
 
 void ViewpointTest::parse(const std::string& inside) {
-    parser.parseViewpoint(element("<viewpoint>" + inside + "</viewpoint>"), library, nullptr,
-                          result, logger);
+    m_parser.parseViewpoint(element("<viewpoint>" + inside + "</viewpoint>"), m_library, nullptr,
+                            m_result, m_logger);
 }
 
 TLViewpointParser::LayerInfo& ViewpointTest::parseOneLayer(const std::string& attributes,
@@ -40,17 +40,17 @@ TLViewpointParser::LayerInfo& ViewpointTest::parseOneLayer(const std::string& at
 }
 
 TLViewpointParser::LayerInfo& ViewpointTest::firstLayer() {
-    return parser.m_areas.at(0).rowSets.at(0).layers.at(0);
+    return m_parser.m_areas.at(0).rowSets.at(0).layers.at(0);
 }
 
 std::string ViewpointTest::messages() const {
     std::string text;
-    for (const std::string& message : logger->globalMessages)
+    for (const std::string& message : m_logger->globalMessages)
         text += "global: " + onOneLine(message);
-    for (const auto& [area, list] : logger->areaMessages)
+    for (const auto& [area, list] : m_logger->areaMessages)
         for (const std::string& message : list)
             text += "area " + std::to_string(area) + ": " + onOneLine(message);
-    for (const auto& [area, layers] : logger->layerMessages)
+    for (const auto& [area, layers] : m_logger->layerMessages)
         for (const auto& [layer, list] : layers)
             for (const std::string& message : list)
                 text += "layer " + std::to_string(area) + "/" + std::to_string(layer) + ": " +

@@ -21,7 +21,7 @@ public:
 // An element out of XML text, under the name of its root.
 basekit2::variant_bag_t element(const std::string& xml);
 
-// A parse against a fake library; queries are added to `library->known` before it.
+// A parse against a fake library; queries are added to `m_library->known` before it.
 class ViewpointTest : public testing::Test {
 protected:
     // Parses what stands inside of a viewpoint.
@@ -34,10 +34,10 @@ protected:
     // Line feeds inside are written as "\n".
     std::string messages() const;
 
-    sptr_t<basekit2::ref_counted_t<FakeLibrary>> library = basekit2::make_object<FakeLibrary>();
-    sptr_t<dataface_1::IInputData> result = basekit2::make_object<FakeResult>();
-    sptr_t<ParseLogger> logger = basekit2::make_object<ParseLogger>();
-    HostParser parser;
+    sptr_t<basekit2::ref_counted_t<FakeLibrary>> m_library = basekit2::make_object<FakeLibrary>();
+    sptr_t<dataface_1::IInputData> m_result = basekit2::make_object<FakeResult>();
+    sptr_t<ParseLogger> m_logger = basekit2::make_object<ParseLogger>();
+    HostParser m_parser;
 };
 
 }  // namespace lanefeed_1::fakes
