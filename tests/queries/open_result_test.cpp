@@ -28,7 +28,7 @@ using lanefeed_runtime::openResult;
 class OpenResult : public ::testing::Test {
 protected:
     std::string trace(const std::string& text) {
-        const std::string file = m_directory.file("trace" + std::to_string(m_files++) + ".lft");
+        std::string file = m_directory.file("trace" + std::to_string(m_files++) + ".lft");
         writeTraceText(file, text);
         return file;
     }
