@@ -44,7 +44,8 @@ basekit2::sptr_t<dataface_1::IInputData> openResult(const std::string& path,
                                                     OpenOutcome& outcome);
 
 // What a result that openResult gave says of itself; null for any other input.
-std::shared_ptr<const ResultFacts> resultFacts(const basekit2::sptr_t<dataface_1::IInputData>& result);
+std::shared_ptr<const ResultFacts> resultFacts(
+    const basekit2::sptr_t<dataface_1::IInputData>& result);
 
 // What bucketed queries have read since the result was opened: for statistics.
 struct ReadCounts {
