@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-trace=examples/traces/node20-workers.json
+trace=tests/data/node20-workers.json
 result=build/demo/node20-workers.lft
 lanefeed=build/release/lanefeed
 
