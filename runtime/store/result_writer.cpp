@@ -330,6 +330,8 @@ void SqliteResultWriter::addOwnFacts(const TickScale& scale) {
 
 bool SqliteResultWriter::writeInstances(const TickScale& scale, relay2::IProgress* progress) {
     for (auto& [id, sink] : m_sinks) {
+        // A table without rows is not made.
+        if (sink.size() == 0) continue;
         switch (sink.write(*m_connection, scale, progress)) {
         case InstanceSink::Outcome::done: break;
         case InstanceSink::Outcome::cancelled:

@@ -170,9 +170,12 @@ TEST_F(ResultWriterTest, RefusesTimesWhoseDifferencesOverflow) {
     EXPECT_FALSE(slice(kMaxTime + 1, kMaxTime + 2, "late"));
     EXPECT_FALSE(slice(-kMaxTime - 1, 0, "early"));
     EXPECT_FALSE(m_writer->addPause(0, kMaxTime + 1));
+    InstanceRow flow;
+    flow.sourceBegin = kMaxTime + 1;
+    EXPECT_FALSE(m_writer->add(TableId::flowData, flow));
     EXPECT_TRUE(slice(-kMaxTime, -kMaxTime + 1, "first"));
     EXPECT_TRUE(slice(kMaxTime - 1, kMaxTime, "last"));
-    finish();
+    EXPECT_FALSE(finish().isTableExist("flow_data"));
     EXPECT_EQ(m_store.facts->lastTick, std::uint64_t{1} << 62);
 }
 
