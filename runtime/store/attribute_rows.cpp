@@ -54,7 +54,7 @@ bool AttributeRows::update(Connection& connection, int id, const Cell& cell) {
     if (columnIndex(m_def, cell.column) < 0 || id < 1 || id > m_lastId) return false;
     Statement change =
         connection.prepare("update " + dialect::quoted(m_def.name) + " set " +
-                           dialect::quoted(cell.column) + " = ? where \"rowid\" = ?");
+                           dialect::quoted(cell.column) + " = $1 where \"rowid\" = $2");
     if (!change) return false;
     bindValue(change, 1, cell.value);
     change.bind(2, std::int64_t{id});

@@ -67,6 +67,11 @@ std::string writerSettings(std::size_t cacheBytes) {
            std::to_string(cacheBytes / 1024);
 }
 
+std::string readerSettings() {
+    // Neither what the file declares nor a damaged page is trusted.
+    return "pragma query_only = on; pragma trusted_schema = off; pragma cell_size_check = on";
+}
+
 std::string fileHead() {
     return "pragma application_id = " + std::to_string(kApplicationId) +
            "; pragma user_version = " + std::to_string(kSchemaVersion);

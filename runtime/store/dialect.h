@@ -20,6 +20,8 @@ std::string insertRows(const TableDef& def, bool withRowId, int rows);
 
 // Settings of a connection that writes a new file which is thrown away unless it becomes whole.
 std::string writerSettings(std::size_t cacheBytes);
+// Settings of a connection that reads a file of unknown origin.
+std::string readerSettings();
 // Marks the file as a result of this schema.
 std::string fileHead();
 

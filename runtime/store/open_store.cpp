@@ -4,6 +4,7 @@
 
 #include <system_error>
 
+#include "store/dialect.h"
 #include "store/file_head.h"
 #include "store/instance_reader.h"
 #include "store/instance_reading.h"
@@ -58,7 +59,9 @@ std::shared_ptr<StoreSession> openSession(const std::string& file, StoreError& e
                  file + ": cannot be opened: " + message + "; check its permissions"};
         return nullptr;
     }
-    if (!session->catalog.read(*session->connection)) {
+    const bool isRead = session->connection->run(dialect::readerSettings()) &&
+                        session->catalog.read(*session->connection);
+    if (!isRead) {
         const std::string text = session->connection->message();
         error = session->connection->isDamage()
                     ? damage(file, text)

@@ -13,7 +13,6 @@ namespace lanefeed_runtime {
 using basekit2::sptr_t;
 using storelink1::IAttributeDataRetriever;
 using storelink1::IDatabase;
-using storelink1::IPerfDatabase;
 using storelink1::ITimelineDatabase;
 using storelink1::ITimelineQuery;
 using storelink1::time_interval_t;

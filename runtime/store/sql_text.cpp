@@ -127,7 +127,7 @@ std::string SelectText::text() const {
 std::string SelectText::rowText() const {
     Joins joins(m_catalog, m_table);
     const std::string fields = fieldText(joins);
-    return fields + joins.fromText() + " where t0.\"rowid\" = ?";
+    return fields + joins.fromText() + " where t0.\"rowid\" = $1";
 }
 
 std::string SelectText::fieldText(Joins& joins) const {
@@ -138,7 +138,7 @@ std::string SelectText::fieldText(Joins& joins) const {
 }
 
 // Integers stand in the text, so that a long list meets no limit on open values.
-std::string SelectText::setText(Joins& joins, const ValueSet& set) const {
+std::string SelectText::setText(Joins& joins, const ValueSet& set, int& parameters) const {
     const std::string expression = joins.expression(set.path);
     std::string list;
     bool orNull = false;
@@ -147,7 +147,8 @@ std::string SelectText::setText(Joins& joins, const ValueSet& set) const {
             orNull = true;
         } else if (!isTooGreat(value)) {
             list += list.empty() ? "" : ", ";
-            list += isInteger(value) ? std::to_string(value.get<basekit2::s64_t>()) : "?";
+            list += isInteger(value) ? std::to_string(value.get<basekit2::s64_t>())
+                                     : "$" + std::to_string(++parameters);
         }
     }
     std::string text = list.empty() ? "" : expression + " in (" + list + ")";
@@ -162,8 +163,9 @@ std::string SelectText::whereText(Joins& joins) const {
     };
     for (const StorePath& path : m_notNull)
         add(joins.expression(path) + " is not null");
+    int parameters = 0;
     for (const ValueSet& set : m_sets)
-        add(setText(joins, set));
+        add(setText(joins, set, parameters));
     return text;
 }
 

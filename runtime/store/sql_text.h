@@ -46,7 +46,7 @@ private:
     class Joins;
 
     std::string fieldText(Joins& joins) const;
-    std::string setText(Joins& joins, const ValueSet& set) const;
+    std::string setText(Joins& joins, const ValueSet& set, int& parameters) const;
     std::string whereText(Joins& joins) const;
     std::string orderText(Joins& joins) const;
     bool isFileOrder(const Order& order) const;

@@ -80,7 +80,7 @@ public:
 private:
     explicit Connection(sqlite3* handle) : m_handle(handle) {}
 
-    sqlite3* m_handle;
+    sqlite3* m_handle = nullptr;
 };
 
 }  // namespace lanefeed_runtime
