@@ -22,6 +22,8 @@ struct QueryFacts {
     basekit2::sptr_t<dataface_1::IQuery> next;
     std::string grouping;
     bool globalGrouping = false;
+    std::string bandColumn;    // of a grouping by band; empty: it has none
+    std::string flatGrouping;  // name of a flat grouping
 };
 
 // The operations of every query, out of its facts.
@@ -52,12 +54,13 @@ public:
     std::string getAttributeTable() const override { return facts.path; }
     std::string getAttributeName() const override { return facts.attr; }
     std::string getDisplayText() const override { return facts.path; }
-    bool getBandColumn(std::string& /*out*/,
+    bool getBandColumn(std::string& out,
                        const std::string& /*table*/,
                        int /*flags*/) const override {
-        return false;
+        if (!facts.bandColumn.empty()) out = facts.bandColumn;
+        return !facts.bandColumn.empty();
     }
-    std::string getFlatGroupingName() const override { return {}; }
+    std::string getFlatGroupingName() const override { return facts.flatGrouping; }
     basekit2::sptr_t<dataface_1::IExpression> getMinExpression() const override { return {}; }
     basekit2::sptr_t<dataface_1::IExpression> getMaxExpression() const override { return {}; }
     basekit2::sptr_t<dataface_1::IQuery> restricted(

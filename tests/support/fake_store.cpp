@@ -32,9 +32,13 @@ private:
 
 class FakeRecordQuery : public storelink1::IQuery {
 public:
-    explicit FakeRecordQuery(FakeTable rows) : m_rows(std::move(rows)) {}
-    void useFilters() override {}
-    void addFilter(const std::string& /*name*/) override {}
+    FakeRecordQuery(basekit2::sptr_t<FakeDatabase> database, const std::string& table)
+        : m_database(std::move(database)),
+          m_rows(m_database->tables[table]),
+          m_fails(m_database->brokenTables.count(table) != 0),
+          m_read(table) {}
+    void useFilters() override { m_read += " filtered"; }
+    void addFilter(const std::string& name) override { m_read += " filter=" + name; }
     basekit2::u16_t addColumn(const std::string& name,
                               int /*kind*/,
                               const basekit2::generic_iterator_t<std::string>& /*values*/,
@@ -43,23 +47,32 @@ public:
                               std::string& /*text*/) override {
         const bool known = m_rows.empty() || m_rows.front().count(name) != 0;
         if (!known) return storelink1::InvalidColIdx;
+        m_read += " " + name;
         m_columns.push_back(name);
         return static_cast<basekit2::u16_t>(m_columns.size() - 1);
     }
-    basekit2::u16_t addCondition(const std::string& /*column*/,
-                                 int /*op*/,
-                                 const basekit2::variant_t& /*value*/) override {
+    basekit2::u16_t addCondition(const std::string& column,
+                                 int op,
+                                 const basekit2::variant_t& value) override {
+        m_read += " " + column + (op == 1 ? "=" : "?") + value.get<std::string>();
         return 0;
     }
     bool addOrderBy(const std::string& /*column*/, bool /*descending*/) override { return true; }
     bool addKeyColumn(const std::string& /*column*/) override { return true; }
     basekit2::sptr_t<storelink1::IGenericRecordset<storelink1::IConstRecord>> execute(
-        relay2::IProgress* /*progress*/, std::string& /*error*/, std::string& /*sql*/) override {
-        return basekit2::make_object<FakeRecords>(m_rows, m_columns);
+        relay2::IProgress* /*progress*/, std::string& error, std::string& sql) override {
+        m_database->reads.push_back(m_read);
+        if (!m_fails) return basekit2::make_object<FakeRecords>(m_rows, m_columns);
+        error = "disk on fire";
+        sql = "SELECT";
+        return {};
     }
 
 private:
+    basekit2::sptr_t<FakeDatabase> m_database;
     FakeTable m_rows;
+    bool m_fails;
+    std::string m_read;
     std::vector<std::string> m_columns;
 };
 
@@ -174,9 +187,8 @@ FakeDatabase::FakeDatabase() : m_timeline(basekit2::make_object<FakeTimelineData
 
 basekit2::sptr_t<storelink1::IQuery> FakeDatabase::createQuery(const std::string& table,
                                                                int /*mode*/) {
-    const auto found = tables.find(table);
-    if (found == tables.end()) return {};
-    return basekit2::make_object<FakeRecordQuery>(found->second);
+    if (tables.count(table) == 0) return {};
+    return basekit2::make_object<FakeRecordQuery>(basekit2::sptr_t<FakeDatabase>(this), table);
 }
 
 basekit2::sptr_t<storelink1::ITimelineQuery> FakeDatabase::createTimelineQuery() {

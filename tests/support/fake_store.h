@@ -112,6 +112,10 @@ public:
     // Answer of the nth run; the last stands for all that follow.
     std::vector<TimelineAnswer> answers;
     std::function<void()> onRun;
+    // Record queries that were run: table, "filtered" where useFilters was called, columns,
+    // conditions and filters, in the order of the calls.
+    std::vector<std::string> reads;
+    std::set<std::string> brokenTables;  // whose reads fail
     int pauseReads = 0;
     int filteredDatabases = 0;
     int cachesCleared = 0;

@@ -1,0 +1,95 @@
+// The form of the command line: bounds of buckets as columns in front of the series.
+
+#include "bound_provider.h"
+#include "series_tables.h"
+#include "tabletrees.h"
+
+#include <gtest/gtest.h>
+
+#include "support/table_text.h"
+#include "support/table_tree_contract.h"
+
+namespace lanefeed_1 {
+namespace {
+
+using basekit2::sptr_t;
+using basekit2::variant_t;
+using dataface_1::ITableTree;
+
+sptr_t<ITableTree> overtime(const std::vector<double>& values, const QueryParam& param) {
+    return createOvertimeTableTree(lanefeed_test::seriesColumns({"cpu", ".read"}), nullptr,
+                                   lanefeed_test::recordOf({values}), 10, param, nullptr);
+}
+
+TEST(CommandLineTable, PutsTheBoundsOfBucketsInFront) {
+    const lanefeed_test::BoundProvider bound;
+    const QueryParam param = lanefeed_test::windowOf(100, 110, 3);
+    const auto tree =
+        createCommandLineTableTree(overtime({1, 2, 3}, param), bound.provider.get(), param);
+    // Three whole ticks a bucket; the last takes the tick that is left.
+    EXPECT_EQ(lanefeed_test::tableText(tree), R"(Bin Start Time  Bin End Time  cpu  cpu.read
+100             103           10   10
+103             106           20   20
+106             110           30   30
+)");
+    EXPECT_EQ(bound.library->created.size(), 2U);
+}
+
+TEST(CommandLineTable, BoundsAreTicksInNumericColumns) {
+    const lanefeed_test::BoundProvider bound;
+    const QueryParam param = lanefeed_test::windowOf(0, 10, 2);
+    const auto tree =
+        createCommandLineTableTree(overtime({1, 2}, param), bound.provider.get(), param);
+    const auto end = lanefeed_test::columnNamed(tree, "Bin End Time");
+    EXPECT_EQ(end->getType(), dataface_1::numericColumnBit);
+    EXPECT_TRUE(end->getParent().is_null());
+    variant_t value;
+    EXPECT_FALSE(end->getContent(dataface_1::ccStyle, value));
+    EXPECT_TRUE(lanefeed_test::allRows(tree)[1]->getContent(end, dataface_1::ccStyle, value));
+    EXPECT_EQ(value.get_type(), basekit2::vtU64);
+    EXPECT_EQ(value, variant_t(10));
+}
+
+TEST(CommandLineTable, LeavesOutBoundsOfWhatIsNoBucketOfTheRequest) {
+    // The table has more buckets than the request, and one has a text for its number.
+    const QueryParam param = lanefeed_test::windowOf(0, 10, 2);
+    EXPECT_EQ(lanefeed_test::tableText(
+                  createCommandLineTableTree(overtime({1, 2, 3}, param), nullptr, param)),
+              "?  ?   cpu  cpu.read\n0  5   10   10\n5  10  20   20\n-  -   30   30\n");
+    const auto odd = lanefeed_test::seriesColumns({"cpu"});
+    for (const variant_t& bin : {variant_t("0"), variant_t(-1), variant_t(true), variant_t()}) {
+        const auto row = facekit_1_x::createVectorRow(nullptr, odd);
+        row->setContent(lanefeed_test::columnNamed(odd, "timeBin"), dataface_1::ccValue, bin);
+        odd->addRow(row, nullptr);
+    }
+    EXPECT_EQ(lanefeed_test::tableText(createCommandLineTableTree(odd, nullptr, param)),
+              "?  ?  cpu\n-  -  -\n-  -  -\n-  -  -\n-  -  -\n");
+}
+
+TEST(CommandLineTable, StandsABucketCountOfZero) {
+    const QueryParam param = lanefeed_test::windowOf(0, 10, 0);
+    EXPECT_EQ(
+        lanefeed_test::tableText(createCommandLineTableTree(overtime({1}, param), nullptr, param)),
+        "?  ?  cpu  cpu.read\n-  -  10   10\n");
+}
+
+TEST(CommandLineTable, ReadsColumnsOfItsSourceToo) {
+    const QueryParam param = lanefeed_test::windowOf(0, 10, 1);
+    const auto source = overtime({1}, param);
+    const auto tree = createCommandLineTableTree(source, nullptr, param);
+    variant_t value;
+    EXPECT_TRUE(tree->getRows(nullptr).current()->getContent(
+        lanefeed_test::columnNamed(source, "timeBin"), dataface_1::ccValue, value));
+    EXPECT_EQ(value, variant_t(0));
+}
+
+TEST(CommandLineTable, KeepsTheContractOfTables) {
+    const QueryParam param = lanefeed_test::windowOf(0, 30, 3);
+    EXPECT_TRUE(lanefeed_test::keepsTableContract([&param] {
+        return createCommandLineTableTree(overtime({1, lanefeed_test::kNoData, 3}, param), nullptr,
+                                          param);
+    }));
+}
+
+}  // namespace
+}  // namespace lanefeed_1

@@ -1,0 +1,114 @@
+#pragma once
+
+#include "bound_provider.h"
+#include "rowsummarytabletree.h"
+#include "series_tables.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/captured_log.h"
+#include "support/table_text.h"
+
+namespace lanefeed_test {
+
+// Row tables from a fake store or on a grid. The result runs from the absolute tick 1000 to 1999.
+class RowTableTest : public testing::Test {
+protected:
+    using Query = basekit2::sptr_t<dataface_1::IQuery>;
+    using Table = basekit2::sptr_t<lanefeed_1::RowSummaryTableTree>;
+
+    // A row of a grid: database index, "name", "busy" (null: no cell), rows below it.
+    struct GridRow {
+        int id;
+        std::string name;
+        basekit2::variant_t busy;
+        std::vector<GridRow> children;
+    };
+
+    // A grouping by band over that path of "dd_band".
+    static QueryFacts bandFacts(const std::string& path) {
+        QueryFacts facts;
+        facts.id = path;
+        facts.name = path;
+        facts.table = "dd_band";
+        facts.path = path;
+        facts.attr = "name";
+        facts.bandColumn = "dd_band::" + path;
+        return facts;
+    }
+    static Query infoQuery(const QueryFacts& facts) {
+        return basekit2::make_object<FakeInfoQuery>(facts);
+    }
+    static lanefeed_1::DicerDataSource rowBy(const QueryFacts& facts) {
+        lanefeed_1::DicerDataSource source;
+        source.set(facts.path, facts.table, facts.attr, "");
+        source.m_defaultQuery = infoQuery(facts);
+        return source;
+    }
+    void addThread(int id, const basekit2::variant_t& name) {
+        m_bound.database->tables["dd_thread"].push_back({{"rowid", id}, {"dd_thread.name", name}});
+    }
+    void addBand(const std::string& path, int id, basekit2::u64_t start, basekit2::u64_t end) {
+        m_bound.database->tables["dd_band::" + path].push_back(
+            {{"dd_band::" + path, id}, {"start_tsc", start}, {"end_tsc", end}});
+    }
+    // Null when it cannot be built.
+    Table build(const std::vector<lanefeed_1::DicerDataSource>& rowBys,
+                const std::string& filterName = "global",
+                const Query& restriction = {}) {
+        auto table = basekit2::make_object<lanefeed_1::RowSummaryTableTree>();
+        const bool built = table->init(m_bound.input, rowBys, m_bound.provider.get(), filterName,
+                                       dataface_1::IInfoQuery::cast(restriction));
+        return built ? Table(table) : Table();
+    }
+    Table buildThreads() { return build({rowBy(bandFacts("dd_thread"))}); }
+    // A grid of the columns "name" and "busy"; `facts` are those of the grouping.
+    Table buildOnGrid(const std::vector<GridRow>& rows, const QueryFacts& facts) {
+        const auto grid = facekit_1_x::createTableTree();
+        const auto grouping =
+            basekit2::make_object<FakeVectorQuery>(std::vector<Query>{infoQuery(facts)}, facts);
+        addColumn(*grid, grid, facekit_1_x::columnTimeBin, "name");
+        addColumn(*grid, grid, facekit_1_x::columnSeries, "busy");
+        addGridRows(rows, nullptr, grouping, grid);
+        auto table = basekit2::make_object<lanefeed_1::RowSummaryTableTree>();
+        const bool built =
+            table->init(m_bound.input, grid, grouping, m_bound.provider.get(), nullptr);
+        return built ? Table(table) : Table();
+    }
+    static std::vector<int> sortOrder(const Table& table) {
+        std::vector<int> order;
+        table->getSortOrder(order);
+        return order;
+    }
+
+    BoundProvider m_bound;
+
+private:
+    static void addColumn(facekit_1_x::IDPIHelperTableTree& grid,
+                          const basekit2::sptr_t<facekit_1_x::IDPIHelperTableTree>& tree,
+                          int kind,
+                          const std::string& name) {
+        grid.addColumn(facekit_1_x::createColumn(kind, namedQuery(name), tree), nullptr, 0);
+    }
+    static void addGridRows(const std::vector<GridRow>& rows,
+                            const basekit2::sptr_t<dataface_1::ITableRow>& parent,
+                            const Query& query,
+                            const basekit2::sptr_t<facekit_1_x::IDPIHelperTableTree>& grid) {
+        for (const GridRow& row : rows) {
+            const auto made = facekit_1_x::createSparseRow(query, grid);
+            made->setContent(nullptr, dataface_1::ccId, row.id);
+            const auto name = columnNamed(grid, "name");
+            made->setContent(name, dataface_1::ccValue, row.name);
+            made->setContent(name, dataface_1::ccId, row.id);
+            if (!row.busy.is_null())
+                made->setContent(columnNamed(grid, "busy"), dataface_1::ccValue, row.busy);
+            grid->addRow(made, parent);
+            addGridRows(row.children, made, query, grid);
+        }
+    }
+};
+
+}  // namespace lanefeed_test

@@ -1,0 +1,190 @@
+// Rows and columns of the row table: cells by kind of content, life times, and life after the
+// table.
+
+#include "row_tables.h"
+
+#include <settingstore2/message_catalogs.h>
+
+namespace lanefeed_test {
+namespace {
+
+using basekit2::sptr_t;
+using basekit2::variant_t;
+using dataface_1::ccId;
+using dataface_1::ccSecondValue;
+using dataface_1::ccStyle;
+using dataface_1::ccValue;
+using lanefeed_1::RowSummaryTableRow;
+using RowSummaryRows = RowTableTest;
+using RowSummaryRanges = RowTableTest;
+
+// One catalog with one text.
+class OneText : public settingstore2::IMessageCatalogSource, public platkit_2_18::i18n::catalog_t {
+public:
+    sptr_t<platkit_2_18::i18n::catalog_t> getCatalog(const std::string& name) override {
+        return name == "viewpoint" ? sptr_t<platkit_2_18::i18n::catalog_t>(this) : nullptr;
+    }
+    bool has_message(const std::string& key) const override { return key == "%Idle"; }
+    platkit_2_18::i18n::message_t message(const std::string&) const override {
+        return platkit_2_18::i18n::message_t("idle thread");
+    }
+    unsigned int get_type() const override { return IMessageCatalogSource::get_type(); }
+    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override {
+        return IMessageCatalogSource::adapt_to_pointer(type);
+    }
+    void add_ref() override = 0;
+    void release() override = 0;
+};
+
+TEST_F(RowSummaryRows, AnswerByColumnAndKind) {
+    addThread(7, "main");
+    addBand("dd_thread", 7, 1100, 1200);
+    const Table table = buildThreads();
+    RowSummaryTableRow& row = *table->getRow(0);
+    const auto name = columnNamed(table, "name");
+    const auto start = columnNamed(table, "startTime");
+    variant_t out = "untouched";
+    EXPECT_FALSE(row.getContent(start, ccStyle, out));
+    EXPECT_FALSE(row.getContent(start, ccId, out));
+    EXPECT_EQ(out, variant_t("untouched"));
+    EXPECT_TRUE(row.getContent(start, ccSecondValue, out));
+    EXPECT_EQ(out.get_type(), basekit2::vtU64);
+    EXPECT_EQ(out, variant_t(100));
+    EXPECT_TRUE(row.getContent(name, ccSecondValue, out));
+    EXPECT_EQ(out, variant_t("main"));
+    EXPECT_TRUE(row.getContent(name, ccId, out));
+    EXPECT_EQ(out, variant_t(7));
+    EXPECT_TRUE(row.getContent(name, ccStyle, out));
+    EXPECT_TRUE(out.is_null());
+    EXPECT_EQ(name->getType(), 3);
+    EXPECT_EQ(start->getType(), 2);
+    basekit2::u64_t first = 0;
+    basekit2::u64_t last = 0;
+    row.getTimeRange(first, last);
+    EXPECT_EQ(first, 100U);
+    EXPECT_EQ(last, 200U);
+}
+
+TEST_F(RowSummaryRows, AnswerTheirIdAloneWithoutAColumnOfTheirs) {
+    addThread(7, "main");
+    const Table table = buildThreads();
+    RowSummaryTableRow& row = *table->getRow(0);
+    variant_t out;
+    EXPECT_TRUE(row.getContent(nullptr, ccId, out));
+    EXPECT_EQ(out, variant_t(7));
+    const CapturedLog log;
+    EXPECT_FALSE(row.getContent(nullptr, ccValue, out));
+    const auto other = seriesColumns({"cpu"});
+    EXPECT_FALSE(row.getContent(columnNamed(other, "cpu"), ccValue, out));
+    EXPECT_EQ(log.count("colImpl"), 2);
+}
+
+TEST_F(RowSummaryRows, LookUpNamesThatAreKeysOfTexts) {
+    addThread(1, "%Idle");
+    addThread(2, "%Unknown");
+    addThread(3, "100%");
+    const Table table = buildThreads();
+    settingstore2::setMessageCatalogSource(basekit2::make_object<OneText>());
+    EXPECT_EQ(tableText(table, {false, false, {"name"}}), "name\nidle thread\n%Unknown\n100%\n");
+    settingstore2::setMessageCatalogSource(nullptr);
+}
+
+TEST_F(RowSummaryRows, AnswerNothingOnceTheirTableIsGone) {
+    Table table = buildOnGrid({{1, "lfd", 3, {{7, "main", 2, {}}}}}, bandFacts("dd_process"));
+    const sptr_t<RowSummaryTableRow> row(table->getRow(0));
+    const sptr_t<RowSummaryTableRow> child(table->getRow(1));
+    const auto column = columnNamed(table, "name");
+    table.reset();
+    variant_t out;
+    EXPECT_FALSE(row->getContent(column, ccValue, out));
+    EXPECT_FALSE(child->getContent(nullptr, ccId, out));
+    EXPECT_TRUE(row->getTableTree().is_null());
+    EXPECT_TRUE(child->getParent().is_null());
+    EXPECT_EQ(child->getLevel(), 0);
+    EXPECT_TRUE(column->getTableTree().is_null());
+    basekit2::generic_iterator_t<sptr_t<dataface_1::ITableRow>> children;
+    EXPECT_EQ(row->getChildren(children, nullptr, false), dataface_1::ITreeNode::ecsfSuccess);
+    EXPECT_TRUE(children.at_end());
+}
+
+TEST_F(RowSummaryRows, IteratorsKeepTheTable) {
+    addThread(7, "main");
+    Table table = buildThreads();
+    const auto rows = table->getRows(nullptr);
+    table.reset();
+    variant_t out;
+    EXPECT_TRUE(rows.current()->getContent(nullptr, ccId, out));
+}
+
+TEST_F(RowSummaryRanges, SpanAllLivesOfAThingWithinTheStartOfTheResult) {
+    addThread(1, "early");
+    addThread(2, "twice");
+    addThread(3, "late");
+    addBand("dd_thread", 1, 900, 1100);
+    addBand("dd_thread", 2, 1500, 1600);
+    addBand("dd_thread", 2, 1200, 1300);
+    addBand("dd_thread", 3, 1900, 2500);
+    EXPECT_EQ(tableText(buildThreads()), R"(name   startTime  endTime
+early  0          100
+twice  200        600
+late   900        1500
+)");
+}
+
+TEST_F(RowSummaryRanges, AreReadForEachLevelOfTheChains) {
+    addThread(1, "t");
+    addBand("dd_thread", 1, 1100, 1200);
+    addBand("dd_process", 4, 1300, 1400);
+    QueryFacts outer = bandFacts("dd_process");
+    outer.next = infoQuery(bandFacts("dd_thread"));
+    QueryFacts other = bandFacts("dd_core");
+    other.table = "cores";  // not a grouping by band
+    other.next = infoQuery(bandFacts("dd_process"));
+    const Table table = build({rowBy(bandFacts("dd_thread")), rowBy(outer), rowBy(other)});
+    ASSERT_FALSE(table.is_null());
+    lanefeed_1::RowSummaryTableTree::tsc_range_t range{5, 6};
+    EXPECT_FALSE(table->getTscRange(1, "dd_process", range));
+    EXPECT_FALSE(table->getTscRange(1, "dd_core", range));
+    EXPECT_EQ(range.start, 5U);
+    EXPECT_TRUE(table->getTscRange(4, "dd_process", range));
+    EXPECT_EQ(range.start, 1300U);
+    EXPECT_TRUE(table->getTscRange(1, "dd_thread", range));
+    EXPECT_EQ(range.end, 1200U);
+    // Each of the two once, besides the rows.
+    EXPECT_EQ(m_bound.database->reads.size(), 3U);
+}
+
+TEST_F(RowSummaryRanges, FallBackOnTheResultWhereBandsCannotBeRead) {
+    addThread(1, "t");
+    const CapturedLog log;
+    QueryFacts facts = bandFacts("dd_thread");
+    facts.bandColumn = "";
+    EXPECT_FALSE(build({rowBy(facts)}).is_null());
+    EXPECT_EQ(log.count("Failed to get bands for grouping: dd_thread"), 1);
+    addBand("dd_thread", 1, 1100, 1200);
+    facts.bandColumn = "dd_band::wrong";
+    EXPECT_FALSE(build({rowBy(facts)}).is_null());
+    EXPECT_EQ(log.count("sl1::InvalidColIdx != groupingId"), 1);
+    m_bound.database->brokenTables = {"dd_band::dd_thread"};
+    const Table table = buildThreads();
+    EXPECT_EQ(log.count("rs && !rs->atEnd() ' Error: disk on fire, SQL: SELECT'"), 1);
+    EXPECT_EQ(tableText(table), "name  startTime  endTime\nt     0          999\n");
+}
+
+TEST_F(RowSummaryRanges, AreUnknownInAResultWithoutTime) {
+    addThread(1, "t");
+    m_bound.database->firstTick = 0;
+    m_bound.database->lastTick = 0;
+    const CapturedLog log;
+    const Table table = buildThreads();
+    ASSERT_FALSE(table.is_null());
+    EXPECT_EQ(log.count("m_minDbTsc + m_maxDbTsc"), 1);
+    EXPECT_EQ(log.count("ret,"), 1);
+    basekit2::u64_t start = 5;
+    basekit2::u64_t end = 5;
+    table->getRow(0)->getTimeRange(start, end);
+    EXPECT_EQ(start + end, 0U);
+}
+
+}  // namespace
+}  // namespace lanefeed_test

@@ -1,0 +1,144 @@
+// Order of the rows: by name, number and time, and the order of a fresh table.
+
+#include "row_tables.h"
+
+#include <limits>
+
+namespace lanefeed_test {
+namespace {
+
+using basekit2::sptr_t;
+using basekit2::variant_t;
+using dataface_1::ccId;
+using dataface_1::ccSecondValue;
+using dataface_1::ccValue;
+using dataface_1::cell_contents_t;
+using Order = std::vector<int>;
+
+class RowSummarySorting : public RowTableTest {
+protected:
+    static Order sorted(const Table& table, const char* column, bool ascending) {
+        table->sortByColumn(columnNamed(table, column), ccValue, ascending);
+        return sortOrder(table);
+    }
+    // Column of the first order and whether it ascends, such as "busy down".
+    static std::string initial(const Table& table, const Query& query) {
+        sptr_t<dataface_1::IColumnInfo> column;
+        cell_contents_t content = ccId;
+        bool ascending = false;
+        if (!table->getInitialSorting(query, column, content, ascending)) return "none";
+        EXPECT_EQ(content, ccValue);
+        return column->getQuery()->getName() + (ascending ? " up" : " down");
+    }
+};
+
+TEST_F(RowSummarySorting, ComparesTextsInLowerCase) {
+    for (const char* name : {"beta", "Alpha", "gamma", "ALPHA 2", "_"})
+        addThread(1, name);
+    const Table table = buildThreads();
+    EXPECT_EQ(sortOrder(table), (Order{0, 1, 2, 3, 4}));
+    EXPECT_EQ(sorted(table, "name", true), (Order{4, 1, 3, 0, 2}));
+    EXPECT_EQ(sorted(table, "name", false), (Order{2, 0, 3, 1, 4}));
+    // The rows stay where they are.
+    EXPECT_EQ(tableText(table, {false, false, {"name"}}), "name\nbeta\nAlpha\ngamma\nALPHA 2\n_\n");
+}
+
+TEST_F(RowSummarySorting, ComparesNumbersByValueAndMissingOnesFirst) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const Table table = buildOnGrid({{1, "a", 9, {}},
+                                     {2, "b", 10.5, {}},
+                                     {3, "c", {}, {}},
+                                     {4, "d", nan, {}},
+                                     {5, "e", -2, {}}},
+                                    bandFacts("dd_process"));
+    const Order up = sorted(table, "busy", true);
+    EXPECT_EQ(Order(up.begin() + 2, up.end()), (Order{4, 0, 1}));
+    const Order down = sorted(table, "busy", false);
+    EXPECT_EQ(Order(down.begin(), down.begin() + 3), (Order{1, 0, 4}));
+}
+
+TEST_F(RowSummarySorting, OrdersEachLevelByItself) {
+    const Table table =
+        buildOnGrid({{1, "b", {}, {{4, "y", {}, {}}, {5, "x", {}, {}}}}, {2, "a", {}, {}}},
+                    bandFacts("dd_process"));
+    EXPECT_EQ(sorted(table, "name", true), (Order{1, 0}));
+    Order children{99};
+    table->getRow(0)->getSortOrder(children);
+    EXPECT_EQ(children, (Order{99, 1, 0}));
+}
+
+TEST_F(RowSummarySorting, SortsNamesByTheKindThatTheRowsAskFor) {
+    const std::vector<GridRow> rows{{20, "a", {}, {}},
+                                    {10, "b", {}, {{4, "x", {}, {}}, {3, "y", {}, {}}}}};
+    QueryFacts facts = bandFacts("dd_process");
+    EXPECT_EQ(sorted(buildOnGrid(rows, facts), "name", true), (Order{0, 1}));
+    facts.attributes["sortValueType"] = static_cast<int>(ccId);
+    const Table table = buildOnGrid(rows, facts);
+    EXPECT_EQ(sorted(table, "name", true), (Order{1, 0}));
+    Order children;
+    table->getRow(1)->getSortOrder(children);
+    EXPECT_EQ(children, (Order{1, 0}));
+    sptr_t<dataface_1::IColumnInfo> column;
+    cell_contents_t content = ccId;
+    bool ascending = false;
+    table->getCurrentSorting(column, content, ascending);
+    EXPECT_EQ(column, columnNamed(table, "name"));
+    EXPECT_EQ(content, ccValue);
+    EXPECT_TRUE(ascending);
+    // A kind that was asked for stands.
+    table->sortByColumn(column, ccSecondValue, true);
+    EXPECT_EQ(sortOrder(table), (Order{0, 1}));
+}
+
+TEST_F(RowSummarySorting, RemembersANullColumnAndChangesNothing) {
+    addThread(1, "b");
+    addThread(2, "a");
+    const Table table = buildThreads();
+    sorted(table, "name", true);
+    table->sortByColumn(nullptr, ccId, false);
+    EXPECT_EQ(sortOrder(table), (Order{1, 0}));
+    sptr_t<dataface_1::IColumnInfo> column = columnNamed(table, "name");
+    cell_contents_t content = ccValue;
+    bool ascending = true;
+    table->getCurrentSorting(column, content, ascending);
+    EXPECT_TRUE(column.is_null());
+    EXPECT_EQ(content, ccId);
+    EXPECT_FALSE(ascending);
+}
+
+TEST_F(RowSummarySorting, StartsByTimeForThreadsAndByNameElse) {
+    addThread(1, "b");
+    addThread(2, "a");
+    addBand("dd_thread", 1, 1500, 1600);
+    addBand("dd_thread", 2, 1400, 1600);
+    const Table threads = buildThreads();
+    EXPECT_EQ(initial(threads, nullptr), "startTime up");
+    threads->initialSorting(nullptr);
+    EXPECT_EQ(sortOrder(threads), (Order{1, 0}));
+
+    m_bound.database->tables["dd_thread.dd_process"] = {};
+    m_bound.database->tables["dd_process"] = {{{"rowid", 1}, {"dd_process.name", "p"}}};
+    const CapturedLog log;  // no bands by process
+    EXPECT_EQ(initial(build({rowBy(bandFacts("dd_thread.dd_process"))}), nullptr), "name up");
+}
+
+TEST_F(RowSummarySorting, StartsByTheColumnOfTheQueryElseByTheFirstValue) {
+    const Table table = buildOnGrid({{1, "a", 1, {}}, {2, "b", 2, {}}}, bandFacts("dd_process"));
+    EXPECT_EQ(initial(table, nullptr), "busy down");
+    EXPECT_EQ(initial(table, namedQuery("elsewhere")), "busy down");
+    EXPECT_EQ(initial(table, namedQuery("name")), "name down");
+    EXPECT_EQ(initial(table, dataface_1::IVectorQuery::pushBack(nullptr, namedQuery("name"))),
+              "name down");
+    table->initialSorting(nullptr);
+    EXPECT_EQ(sortOrder(table), (Order{1, 0}));
+}
+
+TEST_F(RowSummarySorting, HasNoFirstOrderWithoutAColumn) {
+    const CapturedLog log;
+    const auto empty = basekit2::make_object<lanefeed_1::RowSummaryTableTree>();
+    EXPECT_EQ(initial(Table(empty), nullptr), "none");
+    EXPECT_EQ(log.count("sortCol >= 0 && sortCol < (int)m_topLevelCols.size()"), 1);
+}
+
+}  // namespace
+}  // namespace lanefeed_test

@@ -1,0 +1,73 @@
+// The scaled table: which cells are multiplied, and what is handed on as it is.
+
+#include "series_tables.h"
+#include "tabletrees.h"
+
+#include <gtest/gtest.h>
+
+#include "support/table_text.h"
+#include "support/table_tree_contract.h"
+
+namespace lanefeed_1 {
+namespace {
+
+using basekit2::sptr_t;
+using basekit2::variant_t;
+using dataface_1::ITableTree;
+
+// A row with a cell of each kind under numeric columns, and a number under the bucket column.
+sptr_t<facekit_1_x::IDPIHelperTableTree> mixedTable() {
+    const auto tree = lanefeed_test::seriesColumns({"int", "double", "text", "none"});
+    const auto row = facekit_1_x::createVectorRow(lanefeed_test::namedQuery("row"), tree);
+    const auto set = [&](const char* column, const variant_t& value) {
+        row->setContent(lanefeed_test::columnNamed(tree, column), dataface_1::ccValue, value);
+    };
+    set("timeBin", 3);
+    set("int", 7);
+    set("double", 0.5);
+    set("text", "x");
+    row->setContent(nullptr, dataface_1::ccId, 42);
+    tree->addRow(row, nullptr);
+    return tree;
+}
+
+TEST(ScaleTable, MultipliesNumbersOfNumericColumns) {
+    const auto tree = createScaleTableTree(mixedTable(), 2.5);
+    EXPECT_EQ(lanefeed_test::tableText(tree), R"(timeBin  int   double  text  none
+3        17.5  1.25    x     -
+)");
+}
+
+TEST(ScaleTable, ScalesBothFormsOfAValueAndNothingElse) {
+    const auto source = mixedTable();
+    const auto tree = createScaleTableTree(source, 2);
+    const auto row = tree->getRows(nullptr).current();
+    const auto column = lanefeed_test::columnNamed(tree, "int");
+    variant_t value;
+    EXPECT_TRUE(row->getContent(column, dataface_1::ccSecondValue, value));
+    EXPECT_EQ(value, variant_t(14.0));
+    EXPECT_TRUE(row->getContent(nullptr, dataface_1::ccId, value));
+    EXPECT_EQ(value, variant_t(42));
+    EXPECT_EQ(row->getQuery()->getName(), "row");
+    EXPECT_EQ(row->getTableTree(), tree);
+}
+
+TEST(ScaleTable, HidesThatItsSourceCanBeReduced) {
+    const auto source = createOvertimeTableTree(lanefeed_test::seriesColumns({"cpu"}), nullptr,
+                                                lanefeed_test::recordOf({{1, 2}}), 100,
+                                                lanefeed_test::windowOf(0, 20, 2), nullptr);
+    const auto tree = createScaleTableTree(source, 0.5);
+    sptr_t<dataface_1::IReducibleTableTree> reducible;
+    EXPECT_TRUE(basekit2::lookup_interface(source.get(), reducible));
+    reducible.reset();
+    EXPECT_FALSE(basekit2::lookup_interface(tree.get(), reducible));
+    EXPECT_EQ(lanefeed_test::tableText(tree), "timeBin  cpu\n0        50\n1        100\n");
+}
+
+TEST(ScaleTable, KeepsTheContractOfTables) {
+    EXPECT_TRUE(
+        lanefeed_test::keepsTableContract([] { return createScaleTableTree(mixedTable(), 3); }));
+}
+
+}  // namespace
+}  // namespace lanefeed_1

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "overtimedata.h"
+#include "queryparam.h"
+
+#include <facekit_1_x/table_building.h>
+
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/fake_queries.h"
+
+namespace lanefeed_test {
+
+// Small inputs for tests of tables of series.
+
+inline const double kNoData = std::numeric_limits<double>::quiet_NaN();
+
+inline basekit2::sptr_t<dataface_1::IQuery> namedQuery(const std::string& name) {
+    QueryFacts facts;
+    facts.id = name;
+    facts.name = name;
+    return basekit2::make_object<FakeInfoQuery>(facts);
+}
+
+// The bucket column, then one column per name; a name that begins with "." nests in the one before.
+inline basekit2::sptr_t<facekit_1_x::IDPIHelperTableTree> seriesColumns(
+    const std::vector<std::string>& names) {
+    const auto tree = facekit_1_x::createTableTree();
+    const auto add = [&tree](int kind, const std::string& name, const auto& parent) {
+        const auto column = facekit_1_x::createColumn(kind, namedQuery(name), tree);
+        tree->addColumn(column, parent, 0);
+        return basekit2::sptr_t<dataface_1::IColumnInfo>(column);
+    };
+    using Column = basekit2::sptr_t<dataface_1::IColumnInfo>;
+    add(facekit_1_x::columnTimeBin, "timeBin", Column());
+    Column last;
+    for (const std::string& name : names) {
+        const bool nests = name.front() == '.';
+        last =
+            add(facekit_1_x::columnSeries, nests ? name.substr(1) : name, nests ? last : Column());
+    }
+    return tree;
+}
+
+inline lanefeed_1::OverTimeData recordOf(const std::vector<std::vector<double>>& series) {
+    lanefeed_1::OverTimeData data;
+    for (const std::vector<double>& values : series) {
+        data.seriesSet.emplace_back();
+        data.seriesSet.back().values = values;
+    }
+    return data;
+}
+
+inline lanefeed_1::QueryParam windowOf(basekit2::u64_t start,
+                                       basekit2::u64_t end,
+                                       basekit2::u32_t bins) {
+    lanefeed_1::QueryParam param;
+    param.startTime = start;
+    param.endTime = end;
+    param.binCount = bins;
+    return param;
+}
+
+// A table of spans, as pause ranges come.
+inline basekit2::sptr_t<dataface_1::ITableTree> spansTable(
+    const std::vector<std::pair<basekit2::u64_t, basekit2::u64_t>>& spans) {
+    const auto tree = facekit_1_x::createTableTree();
+    const auto start = facekit_1_x::createColumn(facekit_1_x::columnPlain, nullptr, tree);
+    const auto end = facekit_1_x::createColumn(facekit_1_x::columnPlain, nullptr, tree);
+    tree->addColumn(start, nullptr, 0);
+    tree->addColumn(end, nullptr, 0);
+    for (const auto& span : spans) {
+        const auto row = facekit_1_x::createVectorRow(nullptr, tree);
+        row->setContent(start, dataface_1::ccValue, span.first);
+        row->setContent(end, dataface_1::ccValue, span.second);
+        tree->addRow(row, nullptr);
+    }
+    return tree;
+}
+
+}  // namespace lanefeed_test
