@@ -36,8 +36,8 @@ public:
 private:
     struct Key {
         TraceTime time;
-        std::uint32_t offset;
-        std::uint32_t length;
+        std::uint32_t offset = 0;
+        std::uint32_t length = 0;
     };
     class Run;
 

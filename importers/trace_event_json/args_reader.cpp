@@ -13,6 +13,7 @@ public:
     explicit MemberReader(const std::function<void(const ArgsMember&)>& member)
         : m_member(member) {}
 
+    // The reader calls these by their names. NOLINTBEGIN(readability-identifier-naming)
     bool Null() { return value({}, false); }
     bool Bool(bool) { return value({}, false); }
     bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
@@ -47,6 +48,7 @@ public:
         --m_depth;
         return true;
     }
+    // NOLINTEND(readability-identifier-naming)
 
 private:
     bool value(std::string_view text, bool maybeNumber) {

@@ -22,6 +22,7 @@ public:
     // `beforeRead` is called before each piece; its false ends the text.
     JsonStream(ByteSource& source, std::function<bool()> beforeRead);
 
+    // The reader calls these by their names. NOLINTBEGIN(readability-identifier-naming)
     Ch Peek() const { return *m_at; }  // '\0' at the end
     Ch Take() {
         const Ch taken = *m_at;
@@ -29,6 +30,8 @@ public:
         return taken;
     }
     std::size_t Tell() const { return m_offset + static_cast<std::size_t>(m_at - m_buffer.data()); }
+
+    // NOLINTEND(readability-identifier-naming)
 
     // Where the last thing of limited length began.
     void mark() { m_mark = Tell(); }
@@ -40,10 +43,12 @@ public:
     void endCapture();
 
     // The reader asks for these of any stream, but uses them when it parses in place only.
+    // NOLINTBEGIN(readability-identifier-naming)
     Ch* PutBegin() { return nullptr; }
     void Put(Ch) {}
     void Flush() {}
     std::size_t PutEnd(Ch*) { return 0; }
+    // NOLINTEND(readability-identifier-naming)
 
 private:
     void refill();

@@ -29,6 +29,7 @@ public:
     bool insideEvent() const { return m_inEvent; }
     bool tooDeep() const { return m_depth > kMaxDepth; }
 
+    // The reader calls these by their names. NOLINTBEGIN(readability-identifier-naming)
     bool Null() { return word({}); }
     bool Bool(bool value) { return word(value ? "true" : "false"); }
     bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
@@ -59,6 +60,7 @@ public:
     bool EndObject(rapidjson::SizeType) { return close(); }
     bool StartArray() { return open('['); }
     bool EndArray(rapidjson::SizeType) { return close(); }
+    // NOLINTEND(readability-identifier-naming)
 
 private:
     enum class Part { plain, args, id2 };
