@@ -48,9 +48,12 @@ int runRows(const ViewOptions& options) {
     Session session(options);
     session.readViewpoint();
     const AreaView area(session, options.area);
-    if (session.isEmpty()) {
-        std::cerr << "lanefeed: note: " << options.result
-                  << " holds no instances, so there is nothing to show\n";
+    if (area.isEmpty()) {
+        std::cerr << "lanefeed: note: "
+                  << (session.isEmpty() ? fmt::format("{} holds no instances", options.result)
+                                        : fmt::format("{} holds nothing that area {} shows",
+                                                      options.result, options.area))
+                  << "; there are no rows\n";
     }
     if (options.format == Format::json) {
         printJson(area);

@@ -110,6 +110,12 @@ bool Session::isEmpty() const {
     return facts && facts->entry("instances") == "0";
 }
 
+bool Session::holdsDataFor(const TLViewpointParser::RowSet* rowSet, IDicerProvider& provider) {
+    if (rowSet == nullptr || rowSet->layers.empty()) return true;
+    return std::any_of(rowSet->layers.begin(), rowSet->layers.end(),
+                       [&](const auto& layer) { return m_parser.isApplicable(layer, &provider); });
+}
+
 sptr_t<IDicerProvider> Session::boundProvider(int area) {
     sptr_t<IDicerProvider> provider = IDicerProvider::create(m_input);
     if (provider.is_null()) throw Failure(exitFailure, "no provider could be made for the result");
@@ -139,7 +145,7 @@ AreaView::AreaView(Session& session, int index) {
     }
     m_firstTick = first;
     m_time = {ticksPerSecond, last - first + 1};
-    m_empty = session.isEmpty();
+    m_empty = session.isEmpty() || !session.holdsDataFor(m_rowSet, *m_provider);
     if (m_rowSet != nullptr && !m_rowSet->rowBys.empty() && m_provider->hasRowBy()) {
         m_rowSource = &m_rowSet->rowBys.front().ds;
     }

@@ -38,6 +38,10 @@ public:
     const lanefeed_1::ParseLogger& log() const { return *m_log; }
     // File or shipped name, for messages.
     const std::string& viewpointName() const { return m_viewpointName; }
+    // Whether the result holds what at least one layer of a row set needs; true for one without
+    // layers.
+    bool holdsDataFor(const lanefeed_1::TLViewpointParser::RowSet* rowSet,
+                      lanefeed_1::IDicerProvider& provider);
     // A new provider, bound to the row set of an area that is there.
     basekit2::sptr_t<lanefeed_1::IDicerProvider> boundProvider(int area);
 
@@ -76,6 +80,8 @@ public:
     // Source of the rows, null for an area with one row.
     const lanefeed_1::DicerDataSource* rowSource() const { return m_rowSource; }
     const std::vector<RowInfo>& rows() const { return m_rows; }
+    // The result holds nothing that the area could show; there are no rows then.
+    bool isEmpty() const { return m_empty; }
     // Positions in rows(), in display order.
     const std::vector<int>& order() const { return m_order; }
     // The whole result has `duration` ticks: the last one counts.
@@ -100,7 +106,7 @@ private:
     std::vector<int> m_order;
     TimeScale m_time;
     std::uint64_t m_firstTick = 0;
-    bool m_empty = false;  // no instances, so no rows either
+    bool m_empty = false;  // nothing that the area could show, so no rows either
 };
 
 }  // namespace lanefeed_tool

@@ -40,10 +40,12 @@ private:
     std::string m_result;
 };
 
-Document overtime(const std::string& result, std::vector<std::string> options) {
+Document overtime(const std::string& result,
+                  const std::vector<std::string>& options,
+                  const RunOptions& how = {}) {
     std::vector<std::string> arguments{"overtime", result, "--format", "json", "--unit", "ticks"};
     arguments.insert(arguments.end(), options.begin(), options.end());
-    const ToolRun run = runTool(arguments);
+    const ToolRun run = runTool(arguments, how);
     EXPECT_EQ(run.exit, 0) << run.err;
     return parsed(run.out);
 }
@@ -163,5 +165,41 @@ TEST(SeriesFacts, ABucketWithDataNeverLooksEmptyAtACoarserZoom) {
             const bool next = at + 1 < 50 && !covered[at + 1].IsNull();
             EXPECT_TRUE(!covered[at].IsNull() || next) << "row " << i << " bucket " << bucket;
         }
+    }
+}
+
+TEST(SeriesFacts, BothProvidersGiveTheSameAnswers) {
+    RunOptions plain;
+    plain.environment = {"LANEFEED_SQLITE=1"};
+    for (const char* name : kTraces) {
+        SCOPED_TRACE(name);
+        const ImportedTrace trace(name);
+        for (const char* area : {"0", "1", "2"}) {
+            const Document timeline = overtime(trace.result(), {"--bins", "37", "--area", area});
+            const Document store =
+                overtime(trace.result(), {"--bins", "37", "--area", area}, plain);
+            EXPECT_TRUE(timeline == store) << "area " << area;
+        }
+    }
+}
+
+TEST(SeriesFacts, APauseCarriesNothingAndTheRestStays) {
+    ScratchFolder folder;
+    const std::string source = traceFile("node20-workers.json");
+    const std::string whole = folder / "whole.lft";
+    const std::string paused = folder / "paused.lft";
+    ASSERT_EQ(runTool({"import", source, "-o", whole}).exit, 0);
+    const ToolRun import = runTool({"import", source, "-o", paused, "--pause", "100ms..150ms"});
+    ASSERT_EQ(import.exit, 0) << import.err;
+    for (const char* layer : {"0", "1"}) {
+        SCOPED_TRACE(layer);
+        std::map<int, double> outside =
+            rowSums(overtime(whole, {"--layer", layer, "--time", "..100ms"})[0]);
+        add(outside, rowSums(overtime(whole, {"--layer", layer, "--time", "150ms.."})[0]));
+        EXPECT_EQ(rowSums(overtime(paused, {"--layer", layer})[0]), outside);
+        const Document inside =
+            overtime(paused, {"--layer", layer, "--time", "100ms..150ms", "--bins", "7"});
+        for (const auto& [row, ticks] : rowSums(inside[0]))
+            EXPECT_EQ(ticks, 0) << "row " << row;
     }
 }
