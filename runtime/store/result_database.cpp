@@ -121,7 +121,11 @@ sptr_t<ITimelineDatabase> ResultDatabase::getFilteredTimelineDatabase() {
 }
 
 basekit2::generic_iterator_t<time_interval_t> ResultDatabase::getPausedIntervals() {
-    return basekit2::make_iterator(m_facts->pauses);
+    // Kept with their last tick, handed out half open like the buckets that they are compared with.
+    std::vector<time_interval_t> pauses = m_facts->pauses;
+    for (time_interval_t& pause : pauses)
+        ++pause.end;
+    return basekit2::make_iterator(std::move(pauses));
 }
 
 void ResultDatabase::clearCaches() {

@@ -34,7 +34,7 @@ TEST_F(ResultDatabaseTest, TellsItsTime) {
     for (auto it = m_database.getPausedIntervals(); !it.at_end(); it.next())
         pauses +=
             std::to_string(it.current().start) + ".." + std::to_string(it.current().end) + " ";
-    EXPECT_EQ(pauses, "21..30 51..60 ");
+    EXPECT_EQ(pauses, "21..31 51..61 ");
 }
 
 TEST_F(ResultDatabaseTest, KnowsBandsAndWhatCanCarryALayer) {
