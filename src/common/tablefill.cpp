@@ -9,8 +9,8 @@ namespace lanefeed_1 {
 
 TableFill::TableFill(BaseProviderImpl& provider, std::initializer_list<Column> columns)
     : m_table(facekit_1_x::createTableTree()) {
-    for (const Column& spec : columns) {
-        const auto query = provider.createNameQuery(spec.name, spec.valueType);
+    for (const Column& wanted : columns) {
+        const auto query = provider.createNameQuery(wanted.name, wanted.valueType);
         if (m_columns.empty()) m_rowQuery = query;
         const auto column = facekit_1_x::createColumn(facekit_1_x::columnPlain, query, m_table);
         m_table->addColumn(column, nullptr, 0);
