@@ -31,9 +31,12 @@ void ProviderTest::bindRows(const std::vector<int>& ids) {
     for (int id : ids)
         threads.push_back({{"rowid", id}, {"dd_thread.name", "thread " + std::to_string(id)}});
     m_db->tables["dd_thread"] = threads;
+    QueryFacts facts;
+    facts.table = "slice_data";
+    facts.path = "dd_thread";
+    facts.attr = "name";
     TLViewpointParser::RowSet rowSet;
-    rowSet.rowBys.push_back(
-        rowBy({"thread", "Thread", "slice_data", "dd_thread", "name", {}, {}, {}, {}}));
+    rowSet.rowBys.push_back(rowBy(facts));
     m_rowBySource = rowSet.rowBys.front().ds;
     bind(&rowSet);
     basekit2::sptr_t<dataface_1::ITableTree> table;
