@@ -31,13 +31,12 @@ basekit2::u64_t wholeTicks(double ticks) {
 }
 
 // A layer that demands a filter shows nothing until that filter exists.
-bool isRequiredFilterThere(const DicerDataSource* dds,
-                           const basekit2::sptr_t<dataface_1::IFilterRegistry>& registry) {
+bool isRequiredFilterThere(const BaseProviderImpl& provider, const DicerDataSource* dds) {
     const dataface_1::IQuery* query = dds != nullptr ? dds->m_defaultQuery.get() : nullptr;
     const std::string required = textAttribute(query, names::kRequiredFilter, LF_HERE);
     if (required.empty()) return true;
-    if (!LF_CHECK_AS(registry, "filterRegistry")) return false;
-    return registry->hasFilter(required);
+    const auto filterRegistry = provider.getFilterRegistry();
+    return LF_CHECK(filterRegistry) && filterRegistry->hasFilter(required);
 }
 
 // Brings what was read for `actual` to the buckets of `param`.
@@ -61,7 +60,7 @@ bool BaseProviderImpl::getOverTimeData(const QueryParam& param,
                                        overtime_type_t type,
                                        Forest& forest) {
     if (param.binCount == 0) return false;
-    if (!isRequiredFilterThere(param.dds, getFilterRegistry())) return false;
+    if (!isRequiredFilterThere(*this, param.dds)) return false;
 
     QueryParam actual = widenToResolution(param);
     if (actual.binCount == 0) return false;

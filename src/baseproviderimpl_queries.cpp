@@ -19,15 +19,15 @@ namespace {
 
 constexpr char kXmlDeclaration[] = "<?xml version='1.0' encoding='UTF-8'?>\n";
 
-basekit2::sptr_t<dataface_1::IQuery> queryFromText(dataface_1::IQueryLibrary& library,
-                                                   const std::string& element) {
+// False, reported, when the text cannot be read or the library refuses it.
+bool queryFromText(dataface_1::IQueryLibrary& library,
+                   const std::string& element,
+                   basekit2::sptr_t<dataface_1::IQuery>& query) {
     basekit2::variant_bag_t bag;
     const auto err =
         basekit2::load_variant_bag_from_string2(bag, kXmlDeclaration + element, "infoQuery");
-    if (!LF_CHECK_AS(basekit2::is_success(err), "bk2::is_success(err)")) return {};
-    basekit2::sptr_t<dataface_1::IQuery> query;
-    if (!LF_CHECK_AS(library.createQuery(bag, query, nullptr), "bRet")) return {};
-    return query;
+    if (!LF_CHECK_AS(basekit2::is_success(err), "bk2::is_success(err)")) return false;
+    return LF_CHECK_AS(library.createQuery(bag, query, nullptr), "bRet");
 }
 
 }  // namespace
@@ -45,7 +45,7 @@ basekit2::sptr_t<dataface_1::IQuery> BaseProviderImpl::createNameQuery(
     if (query.is_null()) {
         std::string element = "<infoQuery id=\"" + id + "\" displayName=\"" + columnName + "\">";
         if (!valueType.empty()) element += "<valueType>" + valueType + "</valueType>";
-        query = queryFromText(*qLibrary, element + "</infoQuery>");
+        if (!queryFromText(*qLibrary, element + "</infoQuery>", query)) return {};
         if (!LF_CHECK(query)) return {};
     }
     m_nameQueries.emplace(id, query);
@@ -64,7 +64,9 @@ basekit2::sptr_t<dataface_1::IInfoQuery> BaseProviderImpl::createInfoQuery(
                                 "\"><dbPath>" + table + "::" + path +
                                 "</dbPath><displayDbPathSuffix>" + suffix +
                                 "</displayDbPathSuffix></infoQuery>";
-    return dataface_1::IInfoQuery::cast(queryFromText(*qLibrary, element));
+    basekit2::sptr_t<dataface_1::IQuery> query;
+    if (!queryFromText(*qLibrary, element, query)) return {};
+    return dataface_1::IInfoQuery::cast(query);
 }
 
 basekit2::sptr_t<dataface_1::IInfoQuery> BaseProviderImpl::createInfoQuery(

@@ -22,7 +22,8 @@ bool DbiProviderImpl::isBandTableExist(const std::string& band) {
     if (db.is_null()) return false;
     const auto query = db->createQuery(names::kBandTable, 2);
     if (!LF_CHECK(query)) return false;
-    const auto idx = query->addColumn(joinTablePath(names::kBandTable, band));
+    const auto idx =
+        query->addColumn(std::string(names::kBandTable) + names::kTableSeparator + band);
     if (!LF_CHECK_AS(storelink1::InvalidColIdx != idx, "sl1::InvalidColIdx != idx")) return false;
     {
         const storelink1::QueryMutexHolder lock(db.get());

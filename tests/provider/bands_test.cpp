@@ -19,11 +19,14 @@ TEST_F(Bands, TranslatesKindsOfTheStore) {
 }
 
 TEST_F(Bands, FindsABandTableOnlyWhereThereAreBandsOfIt) {
-    m_db->tables["dd_band"] = {{{"rowid", 1}, {"dd_band::dd_thread", 4}}};
+    m_db->tables["dd_band"] = {{{"rowid", 1}, {"dd_band", 1}, {"dd_band::dd_thread", 4}}};
     bind();
     EXPECT_TRUE(m_provider->isBandTableExist("dd_thread"));
     EXPECT_TRUE(m_log.empty());
     EXPECT_FALSE(m_provider->isBandTableExist("dd_core"));
+    EXPECT_TRUE(m_log.contains("sl1::InvalidColIdx != idx"));
+    m_log.clear();
+    EXPECT_FALSE(m_provider->isBandTableExist(""));  // no band, and not the band itself
     EXPECT_TRUE(m_log.contains("sl1::InvalidColIdx != idx"));
     m_db->tables["dd_band"].clear();
     m_log.clear();

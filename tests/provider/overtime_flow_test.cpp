@@ -56,8 +56,8 @@ TEST_F(OverTimeFlow, GivesOneTreePerRow) {
 }
 
 TEST_F(OverTimeFlow, WidensARequestFinerThanTheLayersResolution) {
-    // 1000 ticks per millisecond.
-    m_source.m_resolutionMs = 0.15;
+    // 1000 ticks per millisecond, cut to whole ticks.
+    m_source.m_resolutionMs = 0.1509;
     QueryParam param = request();
     ASSERT_TRUE(ask(param));
     EXPECT_EQ(stored(), "0..1050/7");
@@ -138,6 +138,19 @@ TEST_F(OverTimeFlow, NormalisesToTheTimeScale) {
     EXPECT_EQ(value(0), 8);
     EXPECT_FALSE(
         basekit2::interface_cast<dataface_1::IReducibleTableTree>(m_forest[0].get()).is_null());
+    // Widths are those of the client's buckets, parts of a tick included.
+    QueryParam param = request();
+    param.endTime = 1005;
+    m_source.m_timeScaleMs = 0.201;
+    ASSERT_TRUE(ask(param));
+    EXPECT_DOUBLE_EQ(value(0), 16);
+    m_source.m_timeScaleMs = 0;
+    m_source.m_resolutionMs = 0.15;
+    ASSERT_TRUE(ask(request()));
+    const double unscaled = value(0);
+    m_source.m_timeScaleMs = 0.2;
+    ASSERT_TRUE(ask(request()));
+    EXPECT_DOUBLE_EQ(value(0), 2 * unscaled);
 }
 
 TEST_F(OverTimeFlow, ScalesOnlyTreesThatAreThere) {
@@ -153,7 +166,9 @@ TEST_F(OverTimeFlow, ScalesOnlyTreesThatAreThere) {
 
 TEST_F(OverTimeFlow, ShowsNothingWhereTheStoreHasNothing) {
     m_db->answers = {{{}, {}, false}};
+    const int lookups = m_input->asked;
     EXPECT_FALSE(ask(request()));
+    EXPECT_EQ(m_input->asked, lookups);  // no registry where no filter is required
     m_db->answers = {{{storelink1::OverTimeData()}, series({"all"}), false}};
     EXPECT_FALSE(ask(request()));
     EXPECT_TRUE(m_forest.empty());

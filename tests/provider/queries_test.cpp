@@ -27,7 +27,9 @@ TEST_F(Queries, MakesANameQueryOncePerIdAndAsksTheLibraryFirst) {
     ASSERT_NE(type, nullptr);
     EXPECT_EQ(type->get<basekit2::variant_t>("#text")->get<std::string>(), "tsc");
 
-    const auto known = infoQuery({"timelineNameQuery_depth", "depth", {}, {}, {}, {}, {}, {}, {}});
+    QueryFacts facts;
+    facts.id = "timelineNameQuery_depth";
+    const auto known = infoQuery(facts);
     m_library->known["timelineNameQuery_depth"] = known;
     EXPECT_EQ(m_provider->createNameQuery("depth", ""), known);
     EXPECT_EQ(m_library->created.size(), 2U);
@@ -41,6 +43,7 @@ TEST_F(Queries, ForgetsANameQueryThatFailed) {
     m_library->refuses = true;
     EXPECT_TRUE(m_provider->createNameQuery("name", "").is_null());
     EXPECT_TRUE(m_log.contains("bRet"));
+    EXPECT_EQ(m_log.entries().size(), 2U);  // each failure is reported once
     m_library->refuses = false;
     EXPECT_FALSE(m_provider->createNameQuery("name", "").is_null());
 }
