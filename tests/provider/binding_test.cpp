@@ -44,6 +44,14 @@ TEST_F(Binding, TakesTheTimeBaseFromTheDatabase) {
     EXPECT_TRUE(m_log.empty());
 }
 
+TEST_F(Binding, KeepsTheQueryLibraryOfAnEarlierResult) {
+    bind();
+    m_input->offered.erase(basekit2::type_id_t<dataface_1::IQueryLibrary>::id());
+    bind();
+    EXPECT_EQ(m_provider->getQueryLibrary(), m_library);
+    EXPECT_TRUE(m_log.empty());
+}
+
 TEST_F(Binding, EndsQuietlyEnoughWithoutADatabase) {
     m_input->offered.erase(basekit2::type_id_t<storelink1::IPerfDatabase>::id());
     bind();

@@ -38,9 +38,9 @@ protected:
         return param;
     }
     // A table of rows in two levels: 7 with the children 1 and 2, and 8.
-    void putNestedRows() {
+    void putNestedRows(const basekit2::sptr_t<dataface_1::IQuery>& grouping = infoQuery({})) {
         const auto grid = facekit_1_x::createTableTree();
-        const auto vectorQuery = dataface_1::IVectorQuery::pushBack(nullptr, infoQuery({}));
+        const auto vectorQuery = dataface_1::IVectorQuery::pushBack(nullptr, grouping);
         const auto add = [&](int id, const basekit2::sptr_t<dataface_1::ITableRow>& parent) {
             const auto row = facekit_1_x::createVectorRow(vectorQuery, grid);
             row->setContent(nullptr, dataface_1::ccId, id);
@@ -91,16 +91,40 @@ TEST_F(OverTime, PutsRecordsOnTheirRowsAndNumbersAll) {
     EXPECT_TRUE(m_log.empty());
 }
 
+TEST_F(OverTime, GivesRowsWithoutDataTheFullSeries) {
+    bindRows({10});
+    m_db->answers = {{{}, {{"a:b", {"a", "b"}, {3, 4}}}, false}};
+    std::vector<OverTimeData> data;
+    ASSERT_TRUE(m_provider->read(rowRequest(), data));
+    ASSERT_EQ(data.at(0).seriesSet.size(), 1U);
+    const auto& series = data[0].seriesSet[0];
+    EXPECT_EQ(series.name, "a:b");
+    EXPECT_EQ(series.nameParts, (std::vector<std::string>{"a", "b"}));
+    EXPECT_EQ(series.idParts, (std::vector<int>{3, 4}));
+    EXPECT_EQ(series.ds.m_defaultQuery, m_source.m_defaultQuery);
+}
+
+TEST_F(OverTime, SumsParentsOfAFlatGroupingFromTheirChildren) {
+    bind();
+    QueryFacts flat;
+    flat.flatGrouping = "flat";
+    putNestedRows(infoQuery(flat));
+    m_rowBySource = rowBy({}).ds;
+    m_db->answers = {
+        {{record({1}, {3}), record({2}, {4}), record({8}, {5})}, series({"a"}), false}};
+    EXPECT_EQ(read(rowRequest()), "0:[a 7] 1:[a 3] 2:[a 4] 3:[a 5]");
+}
+
 TEST_F(OverTime, MakesTimesPercentagesOfWholeBucketWidths) {
     bind();
     m_source.m_dataType = DicerDataSource::dsTime;
-    m_db->answers = {{{record({}, {199})}, series({"all"}), false}};
+    m_db->answers = {{{record({}, {19900})}, series({"all"}), false}};
     QueryParam param = request();
     param.endTime = 1999;
     // 1999 / 10 is 199 ticks.
-    EXPECT_EQ(read(param), "0:[all 100]");
+    EXPECT_EQ(read(param), "0:[all 10000]");
     param.endTime = 1000;
-    EXPECT_EQ(read(param), "0:[all 199]");
+    EXPECT_EQ(read(param), "0:[all 19900]");
 }
 
 TEST_F(OverTime, ReadsEveryApplicableLevelAndFillsRowsFromTheFirst) {
@@ -137,7 +161,7 @@ TEST_F(OverTime, EndsQuietlyWhenCancelledBetweenLevelsOrInARead) {
 
 TEST_F(OverTime, FailsWithoutARowTableOrWithARowBeyondTheArea) {
     bind();
-    m_rowBySource = rowBy({"t", "", "slice_data", "dd_thread", "", {}, {}, {}, {}}).ds;
+    m_rowBySource = rowBy({}).ds;
     EXPECT_EQ(read(rowRequest()), "failed");
     EXPECT_TRUE(m_log.contains("m_rowSummaryTable"));
     EXPECT_TRUE(m_db->calls.empty());

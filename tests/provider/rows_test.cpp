@@ -1,5 +1,9 @@
 #include "provider_fixture.h"
 
+#include <filesystem>
+
+#include "support/temp_directory.h"
+
 namespace lanefeed_test {
 namespace {
 
@@ -27,6 +31,43 @@ TEST_F(Rows, AreCountedAndOrderedByTheSummary) {
     EXPECT_TRUE(m_log.empty());
     EXPECT_EQ(m_provider->getRowLevel(3), -1);
     EXPECT_TRUE(m_log.contains("summaryRow"));
+}
+
+TEST_F(Rows, AreReadUnderTheRestriction) {
+    QueryFacts facts;
+    facts.path = "dd_thread";
+    facts.attr = "name";
+    facts.values = {"thread 30", "thread 10"};
+    m_provider->setRowByRestriction(
+        dataface_1::IInfoQuery::cast(basekit2::make_object<FakeInfoQuery>(facts)));
+    bindRows({10, 20, 30});
+    ASSERT_FALSE(m_db->reads.empty());
+    const std::string& read = m_db->reads.back();
+    EXPECT_NE(read.find(" dd_thread.name=thread 30 dd_thread.name=thread 10"), std::string::npos)
+        << read;
+}
+
+TEST_F(Rows, AreReadUnderTheFilterThatIsAskedFor) {
+    bindRows({10});
+    const auto filterOf = [&](bool useGlobalFilter) {
+        basekit2::sptr_t<dataface_1::ITableTree> table;
+        EXPECT_TRUE(m_provider->getRowSummary(table, -1, false, useGlobalFilter));
+        return table->getColumns(nullptr).current()->getQuery()->getId();
+    };
+    EXPECT_EQ(filterOf(true), "timelineNameQuery_name_global");
+    EXPECT_EQ(filterOf(false), "timelineNameQuery_name");
+}
+
+TEST_F(Rows, AreDumpedUnderTheNumberOfTheArea) {
+    const TempDirectory folder;
+    const auto back = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path());
+    {
+        const EnvironmentGuard on("LANEFEED_SAVE_DATA", "1");
+        bindRows({10});
+    }
+    std::filesystem::current_path(back);
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"timeline_row_summary3.xml"}));
 }
 
 TEST_F(Rows, KeepTheirPlacesWhenSorted) {

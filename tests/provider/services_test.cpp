@@ -104,6 +104,23 @@ TEST(TraceScope, TellsTheHooksOnlyWhenAllAreThereAndTheDomainIsEnabled) {
     EXPECT_EQ(profiled, "domain morlo\nbegin outer\nbegin inner\nend\nend\n");
 }
 
+using Profile = ProviderTest;
+
+TEST_F(Profile, NamesTheStagesOfAnOverTimeRequest) {
+    bind();
+    m_db->answers = {{{record({}, {1})}, series({"all"}), false}};
+    profilerDomain.enabled = true;
+    profiled.clear();
+    lanefeed_1::setProfilingHooks(writingHooks());
+    std::vector<basekit2::sptr_t<dataface_1::ITableTree>> forest;
+    EXPECT_TRUE(m_provider->getOverTimeData(request(), lanefeed_1::IDicerProvider::otTime, forest));
+    lanefeed_1::setProfilingHooks({});
+    EXPECT_NE(profiled.find("begin DbiProviderImpl::getOverTimeData\nend\n"
+                            "begin BaseProviderImpl::arrayToForest\nend\n"),
+              std::string::npos)
+        << profiled;
+}
+
 // A table that must not be read.
 class UntouchableTree : public dataface_1::ITableTree {
 public:

@@ -69,15 +69,17 @@ TEST(PauseRanges, NeedsTwoColumns) {
 }
 
 TEST_F(TimeFilters, GivesPausesOfTheWindowInPaneTicks) {
-    // The first reaches in from before the result, the next two touch the ends of the window.
-    m_db->pauses = {{900, 1250}, {1400, 1700}, {1100, 1200}, {1701, 1800}};
+    // The first reaches in from before the result; two touch the ends of the window; of those
+    // inside one is as wide as a bin, the other by a tick less.
+    m_db->pauses = {{900, 1250},  {1400, 1700}, {1100, 1200},
+                    {1701, 1800}, {1350, 1395}, {1300, 1344}};
     bind();
     QueryParam param = request();
     param.startTime = 250;
     param.endTime = 700;
     basekit2::sptr_t<ITableTree> table;
     ASSERT_TRUE(m_provider->getPauseRangesData(param, table));
-    EXPECT_EQ(rangesText(table), "[0,250][400,700]");
+    EXPECT_EQ(rangesText(table), "[0,250][350,395][400,700]");
     EXPECT_FALSE(lanefeed_1::BaseProviderImpl::getColumnByName(table, "startTime").is_null());
     EXPECT_FALSE(lanefeed_1::BaseProviderImpl::getColumnByName(table, "endTime").is_null());
 }
@@ -111,9 +113,15 @@ TEST_F(TimeFilters, ReadsARangeOnceUntilSpanBinsOrPausesChange) {
     ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
     EXPECT_NE(first, again);
     EXPECT_EQ(m_db->pauseReads, 2);
-    EXPECT_TRUE(m_provider->updateSBFilterData());
+    param.startTime = 1;
     ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
     EXPECT_EQ(m_db->pauseReads, 3);
+    param.endTime = 999;
+    ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
+    EXPECT_EQ(m_db->pauseReads, 4);
+    EXPECT_TRUE(m_provider->updateSBFilterData());
+    ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
+    EXPECT_EQ(m_db->pauseReads, 5);
 }
 
 TEST_F(TimeFilters, KeepsOneKeyForBothKindsOfRanges) {
@@ -128,6 +136,10 @@ TEST_F(TimeFilters, KeepsOneKeyForBothKindsOfRanges) {
     ASSERT_TRUE(m_provider->getPauseRangesData(newer, paused));
     // The other kind, read under an older key, is served under the new one.
     basekit2::sptr_t<ITableTree> served;
+    ASSERT_TRUE(m_provider->getFilteredRanges(newer, served));
+    EXPECT_EQ(served, filtered);
+    // News of pauses leaves the filter ranges alone.
+    m_provider->updateSBFilterData();
     ASSERT_TRUE(m_provider->getFilteredRanges(newer, served));
     EXPECT_EQ(served, filtered);
 }

@@ -48,6 +48,18 @@ TEST_F(TimelineProvider, MergesTheForestsOfSeveralQueries) {
     EXPECT_TRUE(m_log.empty());
 }
 
+TEST_F(TimelineProvider, PutsEachQueryInPlaceOfThoseOfTheSource) {
+    QueryFacts stale = named("stale");
+    stale.attributes["timelineObjectType"] = "interval";
+    m_source.m_defaultQuery = timeQuery(stale);
+    m_source.m_derivedQuery = basekit2::make_object<FakeDerivedQuery>(stale);
+    putQueries({timeQuery(named("one")), basekit2::make_object<FakeDerivedQuery>(stale)});
+    ASSERT_TRUE(m_timeline->getOverTimeData(request(), IDicerProvider::otTime, m_forest));
+    ASSERT_EQ(m_db->calls.size(), 2U);
+    EXPECT_EQ(m_db->calls[0].objectType, storelink1::ITimelineQuery::otPoint);
+    EXPECT_EQ(m_db->calls[1].objectType, storelink1::ITimelineQuery::otInterval);
+}
+
 TEST_F(TimelineProvider, LeavesOutAQueryWithoutAnAnswer) {
     QueryFacts waiting = named("waiting");
     waiting.attributes["timelineRequiredFilter"] = "absent";

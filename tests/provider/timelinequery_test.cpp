@@ -79,12 +79,16 @@ TEST_F(TimelineQuery, AddsEachInfoExpansionWithItsOrder) {
     extra({}, "dd_task", {});
     extra(withAttribute("hideZeroDataOnExpansion", true), "dd_thread", {"main", "!worker"});
     extra(withAttribute("hideZeroDataOnExpansion", "true"), "dd_core", {});
+    QueryFacts sorted = withAttribute("sortName", "load");
+    sorted.attributes["sortDescending"] = true;
+    extra(sorted, "dd_process", {});
     m_source.addExtra(timeQuery(), "", "slice_data", "", "", "");
     bind();
-    EXPECT_EQ(ask(request()).expansions,
-              (std::vector<std::string>{"slice_data|dd_task|name||show||up",
-                                        "slice_data|dd_thread|name|main,!worker,|hide||up",
-                                        "slice_data|dd_core|name||show||up"}));
+    EXPECT_EQ(
+        ask(request()).expansions,
+        (std::vector<std::string>{
+            "slice_data|dd_task|name||show||up", "slice_data|dd_thread|name|main,!worker,|hide||up",
+            "slice_data|dd_core|name||show||up", "slice_data|dd_process|name||show|load|down"}));
 }
 
 TEST_F(TimelineQuery, ReportsARefusedExpansionOnlyWhenItNamedNoValues) {
@@ -98,6 +102,24 @@ TEST_F(TimelineQuery, ReportsARefusedExpansionOnlyWhenItNamedNoValues) {
     EXPECT_FALSE(m_provider->read(request(), data));
     EXPECT_TRUE(m_log.contains("Failed to add expansion: "));
     EXPECT_TRUE(m_db->calls.empty());
+}
+
+TEST_F(TimelineQuery, AllowsToCollapseDataUnlessItsQueryForbids) {
+    bind();
+    const auto allows = [&] {
+        basekit2::sptr_t<ITimelineQuery> query;
+        bool isTimeData = false;
+        bool allowCollapse = false;
+        EXPECT_TRUE(
+            m_provider->createOverTimeQuery(request(), {}, query, isTimeData, allowCollapse));
+        EXPECT_TRUE(isTimeData);
+        return allowCollapse;
+    };
+    EXPECT_TRUE(allows());
+    m_source.m_defaultQuery = timeQuery(withAttribute("allowCollapse", false));
+    EXPECT_FALSE(allows());
+    m_source.m_defaultQuery = infoQuery({});  // no data query
+    EXPECT_FALSE(allows());
 }
 
 TEST_F(TimelineQuery, AppliesTheRequiredFilterUnlessToldToIgnoreIt) {
@@ -141,6 +163,10 @@ TEST_F(TimelineQuery, FindsTheObjectTypeFromTheMostSpecificText) {
     m_source.m_vectorQuery =
         basekit2::make_object<FakeVectorQuery>(members, withAttribute("timelineObjectType", 1));
     EXPECT_EQ(objectTypeOf(param), 2);
+    m_source.m_derivedQuery =
+        basekit2::make_object<FakeDerivedQuery>(withAttribute("timelineObjectType", "Point"));
+    EXPECT_EQ(objectTypeOf(param), 1);
+    m_source.m_derivedQuery.reset();
     param.objectType = 1;
     EXPECT_EQ(objectTypeOf(param), 1);
     EXPECT_TRUE(m_log.empty());
@@ -160,6 +186,9 @@ TEST_F(TimelineQuery, RunsOnTheFilteredDatabaseWhereTheFilterConcernsTheTable) {
     m_db->filters = {"global"};
     EXPECT_EQ(ask(request()).database, m_db->getTimelineDatabase().get());
     m_db->filteredTables = {"slice_data"};
+    m_db->filters = {"selection"};
+    EXPECT_EQ(ask(request()).database, m_db->getTimelineDatabase().get());
+    m_db->filters = {"global"};
     const auto* filtered = ask(request()).database;
     EXPECT_NE(filtered, m_db->getTimelineDatabase().get());
     EXPECT_EQ(ask(request()).database, filtered);

@@ -85,6 +85,16 @@ public:
     bool isGlobalGrouping() const override { return this->facts.globalGrouping; }
 };
 
+// A derived query without members.
+class FakeDerivedQuery : public FakeQuery<dataface_1::IDerivedQuery> {
+public:
+    using FakeQuery::FakeQuery;
+    basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::IQuery>> getQueries(
+        int /*kind*/) const override {
+        return {};
+    }
+};
+
 // A vector of queries with display attributes of its own.
 class FakeVectorQuery : public FakeQuery<dataface_1::IVectorQuery> {
 public:
