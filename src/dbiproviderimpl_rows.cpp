@@ -43,9 +43,8 @@ bool DbiProviderImpl::getRowSummaryInternal(basekit2::sptr_t<RowSummaryTableTree
     // Rows of a grid are not served.
     if (!m_gridQuery.is_null()) return false;
     table = basekit2::make_object<RowSummaryTableTree>();
-    if (!LF_CHECK_AS(table->init(m_result, m_rowByOptions, this, filterName, m_rowByRestriction),
-                     "bRet"))
-        return false;
+    const bool bRet = table->init(m_result, m_rowByOptions, this, filterName, m_rowByRestriction);
+    if (isCanceled() || !LF_CHECK(bRet)) return false;
     dumpTableTreeToFile(table, "timeline_row_summary" + std::to_string(m_areaIndex));
     return true;
 }

@@ -136,6 +136,7 @@ bool RowSummaryTableTree::readRows(BaseProviderImpl* provider,
     std::string error;
     std::string sql;
     const auto rs = tq->execute(provider->getProgress(), error, sql);
+    if (provider->isCanceled()) return false;
     if (!LF_CHECK_AS(rs && !rs->atEnd(), "rs && !rs->atEnd()",
                      " Error: " + error + ", SQL: " + sql))
         return false;

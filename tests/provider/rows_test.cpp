@@ -100,9 +100,10 @@ TEST_F(Rows, AreReplacedByTheNextSummaryButNotByAFailedOrCancelledOne) {
     EXPECT_TRUE(m_log.contains("bRet && summaryImpl"));
     EXPECT_TRUE(table.is_null());
 
-    m_db->tables["dd_thread"] = {{{"rowid", 5}, {"dd_thread.name", "five"}}};
     m_log.clear();
-    m_progress->cancelsAt = 1;
+    m_progress->cancelsAt = 1;  // also when the read is cut off before its first row
+    EXPECT_FALSE(m_provider->getRowSummary(table, -1, true, true));
+    m_db->tables["dd_thread"] = {{{"rowid", 5}, {"dd_thread.name", "five"}}};
     EXPECT_FALSE(m_provider->getRowSummary(table, -1, true, true));
     EXPECT_TRUE(m_log.empty());
     EXPECT_EQ(m_provider->m_rowSummaryTable, summary);
