@@ -17,6 +17,38 @@ QueryFacts rowFacts(const std::string& path, const std::string& attr = "name") {
     return facts;
 }
 
+// A grid that knows one row-by.
+class FakeGrid : public slicekit_1_0::IGridViewpointParser {
+public:
+    basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::IVectorQuery>> getGroupings()
+        override {
+        return {};
+    }
+    basekit2::sptr_t<dataface_1::IVectorQuery> getDefaultVectorQuery() override { return {}; }
+    basekit2::error_code_t getGrouping(
+        int /*grouping*/, basekit2::sptr_t<dataface_1::IVectorQuery>& /*out*/) override {
+        return {};
+    }
+    basekit2::error_code_t createQuery(
+        const basekit2::sptr_t<dataface_1::IVectorQuery>& /*grouping*/,
+        basekit2::sptr_t<slicekit_1_0::IGridQuery>& /*out*/) override {
+        return basekit2::error_code_t::failure;
+    }
+    int getQueryFlags() override { return 0; }
+    void setColumnBy(const basekit2::sptr_t<dataface_1::IVectorQuery>& /*columns*/) override {}
+    basekit2::sptr_t<dataface_1::IQuery> getRowByForLevel(
+        const basekit2::sptr_t<dataface_1::IQuery>& /*query*/, int /*level*/) override {
+        return {};
+    }
+    basekit2::sptr_t<dataface_1::IQuery> getRowByQuery(
+        const basekit2::sptr_t<dataface_1::IQuery>& query, int level) override {
+        return query == asked && level == 1 ? rowBy : nullptr;
+    }
+
+    basekit2::sptr_t<dataface_1::IQuery> asked;
+    basekit2::sptr_t<dataface_1::IQuery> rowBy;
+};
+
 TEST_F(Binding, KnowsNothingBeforeAResult) {
     EXPECT_EQ(m_provider->getRowCount(), 0);
     EXPECT_EQ(m_provider->getDuration(), 0U);
@@ -139,6 +171,29 @@ TEST_F(Binding, PicksNoRowByForAQueryWithoutAGrid) {
     m_provider->getRowByUsingQuery(1, nullptr);
     EXPECT_TRUE(m_log.contains(
         "principalRowByIndex >= 0 && principalRowByIndex < (int)m_rowByOptions.size()"));
+}
+
+TEST_F(Binding, PicksTheRowByThatTheGridNamesAmongAChoiceAndItsJoins) {
+    m_db->tables["dd_core"];
+    const auto grid = basekit2::make_object<FakeGrid>();
+    TLViewpointParser::RowSet rowSet;
+    rowSet.gridQuery = grid;
+    rowSet.rowBys = {rowBy(rowFacts("dd_core")), rowBy(rowFacts("dd_thread")),
+                     rowBy(rowFacts("x.dd_thread"), true)};
+    bind(&rowSet);
+    grid->asked = infoQuery({});
+    const auto picked = [&](int choice) {
+        return m_provider->getRowByUsingQuery(choice, grid->asked).m_path;
+    };
+    EXPECT_EQ(picked(1), "");  // the grid has none
+    grid->rowBy = rowSet.rowBys[2].ds.m_defaultQuery;
+    EXPECT_EQ(picked(1), "x.dd_thread");
+    grid->rowBy = rowSet.rowBys[1].ds.m_defaultQuery;
+    EXPECT_EQ(picked(1), "dd_thread");
+    EXPECT_EQ(picked(0), "");
+    grid->rowBy = rowSet.rowBys[0].ds.m_defaultQuery;  // of another choice
+    EXPECT_EQ(picked(1), "");
+    EXPECT_TRUE(m_log.empty());
 }
 
 TEST_F(Binding, GivesTheWholePathDownToEachApplicableLevel) {

@@ -1,15 +1,21 @@
 #include "provider_fixture.h"
 
+#include <facekit_1_x/table_building.h>
+
 namespace lanefeed_test {
 namespace {
 
 using lanefeed_1::DicerDataSource;
 using lanefeed_1::IDicerProvider;
 
+class TimelineProbe : public Probe<lanefeed_1::TimelineDbProviderImpl> {
+public:
+    using TimelineDbProviderImpl::mergeForest;
+};
+
 class TimelineProvider : public ProviderTest {
 protected:
-    TimelineProvider()
-        : m_timeline(basekit2::make_object<Probe<lanefeed_1::TimelineDbProviderImpl>>()) {
+    TimelineProvider() : m_timeline(basekit2::make_object<TimelineProbe>()) {
         m_timeline->setResult(0, m_input, nullptr, "view", 0);
         m_source.m_dataType = DicerDataSource::dsCount;
         m_db->answers = {{{record({}, {3})}, series({"first"}), false},
@@ -28,7 +34,7 @@ protected:
         return basekit2::iterator_util::get_item_count(m_forest.at(0)->getColumns(nullptr));
     }
 
-    basekit2::sptr_t<Probe<lanefeed_1::TimelineDbProviderImpl>> m_timeline;
+    basekit2::sptr_t<TimelineProbe> m_timeline;
     std::vector<basekit2::sptr_t<dataface_1::ITableTree>> m_forest;
 };
 
@@ -71,6 +77,20 @@ TEST_F(TimelineProvider, LeavesOutAQueryWithoutAnAnswer) {
     putQueries({timeQuery(waiting), timeQuery(waiting)});
     EXPECT_TRUE(m_timeline->getOverTimeData(request(), IDicerProvider::otTime, m_forest));
     EXPECT_TRUE(m_forest.empty());
+}
+
+TEST_F(TimelineProvider, KeepsWhatOnlyOneOfTwoForestsHas) {
+    using Forest = std::vector<basekit2::sptr_t<dataface_1::ITableTree>>;
+    const Forest trees{facekit_1_x::createTableTree(), facekit_1_x::createTableTree(),
+                       facekit_1_x::createTableTree()};
+    Forest target{nullptr, trees[0], nullptr};
+    m_timeline->mergeForest(target, {trees[1], nullptr, nullptr, trees[2]});
+    EXPECT_EQ(target, (Forest{trees[1], trees[0], nullptr, trees[2]}));
+    m_timeline->mergeForest(target, {});
+    EXPECT_EQ(target.size(), 4U);
+    m_timeline->mergeForest(target, {nullptr});
+    EXPECT_EQ(target, (Forest{trees[1], trees[0], nullptr, trees[2]}));
+    EXPECT_TRUE(m_log.empty());
 }
 
 TEST_F(TimelineProvider, AnswersBarsAndTasksQuietly) {
