@@ -38,7 +38,7 @@ void TrackRows::addProcesses() {
     std::int64_t place = 0;
     for (const std::uint32_t index : m_tracks.processOrder()) {
         const auto& process = m_tracks.processes()[index];
-        const std::string label = m_tracks.processLabel(index);
+        const std::string label = cleanText(m_tracks.processLabel(index));
         std::vector<Cell> cells = {
             {"name", process.name.empty() ? label : process.name},
             {"label", label},
@@ -53,7 +53,7 @@ void TrackRows::addThreads() {
     std::int64_t place = 0;
     for (const std::uint32_t index : m_tracks.threadOrder()) {
         const auto& thread = m_tracks.threads()[index];
-        const std::string name = m_tracks.threadName(index);
+        const std::string name = cleanText(m_tracks.threadName(index));
         const std::string label = ownLabel(thread.process, name);
         const std::string key = m_tracks.processes()[thread.process].id + kSeparator + thread.id;
         std::vector<Cell> cells = {
@@ -68,7 +68,7 @@ void TrackRows::addThreads() {
 }
 
 std::string TrackRows::ownLabel(std::uint32_t process, const std::string& name) const {
-    return m_tracks.processLabel(process) + " / " + name;
+    return cleanText(m_tracks.processLabel(process)) + " / " + name;
 }
 
 int TrackRows::threadBand(std::uint32_t thread) {

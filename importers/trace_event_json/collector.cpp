@@ -120,9 +120,10 @@ void Collector::fillDuration(const TraceEvent& event, const TraceTime& time) {
 }
 
 // What belongs together: nestable events by category, id and scope, the others by category, id and
-// name. Local ids are those of a process.
+// name, and neither kind ends what the other has begun. Local ids are those of a process.
 void Collector::fillKey(const TraceEvent& event) {
-    m_key.assign(event.category.key()).append(1, kSeparator);
+    const bool nestable = among("bne", m_record.phase);
+    m_key.assign(nestable ? "N" : "O").append(event.category.key()).append(1, kSeparator);
     if (!event.hasId2) {
         m_key.append("I").append(event.id.key());
     } else if (event.localId.present()) {
@@ -131,7 +132,6 @@ void Collector::fillKey(const TraceEvent& event) {
     } else {
         m_key.append("G").append(event.globalId.key());
     }
-    const bool nestable = among("bne", m_record.phase);
     m_key.append(1, kSeparator).append(nestable ? event.scope.key() : event.name.key());
     m_record.key = m_key;
 }

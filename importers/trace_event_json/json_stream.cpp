@@ -3,6 +3,7 @@
 // progress. Tested by tests/importers/tokenizer_test.cpp.
 #include "trace_event_json/json_stream.h"
 
+#include <cctype>
 #include <cstring>
 #include <utility>
 
@@ -12,6 +13,7 @@ namespace lanefeed_importers {
 namespace {
 
 constexpr std::size_t kPieceSize = 256 * 1024;
+constexpr std::size_t kEscapeSize = 6;  // \uXXXX
 
 void blankControls(char* text, std::size_t length) {
     for (std::size_t i = 0; i < length; ++i) {
@@ -19,10 +21,41 @@ void blankControls(char* text, std::size_t length) {
     }
 }
 
+enum class Half { none, first, second };
+
+// Which half of a surrogate pair "\uXXXX" stands for.
+Half halfAt(const char* escape) {
+    const auto isHex = [](char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; };
+    if (escape[1] != 'u' || (escape[2] != 'd' && escape[2] != 'D')) return Half::none;
+    if (!isHex(escape[3]) || !isHex(escape[4]) || !isHex(escape[5])) return Half::none;
+    if (escape[3] < '8') return Half::none;
+    return std::strchr("89abAB", escape[3]) != nullptr ? Half::first : Half::second;
+}
+
+// Replaces halves that stand alone. Gives how much of the text is settled: unless it is the last,
+// an escape near its end may go on in what follows.
+std::size_t mendPairs(char* text, std::size_t length, bool isLast) {
+    char* const end = text + length;
+    for (char* at = text;;) {
+        at = static_cast<char*>(std::memchr(at, '\\', static_cast<std::size_t>(end - at)));
+        if (at == nullptr) return length;
+        const auto left = static_cast<std::size_t>(end - at);
+        if (left < 2 * kEscapeSize && !isLast) return length - left;
+        if (left < kEscapeSize) return length;
+        const Half half = halfAt(at);
+        const bool isPair = half == Half::first && left >= 2 * kEscapeSize &&
+                            at[kEscapeSize] == '\\' && halfAt(at + kEscapeSize) == Half::second;
+        if (half != Half::none && !isPair) std::memcpy(at + 2, "fffd", 4);
+        at += isPair ? 2 * kEscapeSize : 2;
+    }
+}
+
 }  // namespace
 
 JsonStream::JsonStream(ByteSource& source, std::function<bool()> beforeRead)
-    : m_source(source), m_beforeRead(std::move(beforeRead)), m_buffer(kPieceSize + 1) {
+    : m_source(source),
+      m_beforeRead(std::move(beforeRead)),
+      m_buffer(kPieceSize + 2 * kEscapeSize + 1) {
     m_at = m_buffer.data();
     m_end = m_at;
     refill();
@@ -44,15 +77,31 @@ void JsonStream::refill() {
     m_offset += used;
     if (m_offset - m_mark > kMaxUnmarked) m_tooLong = true;
     const bool go = !m_tooLong && !m_ended && m_beforeRead();
-    const std::size_t got = go ? m_source.read(m_buffer.data(), kPieceSize) : 0;
+    const std::size_t got = go ? readPiece() : 0;
     if (got == 0) m_ended = true;
-    blankControls(m_buffer.data(), got);
     m_buffer[got] = '\0';
     m_at = m_buffer.data();
     m_end = m_at + got;
     // At the end the reader may take the closing zero again and again.
     if (got == 0) m_end = nullptr;
     m_captureFrom = m_at;
+}
+
+// Fills the buffer with at least one byte unless the source has ended, and gives how many.
+std::size_t JsonStream::readPiece() {
+    std::size_t filled = m_held.copy(m_buffer.data(), m_held.size());
+    std::size_t settled = 0;
+    bool isLast = false;
+    while (settled == 0 && !isLast) {
+        char* const into = m_buffer.data() + filled;
+        const std::size_t got = m_source.read(into, kPieceSize);
+        blankControls(into, got);
+        filled += got;
+        isLast = got == 0;
+        settled = mendPairs(m_buffer.data(), filled, isLast);
+    }
+    m_held.assign(m_buffer.data() + settled, filled - settled);
+    return settled;
 }
 
 void JsonStream::beginCapture(std::string& into, char first) {

@@ -12,7 +12,8 @@ class ByteSource;
 
 // The text of a source as the input stream of a RapidJSON reader, in one buffer of fixed size.
 // Control characters become blanks: they are harmless between values, and some tracers write them
-// into strings as they are.
+// into strings as they are. Half a surrogate pair, which is what is left of a character when a
+// tracer cuts a text, becomes U+FFFD.
 class JsonStream {
 public:
     using Ch = char;
@@ -52,6 +53,7 @@ public:
 
 private:
     void refill();
+    std::size_t readPiece();
     void skipByteOrderMark();
 
     ByteSource& m_source;
@@ -59,6 +61,7 @@ private:
     std::vector<char> m_buffer;
     const char* m_at;
     const char* m_end;
+    std::string m_held;        // behind the piece: an escape whose rest is still to come
     std::size_t m_offset = 0;  // of the buffer in the text
     std::size_t m_mark = 0;
     bool m_tooLong = false;

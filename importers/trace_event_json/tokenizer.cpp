@@ -116,6 +116,9 @@ void EventReader::keyInEvent(std::string_view key) {
     if (m_depth == m_listDepth + 1) {
         m_field = fieldOf(key);
         m_part = key == "args" ? Part::args : key == "id2" ? Part::id2 : Part::plain;
+        // Of a key that comes again the last value counts, of whatever kind.
+        if (m_part == Part::args) m_event.args.clear();
+        if (m_part == Part::id2) m_event.hasId2 = false;
     } else if (m_part == Part::id2 && m_depth == m_listDepth + 2) {
         m_field = key == "local" ? &m_event.localId : key == "global" ? &m_event.globalId : nullptr;
     } else {
@@ -247,6 +250,7 @@ TokenizerResult describeEnd(const rapidjson::ParseResult& parsed,
         return result;
     }
     result.reason = rapidjson::GetParseError_En(parsed.Code());
+    if (!result.reason.empty() && result.reason.back() == '.') result.reason.pop_back();
     if (stream.tooLong()) {
         result.end = End::tooLong;
     } else if (events.tooDeep()) {
@@ -257,6 +261,15 @@ TokenizerResult describeEnd(const rapidjson::ParseResult& parsed,
         result.end = events.listSeen() ? End::cut : End::noTrace;
     }
     return result;
+}
+
+// True if there is more than blanks behind the text that was read.
+bool findRest(JsonStream& stream) {
+    while (stream.Peek() == ' ') {
+        stream.Take();
+        stream.mark();
+    }
+    return stream.Peek() != '\0';
 }
 
 }  // namespace
@@ -272,7 +285,9 @@ TokenizerResult tokenize(ByteSource& source,
     EventReader events(stream, sink);
     rapidjson::Reader reader;
     const rapidjson::ParseResult parsed = reader.Parse<kReaderFlags>(stream, events);
+    const bool followed = !parsed.IsError() && findRest(stream);
     TokenizerResult result = describeEnd(parsed, stream, events);
+    result.followed = followed;
     if (stopped) result.end = TokenizerResult::End::stopped;
     return result;
 }

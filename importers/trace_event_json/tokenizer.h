@@ -22,6 +22,7 @@ struct TokenizerResult {
     End end = End::complete;
     bool insideEvent = false;  // of a cut
     std::uint64_t byte = 0;    // of the unpacked text where it ended
+    bool followed = false;     // something stands behind the complete trace, at `byte`
     std::string reason;        // in words, for a text that isn't complete
 };
 

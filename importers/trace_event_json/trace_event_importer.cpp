@@ -84,16 +84,21 @@ bool Run::judgeEnd(const TokenizerResult& end) {
         return refuse(fmt::format("an event is nested deeper than 512 levels at byte {}", end.byte),
                       "record simpler arguments");
     case End::noTrace:
-        return refuse(fmt::format("no event array up to byte {}: {}", end.byte, end.reason),
+        return refuse(fmt::format("no event array up to byte {} ({})", end.byte, end.reason),
                       "give a trace in JSON, an array of events or an object with \"traceEvents\"");
     case End::cut:
         if (end.insideEvent) trace().counts.skip(reasons::kCut);
         m_outcome.warnings.push_back(fmt::format(
-            "{}: the trace ends early at byte {}{}: {} Everything before it is in the "
-            "result.",
+            "{}: the trace ends early at byte {}{} ({}); everything before it is in the result",
             m_source.path(), end.byte, end.insideEvent ? ", inside an event" : "", end.reason));
         break;
     case End::complete:
+        if (!end.followed) break;
+        m_outcome.warnings.push_back(
+            fmt::format("{}: the trace ends at byte {}; what follows is not in the result, split "
+                        "the file there to import it too",
+                        m_source.path(), end.byte));
+        break;
     case End::stopped: break;
     }
     if (trace().entries > 0 || trace().otherEntries == 0) return true;
@@ -180,6 +185,8 @@ void Run::setTimes(const Activity& activity) {
     const std::int64_t first = rounded(*trace().firstTime);
     const std::int64_t last = rounded(trace().lastEnd);
     m_outcome.firstTime = first;
+    m_outcome.lastTime = last;
+    m_outcome.isTimed = true;
     // Also events that aren't kept belong to the span of the trace.
     m_writer.cover(first);
     m_writer.cover(last);

@@ -1,6 +1,8 @@
 // What each kind of event becomes in a result.
 #include "import_fixture.h"
 
+#include "common/fact_keys.h"
+
 namespace lanefeed_importers {
 namespace {
 
@@ -90,6 +92,13 @@ TEST_F(ImportRows, everyNumberOfACounterIsACurve) {
     EXPECT_EQ(fact("counterTracks"), "3");
     EXPECT_EQ(fact("counterSamples"), "5");
     EXPECT_EQ(fact("skipped"), R"({"emptyCounter":1,"nonNumericCounter":2,"replacedSample":1})");
+}
+
+TEST_F(ImportRows, anAsyncEndEndsNothingOfTheOtherKind) {
+    importEvents(R"({"ph":"b","cat":"c","id":1,"scope":"foo","name":"x","ts":1},)"
+                 R"({"ph":"F","cat":"c","id":1,"name":"foo","ts":5})");
+    EXPECT_EQ(fact(fact_keys::kSkipped), R"({"orphanAsyncEnd":1,"unclosedAsync":1})");
+    EXPECT_EQ(fact(fact_keys::kAsyncPairs), "0");
 }
 
 TEST_F(ImportRows, asyncEventsPairByTheirIdAndNestOnOneBand) {

@@ -81,6 +81,35 @@ TEST_F(TokenizerTest, takesWhatOtherReadersRefuse) {
     EXPECT_EQ(read(std::string("[{\"name\":\"a\0b\"}]", 16)), "a b ");
 }
 
+TEST_F(TokenizerTest, takesTheLastOfRepeatedKeys) {
+    read(R"([{"args":{"a":1},"name":"x","args":{"b":2},"name":"y","id2":{"local":1},"id2":7}])");
+    EXPECT_EQ(m_sink.last.args, R"({"b":2})");
+    EXPECT_EQ(m_sink.last.name.text(), "y");
+    EXPECT_FALSE(m_sink.last.hasId2);
+    read(R"([{"args":{"a":1},"args":5}])");
+    EXPECT_EQ(m_sink.last.args, "");
+}
+
+TEST_F(TokenizerTest, replacesHalvesOfSurrogatePairsWhereverThePiecesEnd) {
+    const std::string names =
+        R"({"name":"\ud83d\ude00"},{"name":"x\ud83d"},{"name":"\ude00y\ud83d\ud83D\uDE00"},)"
+        R"({"name":"\\ud83d"},{"name":"\ud83d\n"},{"name":"\u00e4"}])";
+    const std::string expected =
+        "\xF0\x9F\x98\x80 x\xEF\xBF\xBD \xEF\xBF\xBDy\xEF\xBF\xBD\xF0\x9F\x98\x80 \\ud83d "
+        "\xEF\xBF\xBD\n \xC3\xA4 ";
+    EXPECT_EQ(read("[" + names), expected);
+    constexpr std::size_t kPiece = 256 * 1024;
+    for (std::size_t blanks = kPiece - names.size(); blanks < kPiece; ++blanks)
+        EXPECT_EQ(read("[" + std::string(blanks, ' ') + names), expected) << blanks;
+    EXPECT_EQ(m_end.end, End::complete);
+    for (const char* cut :
+         {R"([{"name":"\)", R"([{"name":"\ud8)", R"([{"name":"\ud83d)", R"([{"name":"\ud83d\u)"}) {
+        EXPECT_EQ(read(cut), "");
+        EXPECT_EQ(m_end.end, End::cut);
+        EXPECT_LE(m_end.byte, std::string(cut).size());
+    }
+}
+
 TEST_F(TokenizerTest, argumentsMayLieAcrossPieces) {
     std::string arguments = "{\"text\":\"";
     for (int i = 0; i < 100000; ++i)
