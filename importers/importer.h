@@ -76,6 +76,12 @@ struct ImportOutcome {
     std::uint64_t bytes = 0;  // unpacked
     // Of the first event in the trace; pauses count from here.
     std::int64_t firstTime = 0;
+    // Of the last one; equal to the first in an empty trace.
+    std::int64_t lastTime = 0;
+    bool isTimed = false;  // some event has a time
+
+    // Nanoseconds from the first tick until behind the last one.
+    std::int64_t duration() const { return isTimed ? lastTime - firstTime + 1 : 0; }
 };
 
 // One format of traces. Implementations hold no state between imports.

@@ -4,12 +4,14 @@
 
 #include <relay2/progress.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fmt/format.h>
 #include <store/result_writer.h>
 #include <utility>
 
 #include "common/byte_source.h"
+#include "common/clean_text.h"
 #include "common/fact_keys.h"
 #include "trace_event_json/trace_event_importer.h"
 
@@ -54,11 +56,20 @@ ImportError errorOf(const StoreError& error) {
     return ImportError::failure(error.text);
 }
 
+// A cancelled import says which, and what stands now.
+ImportError named(ImportError error, const ImportRequest& request) {
+    if (error.kind == ImportError::Kind::cancelled) {
+        error.text = fmt::format("{}: the import was interrupted; {} is as it was before",
+                                 request.source, request.target);
+    }
+    return error;
+}
+
 std::string jsonArray(const std::vector<std::string>& texts) {
     std::string json;
     for (const std::string& text : texts) {
         std::string safe;
-        for (const char c : text) {
+        for (const char c : cleanText(text)) {
             if (c == '"' || c == '\\') safe += '\\';
             safe += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
         }
@@ -69,23 +80,36 @@ std::string jsonArray(const std::vector<std::string>& texts) {
 
 void describeSource(const ByteSource& source, const Importer& importer, ResultWriter& writer) {
     writer.setFact(result_keys::kImporter, importer.name());
-    writer.setFact(result_keys::kSource, source.path());
+    writer.setFact(result_keys::kSource, cleanText(source.path()));
     writer.setFact(fact_keys::kSourceModified, std::to_string(source.modified()));
     writer.setFact(fact_keys::kSourceBytes, std::to_string(source.fileBytesRead()));
     writer.setFact(fact_keys::kUnpackedBytes, std::to_string(source.unpackedBytes()));
 }
 
-void finishResult(const ImportRequest& request, ResultWriter& writer, ImportOutcome& outcome) {
+// Pauses make no result longer than its trace; what lies behind the trace is told and left out.
+void addPauses(const ImportRequest& request, ResultWriter& writer, ImportOutcome& outcome) {
+    const std::int64_t length = outcome.duration();
     for (const auto& [begin, end] : request.pauses) {
-        writer.addPause(outcome.firstTime + begin, outcome.firstTime + end);
+        if (end > length) {
+            outcome.warnings.push_back(
+                fmt::format("{}: the pause {}ns..{}ns reaches beyond the {} ns of the trace; what "
+                            "lies behind them is left out",
+                            request.source, begin, end, length));
+        }
+        if (begin >= length) continue;
+        writer.addPause(outcome.firstTime + begin, outcome.firstTime + std::min(end, length));
     }
+}
+
+void finishResult(const ImportRequest& request, ResultWriter& writer, ImportOutcome& outcome) {
+    addPauses(request, writer, outcome);
     writer.setFact(fact_keys::kWarnings, jsonArray(outcome.warnings));
     outcome.instances = writer.instanceCount();
     if (request.options.progress) {
         request.options.progress({ImportProgress::Stage::writing, 0, 0, outcome.events});
     }
     const auto progress = basekit2::make_object<CancelProgress>(request.options);
-    if (!writer.finish(progress.get())) outcome.error = errorOf(writer.error());
+    if (!writer.finish(progress.get())) outcome.error = named(errorOf(writer.error()), request);
 }
 
 }  // namespace
@@ -128,6 +152,7 @@ ImportOutcome importTrace(const ImportRequest& request) {
     if (options.scratchFolder.empty()) options.scratchFolder = ".";
     outcome = importer->import(*source, *writer, options);
     if (!outcome.error.failed()) outcome.error = errorOf(writer->error());
+    outcome.error = named(std::move(outcome.error), request);
     if (outcome.error.failed()) return outcome;
     describeSource(*source, *importer, *writer);
     finishResult(request, *writer, outcome);

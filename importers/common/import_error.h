@@ -21,7 +21,7 @@ struct ImportError {
 
     static ImportError failure(std::string text) { return {Kind::failed, std::move(text)}; }
     static ImportError badInput(std::string text) { return {Kind::notUnderstood, std::move(text)}; }
-    static ImportError cancelled() { return {Kind::cancelled, "the import was cancelled"}; }
+    static ImportError cancelled() { return {Kind::cancelled, "interrupted"}; }
 };
 
 }  // namespace lanefeed_importers

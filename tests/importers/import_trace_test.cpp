@@ -35,7 +35,7 @@ protected:
 TEST_F(ImportTrace, refusesWhatIsNoTraceWithPlaceAndRemedy) {
     expectError("hello", Kind::notUnderstood, "byte 0; give a trace");
     expectError("{\"a\":[1,2]}", Kind::notUnderstood, "no event array up to byte 11");
-    expectError("{\"a\":tru}", Kind::notUnderstood, "byte 8: Invalid value.");
+    expectError("{\"a\":tru}", Kind::notUnderstood, "byte 8 (Invalid value); give");
     expectError("[1,2,3]", Kind::notUnderstood, "none of the 3 entries");
     expectError("[{\"args\":" + std::string(1000, '['), Kind::notUnderstood, "deeper than 512");
     const std::string archive = packed("[" + std::string(kEvent) + "]");
@@ -54,6 +54,30 @@ TEST_F(ImportTrace, takesACutTraceUpToTheLastEventAndSaysWhere) {
     EXPECT_EQ(outcome.instances, 1U);
     EXPECT_EQ(fact(fact_keys::kSkipped), R"({"cut":1})");
     EXPECT_NE(fact(fact_keys::kWarnings).find("inside an event"), std::string::npos);
+}
+
+TEST_F(ImportTrace, tellsWhatFollowsTheEndOfTheTrace) {
+    const std::string trace = "[" + std::string(kEvent) + "]";
+    const ImportOutcome blanks = importFile(writeFile("blanks", trace + std::string("\n\0 \r", 4)));
+    EXPECT_TRUE(blanks.warnings.empty()) << blanks.warnings.front();
+    std::filesystem::remove(target());
+    const ImportOutcome two = importFile(writeFile("two", trace + "\n" + trace));
+    ASSERT_FALSE(two.error.failed()) << two.error.text;
+    ASSERT_EQ(two.warnings.size(), 1U);
+    const std::string place = "ends at byte " + std::to_string(trace.size() + 1) + ";";
+    EXPECT_NE(two.warnings[0].find(place), std::string::npos) << two.warnings[0];
+    EXPECT_EQ(two.instances, 1U);
+}
+
+TEST_F(ImportTrace, keepsBytesThatAreNoTextOutOfTheResult) {
+    const std::string event =
+        "{\"ph\":\"X\",\"ts\":1,\"dur\":1,\"pid\":\"p\xff\",\"tid\":\"t\xfe\"}";
+    const ImportOutcome outcome = importFile(writeFile("odd\xff", "[" + event));
+    ASSERT_FALSE(outcome.error.failed()) << outcome.error.text;
+    EXPECT_EQ(cell("select label from dd_thread"), "p\xEF\xBF\xBD / t\xEF\xBF\xBD");
+    EXPECT_EQ(cell("select name from dd_process"), "p\xEF\xBF\xBD");
+    EXPECT_NE(fact(fact_keys::kWarnings).find("odd\xEF\xBF\xBD: the trace ends"), std::string::npos)
+        << fact(fact_keys::kWarnings);
 }
 
 TEST_F(ImportTrace, takesWhatUnpackedIfTold) {
