@@ -47,11 +47,13 @@ basekit2::sptr_t<dataface_1::IInputData> openResult(const std::string& path,
 std::shared_ptr<const ResultFacts> resultFacts(
     const basekit2::sptr_t<dataface_1::IInputData>& result);
 
-// What bucketed queries have read since the result was opened: for statistics.
+// What bucketed queries have read since the result was opened, for statistics, and how many reads
+// of any kind broke off, as in a damaged file.
 struct ReadCounts {
     std::uint64_t queries = 0;
     std::uint64_t instances = 0;  // looked at; once for each query
     std::uint64_t leftOut = 0;    // of those, without a row to stand on
+    std::uint64_t brokenOff = 0;
 };
 
 ReadCounts readCounts(const basekit2::sptr_t<dataface_1::IInputData>& result);

@@ -5,6 +5,7 @@
 #include <relay2/progress.h>
 #include <storelink1/utils.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -25,6 +26,11 @@ using basekit2::s64_t;
 using Outcome = InstanceReader::Outcome;
 
 constexpr std::size_t kRowsBetweenQuestions = 4096;
+// Names and bands are numbered from 1 on; a greater number is damage, and memory to its amount must
+// not be asked for.
+constexpr s64_t kMostIds = s64_t{1} << 28;
+// The greatest row number only hints at how many rows there are; in a damaged file it may be any.
+constexpr s64_t kMostReserved = s64_t{1} << 24;
 
 s32_t idOf(const Statement& rows, int field) {
     return rows.isNull(field) ? -1 : static_cast<s32_t>(rows.integer(field));
@@ -145,10 +151,16 @@ Outcome Scan::fillLookup(
     for (; step == Statement::Step::row; step = rows.step()) {
         const s64_t id = rows.integer(0);
         if (id < 0 || id > std::numeric_limits<s32_t>::max()) continue;
+        if (id > kMostIds) {
+            ++*m_session.brokenReads;
+            error = m_session.file + ": a row number beyond any that is written";
+            return Outcome::failed;
+        }
         lookup.values.resize(static_cast<std::size_t>(id) + 1, none);
         lookup.values.back() = readValue(rows, 1);
     }
     if (step == Statement::Step::done) return Outcome::done;
+    ++*m_session.brokenReads;
     error = m_session.file + ": " + m_session.connection->message();
     return Outcome::failed;
 }
@@ -157,7 +169,8 @@ void Scan::reserve(InstanceColumns& columns) const {
     Statement greatest = m_session.connection->prepare("select max(\"rowid\") from " +
                                                        m_session.catalog.table(m_table).name);
     if (!greatest || greatest.step() != Statement::Step::row) return;
-    const auto rows = static_cast<std::size_t>(greatest.integer(0));
+    const auto rows =
+        static_cast<std::size_t>(std::clamp<s64_t>(greatest.integer(0), 0, kMostReserved));
     columns.start.reserve(rows);
     columns.end.reserve(rows);
     columns.attr.reserve(rows);
@@ -196,6 +209,7 @@ Outcome Scan::read(InstanceColumns& columns, relay2::IProgress* progress, std::s
         append(rows, columns);
     }
     if (step == Statement::Step::done) return Outcome::done;
+    ++*m_session.brokenReads;
     error = m_session.file + ": " + m_session.connection->message();
     return Outcome::failed;
 }

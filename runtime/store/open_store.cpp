@@ -88,6 +88,7 @@ OpenStore openStore(const std::string& file, StoreError& error) {
     const std::shared_ptr<StoreSession> bulk =
         session != nullptr ? openSession(file, error) : nullptr;
     if (bulk == nullptr) return {};
+    bulk->brokenReads = session->brokenReads;
     auto facts = std::make_shared<ResultFacts>();
     if (!isComplete(session->catalog) || !readFacts(*session, *facts)) {
         error = damage(file, session->connection->isDamage() ? session->connection->message()
@@ -97,6 +98,7 @@ OpenStore openStore(const std::string& file, StoreError& error) {
     OpenStore store;
     const auto filters = basekit2::make_object<FilterRegistry>();
     store.facts = facts;
+    store.brokenReads = session->brokenReads;
     store.instances = makeInstanceReader(bulk);
     const auto database =
         basekit2::make_object<ResultDatabase>(session, store.facts, store.instances, filters);

@@ -3,6 +3,8 @@
 #include <dataface_1/filters.h>
 #include <storelink1/database.h>
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -22,6 +24,8 @@ struct OpenStore {
     basekit2::sptr_t<dataface_1::IFilterRegistry> filters;
     std::shared_ptr<const ResultFacts> facts;
     std::shared_ptr<InstanceReader> instances;
+    // Reads that broke off so far, as they do in a damaged file: what they gave is not all.
+    std::shared_ptr<const std::atomic<std::uint64_t>> brokenReads;
 
     bool failed() const { return database.is_null(); }
 };

@@ -150,10 +150,12 @@ bool ResultFile::mayReplace(StoreError& error) const {
     const bool sameSource =
         head.kind == Kind::result && !m_identity.empty() && identityOf(m_target) == m_identity;
     if (m_force || sameSource) return true;
+    const bool known = head.kind == Kind::result;
     error = {StoreError::Kind::exists,
              m_target +
-                 ": holds the result of another source; replace it with --force or choose"
-                 " another name"};
+                 (known ? ": holds the result of another source"
+                        : ": holds a result that this program can't read") +
+                 "; replace it with --force or choose another name"};
     return false;
 }
 

@@ -6,6 +6,7 @@
 namespace lanefeed_runtime {
 
 void reportBrokenRead(const StoreSession& session, const std::string& sql) {
+    ++*session.brokenReads;
     const log4cplus::Logger logger = log4cplus::Logger::getInstance("lanefeed");
     if (!logger.isEnabledFor(log4cplus::ERROR_LOG_LEVEL)) return;
     logger.forcedLog(log4cplus::ERROR_LOG_LEVEL,

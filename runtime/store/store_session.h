@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -17,9 +19,12 @@ struct StoreSession {
     Catalog catalog;
     // Recursive: readers of attributes work inside the walk of a record set.
     std::recursive_mutex mutex;
+    // Reads that broke off, of all sessions of one open result.
+    std::shared_ptr<std::atomic<std::uint64_t>> brokenReads =
+        std::make_shared<std::atomic<std::uint64_t>>(0);
 };
 
-// Logs a read that broke off, so that a short answer is not taken for a whole one.
+// Counts and logs a read that broke off, so that a short answer is not taken for a whole one.
 void reportBrokenRead(const StoreSession& session, const std::string& sql);
 
 }  // namespace lanefeed_runtime
