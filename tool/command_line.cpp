@@ -14,6 +14,7 @@
 #include <fmt/format.h>
 #include <functional>
 #include <iostream>
+#include <limits>
 #include <map>
 #include <string>
 #include <vector>
@@ -29,8 +30,10 @@ const std::map<std::string, Format>& formats() {
 }
 
 void addFormat(CLI::App& verb, Format& format) {
-    verb.add_option("--format", format, "table, csv or json")
-        ->transform(CLI::CheckedTransformer(formats()).description(""))
+    verb.add_option_function<std::string>(
+            "--format", [&format](const std::string& name) { format = formats().at(name); },
+            "table (default), csv or json")
+        ->check(CLI::IsMember({"table", "csv", "json"}))
         ->option_text("FORMAT");
 }
 
@@ -103,14 +106,16 @@ CLI::App* addOvertime(CLI::App& app, ViewOptions& options) {
     addViewpoint(*verb, options);
     addArea(*verb, options);
     verb->add_option("--layer", options.layer, "Layer of the area, from 0 (default: all)")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()))
         ->option_text("N");
     verb->add_option(
             "--time", options.time,
             "Span from the first tick, such as 1.2s..3.4s or 10%..20%; 'content' for where "
             "99 % of the instances lie (default: whole)")
         ->option_text("A..B");
-    verb->add_option("--bins", options.bins, "Number of buckets (default 100)")->option_text("N");
+    verb->add_option("--bins", options.bins,
+                     "Number of buckets (default 100, fewer for a span of fewer ticks)")
+        ->option_text("N");
     verb->add_flag_callback(
             "--unit-ticks", [&options] { options.ticks = true; }, "The same as --unit ticks")
         ->group("");
@@ -180,7 +185,10 @@ int parse(CLI::App& app, int count, const char* const* arguments, bool& done) {
     } catch (const CLI::ParseError& error) {
         std::string text = error.what();
         std::replace(text.begin(), text.end(), '\n', ' ');
-        throw Failure(exitUsage, text + " (see lanefeed --help)");
+        std::string verb;
+        for (const CLI::App* used : app.get_subcommands())
+            verb = used->get_name() + " ";
+        throw Failure(exitUsage, fmt::format("{} (see lanefeed {}--help)", text, verb));
     }
     done = false;
     return exitOk;

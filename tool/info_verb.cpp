@@ -44,17 +44,24 @@ std::string camelCase(const std::string& key) {
     return name;
 }
 
+// As a whole number is written: without leading zeros or a plus.
 bool isInteger(const std::string& text) {
     std::int64_t value = 0;
     const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
-    return !text.empty() && parsed.ec == std::errc() && parsed.ptr == text.data() + text.size();
+    return parsed.ec == std::errc() && text == std::to_string(value);
 }
 
-// Facts are whole numbers, JSON objects or lists, or texts.
-std::string jsonValue(const std::string& value) {
+// Facts that are texts whatever they look like, such as a file called "7".
+bool isText(const std::string& name) {
+    return name == "source" || name == "importer" || name == "sourceIdentity";
+}
+
+// Facts are texts, whole numbers, or JSON objects and lists.
+std::string jsonValue(const std::string& name, const std::string& value) {
+    if (isText(name)) return jsonString(value);
     if (isInteger(value)) return value;
-    if (!value.empty() && (value.front() == '{' || value.front() == '[')) return value;
-    return jsonString(value);
+    const bool bracket = !value.empty() && (value.front() == '{' || value.front() == '[');
+    return bracket && isJson(value) ? value : jsonString(value);
 }
 
 std::string pausesJson(const ResultFacts& facts) {
@@ -71,7 +78,7 @@ std::string pausesJson(const ResultFacts& facts) {
 // that were not kept too, else the ticks with the origin added back.
 std::string edge(const ResultFacts& facts, const char* noted, std::uint64_t tick) {
     const std::string time = facts.entry(noted);
-    return time.empty() ? std::to_string(static_cast<std::int64_t>(tick) + facts.origin) : time;
+    return isInteger(time) ? time : std::to_string(static_cast<std::int64_t>(tick) + facts.origin);
 }
 
 bool toldOtherwise(const std::string& name) {
@@ -83,7 +90,7 @@ std::vector<Fact> allFacts(const ResultFacts& facts) {
                           {"schema", std::to_string(lanefeed_runtime::kSchemaVersion)}};
     for (const auto& [key, value] : facts.entries) {
         const std::string name = camelCase(key);
-        if (!toldOtherwise(name)) all.emplace_back(name, jsonValue(value));
+        if (!toldOtherwise(name)) all.emplace_back(name, jsonValue(name, value));
     }
     all.emplace_back("firstTick", edge(facts, "firstTime", facts.firstTick));
     all.emplace_back("lastTick", edge(facts, "lastTime", facts.lastTick));

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <fmt/format.h>
 #include <iterator>
+#include <rapidjson/memorystream.h>
+#include <rapidjson/reader.h>
 
 namespace lanefeed_tool {
 
@@ -82,6 +84,15 @@ std::string jsonString(std::string_view text) {
     }
     out += '"';
     return out;
+}
+
+bool isJson(std::string_view text) {
+    rapidjson::MemoryStream stream(text.data(), text.size());
+    rapidjson::BaseReaderHandler<> nothing;
+    // Iterative, so that deep nesting in a damaged file can't exhaust the stack.
+    constexpr unsigned kFlags =
+        rapidjson::kParseValidateEncodingFlag | rapidjson::kParseIterativeFlag;
+    return !rapidjson::Reader().Parse<kFlags>(stream, nothing).IsError();
 }
 
 std::string jsonNumber(double value) {

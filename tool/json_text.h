@@ -10,6 +10,8 @@ namespace lanefeed_tool {
 //
 // Bytes that are no UTF-8 become U+FFFD, so that the output is always valid.
 std::string jsonString(std::string_view text);
+// Whether a text is JSON in valid UTF-8.
+bool isJson(std::string_view text);
 // "null" for NaN and infinities, which JSON does not know.
 std::string jsonNumber(double value);
 

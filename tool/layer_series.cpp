@@ -7,11 +7,13 @@
 #include "verbs.h"
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <fmt/format.h>
 #include <iostream>
 #include <limits>
+#include <optional>
 #include <queryparam.h>
 #include <session/open_result.h>
 #include <store/result_facts.h>
@@ -26,21 +28,29 @@ using lanefeed_1::IDicerProvider;
 using lanefeed_1::TLViewpointParser;
 using LayerInfo = TLViewpointParser::LayerInfo;
 
+bool readTime(const std::string& text, std::int64_t& time) {
+    const char* end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, time);
+    return read.ec == std::errc() && read.ptr == end;
+}
+
 // Where the importer found 99 % of the instances.
 TickSpan contentSpan(const Session& session, const AreaView& area) {
     const auto facts = lanefeed_runtime::resultFacts(session.input());
-    const std::string start = facts ? facts->entry("contentStart") : std::string();
-    const std::string end = facts ? facts->entry("contentEnd") : std::string();
-    if (start.empty() || end.empty()) {
+    std::int64_t start = 0;
+    std::int64_t end = 0;
+    if (!facts || !readTime(facts->entry("contentStart"), start) ||
+        !readTime(facts->entry("contentEnd"), end)) {
         throw Failure(
             exitUsage,
             "--time content: the result does not tell where its content lies; write A..B");
     }
     // Both are times of the trace; pane tick 0 is the first tick of the result.
     const std::int64_t base = facts->origin + static_cast<std::int64_t>(facts->firstTick);
-    const auto ticks = [&](const std::string& time) {
-        const std::int64_t tick = std::max<std::int64_t>(std::stoll(time) - base, 0);
-        return std::min(static_cast<std::uint64_t>(tick), area.time().duration);
+    const auto ticks = [&](std::int64_t time) {
+        const auto tick =
+            static_cast<std::uint64_t>(std::max(time, base)) - static_cast<std::uint64_t>(base);
+        return std::min(tick, area.time().duration);
     };
     TickSpan span{ticks(start), ticks(end)};
     if (span.start == area.time().duration) --span.start;
@@ -54,8 +64,12 @@ TickSpan spanOf(const Session& session, const AreaView& area, const std::string&
     return parseTimeSpan(text, area.time());
 }
 
-int checkedBins(long long bins, const TickSpan& span) {
+constexpr std::uint64_t kDefaultBins = 100;
+
+int binsOf(const std::optional<long long>& asked, const TickSpan& span) {
     const std::uint64_t ticks = span.end - span.start;
+    if (!asked) return static_cast<int>(std::min(kDefaultBins, ticks));
+    const long long bins = *asked;
     if (bins < 1 || static_cast<std::uint64_t>(bins) > ticks) {
         throw Failure(
             exitUsage,
@@ -122,7 +136,7 @@ public:
           m_area(area),
           m_options(options),
           m_span(spanOf(session, area, options.time)),
-          m_bins(checkedBins(options.bins, m_span)) {}
+          m_bins(binsOf(options.bins, m_span)) {}
 
     // Empty when the layer can be served, else why not.
     std::string refusal(const LayerInfo& layer) const {

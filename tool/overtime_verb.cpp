@@ -219,7 +219,9 @@ int runOvertime(const ViewOptions& options) {
     Session session(options);
     session.readViewpoint();
     AreaView area(session, options.area);
+    session.noteEmpty();
     const std::vector<LayerSeries> layers = readLayers(session, area, options);
+    session.requireWholeReads();
     if (options.format == Format::json) {
         printJson(area, layers);
     } else if (options.format == Format::csv) {

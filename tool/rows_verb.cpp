@@ -5,12 +5,16 @@
 #include "session.h"
 #include "verbs.h"
 
+#include <cstddef>
 #include <fmt/format.h>
 #include <iostream>
 
 namespace lanefeed_tool {
 
 namespace {
+
+// Of a name on a terminal; csv and JSON have all of it.
+constexpr std::size_t kNameCharacters = 120;
 
 void printJson(const AreaView& area) {
     std::string out = "[";
@@ -34,10 +38,11 @@ TextTable textTable(const AreaView& area, Format format) {
         const RowInfo& row = area.rows()[static_cast<std::size_t>(position)];
         const std::string indent(
             format == Format::table ? 2 * static_cast<std::size_t>(row.level) : 0, ' ');
-        table.rows.push_back({std::to_string(row.id), std::to_string(row.dbIndex),
-                              row.parent < 0 ? "" : std::to_string(row.parent),
-                              std::to_string(row.level), indent + row.name,
-                              std::to_string(row.start), std::to_string(row.end)});
+        table.rows.push_back(
+            {std::to_string(row.id), std::to_string(row.dbIndex),
+             row.parent < 0 ? "" : std::to_string(row.parent), std::to_string(row.level),
+             format == Format::table ? shortened(indent + row.name, kNameCharacters) : row.name,
+             std::to_string(row.start), std::to_string(row.end)});
     }
     return table;
 }
@@ -48,6 +53,7 @@ int runRows(const ViewOptions& options) {
     Session session(options);
     session.readViewpoint();
     const AreaView area(session, options.area);
+    session.requireWholeReads();
     if (area.isEmpty()) {
         std::cerr << "lanefeed: note: "
                   << (session.isEmpty() ? fmt::format("{} holds no instances", options.result)

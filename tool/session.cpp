@@ -10,9 +10,10 @@
 #include <cstring>
 #include <fmt/format.h>
 #include <fstream>
+#include <iostream>
+#include <iterator>
 #include <session/open_result.h>
 #include <session/shipped_viewpoints.h>
-#include <sstream>
 #include <store/result_facts.h>
 #include <utility>
 
@@ -44,15 +45,17 @@ sptr_t<dataface_1::IInputData> open(const ViewOptions& options) {
 }
 
 std::string readFile(const std::string& path) {
+    errno = 0;
     std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    if (file) text << file.rdbuf();
-    if (!file || text.fail()) {
+    std::string text;
+    // A folder opens and fails at the first read.
+    if (file) text.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    if (!file || errno != 0) {
         const std::string reason = errno != 0 ? std::strerror(errno) : "it can't be read";
         throw Failure(exitFailure,
                       fmt::format("{}: {}; name a viewpoint file that can be read", path, reason));
     }
-    return text.str();
+    return text;
 }
 
 // Name of what a column shows.
@@ -89,7 +92,10 @@ void Session::readViewpoint() {
     basekit2::variant_bag_t bag;
     std::string error;
     if (!lanefeed_runtime::readViewpoint(text, bag, error)) {
-        throw Failure(exitNotUnderstood, fmt::format("{}: {}", m_viewpointName, error));
+        throw Failure(
+            exitNotUnderstood,
+            fmt::format("{}:{}; mend it there, or leave --viewpoint out for the shipped one",
+                        m_viewpointName, error));
     }
     m_parser.parseViewpoint(bag, m_library, nullptr, m_input, m_log);
     if (!m_log->hasMessages()) return;
@@ -114,6 +120,19 @@ bool Session::holdsDataFor(const TLViewpointParser::RowSet* rowSet, IDicerProvid
     if (rowSet == nullptr || rowSet->layers.empty()) return true;
     return std::any_of(rowSet->layers.begin(), rowSet->layers.end(),
                        [&](const auto& layer) { return m_parser.isApplicable(layer, &provider); });
+}
+
+void Session::noteEmpty() const {
+    if (!isEmpty()) return;
+    std::cerr << "lanefeed: note: " << m_options.result
+              << " holds no instances; there are no series\n";
+}
+
+void Session::requireWholeReads() const {
+    if (lanefeed_runtime::readCounts(m_input).brokenOff == 0) return;
+    throw Failure(exitFailure, fmt::format("{}: it could not be read to the end, so nothing of it "
+                                           "is shown; import the trace again",
+                                           m_options.result));
 }
 
 sptr_t<IDicerProvider> Session::boundProvider(int area) {

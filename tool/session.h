@@ -30,6 +30,11 @@ public:
 
     // No instances at all: there is nothing that a viewpoint could show.
     bool isEmpty() const;
+    // Says so on stderr, if it is.
+    void noteEmpty() const;
+
+    // Fails if a read of the result broke off, since the answer would not be whole.
+    void requireWholeReads() const;
 
     // Reads the viewpoint of the options, or the shipped one that fits, and shows its log. With
     // --strict a log with messages is a failure.

@@ -2,6 +2,7 @@
 
 #include "table_print.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,8 +30,8 @@ struct ViewOptions {
     int area = 0;                      // from 0, as in the viewpoint
     int layer = -1;                    // from 0; -1: all
     std::string time;                  // empty: the whole result
-    long long bins = 100;
-    bool ticks = false;  // series of time in whole ticks
+    std::optional<long long> bins;     // none: 100, or as many as the span has ticks
+    bool ticks = false;                // series of time in whole ticks
     bool stats = false;
     Format format = Format::table;
 };

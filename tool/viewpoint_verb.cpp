@@ -120,6 +120,7 @@ int runViewpoint(const ViewOptions& options) {
     Session session(options);
     session.readViewpoint();
     const std::vector<Line> lines = describe(session);
+    session.requireWholeReads();
     if (options.format == Format::json) {
         printJson(session, lines);
         return exitOk;
