@@ -11,11 +11,13 @@
 #include <array>
 #include <atomic>
 #include <csignal>
+#include <filesystem>
 #include <fmt/format.h>
 #include <importer.h>
 #include <iostream>
 #include <limits>
 #include <string_view>
+#include <system_error>
 
 namespace lanefeed_tool {
 
@@ -66,7 +68,8 @@ void dropEnding(std::string& name, std::string_view ending) {
     }
 }
 
-// The trace's place is the result's; where nothing can be written, the current folder.
+// The trace's place is the result's; where nothing can be written, and for a pipe, the current
+// folder.
 std::string defaultOutput(const std::string& trace) {
     const std::size_t slash = trace.rfind('/');
     std::string name = slash == std::string::npos ? trace : trace.substr(slash + 1);
@@ -74,7 +77,10 @@ std::string defaultOutput(const std::string& trace) {
     dropEnding(name, ".json");
     name += ".lft";
     const std::string folder = slash == std::string::npos ? "" : trace.substr(0, slash + 1);
-    return isWritableFolder(folder) ? folder + name : name;
+    std::error_code error;
+    const bool isBeside =
+        std::filesystem::is_regular_file(trace, error) && isWritableFolder(folder);
+    return isBeside ? folder + name : name;
 }
 
 std::pair<std::int64_t, std::int64_t> parsePause(const std::string& text) {

@@ -99,7 +99,7 @@ TEST_F(TokenizerTest, replacesHalvesOfSurrogatePairsWhereverThePiecesEnd) {
         "\xEF\xBF\xBD\n \xC3\xA4 ";
     EXPECT_EQ(read("[" + names), expected);
     constexpr std::size_t kPiece = 256 * 1024;
-    for (std::size_t blanks = kPiece - names.size(); blanks < kPiece; ++blanks)
+    for (std::size_t blanks = kPiece - 90; blanks < kPiece; ++blanks)
         EXPECT_EQ(read("[" + std::string(blanks, ' ') + names), expected) << blanks;
     EXPECT_EQ(m_end.end, End::complete);
     for (const char* cut :
