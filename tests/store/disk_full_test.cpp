@@ -90,7 +90,7 @@ TEST_F(DiskFullTest, StandsALimitOnFileSize) {
     const auto oldAction = std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
-    for (const rlim_t bytesAllowed : {0, 1000, 8192, 40000, 60000}) {
+    for (const rlim_t bytesAllowed : {0UL, 1000UL, 8192UL, 40000UL, 60000UL}) {
         rlimit limit = before;
         limit.rlim_cur = bytesAllowed;
         ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);

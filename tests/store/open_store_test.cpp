@@ -108,7 +108,7 @@ TEST_F(OpenStoreTest, DoesNotWaitForAPipe) {
     ASSERT_EQ(::mkfifo(m_file.c_str(), 0600), 0);
     StoreError error;
     EXPECT_TRUE(openStore(m_file, error).failed());
-    EXPECT_EQ(error.kind, Kind::notUnderstood);
+    EXPECT_EQ(error.kind, Kind::cannotRead);
 }
 
 TEST_F(OpenStoreTest, TellsThatAFileMayNotBeRead) {

@@ -111,7 +111,7 @@ unsigned int FaultyInput::get_type() const {
 }
 
 basekit2::notype_ptr_t FaultyInput::adapt_to_pointer(unsigned int type) {
-    const basekit2::notype_ptr_t own = IPerfDatabase::adapt_to_pointer(type);
+    basekit2::notype_ptr_t own = IPerfDatabase::adapt_to_pointer(type);
     if (!own.is_null()) return own;
     return m_inner.is_null() ? IInputData::adapt_to_pointer(type) : m_inner->adapt_to_pointer(type);
 }

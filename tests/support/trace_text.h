@@ -38,7 +38,7 @@ public:
 
     const std::string& file() const { return m_file; }
     lanefeed_runtime::OpenStore& store() { return m_store; }
-    storelink1::IDatabase& database() { return *m_store.database; }
+    storelink1::IDatabase& database() const { return *m_store.database; }
 
 private:
     TempDirectory m_directory;
