@@ -125,6 +125,8 @@ TEST_F(Binding, RefusesAJoinOfAnotherTable) {
         m_log.contains("Incorrect leaf table for rowBy attr table: dd_core. Expected: "
                        "dd_thread. All rowBy's must have the same leaf table."));
     EXPECT_EQ(m_provider->m_rowByAttrTable, "dd_thread");
+    EXPECT_FALSE(m_provider->addRowByDS(&rowSet.rowBys[1].ds));
+    EXPECT_TRUE(m_provider->addRowByDS(&rowSet.rowBys[0].ds));
     EXPECT_EQ(basekit2::iterator_util::get_item_count(m_provider->getRowByJoins(0)), 1);
 }
 

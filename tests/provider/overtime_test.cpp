@@ -42,7 +42,7 @@ protected:
         const auto grid = facekit_1_x::createTableTree();
         const auto vectorQuery = dataface_1::IVectorQuery::pushBack(nullptr, grouping);
         const auto add = [&](int id, const basekit2::sptr_t<dataface_1::ITableRow>& parent) {
-            const auto row = facekit_1_x::createVectorRow(vectorQuery, grid);
+            auto row = facekit_1_x::createVectorRow(vectorQuery, grid);
             row->setContent(nullptr, dataface_1::ccId, id);
             grid->addRow(row, parent);
             return row;

@@ -102,6 +102,14 @@ TEST(TraceScope, TellsTheHooksOnlyWhenAllAreThereAndTheDomainIsEnabled) {
         lanefeed_1::setProfilingHooks({});
     }
     EXPECT_EQ(profiled, "domain morlo\nbegin outer\nbegin inner\nend\nend\n");
+    profiled.clear();
+    lanefeed_1::setProfilingHooks(writingHooks());
+    {
+        const lanefeed_1::trace_event_scope scope("disabled inside");
+        profilerDomain.enabled = false;
+    }
+    lanefeed_1::setProfilingHooks({});
+    EXPECT_EQ(profiled, "begin disabled inside\n");
 }
 
 using Profile = ProviderTest;

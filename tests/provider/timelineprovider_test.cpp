@@ -52,6 +52,12 @@ TEST_F(TimelineProvider, MergesTheForestsOfSeveralQueries) {
     ASSERT_EQ(m_forest.size(), 1U);
     EXPECT_EQ(columnCount(), 3);
     EXPECT_TRUE(m_log.empty());
+
+    m_forest.clear();
+    m_input->offered.erase(basekit2::type_id_t<dataface_1::IFilterRegistry>::id());
+    ASSERT_TRUE(m_timeline->getOverTimeData(request(), IDicerProvider::otTime, m_forest));
+    EXPECT_TRUE(m_forest.at(0).is_null());
+    EXPECT_TRUE(m_log.contains("filterRegistry"));
 }
 
 TEST_F(TimelineProvider, PutsEachQueryInPlaceOfThoseOfTheSource) {
