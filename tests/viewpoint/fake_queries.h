@@ -4,6 +4,7 @@
 #include <dataface_1/query_library.h>
 
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -131,14 +132,14 @@ inline sptr_t<dataface_1::IVectorQuery> vectorOf(
     return basekit2::make_object<FakeVector>(facts);
 }
 
-// A number, or a failure.
+// A number, or a failure; nothing without a result.
 class FakeExpression : public dataface_1::IExpression {
 public:
     FakeExpression(variant_t value, bool succeeds)
         : m_value(std::move(value)), m_succeeds(succeeds) {}
-    bool evaluate(variant_t& out, const sptr_t<dataface_1::IInputData>&) override {
+    bool evaluate(variant_t& out, const sptr_t<dataface_1::IInputData>& input) override {
         out = m_value;
-        return m_succeeds;
+        return m_succeeds && !input.is_null();
     }
 
 private:
@@ -149,14 +150,16 @@ inline sptr_t<dataface_1::IExpression> expression(const variant_t& value, bool s
     return basekit2::make_object<FakeExpression>(value, succeeds);
 }
 
-// Knows vectors by the attribute "query" of an element, and remembers what it was asked.
+// Knows vectors by the attribute "query" of an element, and remembers what it was asked with whose
+// messenger.
 class FakeLibrary : public dataface_1::IQueryLibrary {
 public:
     sptr_t<dataface_1::IVectorQuery> resolveQuery(const basekit2::variant_bag_t& element,
-                                                  relay2::IMessenger*) override {
+                                                  relay2::IMessenger* messenger) override {
         const auto* key = element.get<variant_t>("query");
         const std::string name = key == nullptr ? std::string() : key->get<std::string>();
         asked.push_back(element.get_name() + " " + name);
+        messengers.insert(messenger);
         const auto found = known.find(name);
         return found == known.end() ? sptr_t<dataface_1::IVectorQuery>() : found->second;
     }
@@ -169,9 +172,12 @@ public:
 
     std::map<std::string, sptr_t<dataface_1::IVectorQuery>> known;
     std::vector<std::string> asked;
+    std::set<relay2::IMessenger*> messengers;
 };
 
 // A result that holds nothing.
 class FakeResult : public dataface_1::IInputData {};
+
+class FakeMessenger : public relay2::IMessenger {};
 
 }  // namespace lanefeed_1::fakes

@@ -24,13 +24,15 @@ TEST_F(Resolving, AsksForRulerRowsAndLayersInAFixedOrder) {
     parse(R"(<area><rowSet>
                <layer><highlightBy query="2"/><tooltipBy query="1"/><diveBy query="0"/>
                       <drawBy query="draw"/></layer>
-               <layer><diveBy query="never"/></layer>
+               <layer><diveBy query="never"/><colorBy query="color"/></layer>
                <rowBy useGridQuery="false" query="row"/></rowSet></area>
              <area/>
              <ruler><layer><tooltipBy query="ruler"/></layer></ruler>)");
     EXPECT_EQ(m_library->asked,
-              (std::vector<std::string>{"tooltipBy ruler", "rowBy row", "drawBy draw", "diveBy 0",
-                                        "tooltipBy 1", "highlightBy 2"}));
+              (std::vector<std::string>{"colorBy color", "tooltipBy ruler", "rowBy row",
+                                        "drawBy draw", "diveBy 0", "tooltipBy 1", "highlightBy 2"}))
+        << "colours while they are read, all else afterwards";
+    EXPECT_EQ(m_library->messengers, std::set<relay2::IMessenger*>{m_messenger.get()});
 }
 
 TEST_F(Resolving, PassesOverMissingMembersOfATooltipAndEndsADiveThere) {
@@ -107,6 +109,9 @@ TEST_F(Resolving, WantsTwoMembersOfALifetimePair) {
 
 TEST_F(Resolving, TakesWhatCannotBeEvaluatedForZero) {
     using fakes::expression;
+    EXPECT_EQ(m_parser.evaluateExpression(expression(9)), 0.0) << "no result";
+    m_parser.m_result = m_result;
+    EXPECT_EQ(m_parser.evaluateExpression(expression(9)), 9.0);
     EXPECT_EQ(m_parser.evaluateExpression(expression("9")), 0.0);
     EXPECT_EQ(m_parser.evaluateExpression(expression(basekit2::u64_t{1} << 63U)), 0x1p63);
     Facts facts;

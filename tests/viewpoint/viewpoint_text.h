@@ -36,6 +36,7 @@ protected:
 
     sptr_t<basekit2::ref_counted_t<FakeLibrary>> m_library = basekit2::make_object<FakeLibrary>();
     sptr_t<dataface_1::IInputData> m_result = basekit2::make_object<FakeResult>();
+    sptr_t<relay2::IMessenger> m_messenger = basekit2::make_object<FakeMessenger>();
     sptr_t<ParseLogger> m_logger = basekit2::make_object<ParseLogger>();
     HostParser m_parser;
 };
