@@ -15,6 +15,7 @@
 #include <session/open_result.h>
 #include <session/shipped_viewpoints.h>
 #include <store/result_facts.h>
+#include <typeinfo>
 #include <utility>
 
 namespace lanefeed_tool {
@@ -97,7 +98,14 @@ void Session::readViewpoint() {
             fmt::format("{}:{}; mend it there, or leave --viewpoint out for the shipped one",
                         m_viewpointName, error));
     }
-    m_parser.parseViewpoint(bag, m_library, nullptr, m_input, m_log);
+    try {
+        m_parser.parseViewpoint(bag, m_library, nullptr, m_input, m_log);
+    } catch (const std::bad_cast&) {  // a bad_lexical_cast
+        throw Failure(exitNotUnderstood,
+                      fmt::format("{}: a visibleSeriesCount or rowByLevels holds a text that is no "
+                                  "number; write numbers there",
+                                  m_viewpointName));
+    }
     if (!m_log->hasMessages()) return;
     {
         const InformativeLog shown;

@@ -206,6 +206,11 @@ TEST(BadInput, ViewpointsWithErrorsAreToldWithTheirPlace) {
     expectError(runTool({"rows", result, "--viewpoint", broken}), 3, "broken.xml");
     expectError(runTool({"rows", result, "--viewpoint", folder / "none.xml"}), 1, "none.xml");
 
+    const std::string words = folder.write(
+        "words.xml",
+        R"(<viewpoint><area><rowSet><layer visibleSeriesCount="many"/></rowSet></area></viewpoint>)");
+    expectError(runTool({"rows", result, "--viewpoint", words}), 3, "words.xml");
+
     const std::string unknown = folder.write("unknown.xml",
                                              R"(<viewpoint><area id="a"><rowSet>
       <rowBy useGridQuery="false" query="thread"/>
