@@ -255,6 +255,7 @@ error_code_t BaseProviderImpl::getManipulatorColorForColumn(
 
 bool BaseProviderImpl::convertQueryToDataSource(const sptr_t<IVectorQuery>& query,
                                                 std::vector<DicerDataSource>& dataSources) {
+    if (query.is_null()) return false;
     for (auto queries = query->getQueries(); !queries.at_end(); queries.next()) {
         const sptr_t<IQuery> currQuery = queries.current();
         if (!LF_CHECK(currQuery)) return false;

@@ -247,6 +247,7 @@ bool CLOvertimeTableTree::getBinEndTime(ITableRow* row, variant_t& out) const {
 sptr_t<ITableTree> createCommandLineTableTree(const sptr_t<ITableTree>& tree,
                                               IDicerProvider* provider,
                                               const QueryParam& param) {
+    if (tree.is_null()) return {};
     return basekit2::make_object<CLOvertimeTableTree>(tree, provider, param);
 }
 

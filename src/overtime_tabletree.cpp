@@ -221,6 +221,7 @@ sptr_t<ITableTree> createOvertimeTableTree(const sptr_t<ITableTree>& tree,
                                            double scale,
                                            const QueryParam& param,
                                            sptr_t<ITableTree> pauseRanges) {
+    if (tree.is_null()) return {};
     std::set<TimeRange> pauses;
     if (!pauseRanges.is_null()) fillPauserangesSet(pauses, pauseRanges);
     return basekit2::make_object<OvertimeTableTree>(tree, nameQuery, data, scale, param, pauses);

@@ -1,5 +1,5 @@
 // The index of rows; the only place that knows how it is stored. Tested by
-// tests/unit/rowsummary_rows_test.cpp.
+// tests/unit/rowsummary_build_test.cpp.
 
 #include "rowsummarytabletree_index.h"
 

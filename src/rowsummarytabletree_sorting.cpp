@@ -7,7 +7,6 @@
 #include <facekit_1_x/conversions.h>
 
 #include <algorithm>
-#include <cmath>
 #include <locale>
 
 #include "common/check.h"
@@ -44,9 +43,6 @@ variant_t sortKey(const variant_t& value) {
     case basekit2::vtConstString: return lowerCase(value.get<const char*>());
     case basekit2::vtWideString:
     case basekit2::vtConstWideString: return lowerCase(value.get<const wchar_t*>());
-    // No data, which has no place among the numbers.
-    case basekit2::vtFloat:
-    case basekit2::vtDouble: return std::isnan(value.get<double>()) ? variant_t() : value;
     default: return value;
     }
 }

@@ -97,6 +97,7 @@ bool ScaleTableRow::getContent(const sptr_t<IColumnInfo>& column,
 }  // namespace
 
 sptr_t<ITableTree> createScaleTableTree(const sptr_t<ITableTree>& tree, double scale) {
+    if (tree.is_null()) return {};
     return basekit2::make_object<ScaleTableTree>(tree, scale);
 }
 

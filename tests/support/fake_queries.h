@@ -54,11 +54,10 @@ public:
     std::string getAttributeTable() const override { return facts.path; }
     std::string getAttributeName() const override { return facts.attr; }
     std::string getDisplayText() const override { return facts.path; }
-    bool getBandColumn(std::string& out,
-                       const std::string& /*table*/,
-                       int /*flags*/) const override {
-        if (!facts.bandColumn.empty()) out = facts.bandColumn;
-        return !facts.bandColumn.empty();
+    bool getBandColumn(std::string& out, const std::string& table, int flags) const override {
+        if (facts.bandColumn.empty() || table != "dd_band" || flags != 2) return false;
+        out = facts.bandColumn;
+        return true;
     }
     std::string getFlatGroupingName() const override { return facts.flatGrouping; }
     basekit2::sptr_t<dataface_1::IExpression> getMinExpression() const override { return {}; }

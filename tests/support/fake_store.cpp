@@ -205,7 +205,7 @@ basekit2::sptr_t<storelink1::IAttributeDataRetriever> FakeDatabase::createAttrib
 bool FakeDatabase::getTimeRange(basekit2::u64_t& start, basekit2::u64_t& end, int /*reserved*/) {
     start = firstTick;
     end = lastTick;
-    return true;
+    return timeRangeAnswer;
 }
 
 bool FakeDatabase::getBandKind(const std::string& band, int& kind) {

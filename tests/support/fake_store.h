@@ -101,6 +101,7 @@ public:
 
     basekit2::u64_t firstTick = 1000;
     basekit2::u64_t lastTick = 1999;
+    bool timeRangeAnswer = true;
     basekit2::u64_t ticksPerSecond = 1000000;
     std::map<std::string, FakeTable> tables;
     std::map<std::string, int> bandKinds;

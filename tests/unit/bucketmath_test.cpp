@@ -89,6 +89,14 @@ TEST(Rebucket, AveragesBackwardsInBucketsNarrowerThanATick) {
     EXPECT_EQ(values[204], 20 * 0.005);
 }
 
+TEST(Rebucket, TakesTheLastSourceAloneWhereRoundingStepsBehindIt) {
+    // No double tells the last tick of such a span from its end.
+    const basekit2::u64_t end = basekit2::u64_t{1} << 60U;
+    OverTimeData data = dataOf({{10, 20}});
+    ASSERT_TRUE(bucketmath::rebucket(data, 4, 0, end, 0, end));
+    EXPECT_EQ(data.seriesSet[0].values, (Values{5, 7.5, 10, 10}));
+}
+
 TEST(Rebucket, RefusesSpansThatDoNotContainTheRequest) {
     const CapturedLog log;
     OverTimeData data = dataOf({{10, 20}});

@@ -35,6 +35,18 @@ TEST(CommandLineTable, PutsTheBoundsOfBucketsInFront) {
     EXPECT_EQ(bound.library->created.size(), 2U);
 }
 
+TEST(CommandLineTable, EndsTheLastBucketOfTheRequestAloneWithIt) {
+    const QueryParam param = lanefeed_test::windowOf(100, 111, 4);
+    const double none = lanefeed_test::kNoData;
+    EXPECT_EQ(lanefeed_test::tableText(
+                  createCommandLineTableTree(overtime({1, none, 3, none}, param), nullptr, param)),
+              "?    ?    cpu  cpu.read\n100  102  10   10\n104  106  30   30\n");
+    EXPECT_EQ(lanefeed_test::tableText(createCommandLineTableTree(
+                  overtime({none, none, none, 4}, param), nullptr, param)),
+              "?    ?    cpu  cpu.read\n106  111  40   40\n");
+    EXPECT_TRUE(createCommandLineTableTree(nullptr, nullptr, param).is_null());
+}
+
 TEST(CommandLineTable, BoundsAreTicksInNumericColumns) {
     const lanefeed_test::BoundProvider bound;
     const QueryParam param = lanefeed_test::windowOf(0, 10, 2);

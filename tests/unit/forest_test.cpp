@@ -346,10 +346,28 @@ TEST_F(Forest, ConvertsQueriesToSources) {
     EXPECT_EQ(sources[1].m_dataType, DicerDataSource::dsInstanceCount);
     EXPECT_EQ(sources[2].m_dataType, DicerDataSource::dsCount);
     const CapturedLog log;
+    EXPECT_FALSE(m_bound.provider->convertQueryToDataSource(nullptr, sources));
+    EXPECT_TRUE(log.empty());
     EXPECT_FALSE(m_bound.provider->convertQueryToDataSource(
         basekit2::make_object<FakeVectorQuery>(std::vector<sptr_t<IQuery>>(1), QueryFacts()),
         sources));
     EXPECT_TRUE(log.contains("currQuery"));
+}
+
+TEST_F(Forest, StepsOverWhatIsNoAttributeInTheChainOfASource) {
+    m_bound.database->tables["slice_data"] = {};
+    QueryFacts link = factsOf("link");
+    link.next = namedQuery("thread");
+    QueryFacts time = factsOf("time");
+    time.table = "slice_data";
+    time.next = basekit2::make_object<FakeDataQuery<dataface_1::ITimeQuery>>(link);
+    std::vector<DicerDataSource> sources;
+    const auto query = basekit2::make_object<FakeDataQuery<dataface_1::ITimeQuery>>(time);
+    ASSERT_TRUE(m_bound.provider->convertQueryToDataSource(IVectorQuery::pushBack(nullptr, query),
+                                                           sources));
+    ASSERT_EQ(sources.at(0).m_extras.size(), 2U);
+    EXPECT_EQ(sources[0].m_extras[0].query->getName(), "thread");
+    EXPECT_EQ(sources[0].m_extras[1].query->getName(), "time");
 }
 
 }  // namespace

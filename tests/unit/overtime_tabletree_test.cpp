@@ -113,6 +113,24 @@ TEST(OvertimeTable, HasNoRowForABucketInsideAPause) {
 )");
 }
 
+TEST(OvertimeTable, KeepsABucketThatReachesOutOfAPauseByATick) {
+    const Series series{{1, 2, 3, 4, 5, 6}};
+    const auto rowCount = [&series](basekit2::u64_t start, basekit2::u64_t end) {
+        const auto pauses = lanefeed_test::spansTable({{start, end}});
+        return lanefeed_test::allRows(tableOf(series, 1, tenTickBuckets(series), pauses)).size();
+    };
+    EXPECT_EQ(rowCount(120, 130), 5U);
+    EXPECT_EQ(rowCount(120, 129), 6U);
+    EXPECT_EQ(rowCount(121, 130), 6U);
+}
+
+TEST(OvertimeTable, HasNoRowForMissingDataAlsoWhenZerosAreKept) {
+    const Series series{{kNoData, 0}, {kNoData, kNoData}};
+    QueryParam param = tenTickBuckets(series);
+    param.keepZeroValues = true;
+    EXPECT_EQ(lanefeed_test::allRows(tableOf(series, 1, param)).size(), 1U);
+}
+
 TEST(OvertimeTable, PlacesPausesByWholeTicksOfABucket) {
     // 3 ticks a bucket over 11 ticks: the fourth bucket is that of 9..12.
     const Series series{{1, 2, 3, 4}};
@@ -230,6 +248,12 @@ TEST(OvertimeTable, SumsFromTheFirstRowOfAUsedIterator) {
     const CapturedLog log;
     EXPECT_EQ(cell(tree, reducible->reduce(nullptr, nullptr), "cpu"), 0);
     EXPECT_EQ(log.count("iterator does not support reset()"), 1);
+}
+
+TEST(OvertimeTable, IsNoneWithoutColumns) {
+    EXPECT_TRUE(
+        createOvertimeTableTree(nullptr, nullptr, recordOf({{4}}), 1, windowOf(0, 10, 1), nullptr)
+            .is_null());
 }
 
 TEST(OvertimeTable, KeepsTheContractOfTables) {

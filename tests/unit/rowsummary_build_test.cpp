@@ -135,6 +135,14 @@ TEST_F(RowSummaryBuild, NestsRowsAsTheGridDoes) {
     EXPECT_EQ(table->getRow(0)->getChildRowByDbIndex(7), table->getRow(1));
 }
 
+TEST_F(RowSummaryBuild, FindsTheLastOfEqualChildren) {
+    const Table table =
+        buildOnGrid({{1, "lfd", {}, {{7, "first", {}, {}}, {8, "t", {}, {}}, {7, "last", {}, {}}}}},
+                    bandFacts("dd_process"));
+    EXPECT_EQ(table->getRowByDbIndexes({1, 7}), table->getRow(3));
+    EXPECT_EQ(table->getRowByDbId(1, 7), table->getRow(1));
+}
+
 TEST_F(RowSummaryBuild, IndexesAFlatGroupingAtOneLevel) {
     QueryFacts facts = bandFacts("dd_process");
     facts.flatGrouping = "flat";

@@ -131,6 +131,36 @@ late   900        1500
 )");
 }
 
+TEST_F(RowSummaryRanges, BeginWithTheResultInEveryRecord) {
+    addThread(1, "t");
+    addBand("dd_thread", 1, 900, 1100);
+    addBand("dd_thread", 2, 1500, 1600);
+    addBand("dd_thread", 2, 950, 980);
+    const Table table = buildThreads();
+    lanefeed_1::RowSummaryTableTree::tsc_range_t range;
+    EXPECT_TRUE(table->getTscRange(1, "dd_thread", range));
+    EXPECT_EQ(range.start, 1000U);
+    EXPECT_TRUE(table->getTscRange(2, "dd_thread", range));
+    EXPECT_EQ(range.start, 1000U);
+    EXPECT_EQ(range.end, 1600U);
+}
+
+TEST_F(RowSummaryRanges, FollowTheFirstGroupingByBandAlone) {
+    addThread(1, "known");
+    addThread(2, "unknown");
+    addBand("dd_thread", 1, 1100, 1200);
+    addBand("dd_process", 1, 1300, 1400);
+    addBand("dd_process", 2, 1300, 1400);
+    EXPECT_EQ(tableText(build({rowBy(bandFacts("dd_thread")), rowBy(bandFacts("dd_process"))})),
+              "name     startTime  endTime\nknown    100        200\nunknown  0          999\n");
+}
+
+TEST_F(RowSummaryRanges, TakeTheTicksOfTheResultWhateverTheirReadAnswers) {
+    addThread(1, "t");
+    m_bound.database->timeRangeAnswer = false;
+    EXPECT_EQ(tableText(buildThreads()), "name  startTime  endTime\nt     0          999\n");
+}
+
 TEST_F(RowSummaryRanges, AreReadForEachLevelOfTheChains) {
     addThread(1, "t");
     addBand("dd_thread", 1, 1100, 1200);

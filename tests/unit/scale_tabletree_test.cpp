@@ -52,6 +52,21 @@ TEST(ScaleTable, ScalesBothFormsOfAValueAndNothingElse) {
     EXPECT_EQ(row->getTableTree(), tree);
 }
 
+TEST(ScaleTable, ScalesEveryKindOfNumericColumn) {
+    const auto source = facekit_1_x::createTableTree();
+    const auto row = facekit_1_x::createVectorRow(nullptr, source);
+    for (const int kind : {2, 3, 4, 5, 16, 20}) {
+        const auto column = facekit_1_x::createColumn(
+            kind, lanefeed_test::namedQuery(std::to_string(kind)), source);
+        source->addColumn(column, nullptr, 0);
+        row->setContent(column, dataface_1::ccValue, 1.5);
+    }
+    source->addRow(row, nullptr);
+    EXPECT_EQ(lanefeed_test::tableText(createScaleTableTree(source, 2)),
+              "2    3    4  5  16   20\n1.5  1.5  3  3  1.5  3\n");
+    EXPECT_TRUE(createScaleTableTree(nullptr, 2).is_null());
+}
+
 TEST(ScaleTable, HidesThatItsSourceCanBeReduced) {
     const auto source = createOvertimeTableTree(lanefeed_test::seriesColumns({"cpu"}), nullptr,
                                                 lanefeed_test::recordOf({{1, 2}}), 100,
