@@ -1,4 +1,4 @@
-// Curves for terminals. Tested by tests/tool/curve_test.cpp.
+// Curves for terminals. Tested by tests/tool/table_print_test.cpp.
 
 #include "curve.h"
 

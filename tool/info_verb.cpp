@@ -1,5 +1,5 @@
 // lanefeed info: what a result holds and what was left out of it, as the result itself tells it.
-// Tested by tests/tool/verbs_test.cpp.
+// Tested by tests/tool/series_facts_test.cpp.
 
 #include "failure.h"
 #include "json_text.h"

@@ -1,6 +1,6 @@
 // lanefeed overtime: the series of an area's layers, row by row. One request per layer through the
 // provider; the answer is kept as plain series and printed as a table with curves, csv or JSON.
-// Tested by tests/tool/verbs_test.cpp.
+// Tested by tests/tool/series_facts_test.cpp.
 
 #include "curve.h"
 #include "failure.h"

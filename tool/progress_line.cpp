@@ -1,4 +1,4 @@
-// Progress of an import on a terminal. Tested by tests/tool/progress_test.cpp.
+// Progress of an import on a terminal.
 
 #include "progress_line.h"
 

@@ -1,4 +1,4 @@
-// lanefeed rows: the rows of an area in display order. Tested by tests/tool/verbs_test.cpp.
+// lanefeed rows: the rows of an area in display order. Tested by tests/tool/series_facts_test.cpp.
 
 #include "failure.h"
 #include "json_text.h"

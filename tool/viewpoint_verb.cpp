@@ -1,5 +1,5 @@
 // lanefeed viewpoint: reads a viewpoint against a result, shows its log on stderr and what came of
-// it on stdout. Tested by tests/tool/verbs_test.cpp.
+// it on stdout. Tested by tests/tool/series_facts_test.cpp.
 
 #include "failure.h"
 #include "json_text.h"

@@ -1,5 +1,5 @@
 // Names may come before, between or after the events of a thread, or never; so they are asked for
-// when the whole trace was read. Tested by tests/importers/track_names_test.cpp.
+// when the whole trace was read. Tested by tests/importers/import_rows_test.cpp.
 #include "common/track_names.h"
 
 #include <algorithm>

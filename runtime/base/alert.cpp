@@ -1,6 +1,6 @@
 // Alerts of the base library, in the form that the library's own checks have: the same logger, the
 // same text, the same switch in the environment.
-// Tested by tests/base/alert_test.cpp.
+// Tested by tests/base/platform_test.cpp.
 #include "alert.h"
 
 #include <basekit2/environment.h>

@@ -1,5 +1,5 @@
 // Sparse cells of a row or properties of a column: a sorted array, since a row has few of them.
-// Tested by tests/base/memory_table_test.cpp.
+// Tested by tests/base/tables_test.cpp.
 #include "cell_list.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // Set-up of a component's logger. A logger without any appender makes log4cplus print a complaint
 // at its first event; an appender that drops everything keeps a program quiet that set up no
 // logging, and stands in nobody's way when appenders come later. Tested by
-// tests/base/component_log_test.cpp.
+// tests/base/platform_test.cpp.
 #include <logagent_1/log.h>
 
 #include <log4cplus/initializer.h>

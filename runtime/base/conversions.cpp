@@ -1,6 +1,6 @@
 // Small conversions of the table helpers: variants to text and colour, queries to text and to their
 // sort defaults.
-// Tested by tests/base/conversions_test.cpp.
+// Tested by tests/base/queries_test.cpp.
 #include <facekit_1_x/conversions.h>
 #include <facekit_1_x/query_definition.h>
 

@@ -1,7 +1,7 @@
 // The helper that computes derived columns, which serves derived layers and derived series of
 // attributes. This library computes none: each operation answers an error that says so, and leaves
 // what it was to fill in as it was.
-// Tested by tests/base/unsupported_test.cpp.
+// Tested by tests/base/viewpoint_helpers_test.cpp.
 #include <facekit_1_x/table_helpers.h>
 
 namespace facekit_1_x {

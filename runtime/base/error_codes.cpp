@@ -1,6 +1,6 @@
 // Errors as values: making one and turning it into text. Raising logs nothing and throws nothing;
 // whoever handles the error decides about that.
-// Tested by tests/base/error_code_test.cpp.
+// Tested by tests/base/platform_test.cpp.
 #include <basekit2/error_code.h>
 
 namespace basekit2 {

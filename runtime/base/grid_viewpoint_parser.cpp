@@ -1,7 +1,7 @@
 // The parser of grid sections ("gridQuery", "requiredData"), which serves areas whose rows come
 // from a grid and layers that ask for required data. This library reads none: the answer is an
 // error that says so, and a viewpoint without such sections is not touched by it. Tested by
-// tests/base/unsupported_test.cpp.
+// tests/base/viewpoint_helpers_test.cpp.
 #include <slicekit_1_0/grid_viewpoint_parser.h>
 
 namespace slicekit_1_0 {

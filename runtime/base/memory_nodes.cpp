@@ -1,6 +1,6 @@
 // Rows and columns of a table in memory. A cell is found by the column's place in its table; what
 // belongs to the row itself stands under the place -1. The second form of a value is the value.
-// Tested by tests/base/memory_table_test.cpp.
+// Tested by tests/base/tables_test.cpp.
 #include "alert.h"
 #include "memory_table.h"
 

@@ -1,6 +1,6 @@
 // The table in memory and its makers. Nodes belong to their table from birth; being added only
 // gives them a place in its trees. Wrong use (a node of another table, one that is added twice or
-// below itself) is told in the log and changes nothing. Tested by tests/base/memory_table_test.cpp.
+// below itself) is told in the log and changes nothing. Tested by tests/base/tables_test.cpp.
 #include "memory_table.h"
 
 #include "alert.h"

@@ -1,6 +1,6 @@
 // The registry of type keys. One per process, because all modules share this library; it is never
 // destroyed, since objects may ask for types while the process ends.
-// Tested by tests/base/object_test.cpp.
+// Tested by tests/base/platform_test.cpp.
 #include <basekit2/type_id.h>
 
 #include <mutex>

@@ -2,7 +2,7 @@
 // store is asked: the table of a query on instances must exist, and for a query on an attribute the
 // attribute must be reachable from its table too. A derived query needs all of its members. A query
 // of another kind needs nothing.
-// Tested by tests/base/prerequisites_test.cpp.
+// Tested by tests/base/viewpoint_helpers_test.cpp.
 #include <slicekit_1_0/prerequisites.h>
 #include <storelink1/database.h>
 

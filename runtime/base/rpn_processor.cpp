@@ -1,7 +1,7 @@
 // The processor of derived expressions, which serves derived layers (their series are computed from
 // those of other queries). This library evaluates none: setting the processor up answers an error
 // that says so, and a derived layer fails with that text.
-// Tested by tests/base/unsupported_test.cpp.
+// Tested by tests/base/viewpoint_helpers_test.cpp.
 #include <slicekit_1_0/rpn_processor.h>
 
 namespace slicekit_1_0 {

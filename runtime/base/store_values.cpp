@@ -1,5 +1,5 @@
 // Values of the store as row ids and texts.
-// Tested by tests/base/conversions_test.cpp.
+// Tested by tests/base/queries_test.cpp.
 #include "alert.h"
 
 #include <storelink1/records.h>

@@ -3,7 +3,7 @@
 // those of the one before. Where a table has no row for a bin, its columns answer what they answer
 // where there is nothing: the sum of no rows for a table that can sum rows, else no cell.
 // The merged table is a copy in memory: it does not hold on to the tables that went into it.
-// Tested by tests/base/table_merger_test.cpp.
+// Tested by tests/base/tables_test.cpp.
 #include "memory_table.h"
 
 #include <facekit_1_x/table_building.h>

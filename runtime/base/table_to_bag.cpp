@@ -4,7 +4,7 @@
 //   <rows>     a "row" each, nested as in the table: name of its query, its id and style, and a
 //              "cell" for each column that answers: column number, value, style
 // When the row limit cuts the rows, the bag's entry "rowsLeftOut" is true.
-// Tested by tests/base/table_to_bag_test.cpp.
+// Tested by tests/base/tables_test.cpp.
 #include <dataface_1/style.h>
 #include <facekit_1_x/table_helpers.h>
 

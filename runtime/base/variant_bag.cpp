@@ -1,6 +1,6 @@
 // The tree of named values behind an XML element. Bags are small, so entries are looked up by
 // walking them in document order.
-// Tested by tests/base/variant_bag_test.cpp.
+// Tested by tests/base/bag_xml_test.cpp.
 #include <basekit2/variant_bag.h>
 
 namespace basekit2 {

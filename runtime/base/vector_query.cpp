@@ -1,6 +1,6 @@
 // The list of queries that pushBack makes, and what it means for two queries to be equal when one
 // of them is a list. Stands on the query interfaces alone, so that it takes anybody's queries.
-// Tested by tests/base/vector_query_test.cpp.
+// Tested by tests/base/queries_test.cpp.
 #include <dataface_1/query_kinds.h>
 
 #include <algorithm>
