@@ -52,7 +52,8 @@ TickSpan contentSpan(const Session& session, const AreaView& area) {
             static_cast<std::uint64_t>(std::max(time, base)) - static_cast<std::uint64_t>(base);
         return std::min(tick, area.time().duration);
     };
-    TickSpan span{ticks(start), ticks(end)};
+    // What happens at the end of the content belongs to it.
+    TickSpan span{ticks(start), std::min(ticks(end) + 1, area.time().duration)};
     if (span.start == area.time().duration) --span.start;
     if (span.end <= span.start) span.end = span.start + 1;
     return span;
@@ -87,7 +88,7 @@ std::string layerName(const LayerInfo& layer) {
     if (!layer.displayName.empty()) return lanefeed_1::getString(layer.displayName);
     if (!layer.drawBy.displayName.empty()) return lanefeed_1::getString(layer.drawBy.displayName);
     const sptr_t<dataface_1::IQuery>& query = layer.drawBy.ds.m_defaultQuery;
-    return query.is_null() ? fmt::format("layer {}", layer.id)
+    return query.is_null() ? std::string("unnamed")
                            : lanefeed_1::getString(query->getName());
 }
 

@@ -7,10 +7,13 @@
 #include <log4cplus/logger.h>
 #include <log4cplus/spi/loggingevent.h>
 
+#include <algorithm>
 #include <cctype>
 #include <iostream>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace lanefeed_tool {
 
@@ -18,6 +21,20 @@ namespace {
 
 log4cplus::Logger componentLogger() {
     return log4cplus::Logger::getInstance("lanefeed");
+}
+
+struct LogMessage {
+    std::string level;
+    std::string text;
+};
+
+// Set while messages are held back. The client logs from one thread.
+std::vector<LogMessage>* g_held = nullptr;
+
+void print(const LogMessage& message) {
+    std::istringstream lines(message.text);
+    for (std::string line; std::getline(lines, line);)
+        if (!line.empty()) std::cerr << "lanefeed: " << message.level << ": " << line << '\n';
 }
 
 class StderrLines : public log4cplus::Appender {
@@ -31,9 +48,11 @@ protected:
         std::string level = log4cplus::getLogLevelManager().toString(event.getLogLevel());
         for (char& c : level)
             c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        std::istringstream lines(event.getMessage());
-        for (std::string line; std::getline(lines, line);)
-            std::cerr << "lanefeed: " << level << ": " << line << '\n';
+        LogMessage message{std::move(level), event.getMessage()};
+        if (g_held != nullptr)
+            g_held->push_back(std::move(message));
+        else
+            print(message);
     }
 };
 
@@ -62,6 +81,26 @@ InformativeLog::InformativeLog() : m_level(componentLogger().getLogLevel()) {
 
 InformativeLog::~InformativeLog() {
     componentLogger().setLogLevel(m_level);
+}
+
+struct HeldLog::Messages : std::vector<LogMessage> {};
+
+HeldLog::HeldLog() : m_messages(std::make_unique<Messages>()) {
+    g_held = m_messages.get();
+}
+
+HeldLog::~HeldLog() {
+    g_held = nullptr;
+    for (const LogMessage& message : *m_messages)
+        print(message);
+}
+
+void HeldLog::drop(const std::string& shown) {
+    const auto shows = [&shown](const LogMessage& message) {
+        return message.text.find(shown) != std::string::npos;
+    };
+    m_messages->erase(std::remove_if(m_messages->begin(), m_messages->end(), shows),
+                      m_messages->end());
 }
 
 }  // namespace lanefeed_tool

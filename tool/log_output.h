@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 namespace lanefeed_tool {
@@ -19,6 +20,23 @@ public:
 
 private:
     int m_level;
+};
+
+// Holds back what the library logs, and shows it when it goes away: for messages that the user gets
+// to see in another form anyway. One at a time.
+class HeldLog {
+public:
+    HeldLog();
+    ~HeldLog();
+    HeldLog(const HeldLog&) = delete;
+    HeldLog& operator=(const HeldLog&) = delete;
+
+    // Forgets the messages that say this.
+    void drop(const std::string& shown);
+
+private:
+    struct Messages;
+    std::unique_ptr<Messages> m_messages;
 };
 
 }  // namespace lanefeed_tool

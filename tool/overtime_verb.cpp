@@ -80,9 +80,9 @@ void printJson(const AreaView& area, const std::vector<LayerSeries>& layers) {
 }
 
 void printCsvLines(const AreaView& area, const std::vector<LayerSeries>& layers) {
-    // With several layers a first column tells them apart.
+    // With several layers a column behind the others tells them apart.
     const bool several = layers.size() > 1;
-    std::cout << (several ? "layer," : "") << "row_id,row,series,bucket,start,end,value\n";
+    std::cout << "row_id,row,series,bucket,start,end,value" << (several ? ",layer\n" : "\n");
     for (const LayerSeries& layer : layers) {
         for (const int position : area.order()) {
             const RowInfo& row = area.rows()[static_cast<std::size_t>(position)];
@@ -91,11 +91,11 @@ void printCsvLines(const AreaView& area, const std::vector<LayerSeries>& layers)
                 for (int bucket = 0; bucket < layer.bins; ++bucket) {
                     const double value = series.values[static_cast<std::size_t>(bucket)];
                     if (std::isnan(value)) continue;
-                    if (several) out += csvField(layer.name) + ",";
-                    fmt::format_to(std::back_inserter(out), "{},{},{},{},{},{},{}\n", row.id,
+                    fmt::format_to(std::back_inserter(out), "{},{},{},{},{},{},{}", row.id,
                                    csvField(row.name), csvField(series.name), bucket,
                                    layer.bucketStart(bucket), layer.bucketEnd(bucket),
                                    valueText(value, layer.unit == "ticks", Format::csv));
+                    out += several ? fmt::format(",{}\n", layer.layer) : "\n";
                 }
                 std::cout << out;
             }

@@ -59,6 +59,16 @@ std::string readFile(const std::string& path) {
     return text;
 }
 
+std::vector<std::string> allMessages(const lanefeed_1::ParseLogger& log) {
+    std::vector<std::string> all = log.globalMessages;
+    for (const auto& area : log.areaMessages)
+        all.insert(all.end(), area.second.begin(), area.second.end());
+    for (const auto& area : log.layerMessages)
+        for (const auto& layer : area.second)
+            all.insert(all.end(), layer.second.begin(), layer.second.end());
+    return all;
+}
+
 // Name of what a column shows.
 std::string columnName(IColumnInfo& column) {
     sptr_t<dataface_1::IQuery> query = column.getQuery();
@@ -99,7 +109,11 @@ void Session::readViewpoint() {
                         m_viewpointName, error));
     }
     try {
+        HeldLog held;
         m_parser.parseViewpoint(bag, m_library, nullptr, m_input, m_log);
+        // Severe messages are logged at once, and stand in the viewpoint's log too.
+        for (const std::string& message : allMessages(*m_log))
+            held.drop(message);
     } catch (const std::bad_cast&) {  // a bad_lexical_cast
         throw Failure(exitNotUnderstood,
                       fmt::format("{}: a visibleSeriesCount or rowByLevels holds a text that is no "
@@ -176,10 +190,10 @@ AreaView::AreaView(Session& session, int index) {
     if (m_rowSet != nullptr && !m_rowSet->rowBys.empty() && m_provider->hasRowBy()) {
         m_rowSource = &m_rowSet->rowBys.front().ds;
     }
-    readRows();
+    readRows(session, index);
 }
 
-void AreaView::readRows() {
+void AreaView::readRows(const Session& session, int index) {
     if (m_empty) return;
     if (m_rowSource == nullptr) {
         RowInfo whole;
@@ -191,8 +205,9 @@ void AreaView::readRows() {
     if (!m_provider->getRowSummary(m_table, -1, true, true) || m_table.is_null()) {
         throw Failure(
             exitFailure,
-            "the rows of the area could not be read; the log above says why (see --log info), and "
-            "'lanefeed info' tells what the result holds");
+            fmt::format("{}: the rows of area {} could not be read; the log above says why, and "
+                        "'lanefeed info' tells what the result holds",
+                        session.resultName(), index));
     }
     for (auto it = m_table->getColumns(nullptr); !it.at_end(); it.next())
         m_columns.push_back(it.current());

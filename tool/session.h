@@ -41,6 +41,8 @@ public:
     void readViewpoint();
     lanefeed_1::TLViewpointParser& viewpoint() { return m_parser; }
     const lanefeed_1::ParseLogger& log() const { return *m_log; }
+    // File of the result, for messages.
+    const std::string& resultName() const { return m_options.result; }
     // File or shipped name, for messages.
     const std::string& viewpointName() const { return m_viewpointName; }
     // Whether the result holds what at least one layer of a row set needs; true for one without
@@ -96,7 +98,7 @@ public:
     std::uint64_t firstTick() const { return m_firstTick; }
 
 private:
-    void readRows();
+    void readRows(const Session& session, int index);
     void addRows(const basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::ITableRow>>& rows,
                  int parent,
                  int level);
