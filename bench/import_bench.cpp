@@ -22,6 +22,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 #include "common/byte_source.h"
@@ -37,7 +38,8 @@ namespace fs = std::filesystem;
 fs::path scratchFolder() {
     static const fs::path folder = [] {
         const char* const chosen = std::getenv("LANEFEED_BENCH_FOLDER");
-        const fs::path made = fs::path(chosen ? chosen : ".") / "import_bench.scratch";
+        const fs::path made =
+            fs::path(chosen ? chosen : ".") / ("import_bench." + std::to_string(getpid()));
         fs::create_directories(made);
         return made;
     }();
