@@ -115,6 +115,8 @@ const std::int64_t* RecordSorter::nextOfRuns() {
         run.at += m_cells;
         if (run.at >= run.buffer.size()) {
             if (run.begin >= run.end) {
+                // Several tables are read one after the other; none keeps its buffers.
+                std::vector<std::int64_t>().swap(run.buffer);
                 m_heap.front() = m_heap.back();
                 m_heap.pop_back();
             } else if (!refill(run)) {
