@@ -7,7 +7,10 @@
 //
 // The counter rss_mb is the highest resident size of the process during that benchmark.
 
+#include "common/byte_source.h"
+#include "common/time_sorter.h"
 #include "importer.h"
+#include "trace_event_json/json_stream.h"
 
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
@@ -24,10 +27,6 @@
 #include <thread>
 #include <unistd.h>
 #include <vector>
-
-#include "common/byte_source.h"
-#include "common/time_sorter.h"
-#include "trace_event_json/json_stream.h"
 
 namespace {
 

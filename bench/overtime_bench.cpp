@@ -5,6 +5,9 @@
 //
 //   ./overtime_bench --benchmark_repetitions=9 --benchmark_report_aggregates_only=true
 
+#include "store/result_facts.h"
+#include "support/column_reader.h"
+#include "timeline/timeline_database.h"
 #include "traces.h"
 
 #include <basekit2/object.h>
@@ -17,10 +20,6 @@
 #include <map>
 #include <memory>
 #include <vector>
-
-#include "store/result_facts.h"
-#include "support/column_reader.h"
-#include "timeline/timeline_database.h"
 
 namespace {
 

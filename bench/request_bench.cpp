@@ -7,6 +7,9 @@
 
 #include "idicerprovider.h"
 #include "parse_logger.h"
+#include "session/open_result.h"
+#include "session/shipped_viewpoints.h"
+#include "store/result_writer.h"
 #include "traces.h"
 #include "viewpointparser.h"
 
@@ -21,10 +24,6 @@
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "session/open_result.h"
-#include "session/shipped_viewpoints.h"
-#include "store/result_writer.h"
 
 namespace {
 

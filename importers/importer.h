@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/import_error.h"
+
 #include <atomic>
 #include <cstdint>
 #include <functional>
@@ -8,8 +10,6 @@
 #include <string_view>
 #include <utility>
 #include <vector>
-
-#include "common/import_error.h"
 
 namespace lanefeed_runtime {
 class ResultWriter;

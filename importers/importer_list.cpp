@@ -2,6 +2,11 @@
 // write, put the result in its place. Tested by tests/importers/import_trace_test.cpp.
 #include "importer.h"
 
+#include "common/byte_source.h"
+#include "common/clean_text.h"
+#include "common/fact_keys.h"
+#include "trace_event_json/trace_event_importer.h"
+
 #include <relay2/progress.h>
 
 #include <algorithm>
@@ -9,11 +14,6 @@
 #include <fmt/format.h>
 #include <store/result_writer.h>
 #include <utility>
-
-#include "common/byte_source.h"
-#include "common/clean_text.h"
-#include "common/fact_keys.h"
-#include "trace_event_json/trace_event_importer.h"
 
 namespace lanefeed_importers {
 namespace {

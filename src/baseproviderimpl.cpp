@@ -4,14 +4,14 @@
 
 #include "baseproviderimpl.h"
 
+#include "common/names.h"
+
 #include <basekit2/environment.h>
 #include <dataface_1/manipulator.h>
 #include <facekit_1_x/table_helpers.h>
 #include <storelink1/database.h>
 
 #include <algorithm>
-
-#include "common/names.h"
 
 namespace lanefeed_1 {
 

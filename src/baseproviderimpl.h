@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/bucketmath.h"
+#include "common/pauseranges.h"
 #include "idicerprovider.h"
 #include "overtimedata.h"
 
@@ -11,9 +13,6 @@
 #include <set>
 #include <string>
 #include <vector>
-
-#include "common/bucketmath.h"
-#include "common/pauseranges.h"
 
 namespace dataface_1 {
 class IManipulatorMapper;

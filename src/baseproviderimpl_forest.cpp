@@ -7,6 +7,8 @@
 
 #include "baseproviderimpl.h"
 
+#include "common/check.h"
+#include "common/tracescope.h"
 #include "tabletrees.h"
 
 #include <dataface_1/error.h>
@@ -17,9 +19,6 @@
 #include <slicekit_1_0/rpn_processor.h>
 
 #include <algorithm>
-
-#include "common/check.h"
-#include "common/tracescope.h"
 
 namespace lanefeed_1 {
 

@@ -5,16 +5,15 @@
 
 #include "baseproviderimpl.h"
 
+#include "common/check.h"
+#include "common/names.h"
+#include "common/queryattribute.h"
 #include "tabletrees.h"
 
 #include <basekit2/environment.h>
 #include <slicekit_1_0/rpn_processor.h>
 
 #include <limits>
-
-#include "common/check.h"
-#include "common/names.h"
-#include "common/queryattribute.h"
 
 namespace lanefeed_1 {
 

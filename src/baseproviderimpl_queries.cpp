@@ -5,13 +5,13 @@
 
 #include "baseproviderimpl.h"
 
-#include <basekit2/variant_bag.h>
-#include <facekit_1_x/conversions.h>
-#include <platkit_2_18/strings.h>
-
 #include "common/check.h"
 #include "common/names.h"
 #include "common/tablepath.h"
+
+#include <basekit2/variant_bag.h>
+#include <facekit_1_x/conversions.h>
+#include <platkit_2_18/strings.h>
 
 namespace lanefeed_1 {
 

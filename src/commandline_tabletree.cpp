@@ -4,6 +4,11 @@
 // Tested by tests/unit/commandline_tabletree_test.cpp.
 
 #include "baseproviderimpl.h"
+#include "common/bucketmath.h"
+#include "common/names.h"
+#include "common/nodewalk.h"
+#include "common/poolallocator.h"
+#include "common/valuekind.h"
 #include "tabletrees.h"
 
 #include <relay2/progress.h>
@@ -11,12 +16,6 @@
 #include <deque>
 #include <utility>
 #include <vector>
-
-#include "common/bucketmath.h"
-#include "common/names.h"
-#include "common/nodewalk.h"
-#include "common/poolallocator.h"
-#include "common/valuekind.h"
 
 namespace lanefeed_1 {
 

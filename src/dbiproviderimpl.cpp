@@ -4,12 +4,11 @@
 
 #include "dbiproviderimpl.h"
 
+#include "common/check.h"
+#include "common/rowbywalk.h"
 #include "rowsummarytabletree.h"
 
 #include <algorithm>
-
-#include "common/check.h"
-#include "common/rowbywalk.h"
 
 namespace lanefeed_1 {
 

@@ -4,11 +4,11 @@
 
 #include "dbiproviderimpl.h"
 
-#include <mutex>
-
 #include "common/check.h"
 #include "common/names.h"
 #include "common/tablepath.h"
+
+#include <mutex>
 
 namespace lanefeed_1 {
 

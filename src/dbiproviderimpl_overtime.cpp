@@ -6,12 +6,11 @@
 
 #include "dbiproviderimpl.h"
 
-#include "reduciblemastertable.h"
-#include "rowsummarytabletree.h"
-
 #include "common/check.h"
 #include "common/rowbywalk.h"
 #include "common/tracescope.h"
+#include "reduciblemastertable.h"
+#include "rowsummarytabletree.h"
 
 namespace lanefeed_1 {
 

@@ -5,10 +5,9 @@
 
 #include "dbiproviderimpl.h"
 
-#include "rowsummarytabletree.h"
-
 #include "common/check.h"
 #include "common/names.h"
+#include "rowsummarytabletree.h"
 
 namespace lanefeed_1 {
 

@@ -5,16 +5,16 @@
 
 #include "dbiproviderimpl.h"
 
+#include "common/check.h"
+#include "common/names.h"
+#include "common/queryattribute.h"
+#include "common/valuekind.h"
+
 #include <facekit_1_x/conversions.h>
 #include <platkit_2_18/strings.h>
 
 #include <cmath>
 #include <mutex>
-
-#include "common/check.h"
-#include "common/names.h"
-#include "common/queryattribute.h"
-#include "common/valuekind.h"
 
 namespace lanefeed_1 {
 

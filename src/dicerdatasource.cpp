@@ -2,12 +2,12 @@
 
 #include "dicerdatasource.h"
 
+#include "common/check.h"
+#include "common/names.h"
+
 #include <platkit_2_18/strings.h>
 
 #include <tuple>
-
-#include "common/check.h"
-#include "common/names.h"
 
 namespace lanefeed_1 {
 

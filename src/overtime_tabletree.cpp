@@ -5,6 +5,10 @@
 
 #include "overtime_tabletree.h"
 
+#include "common/bucketmath.h"
+#include "common/check.h"
+#include "common/nodewalk.h"
+#include "common/pauseranges.h"
 #include "tabletrees.h"
 
 #include <basekit2/error_code.h>
@@ -13,11 +17,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-
-#include "common/bucketmath.h"
-#include "common/check.h"
-#include "common/nodewalk.h"
-#include "common/pauseranges.h"
 
 namespace lanefeed_1 {
 

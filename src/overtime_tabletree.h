@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/poolallocator.h"
 #include "overtimedata.h"
 #include "queryparam.h"
 
@@ -16,8 +17,6 @@
 #include <set>
 #include <utility>
 #include <vector>
-
-#include "common/poolallocator.h"
 
 namespace lanefeed_1 {
 

@@ -3,10 +3,10 @@
 
 #include "parse_logger.h"
 
-#include <set>
-
 #include "common/check.h"
 #include "common/valuekind.h"
+
+#include <set>
 
 namespace lanefeed_1 {
 

@@ -1,11 +1,10 @@
 // Which provider a client gets. Tested by tests/provider/binding_test.cpp.
 
+#include "common/check.h"
 #include "dbiproviderimpl.h"
 #include "timelinedbproviderimpl.h"
 
 #include <basekit2/environment.h>
-
-#include "common/check.h"
 
 namespace lanefeed_1 {
 

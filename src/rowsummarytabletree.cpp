@@ -7,15 +7,14 @@
 #include "rowsummarytabletree.h"
 
 #include "baseproviderimpl.h"
-
-#include <storelink1/database.h>
-#include <storelink1/query.h>
-#include <storelink1/utils.h>
-
 #include "common/check.h"
 #include "common/names.h"
 #include "common/nodewalk.h"
 #include "common/tablepath.h"
+
+#include <storelink1/database.h>
+#include <storelink1/query.h>
+#include <storelink1/utils.h>
 
 namespace lanefeed_1 {
 

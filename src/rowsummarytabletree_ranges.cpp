@@ -5,16 +5,16 @@
 
 #include "rowsummarytabletree.h"
 
+#include "common/check.h"
+#include "common/names.h"
+#include "common/tablepath.h"
+
 #include <storelink1/database.h>
 #include <storelink1/query.h>
 #include <storelink1/utils.h>
 
 #include <algorithm>
 #include <utility>
-
-#include "common/check.h"
-#include "common/names.h"
-#include "common/tablepath.h"
 
 namespace lanefeed_1 {
 

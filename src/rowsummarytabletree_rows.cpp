@@ -6,14 +6,13 @@
 #include "rowsummarytabletree.h"
 
 #include "baseproviderimpl.h"
+#include "common/check.h"
+#include "common/names.h"
+#include "common/nodewalk.h"
 #include "texts.h"
 
 #include <storelink1/query.h>
 #include <storelink1/utils.h>
-
-#include "common/check.h"
-#include "common/names.h"
-#include "common/nodewalk.h"
 
 namespace lanefeed_1 {
 

@@ -4,12 +4,12 @@
 
 #include "rowsummarytabletree.h"
 
+#include "common/check.h"
+
 #include <facekit_1_x/conversions.h>
 
 #include <algorithm>
 #include <locale>
-
-#include "common/check.h"
 
 namespace lanefeed_1 {
 

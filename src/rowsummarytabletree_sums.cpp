@@ -5,11 +5,11 @@
 
 #include "rowsummarytabletree.h"
 
+#include "common/check.h"
+
 #include <storelink1/utils.h>
 
 #include <cmath>
-
-#include "common/check.h"
 
 namespace lanefeed_1 {
 

@@ -2,6 +2,9 @@
 // over-time values to the time scale of a layer. Sums of rows are not offered, for the wrapped
 // table would not know the rows. Tested by tests/unit/scale_tabletree_test.cpp.
 
+#include "common/nodewalk.h"
+#include "common/poolallocator.h"
+#include "common/valuekind.h"
 #include "tabletrees.h"
 
 #include <relay2/progress.h>
@@ -9,10 +12,6 @@
 #include <deque>
 #include <utility>
 #include <vector>
-
-#include "common/nodewalk.h"
-#include "common/poolallocator.h"
-#include "common/valuekind.h"
 
 namespace lanefeed_1 {
 

@@ -3,9 +3,9 @@
 
 #include "timelinedbproviderimpl.h"
 
-#include <facekit_1_x/table_helpers.h>
-
 #include "common/check.h"
+
+#include <facekit_1_x/table_helpers.h>
 
 namespace lanefeed_1 {
 

@@ -5,11 +5,11 @@
 
 #include "viewpointparser.h"
 
-#include <algorithm>
-#include <iterator>
-
 #include "common/bagreading.h"
 #include "common/parsereport.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace lanefeed_1 {
 

@@ -4,11 +4,10 @@
 
 #include "viewpointparser.h"
 
+#include "common/check.h"
 #include "idicerprovider.h"
 
 #include <slicekit_1_0/prerequisites.h>
-
-#include "common/check.h"
 
 namespace lanefeed_1 {
 

@@ -3,14 +3,14 @@
 
 #include "viewpointparser.h"
 
-#include <platkit_2_18/convert.h>
-
-#include <optional>
-
 #include "common/colortext.h"
 #include "common/names.h"
 #include "common/queryattribute.h"
 #include "common/valuekind.h"
+
+#include <platkit_2_18/convert.h>
+
+#include <optional>
 
 namespace lanefeed_1 {
 

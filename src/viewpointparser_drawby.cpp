@@ -4,13 +4,13 @@
 
 #include "viewpointparser.h"
 
-#include <facekit_1_x/conversions.h>
-
 #include "common/names.h"
 #include "common/parsereport.h"
 #include "common/queryattribute.h"
 #include "common/querysource.h"
 #include "common/valuekind.h"
+
+#include <facekit_1_x/conversions.h>
 
 namespace lanefeed_1 {
 

@@ -6,16 +6,16 @@
 
 #include "viewpointparser.h"
 
+#include "common/bagreading.h"
+#include "common/parsereport.h"
+#include "common/querysource.h"
+
 #include <platkit_2_18/strings.h>
 
 #include <boost/lexical_cast.hpp>
 
 #include <algorithm>
 #include <iterator>
-
-#include "common/bagreading.h"
-#include "common/parsereport.h"
-#include "common/querysource.h"
 
 namespace lanefeed_1 {
 

@@ -88,8 +88,7 @@ std::string layerName(const LayerInfo& layer) {
     if (!layer.displayName.empty()) return lanefeed_1::getString(layer.displayName);
     if (!layer.drawBy.displayName.empty()) return lanefeed_1::getString(layer.drawBy.displayName);
     const sptr_t<dataface_1::IQuery>& query = layer.drawBy.ds.m_defaultQuery;
-    return query.is_null() ? std::string("unnamed")
-                           : lanefeed_1::getString(query->getName());
+    return query.is_null() ? std::string("unnamed") : lanefeed_1::getString(query->getName());
 }
 
 std::string unitOf(const DicerDataSource& source) {

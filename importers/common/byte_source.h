@@ -1,13 +1,13 @@
 #pragma once
 
+#include "common/import_error.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "common/import_error.h"
 
 struct z_stream_s;
 

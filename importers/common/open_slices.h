@@ -1,12 +1,12 @@
 #pragma once
 
+#include "common/trace_time.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <unordered_map>
 #include <vector>
-
-#include "common/trace_time.h"
 
 namespace lanefeed_importers {
 

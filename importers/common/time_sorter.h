@@ -1,14 +1,14 @@
 #pragma once
 
+#include "common/import_error.h"
+#include "common/trace_time.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "common/import_error.h"
-#include "common/trace_time.h"
 
 namespace lanefeed_importers {
 

@@ -1,11 +1,11 @@
 // Rows of the pane, as the writer wants them. Tested by tests/importers/trace_facts_test.cpp.
 #include "common/track_rows.h"
 
-#include <charconv>
-#include <store/result_writer.h>
-
 #include "common/clean_text.h"
 #include "common/track_names.h"
+
+#include <charconv>
+#include <store/result_writer.h>
 
 namespace lanefeed_importers {
 namespace {

@@ -4,9 +4,9 @@
 // Tested by tests/importers/trace_facts_test.cpp and assembler_test.cpp.
 #include "trace_event_json/assembler.h"
 
-#include <algorithm>
-
 #include "common/clean_text.h"
+
+#include <algorithm>
 
 namespace lanefeed_importers {
 namespace {

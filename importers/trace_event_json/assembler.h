@@ -1,17 +1,17 @@
 #pragma once
 
+#include "common/activity.h"
+#include "common/open_slices.h"
+#include "common/track_rows.h"
+#include "trace_event_json/collected_trace.h"
+#include "trace_event_json/event_record.h"
+
 #include <cstdint>
 #include <store/result_writer.h>
 #include <string>
 #include <unordered_map>
 #include <utility>
 #include <vector>
-
-#include "common/activity.h"
-#include "common/open_slices.h"
-#include "common/track_rows.h"
-#include "trace_event_json/collected_trace.h"
-#include "trace_event_json/event_record.h"
 
 namespace lanefeed_importers {
 

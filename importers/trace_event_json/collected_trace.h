@@ -1,16 +1,16 @@
 #pragma once
 
+#include "common/text_table.h"
+#include "common/time_sorter.h"
+#include "common/track_names.h"
+#include "trace_event_json/trace_counts.h"
+
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
-
-#include "common/text_table.h"
-#include "common/time_sorter.h"
-#include "common/track_names.h"
-#include "trace_event_json/trace_counts.h"
 
 namespace lanefeed_importers {
 

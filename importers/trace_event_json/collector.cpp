@@ -3,11 +3,11 @@
 // of time. Tested by tests/importers/trace_facts_test.cpp.
 #include "trace_event_json/collector.h"
 
-#include <algorithm>
-#include <charconv>
-
 #include "common/clean_text.h"
 #include "trace_event_json/args_reader.h"
+
+#include <algorithm>
+#include <charconv>
 
 namespace lanefeed_importers {
 namespace {

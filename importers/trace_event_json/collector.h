@@ -1,15 +1,14 @@
 #pragma once
 
 #include "importer.h"
+#include "trace_event_json/collected_trace.h"
+#include "trace_event_json/event.h"
+#include "trace_event_json/event_record.h"
 
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <unordered_map>
-
-#include "trace_event_json/collected_trace.h"
-#include "trace_event_json/event.h"
-#include "trace_event_json/event_record.h"
 
 namespace lanefeed_importers {
 

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "common/trace_time.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "common/trace_time.h"
 
 namespace lanefeed_importers {
 

@@ -3,11 +3,11 @@
 // progress. Tested by tests/importers/tokenizer_test.cpp.
 #include "trace_event_json/json_stream.h"
 
+#include "common/byte_source.h"
+
 #include <cctype>
 #include <cstring>
 #include <utility>
-
-#include "common/byte_source.h"
 
 namespace lanefeed_importers {
 namespace {

@@ -4,10 +4,10 @@
 // Tested by tests/importers/tokenizer_test.cpp.
 #include "trace_event_json/tokenizer.h"
 
+#include "trace_event_json/json_stream.h"
+
 #include <rapidjson/error/en.h>
 #include <rapidjson/reader.h>
-
-#include "trace_event_json/json_stream.h"
 
 namespace lanefeed_importers {
 namespace {

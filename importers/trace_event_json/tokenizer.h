@@ -1,10 +1,10 @@
 #pragma once
 
+#include "trace_event_json/event.h"
+
 #include <cstdint>
 #include <functional>
 #include <string>
-
-#include "trace_event_json/event.h"
 
 namespace lanefeed_importers {
 

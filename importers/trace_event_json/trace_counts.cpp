@@ -1,9 +1,9 @@
 // The accounts of an import as JSON. Tested by tests/importers/trace_facts_test.cpp.
 #include "trace_event_json/trace_counts.h"
 
-#include <fmt/format.h>
-
 #include "common/clean_text.h"
+
+#include <fmt/format.h>
 
 namespace lanefeed_importers {
 namespace {

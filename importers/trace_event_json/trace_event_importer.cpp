@@ -3,14 +3,14 @@
 // bad_input_test.cpp.
 #include "trace_event_json/trace_event_importer.h"
 
-#include <fmt/format.h>
-#include <store/result_writer.h>
-
 #include "common/byte_source.h"
 #include "common/fact_keys.h"
 #include "trace_event_json/assembler.h"
 #include "trace_event_json/collector.h"
 #include "trace_event_json/tokenizer.h"
+
+#include <fmt/format.h>
+#include <store/result_writer.h>
 
 namespace lanefeed_importers {
 namespace {

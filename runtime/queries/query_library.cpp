@@ -7,6 +7,8 @@
 
 #include "definition_linker.h"
 #include "display_attributes.h"
+#include "messages/built_in_documents.h"
+#include "messages/runtime_log.h"
 #include "query_builder.h"
 #include "query_objects.h"
 
@@ -14,9 +16,6 @@
 
 #include <algorithm>
 #include <utility>
-
-#include "messages/built_in_documents.h"
-#include "messages/runtime_log.h"
 
 namespace lanefeed_runtime {
 namespace {

@@ -5,6 +5,11 @@
 // Tested by tests/queries/open_result_test.cpp.
 #include "open_result.h"
 
+#include "messages/message_catalogs.h"
+#include "queries/query_library.h"
+#include "store/open_store.h"
+#include "timeline/timeline_database.h"
+
 #include <dataface_1/filters.h>
 #include <dataface_1/query_library.h>
 #include <storelink1/database.h>
@@ -16,11 +21,6 @@
 #include <memory>
 #include <system_error>
 #include <utility>
-
-#include "messages/message_catalogs.h"
-#include "queries/query_library.h"
-#include "store/open_store.h"
-#include "timeline/timeline_database.h"
 
 namespace lanefeed_runtime {
 namespace {

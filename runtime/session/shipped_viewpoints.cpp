@@ -2,11 +2,11 @@
 // Tested by tests/queries/shipped_test.cpp.
 #include "shipped_viewpoints.h"
 
+#include "messages/built_in_documents.h"
+
 #include <storelink1/database.h>
 
 #include <array>
-
-#include "messages/built_in_documents.h"
 
 namespace lanefeed_runtime {
 namespace {

@@ -2,11 +2,11 @@
 // Tested by tests/store/attribute_retriever_test.cpp.
 #include "store/attribute_retriever.h"
 
-#include <utility>
-
 #include "store/path_walk.h"
 #include "store/record_set.h"
 #include "store/sql_text.h"
+
+#include <utility>
 
 namespace lanefeed_runtime {
 

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "store/store_session.h"
+
 #include <storelink1/database.h>
 
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "store/store_session.h"
 
 namespace lanefeed_runtime {
 

@@ -1,9 +1,9 @@
 // Get-or-add of attribute rows. Tested by tests/store/result_writer_test.cpp.
 #include "store/attribute_rows.h"
 
-#include <limits>
-
 #include "store/dialect.h"
+
+#include <limits>
 
 namespace lanefeed_runtime {
 namespace {

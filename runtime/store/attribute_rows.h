@@ -1,14 +1,14 @@
 #pragma once
 
+#include "store/result_writer.h"
+#include "store/sqlite_handle.h"
+
 #include <boost/unordered_map.hpp>
 
 #include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "store/result_writer.h"
-#include "store/sqlite_handle.h"
 
 namespace lanefeed_runtime {
 

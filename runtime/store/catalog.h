@@ -1,10 +1,10 @@
 #pragma once
 
+#include "store/schema.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "store/schema.h"
 
 namespace lanefeed_runtime {
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "store/schema.h"
+
 #include <string>
 #include <string_view>
-
-#include "store/schema.h"
 
 // What is particular to the engine under the store: types, head of the file, settings, where it
 // lists its tables. All other SQL of the store is plain and portable.

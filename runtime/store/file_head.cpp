@@ -2,15 +2,15 @@
 // Tested by tests/store/open_store_test.cpp.
 #include "store/file_head.h"
 
+#include "store/schema.h"
+#include "store/unnamed_file.h"
+
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include "store/schema.h"
-#include "store/unnamed_file.h"
 
 namespace lanefeed_runtime {
 namespace {

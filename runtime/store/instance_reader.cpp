@@ -2,6 +2,13 @@
 // Tested by tests/store/instance_reader_test.cpp.
 #include "store/instance_reader.h"
 
+#include "store/attribute_retriever.h"
+#include "store/dialect.h"
+#include "store/instance_reading.h"
+#include "store/path_walk.h"
+#include "store/sql_text.h"
+#include "store/store_session.h"
+
 #include <relay2/progress.h>
 #include <storelink1/utils.h>
 
@@ -9,13 +16,6 @@
 #include <cmath>
 #include <limits>
 #include <utility>
-
-#include "store/attribute_retriever.h"
-#include "store/dialect.h"
-#include "store/instance_reading.h"
-#include "store/path_walk.h"
-#include "store/sql_text.h"
-#include "store/store_session.h"
 
 namespace lanefeed_runtime {
 namespace {

@@ -2,14 +2,14 @@
 // Tested by tests/store/result_writer_test.cpp.
 #include "store/instance_sink.h"
 
+#include "store/dialect.h"
+#include "store/sqlite_handle.h"
+
 #include <relay2/progress.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-
-#include "store/dialect.h"
-#include "store/sqlite_handle.h"
 
 namespace lanefeed_runtime {
 namespace {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "store/record_sorter.h"
 #include "store/result_writer.h"
+
+#include <string>
+#include <vector>
 
 namespace lanefeed_runtime {
 

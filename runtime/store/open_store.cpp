@@ -2,8 +2,6 @@
 // own words. Tested by tests/store/open_store_test.cpp.
 #include "store/open_store.h"
 
-#include <system_error>
-
 #include "store/dialect.h"
 #include "store/file_head.h"
 #include "store/instance_reader.h"
@@ -12,6 +10,8 @@
 #include "store/result_database.h"
 #include "store/schema.h"
 #include "store/store_session.h"
+
+#include <system_error>
 
 namespace lanefeed_runtime {
 namespace {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "store/store_error.h"
+
 #include <dataface_1/filters.h>
 #include <storelink1/database.h>
 
@@ -7,8 +9,6 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-
-#include "store/store_error.h"
 
 namespace lanefeed_runtime {
 

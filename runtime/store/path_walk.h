@@ -1,10 +1,10 @@
 #pragma once
 
+#include "store/catalog.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "store/catalog.h"
 
 namespace lanefeed_runtime {
 

@@ -3,10 +3,10 @@
 // them. Tested by tests/store/record_query_test.cpp.
 #include "store/record_query.h"
 
-#include <utility>
-
 #include "store/record_set.h"
 #include "store/sql_text.h"
+
+#include <utility>
 
 namespace lanefeed_runtime {
 

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "store/store_session.h"
+
 #include <storelink1/query.h>
 
 #include <memory>
 #include <string>
-
-#include "store/store_session.h"
 
 namespace lanefeed_runtime {
 

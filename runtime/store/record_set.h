@@ -1,12 +1,12 @@
 #pragma once
 
+#include "store/sql_text.h"
+#include "store/store_session.h"
+
 #include <storelink1/query.h>
 
 #include <memory>
 #include <vector>
-
-#include "store/sql_text.h"
-#include "store/store_session.h"
 
 namespace lanefeed_runtime {
 

@@ -3,11 +3,11 @@
 // Tested by tests/store/record_sorter_test.cpp.
 #include "store/record_sorter.h"
 
+#include "store/unnamed_file.h"
+
 #include <algorithm>
 #include <numeric>
 #include <unistd.h>
-
-#include "store/unnamed_file.h"
 
 namespace lanefeed_runtime {
 namespace {

@@ -1,12 +1,12 @@
 // Tested by tests/store/result_database_test.cpp.
 #include "store/result_database.h"
 
-#include <utility>
-
 #include "store/instance_reader.h"
 #include "store/record_query.h"
 #include "store/schema.h"
 #include "timeline/timeline_database.h"
+
+#include <utility>
 
 namespace lanefeed_runtime {
 

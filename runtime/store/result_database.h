@@ -1,15 +1,15 @@
 #pragma once
 
+#include "store/attribute_retriever.h"
+#include "store/filter_registry.h"
+#include "store/result_facts.h"
+#include "store/store_session.h"
+
 #include <storelink1/database.h>
 
 #include <memory>
 #include <mutex>
 #include <string>
-
-#include "store/attribute_retriever.h"
-#include "store/filter_registry.h"
-#include "store/result_facts.h"
-#include "store/store_session.h"
 
 namespace lanefeed_runtime {
 

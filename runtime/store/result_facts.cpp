@@ -1,12 +1,12 @@
 // Tested by tests/store/open_store_test.cpp.
 #include "store/result_facts.h"
 
-#include <algorithm>
-#include <charconv>
-
 #include "store/read_facts.h"
 #include "store/schema.h"
 #include "store/store_session.h"
+
+#include <algorithm>
+#include <charconv>
 
 namespace lanefeed_runtime {
 namespace {

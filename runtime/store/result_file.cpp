@@ -2,6 +2,10 @@
 // at all. Tested by tests/store/result_file_test.cpp.
 #include "store/result_file.h"
 
+#include "store/dialect.h"
+#include "store/file_head.h"
+#include "store/sqlite_handle.h"
+
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -13,10 +17,6 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
-
-#include "store/dialect.h"
-#include "store/file_head.h"
-#include "store/sqlite_handle.h"
 
 namespace lanefeed_runtime {
 namespace {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string>
-
 #include "store/store_error.h"
+
+#include <string>
 
 namespace lanefeed_runtime {
 

@@ -1,10 +1,10 @@
 // The small tables of a result, written last. Tested by tests/store/result_writer_test.cpp.
 #include "store/result_rest.h"
 
-#include <algorithm>
-
 #include "store/dialect.h"
 #include "store/sqlite_handle.h"
+
+#include <algorithm>
 
 namespace lanefeed_runtime {
 namespace {

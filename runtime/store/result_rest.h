@@ -1,13 +1,13 @@
 #pragma once
 
+#include "store/instance_sink.h"
+#include "store/schema.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "store/instance_sink.h"
-#include "store/schema.h"
 
 // What goes into a result when all instances are there: bands, pauses, labels, facts. Each answers
 // false when the connection fails.

@@ -3,6 +3,13 @@
 // file. Tested by tests/store/result_writer_test.cpp and tests/store/disk_full_test.cpp.
 #include "store/result_writer.h"
 
+#include "store/attribute_rows.h"
+#include "store/dialect.h"
+#include "store/instance_sink.h"
+#include "store/result_file.h"
+#include "store/result_rest.h"
+#include "store/sqlite_handle.h"
+
 #include <relay2/progress.h>
 
 #include <boost/unordered_map.hpp>
@@ -12,13 +19,6 @@
 #include <charconv>
 #include <map>
 #include <system_error>
-
-#include "store/attribute_rows.h"
-#include "store/dialect.h"
-#include "store/instance_sink.h"
-#include "store/result_file.h"
-#include "store/result_rest.h"
-#include "store/sqlite_handle.h"
 
 namespace lanefeed_runtime {
 namespace {

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "store/schema.h"
+#include "store/store_error.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -9,9 +12,6 @@
 #include <utility>
 #include <variant>
 #include <vector>
-
-#include "store/schema.h"
-#include "store/store_error.h"
 
 namespace relay2 {
 class IProgress;

@@ -2,11 +2,11 @@
 // compares answers with a walk over the rows by hand.
 #include "store/sql_text.h"
 
-#include <algorithm>
-#include <limits>
-
 #include "store/dialect.h"
 #include "store/sqlite_handle.h"
+
+#include <algorithm>
+#include <limits>
 
 namespace lanefeed_runtime {
 namespace {

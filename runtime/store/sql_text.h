@@ -1,11 +1,11 @@
 #pragma once
 
+#include "store/path_walk.h"
+
 #include <basekit2/variant.h>
 
 #include <string>
 #include <vector>
-
-#include "store/path_walk.h"
 
 namespace lanefeed_runtime {
 

@@ -1,13 +1,13 @@
 #pragma once
 
+#include "store/catalog.h"
+#include "store/sqlite_handle.h"
+
 #include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
-
-#include "store/catalog.h"
-#include "store/sqlite_handle.h"
 
 namespace lanefeed_runtime {
 

@@ -5,13 +5,13 @@
 // window. Between bands it asks whether the request was cancelled. Nothing is kept between two
 // calls but what the tables keep. Tested by tests/timeline/bucket_query_test.cpp.
 
-#include <optional>
-#include <utility>
-
 #include "timeline/kept_time.h"
 #include "timeline/memory_timeline.h"
 #include "timeline/row_sums.h"
 #include "timeline/timeline_database.h"
+
+#include <optional>
+#include <utility>
 
 namespace lanefeed_runtime {
 

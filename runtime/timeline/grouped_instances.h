@@ -1,12 +1,12 @@
 #pragma once
 
+#include "timeline/combinations.h"
+
 #include <basekit2/variant.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <vector>
-
-#include "timeline/combinations.h"
 
 namespace lanefeed_runtime {
 

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "timeline/grouped_instances.h"
+#include "timeline/instance_table.h"
+
 #include <storelink1/timeline_database.h>
 
 #include <memory>
 #include <vector>
-
-#include "timeline/grouped_instances.h"
-#include "timeline/instance_table.h"
 
 namespace lanefeed_runtime {
 

@@ -7,10 +7,10 @@
 
 #include "timeline/instance_table.h"
 
+#include "store/schema.h"
+
 #include <algorithm>
 #include <utility>
-
-#include "store/schema.h"
 
 namespace lanefeed_runtime {
 

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "store/instance_reader.h"
+#include "timeline/grouped_instances.h"
+#include "timeline/nesting.h"
+
 #include <basekit2/error_code.h>
 #include <relay2/progress.h>
 
@@ -8,10 +12,6 @@
 #include <mutex>
 #include <string>
 #include <vector>
-
-#include "store/instance_reader.h"
-#include "timeline/grouped_instances.h"
-#include "timeline/nesting.h"
 
 namespace lanefeed_runtime {
 

@@ -1,5 +1,10 @@
 #pragma once
 
+#include "store/instance_reader.h"
+#include "store/result_facts.h"
+#include "timeline/instance_table.h"
+#include "timeline/timeline_database.h"
+
 #include <storelink1/timeline_database.h>
 
 #include <atomic>
@@ -9,11 +14,6 @@
 #include <set>
 #include <string>
 #include <vector>
-
-#include "store/instance_reader.h"
-#include "store/result_facts.h"
-#include "timeline/instance_table.h"
-#include "timeline/timeline_database.h"
 
 namespace lanefeed_runtime {
 

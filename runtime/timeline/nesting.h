@@ -1,12 +1,12 @@
 #pragma once
 
+#include "timeline/grouped_instances.h"
+
 #include <basekit2/variant.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <vector>
-
-#include "timeline/grouped_instances.h"
 
 // Which instance is innermost where several cover a tick: the one that started last; of equal
 // starts the one that ends first, and of equal spans the later one in the file. So also for

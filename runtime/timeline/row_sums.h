@@ -1,14 +1,14 @@
 #pragma once
 
-#include <storelink1/timeline_query.h>
-
-#include <memory>
-#include <vector>
-
 #include "timeline/buckets.h"
 #include "timeline/kept_time.h"
 #include "timeline/memory_timeline.h"
 #include "timeline/series_plan.h"
+
+#include <storelink1/timeline_query.h>
+
+#include <memory>
+#include <vector>
 
 namespace lanefeed_runtime {
 

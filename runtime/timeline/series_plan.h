@@ -1,5 +1,7 @@
 #pragma once
 
+#include "timeline/memory_timeline.h"
+
 #include <basekit2/error_code.h>
 #include <relay2/progress.h>
 #include <storelink1/records.h>
@@ -8,8 +10,6 @@
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "timeline/memory_timeline.h"
 
 namespace lanefeed_runtime {
 

@@ -6,10 +6,10 @@
 
 #include "timeline/timeline_database.h"
 
-#include <utility>
-
 #include "timeline/grouper.h"
 #include "timeline/memory_timeline.h"
+
+#include <utility>
 
 namespace lanefeed_runtime {
 

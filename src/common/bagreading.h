@@ -1,12 +1,12 @@
 #pragma once
 
+#include "common/check.h"
+#include "common/valuekind.h"
+
 #include <basekit2/variant_bag.h>
 
 #include <optional>
 #include <string>
-
-#include "common/check.h"
-#include "common/valuekind.h"
 
 namespace lanefeed_1 {
 

@@ -5,11 +5,11 @@
 
 #include "common/bucketmath.h"
 
+#include "common/check.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <limits>
-
-#include "common/check.h"
 
 namespace lanefeed_1::bucketmath {
 

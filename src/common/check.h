@@ -1,11 +1,11 @@
 #pragma once
 
+#include "common/logging.h"
+
 #include <initializer_list>
 #include <string>
 #include <string_view>
 #include <type_traits>
-
-#include "common/logging.h"
 
 namespace lanefeed_1 {
 

@@ -1,10 +1,9 @@
 #pragma once
 
+#include "common/check.h"
 #include "parse_logger.h"
 
 #include <string>
-
-#include "common/check.h"
 
 namespace lanefeed_1 {
 

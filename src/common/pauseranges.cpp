@@ -3,9 +3,9 @@
 
 #include "common/pauseranges.h"
 
-#include <algorithm>
-
 #include "common/check.h"
+
+#include <algorithm>
 
 namespace lanefeed_1 {
 

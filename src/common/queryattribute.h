@@ -1,13 +1,12 @@
 #pragma once
 
+#include "common/check.h"
 #include "dicerdatasource.h"
 
 #include <basekit2/variant.h>
 #include <dataface_1/query.h>
 
 #include <string>
-
-#include "common/check.h"
 
 namespace lanefeed_1 {
 

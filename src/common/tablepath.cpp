@@ -2,9 +2,9 @@
 
 #include "common/tablepath.h"
 
-#include <platkit_2_18/strings.h>
-
 #include "common/names.h"
+
+#include <platkit_2_18/strings.h>
 
 namespace lanefeed_1 {
 

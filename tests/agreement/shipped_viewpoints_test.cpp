@@ -4,17 +4,16 @@
 #include "session/shipped_viewpoints.h"
 
 #include "idicerprovider.h"
-#include "viewpointparser.h"
-
-#include <basekit2/variant_bag.h>
-
-#include <gtest/gtest.h>
-
 #include "session/open_result.h"
 #include "support/captured_log.h"
 #include "support/table_text.h"
 #include "support/temp_directory.h"
 #include "support/trace_text.h"
+#include "viewpointparser.h"
+
+#include <basekit2/variant_bag.h>
+
+#include <gtest/gtest.h>
 
 namespace lanefeed_test {
 namespace {

@@ -1,4 +1,7 @@
 // Small services: conversions, splitting, messages, environment, errors, types, loggers.
+#include "support/captured_log.h"
+#include "support/environment_guard.h"
+
 #include <basekit2/environment.h>
 #include <basekit2/error_code.h>
 #include <basekit2/type_id.h>
@@ -14,9 +17,6 @@
 #include <limits>
 #include <optional>
 #include <thread>
-
-#include "support/captured_log.h"
-#include "support/environment_guard.h"
 
 namespace {
 

@@ -1,12 +1,11 @@
 // What the base library does with anybody's queries: lists, equality, texts and sort defaults.
 #include "fake_queries.h"
+#include "support/captured_log.h"
 
 #include <facekit_1_x/conversions.h>
 #include <storelink1/utils.h>
 
 #include <gtest/gtest.h>
-
-#include "support/captured_log.h"
 
 namespace {
 

@@ -1,15 +1,14 @@
 // The table in memory, its dump into a bag, and the merger.
 #include "fake_queries.h"
+#include "support/captured_log.h"
+#include "support/table_text.h"
+#include "support/table_tree_contract.h"
 
 #include <facekit_1_x/table_building.h>
 #include <facekit_1_x/table_helpers.h>
 #include <facekit_1_x/table_wrapper.h>
 
 #include <gtest/gtest.h>
-
-#include "support/captured_log.h"
-#include "support/table_text.h"
-#include "support/table_tree_contract.h"
 
 namespace {
 

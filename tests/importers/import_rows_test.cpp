@@ -1,7 +1,6 @@
 // What each kind of event becomes in a result.
-#include "import_fixture.h"
-
 #include "common/fact_keys.h"
+#include "import_fixture.h"
 
 namespace lanefeed_importers {
 namespace {

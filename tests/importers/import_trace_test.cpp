@@ -1,11 +1,10 @@
 // The frame of an import: bad input with place and remedy, cancelling, what happens to the files.
+#include "common/fact_keys.h"
 #include "import_fixture.h"
 
 #include <csignal>
 #include <filesystem>
 #include <sys/resource.h>
-
-#include "common/fact_keys.h"
 
 namespace lanefeed_importers {
 namespace {

@@ -1,12 +1,12 @@
 // The sort by time, in memory and through its file, against a stable sort of everything.
 #include "common/time_sorter.h"
 
+#include "trace_event_json/event_record.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
-
-#include "trace_event_json/event_record.h"
 
 namespace lanefeed_importers {
 namespace {

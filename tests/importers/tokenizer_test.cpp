@@ -1,9 +1,8 @@
 // What the tokenizer finds in all the shapes a trace may have, whole and cut.
 #include "trace_event_json/tokenizer.h"
 
-#include "import_fixture.h"
-
 #include "common/byte_source.h"
+#include "import_fixture.h"
 #include "trace_event_json/json_stream.h"
 
 namespace lanefeed_importers {

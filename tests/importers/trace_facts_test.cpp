@@ -1,12 +1,11 @@
 // The facts of real traces, as an independent program found them, and the accounts of each import.
+#include "common/fact_keys.h"
 #include "import_fixture.h"
 
 #include <filesystem>
 #include <fstream>
 #include <rapidjson/document.h>
 #include <sstream>
-
-#include "common/fact_keys.h"
 
 namespace lanefeed_importers {
 namespace {

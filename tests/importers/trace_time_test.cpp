@@ -1,9 +1,9 @@
 // Times of text formats, exact to the last digit, and what is done to texts that are none.
 #include "common/trace_time.h"
 
-#include <gtest/gtest.h>
-
 #include "common/clean_text.h"
+
+#include <gtest/gtest.h>
 
 namespace lanefeed_importers {
 namespace {

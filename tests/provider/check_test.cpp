@@ -1,14 +1,14 @@
 #include "common/check.h"
 
+#include "support/captured_log.h"
+#include "support/environment_guard.h"
+
 #include <platkit_2_18/debug.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstdlib>
-
-#include "support/captured_log.h"
-#include "support/environment_guard.h"
 
 namespace {
 

@@ -2,17 +2,16 @@
 
 #include "dbiproviderimpl.h"
 #include "rowsummarytabletree.h"
+#include "support/captured_log.h"
+#include "support/environment_guard.h"
+#include "support/fake_queries.h"
+#include "support/fake_store.h"
 #include "timelinedbproviderimpl.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
-
-#include "support/captured_log.h"
-#include "support/environment_guard.h"
-#include "support/fake_queries.h"
-#include "support/fake_store.h"
 
 namespace lanefeed_test {
 

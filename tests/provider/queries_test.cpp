@@ -1,8 +1,7 @@
+#include "common/tablepath.h"
 #include "provider_fixture.h"
 
 #include <facekit_1_x/table_building.h>
-
-#include "common/tablepath.h"
 
 namespace lanefeed_test {
 namespace {

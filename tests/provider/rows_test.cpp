@@ -1,8 +1,7 @@
 #include "provider_fixture.h"
+#include "support/temp_directory.h"
 
 #include <filesystem>
-
-#include "support/temp_directory.h"
 
 namespace lanefeed_test {
 namespace {

@@ -1,3 +1,4 @@
+#include "common/tracescope.h"
 #include "provider_fixture.h"
 #include "texts.h"
 
@@ -7,8 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
-
-#include "common/tracescope.h"
 
 namespace lanefeed_test {
 namespace {

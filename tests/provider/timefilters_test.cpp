@@ -1,8 +1,7 @@
+#include "common/pauseranges.h"
 #include "provider_fixture.h"
 
 #include <facekit_1_x/table_building.h>
-
-#include "common/pauseranges.h"
 
 namespace lanefeed_test {
 namespace {

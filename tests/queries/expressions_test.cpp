@@ -1,11 +1,11 @@
 // Expressions for the ends of an axis, against a small result.
 #include "queries/expressions.h"
 
-#include <gtest/gtest.h>
-
 #include "session/open_result.h"
 #include "support/temp_directory.h"
 #include "support/trace_text.h"
+
+#include <gtest/gtest.h>
 
 namespace lanefeed_test {
 namespace {

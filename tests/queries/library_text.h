@@ -1,5 +1,7 @@
 #pragma once
 
+#include "queries/query_library.h"
+
 #include <basekit2/variant_bag.h>
 #include <dataface_1/query_library.h>
 
@@ -7,8 +9,6 @@
 
 #include <string>
 #include <vector>
-
-#include "queries/query_library.h"
 
 namespace lanefeed_test {
 

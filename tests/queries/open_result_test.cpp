@@ -1,6 +1,10 @@
 // Opening a result: what it hands out, and what is said when it cannot be opened.
 #include "session/open_result.h"
 
+#include "session/shipped_viewpoints.h"
+#include "support/temp_directory.h"
+#include "support/trace_text.h"
+
 #include <dataface_1/filters.h>
 #include <dataface_1/manipulator.h>
 #include <dataface_1/query_library.h>
@@ -11,10 +15,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-
-#include "session/shipped_viewpoints.h"
-#include "support/temp_directory.h"
-#include "support/trace_text.h"
 
 namespace lanefeed_test {
 namespace {

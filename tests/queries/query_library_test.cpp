@@ -1,9 +1,8 @@
 // How elements of a viewpoint name queries, and the bags that the library is handed by programs.
 #include "library_text.h"
+#include "support/captured_log.h"
 
 #include <gmock/gmock.h>
-
-#include "support/captured_log.h"
 
 namespace lanefeed_test {
 namespace {

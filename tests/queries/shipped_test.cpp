@@ -1,5 +1,8 @@
 // The definitions, viewpoints and texts that come with the runtime fit each other and the schema.
 #include "library_text.h"
+#include "messages/message_catalogs.h"
+#include "session/shipped_viewpoints.h"
+#include "store/schema.h"
 
 #include <settingstore2/message_catalogs.h>
 
@@ -7,10 +10,6 @@
 
 #include <functional>
 #include <set>
-
-#include "messages/message_catalogs.h"
-#include "session/shipped_viewpoints.h"
-#include "store/schema.h"
 
 namespace lanefeed_test {
 namespace {

@@ -1,12 +1,12 @@
 // Values by row id, held in memory or read row by row: both must answer alike.
+#include "support/store_text.h"
+#include "support/trace_text.h"
+
 #include <storelink1/utils.h>
 
 #include <gtest/gtest.h>
 
 #include <thread>
-
-#include "support/store_text.h"
-#include "support/trace_text.h"
 
 namespace lanefeed_runtime {
 namespace {

@@ -1,16 +1,16 @@
 // A disk that fails at any write leaves no new file and the old result as it was.
+#include "store/open_store.h"
+#include "store/result_writer.h"
+#include "support/faulty_vfs.h"
+#include "support/temp_directory.h"
+#include "support/trace_text.h"
+
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <fstream>
 #include <sstream>
 #include <sys/resource.h>
-
-#include "store/open_store.h"
-#include "store/result_writer.h"
-#include "support/faulty_vfs.h"
-#include "support/temp_directory.h"
-#include "support/trace_text.h"
 
 namespace lanefeed_runtime {
 namespace {

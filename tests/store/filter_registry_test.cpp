@@ -1,9 +1,9 @@
 // Filters by name: one registry behind two views.
 #include "store/filter_registry.h"
 
-#include <gtest/gtest.h>
-
 #include "store/filter_parts.h"
+
+#include <gtest/gtest.h>
 
 namespace lanefeed_runtime {
 namespace {

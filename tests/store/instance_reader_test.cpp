@@ -1,13 +1,13 @@
 // Bulk reads against the record sets of the same paths.
 #include "store/instance_reader.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-
 #include "support/cancel_at_poll.h"
 #include "support/store_text.h"
 #include "support/trace_text.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
 
 namespace lanefeed_runtime {
 namespace {

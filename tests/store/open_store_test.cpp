@@ -1,6 +1,14 @@
 // Files that are no good: each gets its own words, none gets the process down.
 #include "store/open_store.h"
 
+#include "store/instance_reader.h"
+#include "store/result_facts.h"
+#include "store/schema.h"
+#include "support/captured_log.h"
+#include "support/random_seed.h"
+#include "support/store_text.h"
+#include "support/trace_text.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -9,14 +17,6 @@
 #include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include "store/instance_reader.h"
-#include "store/result_facts.h"
-#include "store/schema.h"
-#include "support/captured_log.h"
-#include "support/random_seed.h"
-#include "support/store_text.h"
-#include "support/trace_text.h"
 
 namespace lanefeed_runtime {
 namespace {

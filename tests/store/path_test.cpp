@@ -1,15 +1,15 @@
 // Every path that the references allow, in every form, against rows followed by hand.
-#include <storelink1/utils.h>
-
-#include <gtest/gtest.h>
-
-#include <map>
-
 #include "store/dialect.h"
 #include "store/schema.h"
 #include "store/sqlite_handle.h"
 #include "support/store_text.h"
 #include "support/trace_text.h"
+
+#include <storelink1/utils.h>
+
+#include <gtest/gtest.h>
+
+#include <map>
 
 namespace lanefeed_runtime {
 namespace {

@@ -1,14 +1,14 @@
 // Conditions, order, keys and types of the relational face.
+#include "support/cancel_at_poll.h"
+#include "support/random_seed.h"
+#include "support/store_text.h"
+#include "support/trace_text.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <limits>
 #include <random>
-
-#include "support/cancel_at_poll.h"
-#include "support/random_seed.h"
-#include "support/store_text.h"
-#include "support/trace_text.h"
 
 namespace lanefeed_runtime {
 namespace {

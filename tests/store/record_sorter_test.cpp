@@ -1,14 +1,14 @@
 // Sorting against std::stable_sort, in memory and over runs on disk.
 #include "store/record_sorter.h"
 
+#include "support/random_seed.h"
+#include "support/temp_directory.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <random>
-
-#include "support/random_seed.h"
-#include "support/temp_directory.h"
 
 namespace lanefeed_runtime {
 namespace {

@@ -1,11 +1,11 @@
 // Facts and faces of an open result.
+#include "support/store_text.h"
+#include "support/trace_text.h"
+
 #include <gtest/gtest.h>
 
 #include <set>
 #include <thread>
-
-#include "support/store_text.h"
-#include "support/trace_text.h"
 
 namespace lanefeed_runtime {
 namespace {

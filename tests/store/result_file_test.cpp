@@ -1,16 +1,16 @@
 // Which old files give way to a new result, and what is left behind when things go wrong.
+#include "store/open_store.h"
+#include "store/result_facts.h"
+#include "store/result_writer.h"
+#include "support/temp_directory.h"
+#include "support/trace_text.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include "store/open_store.h"
-#include "store/result_facts.h"
-#include "store/result_writer.h"
-#include "support/temp_directory.h"
-#include "support/trace_text.h"
 
 namespace lanefeed_runtime {
 namespace {

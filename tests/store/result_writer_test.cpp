@@ -1,13 +1,13 @@
 // What the writer makes of what it is given: times, order, rows, facts.
 #include "store/result_writer.h"
 
-#include <gtest/gtest.h>
-
 #include "store/open_store.h"
 #include "store/result_facts.h"
 #include "support/cancel_at_poll.h"
 #include "support/store_text.h"
 #include "support/temp_directory.h"
+
+#include <gtest/gtest.h>
 
 namespace lanefeed_runtime {
 namespace {

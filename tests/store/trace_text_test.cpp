@@ -1,12 +1,12 @@
 // The text form that other tests write their traces in says what it seems to say.
 #include "support/trace_text.h"
 
+#include "store/result_facts.h"
+#include "support/store_text.h"
+
 #include <gtest/gtest.h>
 
 #include <stdexcept>
-
-#include "store/result_facts.h"
-#include "support/store_text.h"
 
 namespace lanefeed_test {
 namespace {

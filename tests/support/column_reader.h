@@ -1,5 +1,7 @@
 #pragma once
 
+#include "store/instance_reader.h"
+
 #include <relay2/progress.h>
 
 #include <atomic>
@@ -7,8 +9,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "store/instance_reader.h"
 
 // A store of columns in memory, for tests and benchmarks of what reads whole tables.
 namespace lanefeed_test {

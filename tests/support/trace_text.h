@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-
 #include "store/open_store.h"
 #include "store/result_writer.h"
 #include "support/temp_directory.h"
+
+#include <string>
 
 namespace lanefeed_test {
 

@@ -1,5 +1,10 @@
 #pragma once
 
+#include "store/result_facts.h"
+#include "timeline/buckets.h"
+#include "timeline/random_instances.h"
+#include "timeline/timeline_database.h"
+
 #include <storelink1/timeline_query.h>
 
 #include <algorithm>
@@ -8,11 +13,6 @@
 #include <random>
 #include <string>
 #include <vector>
-
-#include "store/result_facts.h"
-#include "timeline/buckets.h"
-#include "timeline/random_instances.h"
-#include "timeline/timeline_database.h"
 
 // Asks bucketed questions about random instances and gives the answers in a form that is easy to
 // compare, beside what the same question costs tick by tick.

@@ -1,11 +1,11 @@
 // Bucketed series against what comes out tick by tick.
 
+#include "timeline/bucket_asker.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <set>
-
-#include "timeline/bucket_asker.h"
 
 namespace {
 

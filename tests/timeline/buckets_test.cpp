@@ -2,13 +2,13 @@
 
 #include "timeline/buckets.h"
 
+#include "timeline/kept_time.h"
+
 #include <gtest/gtest.h>
 
 #include <map>
 #include <random>
 #include <vector>
-
-#include "timeline/kept_time.h"
 
 namespace {
 

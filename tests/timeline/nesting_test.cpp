@@ -2,6 +2,8 @@
 
 #include "timeline/nesting.h"
 
+#include "timeline/random_instances.h"
+
 #include <gtest/gtest.h>
 
 #include <map>
@@ -9,8 +11,6 @@
 #include <set>
 #include <tuple>
 #include <vector>
-
-#include "timeline/random_instances.h"
 
 namespace {
 

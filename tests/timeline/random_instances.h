@@ -1,10 +1,10 @@
 #pragma once
 
+#include "support/column_reader.h"
+
 #include <algorithm>
 #include <random>
 #include <vector>
-
-#include "support/column_reader.h"
 
 // Instance sets in which everything happens: nested, crossing, equal and touching spans, gaps.
 namespace lanefeed_test {

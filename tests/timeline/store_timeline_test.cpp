@@ -1,5 +1,7 @@
 // The timeline face over a real result: paths, names, counters and pauses as the store has them.
 
+#include "support/trace_text.h"
+
 #include <storelink1/utils.h>
 
 #include <gtest/gtest.h>
@@ -7,8 +9,6 @@
 #include <map>
 #include <string>
 #include <vector>
-
-#include "support/trace_text.h"
 
 namespace {
 

@@ -2,14 +2,14 @@
 
 #include "timeline/timeline_database.h"
 
+#include "store/result_facts.h"
+#include "timeline/random_instances.h"
+
 #include <gtest/gtest.h>
 
 #include <random>
 #include <thread>
 #include <vector>
-
-#include "store/result_facts.h"
-#include "timeline/random_instances.h"
 
 namespace {
 

@@ -1,6 +1,8 @@
 // What goes wrong ends in one line with file and remedy, the told exit code, and no half-written
 // result.
 
+#include "tool/run_tool.h"
+
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -8,8 +10,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
-
-#include "tool/run_tool.h"
 
 namespace {
 

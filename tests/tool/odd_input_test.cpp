@@ -2,12 +2,12 @@
 // default asks for, pauses behind the trace. Each ends in the right answer or in an error that
 // helps, never in half an answer.
 
+#include "tool/run_tool.h"
+
 #include <gtest/gtest.h>
 
 #include <cstddef>
 #include <string>
-
-#include "tool/run_tool.h"
 
 namespace {
 

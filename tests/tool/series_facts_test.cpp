@@ -1,6 +1,8 @@
 // What the client prints for bundled traces against facts that were found out independently: the
 // facts of a result, and sums of series that must come out whatever the buckets and windows.
 
+#include "tool/run_tool.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -8,8 +10,6 @@
 #include <rapidjson/document.h>
 #include <string>
 #include <vector>
-
-#include "tool/run_tool.h"
 
 namespace {
 

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "dbiproviderimpl.h"
-
-#include <string>
-
 #include "support/fake_queries.h"
 #include "support/fake_store.h"
+
+#include <string>
 
 namespace lanefeed_test {
 

@@ -2,15 +2,15 @@
 
 #include "common/bucketmath.h"
 
+#include "support/captured_log.h"
+#include "support/random_seed.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
 #include <numeric>
 #include <random>
-
-#include "support/captured_log.h"
-#include "support/random_seed.h"
 
 namespace lanefeed_1 {
 namespace {

@@ -2,12 +2,11 @@
 
 #include "bound_provider.h"
 #include "series_tables.h"
+#include "support/table_text.h"
+#include "support/table_tree_contract.h"
 #include "tabletrees.h"
 
 #include <gtest/gtest.h>
-
-#include "support/table_text.h"
-#include "support/table_tree_contract.h"
 
 namespace lanefeed_1 {
 namespace {

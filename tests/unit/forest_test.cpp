@@ -2,15 +2,14 @@
 
 #include "bound_provider.h"
 #include "series_tables.h"
+#include "support/captured_log.h"
+#include "support/table_text.h"
 
 #include <dataface_1/error.h>
 #include <dataface_1/manipulator.h>
 #include <slicekit_1_0/rpn_processor.h>
 
 #include <gtest/gtest.h>
-
-#include "support/captured_log.h"
-#include "support/table_text.h"
 
 namespace lanefeed_test {
 namespace {

@@ -3,14 +3,13 @@
 #include "overtime_tabletree.h"
 
 #include "series_tables.h"
-#include "tabletrees.h"
-
-#include <gtest/gtest.h>
-
 #include "support/captured_log.h"
 #include "support/fake_store.h"
 #include "support/table_text.h"
 #include "support/table_tree_contract.h"
+#include "tabletrees.h"
+
+#include <gtest/gtest.h>
 
 namespace lanefeed_1 {
 namespace {

@@ -3,14 +3,13 @@
 #include "bound_provider.h"
 #include "rowsummarytabletree.h"
 #include "series_tables.h"
+#include "support/captured_log.h"
+#include "support/table_text.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
-
-#include "support/captured_log.h"
-#include "support/table_text.h"
 
 namespace lanefeed_test {
 

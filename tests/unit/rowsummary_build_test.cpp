@@ -1,7 +1,6 @@
 // The row table: what it asks of the store, what it makes of it, and its lookups.
 
 #include "row_tables.h"
-
 #include "support/table_tree_contract.h"
 
 namespace lanefeed_test {

@@ -1,11 +1,10 @@
 // Sums of children into parents: missing data, shapes that differ, and totals of random trees.
 
 #include "row_tables.h"
+#include "support/random_seed.h"
 
 #include <cmath>
 #include <random>
-
-#include "support/random_seed.h"
 
 namespace lanefeed_test {
 namespace {

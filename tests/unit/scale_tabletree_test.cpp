@@ -1,12 +1,11 @@
 // The scaled table: which cells are multiplied, and what is handed on as it is.
 
 #include "series_tables.h"
+#include "support/table_text.h"
+#include "support/table_tree_contract.h"
 #include "tabletrees.h"
 
 #include <gtest/gtest.h>
-
-#include "support/table_text.h"
-#include "support/table_tree_contract.h"
 
 namespace lanefeed_1 {
 namespace {

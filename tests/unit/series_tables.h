@@ -2,6 +2,7 @@
 
 #include "overtimedata.h"
 #include "queryparam.h"
+#include "support/fake_queries.h"
 
 #include <facekit_1_x/table_building.h>
 
@@ -9,8 +10,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "support/fake_queries.h"
 
 namespace lanefeed_test {
 

@@ -1,10 +1,9 @@
 // Which layers a result can show.
 #include "idicerprovider.h"
-#include "viewpoint_text.h"
-
 #include "session/open_result.h"
 #include "support/fake_store.h"
 #include "support/trace_text.h"
+#include "viewpoint_text.h"
 
 namespace lanefeed_1 {
 namespace {

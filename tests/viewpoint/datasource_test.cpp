@@ -1,9 +1,8 @@
 #include "dicerdatasource.h"
 #include "fake_queries.h"
+#include "support/captured_log.h"
 
 #include <gtest/gtest.h>
-
-#include "support/captured_log.h"
 
 namespace lanefeed_1 {
 namespace {

@@ -1,16 +1,15 @@
 // Whole viewpoints against the bundled query library: each golden/NAME.xml is parsed, and what
 // comes out is compared with golden/NAME.txt: the records, what was logged while parsing, and what
 // printMessages writes. LANEFEED_UPDATE_GOLDEN=1 writes the files anew.
+#include "queries/query_library.h"
 #include "record_text.h"
+#include "support/captured_log.h"
 #include "viewpoint_text.h"
 
 #include <basekit2/environment.h>
 
 #include <fstream>
 #include <sstream>
-
-#include "queries/query_library.h"
-#include "support/captured_log.h"
 
 namespace lanefeed_1 {
 namespace {

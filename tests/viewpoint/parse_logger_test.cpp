@@ -1,8 +1,7 @@
 #include "parse_logger.h"
 
-#include "viewpoint_text.h"
-
 #include "support/captured_log.h"
+#include "viewpoint_text.h"
 
 namespace lanefeed_1 {
 namespace {

@@ -1,9 +1,8 @@
 #include "record_text.h"
+#include "support/captured_log.h"
 #include "viewpoint_text.h"
 
 #include <boost/lexical_cast.hpp>
-
-#include "support/captured_log.h"
 
 namespace lanefeed_1 {
 namespace {

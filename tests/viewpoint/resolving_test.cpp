@@ -1,6 +1,5 @@
-#include "viewpoint_text.h"
-
 #include "support/captured_log.h"
+#include "viewpoint_text.h"
 
 namespace lanefeed_1 {
 namespace {
