@@ -106,7 +106,7 @@ protected:
     }
     // Each column as name, values that it is restricted to, and colour; nested ones indented.
     std::string columnsOf(const OverTimeData& data,
-                          const BaseProviderImpl::ColumnQueries& queries) {
+                          const BaseProviderImpl::ColumnQueries& queries) const {
         const auto tree = facekit_1_x::createTableTree();
         BaseProviderImpl::Columns columns;
         EXPECT_TRUE(
@@ -136,12 +136,13 @@ protected:
             text += " row " + std::to_string(property.get<int>());
         return text;
     }
-    BaseProviderImpl::ColumnQueries queriesOf(const OverTimeData& data) {
+    BaseProviderImpl::ColumnQueries queriesOf(const OverTimeData& data) const {
         BaseProviderImpl::ColumnQueries queries;
         EXPECT_TRUE(m_bound.provider->createColumnQueries(data, queries));
         return queries;
     }
-    bool forestOf(const std::vector<OverTimeData>& records, BaseProviderImpl::Forest& forest) {
+    bool forestOf(const std::vector<OverTimeData>& records,
+                  BaseProviderImpl::Forest& forest) const {
         return m_bound.provider->arrayToForest(nullptr, 10, nullptr, 1, records, forest,
                                                windowOf(0, 10, 1));
     }

@@ -47,25 +47,28 @@ protected:
         source.m_defaultQuery = infoQuery(facts);
         return source;
     }
-    void addThread(int id, const basekit2::variant_t& name) {
+    void addThread(int id, const basekit2::variant_t& name) const {
         m_bound.database->tables["dd_thread"].push_back({{"rowid", id}, {"dd_thread.name", name}});
     }
-    void addBand(const std::string& path, int id, basekit2::u64_t start, basekit2::u64_t end) {
+    void addBand(const std::string& path,
+                 int id,
+                 basekit2::u64_t start,
+                 basekit2::u64_t end) const {
         m_bound.database->tables["dd_band::" + path].push_back(
             {{"dd_band::" + path, id}, {"start_tsc", start}, {"end_tsc", end}});
     }
     // Null when it cannot be built.
     Table build(const std::vector<lanefeed_1::DicerDataSource>& rowBys,
                 const std::string& filterName = "global",
-                const Query& restriction = {}) {
+                const Query& restriction = {}) const {
         auto table = basekit2::make_object<lanefeed_1::RowSummaryTableTree>();
         const bool built = table->init(m_bound.input, rowBys, m_bound.provider.get(), filterName,
                                        dataface_1::IInfoQuery::cast(restriction));
         return built ? Table(table) : Table();
     }
-    Table buildThreads() { return build({rowBy(bandFacts("dd_thread"))}); }
+    Table buildThreads() const { return build({rowBy(bandFacts("dd_thread"))}); }
     // A grid of the columns "name" and "busy"; `facts` are those of the grouping.
-    Table buildOnGrid(const std::vector<GridRow>& rows, const QueryFacts& facts) {
+    Table buildOnGrid(const std::vector<GridRow>& rows, const QueryFacts& facts) const {
         const auto grid = facekit_1_x::createTableTree();
         const auto grouping =
             basekit2::make_object<FakeVectorQuery>(std::vector<Query>{infoQuery(facts)}, facts);

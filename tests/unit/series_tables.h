@@ -27,7 +27,7 @@ inline basekit2::sptr_t<dataface_1::IQuery> namedQuery(const std::string& name) 
 // The bucket column, then one column per name; a name that begins with "." nests in the one before.
 inline basekit2::sptr_t<facekit_1_x::IDPIHelperTableTree> seriesColumns(
     const std::vector<std::string>& names) {
-    const auto tree = facekit_1_x::createTableTree();
+    auto tree = facekit_1_x::createTableTree();
     const auto add = [&tree](int kind, const std::string& name, const auto& parent) {
         const auto column = facekit_1_x::createColumn(kind, namedQuery(name), tree);
         tree->addColumn(column, parent, 0);
