@@ -31,7 +31,7 @@ std::optional<std::int64_t> wholeNumber(std::string_view text) {
 }  // namespace
 
 Collector::Collector(const ImportOptions& options) : m_options(options) {
-    onRestart();
+    Collector::onRestart();
 }
 
 void Collector::onRestart() {

@@ -5,6 +5,7 @@
 
 #include "common/byte_source.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <utility>
@@ -45,7 +46,7 @@ std::size_t mendPairs(char* text, std::size_t length, bool isLast) {
         const Half half = halfAt(at);
         const bool isPair = half == Half::first && left >= 2 * kEscapeSize &&
                             at[kEscapeSize] == '\\' && halfAt(at + kEscapeSize) == Half::second;
-        if (half != Half::none && !isPair) std::memcpy(at + 2, "fffd", 4);
+        if (half != Half::none && !isPair) std::copy_n("fffd", 4, at + 2);
         at += isPair ? 2 * kEscapeSize : 2;
     }
 }
