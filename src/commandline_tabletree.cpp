@@ -5,6 +5,7 @@
 
 #include "baseproviderimpl.h"
 #include "common/bucketmath.h"
+#include "common/forwardingrow.h"
 #include "common/names.h"
 #include "common/nodewalk.h"
 #include "common/poolallocator.h"
@@ -75,27 +76,19 @@ private:
 };
 
 // A row of the wrapped table with the two bounds. Belongs to the table of this file.
-class CLOvertimeTableRow : public ITableRow {
+class CLOvertimeTableRow : public ForwardingRow {
 public:
     // tree: not owned, outlives the row.
     CLOvertimeTableRow(CLOvertimeTableTree* tree, sptr_t<ITableRow> row)
-        : m_tree(tree), m_row(std::move(row)) {}
+        : ForwardingRow(std::move(row)), m_tree(tree) {}
 
-    sptr_t<dataface_1::IQuery> getQuery() override { return m_row->getQuery(); }
     sptr_t<ITableTree> getTableTree() override;
-    sptr_t<ITableRow> getParent() override { return m_row->getParent(); }
     bool getContent(const sptr_t<IColumnInfo>& column,
                     cell_contents_t contents,
                     variant_t& out) override;
-    status_t getChildren(generic_iterator_t<sptr_t<ITableRow>>& out,
-                         relay2::IProgress* progress,
-                         bool flag) override {
-        return m_row->getChildren(out, progress, flag);
-    }
 
 private:
     CLOvertimeTableTree* m_tree;
-    sptr_t<ITableRow> m_row;
 };
 
 class CLOvertimeTableTree : public ITableTree {
@@ -153,10 +146,10 @@ sptr_t<ITableTree> CLOvertimeTableRow::getTableTree() {
 bool CLOvertimeTableRow::getContent(const sptr_t<IColumnInfo>& column,
                                     cell_contents_t contents,
                                     variant_t& out) {
-    if (m_tree->isBinStartColumn(column)) return m_tree->getBinStartTime(m_row.get(), out);
-    if (m_tree->isBinEndColumn(column)) return m_tree->getBinEndTime(m_row.get(), out);
+    if (m_tree->isBinStartColumn(column)) return m_tree->getBinStartTime(wrapped().get(), out);
+    if (m_tree->isBinEndColumn(column)) return m_tree->getBinEndTime(wrapped().get(), out);
     const auto* own = dynamic_cast<const CLOvertimeColumnInfo*>(column.get());
-    return m_row->getContent(own != nullptr ? own->wrapped() : column, contents, out);
+    return wrapped()->getContent(own != nullptr ? own->wrapped() : column, contents, out);
 }
 
 CLOvertimeTableTree::CLOvertimeTableTree(const sptr_t<ITableTree>& tree,

@@ -2,6 +2,7 @@
 // over-time values to the time scale of a layer. Sums of rows are not offered, for the wrapped
 // table would not know the rows. Tested by tests/unit/scale_tabletree_test.cpp.
 
+#include "common/forwardingrow.h"
 #include "common/nodewalk.h"
 #include "common/poolallocator.h"
 #include "common/valuekind.h"
@@ -28,27 +29,19 @@ using dataface_1::ITableTree;
 class ScaleTableTree;
 
 // A row of the wrapped table with its cells scaled. Belongs to the table of this file.
-class ScaleTableRow : public ITableRow {
+class ScaleTableRow : public ForwardingRow {
 public:
     // tree: not owned, outlives the row.
     ScaleTableRow(ScaleTableTree* tree, sptr_t<ITableRow> row)
-        : m_tree(tree), m_row(std::move(row)) {}
+        : ForwardingRow(std::move(row)), m_tree(tree) {}
 
-    sptr_t<dataface_1::IQuery> getQuery() override { return m_row->getQuery(); }
     sptr_t<ITableTree> getTableTree() override;
-    sptr_t<ITableRow> getParent() override { return m_row->getParent(); }
     bool getContent(const sptr_t<IColumnInfo>& column,
                     cell_contents_t contents,
                     variant_t& out) override;
-    status_t getChildren(generic_iterator_t<sptr_t<ITableRow>>& out,
-                         relay2::IProgress* progress,
-                         bool flag) override {
-        return m_row->getChildren(out, progress, flag);
-    }
 
 private:
     ScaleTableTree* m_tree;
-    sptr_t<ITableRow> m_row;
 };
 
 class ScaleTableTree : public ITableTree {
@@ -86,7 +79,7 @@ sptr_t<ITableTree> ScaleTableRow::getTableTree() {
 bool ScaleTableRow::getContent(const sptr_t<IColumnInfo>& column,
                                cell_contents_t contents,
                                variant_t& out) {
-    if (!m_row->getContent(column, contents, out)) return false;
+    if (!wrapped()->getContent(column, contents, out)) return false;
     if (contents != dataface_1::ccValue && contents != dataface_1::ccSecondValue) return true;
     if (column.is_null() || (column->getType() & dataface_1::numericColumnBit) == 0) return true;
     if (isNumber(out)) out = basekit2::variant_mult(out, m_tree->scale());
