@@ -1,4 +1,6 @@
 // Bags in memory and as XML: types of attributes, round trips, errors with their places.
+#include "support/temp_directory.h"
+
 #include <basekit2/variant_bag.h>
 
 #include <gtest/gtest.h>
@@ -15,6 +17,7 @@ using basekit2::is_success;
 using basekit2::load_variant_bag_from_string2;
 using basekit2::variant_bag_t;
 using basekit2::variant_t;
+using lanefeed_test::TempDirectory;
 
 // The whole of a bag with its types, for comparisons that print well.
 std::string shown(const variant_bag_t& bag) {
@@ -37,25 +40,6 @@ std::string loaded(const std::string& xml, const std::string& root) {
     EXPECT_EQ(shown(bag), "old{}") << "a failed load changed the bag";
     return err.expression();
 }
-
-class TemporaryFolder {
-public:
-    TemporaryFolder() : m_path(std::filesystem::path(testing::TempDir()) / "lanefeed_bag_xml") {
-        std::filesystem::remove_all(m_path);
-        std::filesystem::create_directories(m_path);
-    }
-    ~TemporaryFolder() { std::filesystem::remove_all(m_path); }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    std::string file(const std::string& name) const { return (m_path / name).string(); }
-    std::size_t fileCount() const {
-        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(m_path),
-                                                      std::filesystem::directory_iterator()));
-    }
-
-private:
-    std::filesystem::path m_path;
-};
 
 TEST(VariantBag, KeepsOrderAndRepeatedNames) {
     variant_bag_t bag("root");
@@ -156,7 +140,7 @@ TEST(BagXml, LeavesOutWhatHasNoPrintedFormAndRefusesWhatXmlCannotHold) {
 }
 
 TEST(BagXml, ReplacesAFileOnlyByAWholeOne) {
-    const TemporaryFolder folder;
+    const TempDirectory folder;
     const std::string name = folder.file("dump.xml");
     variant_bag_t bag;
     bag.add("a", 1);
@@ -169,17 +153,17 @@ TEST(BagXml, ReplacesAFileOnlyByAWholeOne) {
     EXPECT_EQ(shown(read), "bag{a:6=1;}");
     bag.add("b", 2);
     ASSERT_TRUE(is_success(save_variant_bag2(bag, name, "bag")));
-    EXPECT_EQ(folder.fileCount(), 1U) << "a temporary file was left behind";
+    EXPECT_EQ(folder.names().size(), 1U) << "a temporary file was left behind";
 
     // A folder cannot be replaced by a file.
     std::filesystem::create_directories(folder.file("folder"));
     const error_code_t err = save_variant_bag2(bag, folder.file("folder"), "bag");
     EXPECT_NE(err.expression().find("folder: "), std::string::npos) << err.as_string(1);
-    EXPECT_EQ(folder.fileCount(), 2U);
+    EXPECT_EQ(folder.names().size(), 2U);
 }
 
 TEST(BagXml, FileErrorsNameTheFile) {
-    const TemporaryFolder folder;
+    const TempDirectory folder;
     const std::string name = folder.file("broken.xml");
     std::ofstream(name) << "<v>\n<a/>\n<b>\n</v>";
     variant_bag_t bag;

@@ -1,5 +1,6 @@
 #include "common/tracescope.h"
 #include "provider_fixture.h"
+#include "support/temp_directory.h"
 #include "texts.h"
 
 #include <facekit_1_x/table_building.h>
@@ -145,10 +146,9 @@ public:
 };
 
 TEST(TableDump, IsWrittenOnlyWhenTheEnvironmentAsksForIt) {
-    const auto folder = std::filesystem::temp_directory_path() / "lanefeed_dump_test";
-    std::filesystem::create_directories(folder);
+    const TempDirectory folder;
     const auto back = std::filesystem::current_path();
-    std::filesystem::current_path(folder);
+    std::filesystem::current_path(folder.path());
     {
         const EnvironmentGuard empty("LANEFEED_SAVE_DATA", "");
         lanefeed_1::BaseProviderImpl::dumpTableTreeToFile(basekit2::make_object<UntouchableTree>(),
@@ -166,7 +166,6 @@ TEST(TableDump, IsWrittenOnlyWhenTheEnvironmentAsksForIt) {
     text << file.rdbuf();
     EXPECT_NE(text.str().find("<bag"), std::string::npos) << text.str();
     std::filesystem::current_path(back);
-    std::filesystem::remove_all(folder);
 }
 
 }  // namespace
