@@ -164,14 +164,22 @@ public:
         return found == known.end() ? sptr_t<dataface_1::IVectorQuery>() : found->second;
     }
     sptr_t<IQuery> findQuery(const std::string&, relay2::IMessenger*) override { return {}; }
-    bool createQuery(const basekit2::variant_bag_t&,
-                     sptr_t<IQuery>&,
+    // Makes a query that counts, whose id is that of the bag, unless it refuses.
+    bool createQuery(const basekit2::variant_bag_t& bag,
+                     sptr_t<IQuery>& out,
                      relay2::IMessenger*) override {
-        return false;
+        created.push_back(bag);
+        if (refuses) return false;
+        Facts facts;
+        facts.id = bag.get<variant_t>("id")->get<std::string>();
+        out = make<FakeData<dataface_1::IInstanceCountQuery>>(facts);
+        return true;
     }
 
     std::map<std::string, sptr_t<dataface_1::IVectorQuery>> known;
     std::vector<std::string> asked;
+    std::vector<basekit2::variant_bag_t> created;
+    bool refuses = false;
     std::set<relay2::IMessenger*> messengers;
 };
 

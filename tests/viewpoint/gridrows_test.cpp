@@ -23,7 +23,10 @@ public:
         return {};
     }
     int getQueryFlags() override { return 0; }
-    void setColumnBy(const sptr_t<IVectorQuery>&) override { ++columnsSet; }
+    void setColumnBy(const sptr_t<IVectorQuery>& query) override {
+        columns = query;
+        ++columnsSet;
+    }
     sptr_t<dataface_1::IQuery> getRowByForLevel(const sptr_t<dataface_1::IQuery>&,
                                                 int level) override {
         return level == 1 ? picked : sptr_t<dataface_1::IQuery>();
@@ -34,6 +37,7 @@ public:
 
     std::vector<sptr_t<IVectorQuery>> groupings;
     sptr_t<dataface_1::IQuery> picked;
+    sptr_t<IVectorQuery> columns;
     int columnsSet = 0;
 };
 
@@ -102,10 +106,87 @@ TEST_F(RowGroups, AreAskedOfAGridOnlyWithoutRowsOfTheirOwn) {
               "area 1: Both rowBy and gridQuery sections are present in the same rowSet. "
               "Grid query won't be used\n");
     EXPECT_EQ(m_grid->columnsSet, 1);
-    m_grid->groupings = {fakes::vectorOf({})};
-    m_parser.resolveQueries();
-    EXPECT_EQ(m_logger->areaMessages[2].at(0).rfind("Failed to get groupings for gridQuery: ", 0),
-              0U);
+}
+
+// Alternatives and the alternatives of a list become records; what follows a bad grouping does not.
+TEST_F(RowGroups, BecomeRecordsUpToTheFirstThatCannotBeRead) {
+    const auto info = [](const std::string& id, const std::string& color = "") {
+        fakes::Facts facts;
+        facts.id = id;
+        facts.table = "dd_band";
+        facts.path = "dd_" + id;
+        facts.attr = "name";
+        if (!color.empty()) facts.attributes["timelineGraphColor"] = color.c_str();
+        return fakes::info(facts);
+    };
+    const auto data = fakes::make<fakes::FakeData<dataface_1::ITimeQuery>>({});
+    const auto good =
+        fakes::vectorOf({info("a", "1,2,3"), fakes::vectorOf({info("b"), info("c")})});
+    const std::pair<sptr_t<IVectorQuery>, std::string> cases[] = {
+        {nullptr, "Null rowBy query"},
+        {fakes::vectorOf({}), "Empty rowBy in gridQuery"},
+        {fakes::vectorOf({fakes::vectorOf({})}), "Empty rowBy in gridQuery"},
+        {fakes::vectorOf({info("d"), nullptr}), "rowBy is not a valid info or vector query"},
+        {fakes::vectorOf({info("d"), data}), "rowBy is not a valid info or vector query"},
+        {fakes::vectorOf({fakes::vectorOf({info("d"), data})}), "rowBy is not valid"},
+    };
+    for (const auto& [bad, text] : cases) {
+        parse("<area><rowSet/></area>");
+        RowSet& rowSet = m_parser.m_areas[0].rowSets[0];
+        rowSet.gridQuery = m_grid;
+        m_grid->groupings = {good, fakes::vectorOf({info("e")}), bad, good};
+        m_parser.resolveQueries();
+        EXPECT_EQ(messages().rfind("area 1: Failed to get groupings for gridQuery: "
+                                   "IsNot.Expected.Situation: " +
+                                       text + ", at file: ",
+                                   0),
+                  0U)
+            << messages();
+        m_logger = basekit2::make_object<ParseLogger>();
+        ASSERT_EQ(rowSet.rowBys.size(), 4U) << text;
+        std::string rows;
+        for (const RowBy& row : rowSet.rowBys)
+            rows += row.ds.m_table + "::" + row.ds.m_path + "." + row.ds.m_attr +
+                    (row.continuesGroup ? "+" : "") + (row.valid ? " " : "invalid");
+        EXPECT_EQ(rows,
+                  "dd_band::dd_a.name dd_band::dd_b.name+ dd_band::dd_c.name+ "
+                  "dd_band::dd_e.name ");
+        EXPECT_EQ(rowSet.rowBys[3].displayName, "[%Running_wait_state]");
+        EXPECT_TRUE(rowSet.rowBys[0].hasColor && rowSet.rowBys[0].color.blue == 3);
+        EXPECT_FALSE(rowSet.rowBys[1].hasColor);
+    }
+}
+
+TEST_F(RowGroups, GetTheirColumnsFromTheLayers) {
+    fakes::Facts facts;
+    facts.id = "value";
+    facts.table = "counter_data";
+    facts.path = "value";
+    const auto time = fakes::make<fakes::FakeData<dataface_1::ITimeQuery>>({});
+    m_library->known = {{"time", fakes::vectorOf({time})},
+                        {"value", fakes::vectorOf({fakes::info(facts)})}};
+    parse(
+        "<area><rowSet><layer><drawBy query='time'/></layer><layer><drawBy query='none'/></layer>"
+        "<layer><drawBy query='value'/></layer><layer><drawBy query='time'/></layer></rowSet>"
+        "</area>");
+    RowSet& rowSet = m_parser.m_areas[0].rowSets[0];
+    rowSet.gridQuery = m_grid;
+    rowSet.layers[3].drawBy.isLifetime = true;
+    m_parser.setColumnByFromLayers(rowSet);
+    ASSERT_EQ(m_grid->columns->getCount(), 2);
+    const auto columns = m_grid->columns->getQueries();
+    EXPECT_EQ(columns.current(), time);
+    columns.next();
+    EXPECT_EQ(columns.current()->getId(), "value");
+    ASSERT_EQ(m_library->created.size(), 1U);
+    EXPECT_EQ(printVariantBag(m_library->created[0], false),
+              "<id> = value\n<displayName> = %value\ndbPath:\n<#text> = counter_data::value\n\n");
+    EXPECT_EQ(m_library->created[0].get_name(), "instanceCountQuery");
+
+    m_library->refuses = true;
+    rowSet.layers.erase(rowSet.layers.begin());
+    m_parser.setColumnByFromLayers(rowSet);
+    EXPECT_TRUE(m_grid->columns.is_null());
 }
 
 }  // namespace
