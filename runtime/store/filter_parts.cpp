@@ -2,28 +2,54 @@
 // when the filter is built ends there. Tested by tests/store/filter_registry_test.cpp.
 #include "store/filter_parts.h"
 
+#include <dataface_1/query_kinds.h>
+
 #include <utility>
 
 namespace lanefeed_runtime {
 namespace {
 
+using basekit2::sptr_t;
+using dataface_1::IInfoQuery;
+
+// A list of queries stands for its first one.
+sptr_t<IInfoQuery> attributeOf(const sptr_t<dataface_1::IQuery>& query) {
+    const sptr_t<IInfoQuery> info = IInfoQuery::cast(query);
+    if (!info.is_null()) return info;
+    const auto list = dataface_1::IVectorQuery::cast(query);
+    return list.is_null() ? info : IInfoQuery::cast(list->getDefaultQuery());
+}
+
 class QueryFilterBuilder : public dataface_1::IQueryFilterBuilder {
 public:
+    // The type of a value says already what it is compared with.
     void setMode(int) override {}
 
     void beginGroup(int kind) override {
         m_open.emplace_back();
         m_open.back().kind = kind;
+        if (kind < groupExcluded || kind > groupNegated) m_isBroken = true;
     }
 
-    void addCondition(const basekit2::sptr_t<dataface_1::IQuery>& query,
+    void addCondition(const sptr_t<dataface_1::IQuery>& query,
                       bool excluded,
                       const basekit2::variant_t& value) override {
-        if (!query.is_null()) m_open.back().conditions.push_back({query, excluded, value});
+        const sptr_t<IInfoQuery> info = attributeOf(query);
+        if (info.is_null() || value.get_type() == basekit2::vtObject) {
+            m_isBroken = true;
+            return;
+        }
+        m_open.back().conditions.push_back({info->getInstanceTable(), info->getAttributeTable(),
+                                            info->getAttributeName(), excluded, value});
     }
 
-    void addFilter(const basekit2::sptr_t<dataface_1::IQueryFilter>& filter) override {
-        if (!filter.is_null()) m_open.back().filters.push_back(filter);
+    void addFilter(const sptr_t<dataface_1::IQueryFilter>& filter) override {
+        const sptr_t<QueryFilter> own(dynamic_cast<QueryFilter*>(filter.get()));
+        if (own.is_null()) {
+            m_isBroken = true;
+        } else {
+            m_open.back().filters.push_back(own);
+        }
     }
 
     void endGroup() override {
@@ -33,7 +59,8 @@ public:
         m_open.back().groups.push_back(std::move(ended));
     }
 
-    basekit2::sptr_t<dataface_1::IQueryFilter> build() override {
+    sptr_t<dataface_1::IQueryFilter> build() override {
+        if (m_isBroken) return nullptr;
         while (m_open.size() > 1)
             endGroup();
         return basekit2::make_object<QueryFilter>(m_open.front());
@@ -41,6 +68,7 @@ public:
 
 private:
     std::vector<QueryFilter::Group> m_open{1};  // outermost first
+    bool m_isBroken = false;
 };
 
 class TimeFilterBuilder : public dataface_1::ITimeFilterBuilder {
@@ -49,7 +77,7 @@ public:
         m_ranges.push_back({{start, end}, exclude});
     }
 
-    basekit2::sptr_t<dataface_1::ITimeFilter> build() override {
+    sptr_t<dataface_1::ITimeFilter> build() override {
         return basekit2::make_object<TimeFilter>(m_ranges);
     }
 
@@ -59,11 +87,11 @@ private:
 
 }  // namespace
 
-basekit2::sptr_t<dataface_1::IQueryFilterBuilder> makeQueryFilterBuilder() {
+sptr_t<dataface_1::IQueryFilterBuilder> makeQueryFilterBuilder() {
     return basekit2::make_object<QueryFilterBuilder>();
 }
 
-basekit2::sptr_t<dataface_1::ITimeFilterBuilder> makeTimeFilterBuilder() {
+sptr_t<dataface_1::ITimeFilterBuilder> makeTimeFilterBuilder() {
     return basekit2::make_object<TimeFilterBuilder>();
 }
 

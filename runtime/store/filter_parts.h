@@ -3,27 +3,31 @@
 #include <dataface_1/filters.h>
 #include <storelink1/records.h>
 
+#include <string>
 #include <vector>
 
 namespace lanefeed_runtime {
 
-// A finished filter on attribute values: a tree of groups, whose leaves are values of queries.
-// Immutable.
+// A finished filter on attribute values: a tree of groups, whose leaves are values of attributes.
+// Attributes are held by their path, so that a filter outlives the queries that it was made of and
+// can be written down. Immutable; may be read from any thread.
 class QueryFilter : public dataface_1::IQueryFilter {
 public:
     struct Condition {
-        basekit2::sptr_t<dataface_1::IQuery> query;
+        std::string table;   // of the query: "dd_band", an instance table, an attribute table
+        std::string path;    // in that table, to what an index means; empty for its own row
+        std::string suffix;  // from there to the display text; may be empty
         bool excluded = false;
-        basekit2::variant_t value;
+        basekit2::variant_t value;  // integer: database index; text: display text
     };
     struct Group {
         int kind = dataface_1::IQueryFilterBuilder::groupIncluded;
         std::vector<Condition> conditions;
-        std::vector<basekit2::sptr_t<dataface_1::IQueryFilter>> filters;
+        std::vector<basekit2::sptr_t<QueryFilter>> filters;
         std::vector<Group> groups;
     };
 
-    // The members of the outermost group are combined with AND.
+    // The members of the outermost group are combined with AND; its kind says nothing.
     explicit QueryFilter(Group root) : m_root(std::move(root)) {}
     const Group& root() const { return m_root; }
 
@@ -35,7 +39,7 @@ private:
 class TimeFilter : public dataface_1::ITimeFilter {
 public:
     struct Range {
-        storelink1::time_interval_t ticks;  // absolute
+        storelink1::time_interval_t ticks;  // absolute, half open
         bool excluded = false;
     };
 
@@ -46,6 +50,16 @@ private:
     std::vector<Range> m_ranges;
 };
 
+// What stands under one name at one moment. Both parts must hold; a null part keeps everything.
+struct NamedFilter {
+    basekit2::sptr_t<QueryFilter> query;
+    basekit2::sptr_t<TimeFilter> time;
+
+    bool isEmpty() const { return query.is_null() && time.is_null(); }
+};
+
+// A builder fails, and build() is null, after a condition on what is no attribute of a table and
+// after a filter that was not made here.
 basekit2::sptr_t<dataface_1::IQueryFilterBuilder> makeQueryFilterBuilder();
 basekit2::sptr_t<dataface_1::ITimeFilterBuilder> makeTimeFilterBuilder();
 

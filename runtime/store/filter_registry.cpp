@@ -1,8 +1,6 @@
 // Tested by tests/store/filter_registry_test.cpp.
 #include "store/filter_registry.h"
 
-#include "store/filter_parts.h"
-
 namespace lanefeed_runtime {
 
 using basekit2::sptr_t;
@@ -33,29 +31,28 @@ void FilterRegistry::clearFilter(const std::string& name) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = m_filters.find(name);
     if (found == m_filters.end()) return;
-    found->second = Parts();
+    found->second = NamedFilter();
     ++m_changes[name];
 }
 
 void FilterRegistry::setQueryFilter(const std::string& name,
                                     const sptr_t<dataface_1::IQueryFilter>& filter) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_filters[name].query = filter;
+    m_filters[name].query = sptr_t<QueryFilter>(dynamic_cast<QueryFilter*>(filter.get()));
     ++m_changes[name];
 }
 
 void FilterRegistry::setTimeFilter(const std::string& name,
                                    const sptr_t<dataface_1::ITimeFilter>& filter) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_filters[name].time = filter;
+    m_filters[name].time = sptr_t<TimeFilter>(dynamic_cast<TimeFilter*>(filter.get()));
     ++m_changes[name];
 }
 
 bool FilterRegistry::hasFilter(const std::string& name) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = m_filters.find(name);
-    return found != m_filters.end() &&
-           !(found->second.query.is_null() && found->second.time.is_null());
+    return found != m_filters.end() && !found->second.isEmpty();
 }
 
 bool FilterRegistry::isFilterApplicable(const std::string&, const std::string&) {
@@ -77,6 +74,20 @@ unsigned FilterRegistry::changesOf(const std::string& name) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = m_changes.find(name);
     return found == m_changes.end() ? 0 : found->second;
+}
+
+NamedFilter FilterRegistry::filter(const std::string& name) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_filters.find(name);
+    return found == m_filters.end() ? NamedFilter() : found->second;
+}
+
+std::vector<std::string> FilterRegistry::names() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::vector<std::string> out;
+    for (const auto& [name, filter] : m_filters)
+        if (!filter.isEmpty()) out.push_back(name);
+    return out;
 }
 
 }  // namespace lanefeed_runtime

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <dataface_1/filters.h>
+#include "store/filter_parts.h"
+
 #include <storelink1/filters.h>
 
 #include <map>
@@ -39,15 +40,14 @@ public:
 
     // Grows with each change of a name; 0 for a name that was never written.
     unsigned changesOf(const std::string& name);
+    // What stands under a name now; empty for an unknown one.
+    NamedFilter filter(const std::string& name);
+    // Names with a part, in order.
+    std::vector<std::string> names();
 
 private:
-    struct Parts {
-        basekit2::sptr_t<dataface_1::IQueryFilter> query;
-        basekit2::sptr_t<dataface_1::ITimeFilter> time;
-    };
-
     std::mutex m_mutex;
-    std::map<std::string, Parts> m_filters;
+    std::map<std::string, NamedFilter> m_filters;
     std::map<std::string, unsigned> m_changes;
 };
 

@@ -74,8 +74,6 @@ TEST_F(FilterRegistryTest, BuildsGroupsAsTheyWereNested) {
     builder->beginGroup(dataface_1::IQueryFilterBuilder::groupIncluded);
     builder->beginGroup(dataface_1::IQueryFilterBuilder::groupExcluded);
     builder->addFilter(inner);
-    builder->addFilter(nullptr);
-    builder->addCondition(nullptr, false, 1);
     builder->endGroup();
     builder->endGroup();
     builder->endGroup();                                                 // one too many
