@@ -10,6 +10,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace lanefeed_1 {
@@ -21,6 +22,7 @@ class RowSummaryTableTree;
 //   binding to a result, row-by choices       dbiproviderimpl.cpp
 //   series of all rows                        dbiproviderimpl_overtime.cpp
 //   a request as a store query                dbiproviderimpl_timelinequery.cpp
+//   tooltips, attribute values, hatches       dbiproviderimpl_tooltips.cpp
 //   what is not served                        dbiproviderimpl_unserved.cpp
 //   row summary, visible rows, sorting        dbiproviderimpl_rows.cpp
 //   what the result holds, clock, caches      dbiproviderimpl_bands.cpp
@@ -77,7 +79,7 @@ public:
     bool getCountData(const QueryParam& param, Forest& trees) override;
     bool getInstanceCountData(const QueryParam& param, Forest& trees) override;
 
-    // --- tooltips, attribute values, highlights (dbiproviderimpl_unserved.cpp)
+    // --- tooltips, attribute values, highlights (dbiproviderimpl_tooltips.cpp)
     std::string getTooltip(const DicerDataSource* ds, int id) override;
     basekit2::generic_iterator_t<basekit2::sptr_t<ITooltipItem>> getTooltips(
         const DicerDataSource* ds, int id) override;
@@ -186,7 +188,7 @@ protected:
                             bool merge,
                             DataType type);
 
-    // --- tooltips, attribute values, highlights (dbiproviderimpl_unserved.cpp)
+    // --- tooltips, attribute values, highlights (dbiproviderimpl_tooltips.cpp)
     basekit2::sptr_t<storelink1::IAttributeDataRetriever> getRetriever(const std::string& table,
                                                                        bool cache) override;
     bool getRetrieverNoCreate(const std::string& table,
@@ -240,6 +242,9 @@ protected:
     basekit2::sptr_t<dataface_1::IInfoQuery> m_rowByRestriction;
 
 private:
+    // Lines of a tooltip: the attribute, and its value as a text.
+    using TooltipTexts = std::vector<std::pair<const DicerDataSource::ExtraArgs*, std::string>>;
+    TooltipTexts readTooltip(const DicerDataSource* ds, int id);
     // Takes choices and joins; the principal source, or null.
     const DicerDataSource* takeRowBys(const TLViewpointParser::RowSet& rowSet,
                                       int principalRowByIndex);

@@ -1,4 +1,4 @@
-// Requests that the providers of this version don't serve: bars, transitions, counts, tooltips,
+// Requests that the providers of this version don't serve: bars, transitions, counts,
 // row filters, attribute series and master tables. Each answers what it answers on a failure.
 
 #include "dbiproviderimpl.h"
@@ -73,50 +73,6 @@ bool DbiProviderImpl::getDataForRowLevel(
     bool /*merge*/,
     DataType /*type*/) {
     return false;
-}
-
-std::string DbiProviderImpl::getTooltip(const DicerDataSource* /*ds*/, int /*id*/) {
-    return {};
-}
-
-basekit2::generic_iterator_t<basekit2::sptr_t<ITooltipItem>> DbiProviderImpl::getTooltips(
-    const DicerDataSource* /*ds*/, int /*id*/) {
-    return {};
-}
-
-basekit2::variant_t DbiProviderImpl::getAttributeValue(const DicerDataSource* /*ds*/, int /*id*/) {
-    return {};
-}
-
-void DbiProviderImpl::cacheTooltipData(const DicerDataSource* /*ds*/) {}
-
-basekit2::variant_t DbiProviderImpl::getHighlightValue(const DicerDataSource* /*ds*/, int /*id*/) {
-    return {};
-}
-
-void DbiProviderImpl::clearCachedTooltipData() {
-    m_retrievers.clear();
-}
-
-basekit2::sptr_t<storelink1::IAttributeDataRetriever> DbiProviderImpl::getRetriever(
-    const std::string& /*table*/, bool /*cache*/) {
-    return {};
-}
-
-bool DbiProviderImpl::getRetrieverNoCreate(
-    const std::string& /*table*/,
-    basekit2::sptr_t<storelink1::IAttributeDataRetriever>& /*retriever*/) {
-    return false;
-}
-
-bool DbiProviderImpl::getHatchesForObject(const DicerDataSource* /*ds*/,
-                                          int /*id*/,
-                                          std::vector<IntervalHatch>& /*hatches*/) {
-    return false;
-}
-
-int DbiProviderImpl::bandToObject(int /*band*/, const std::string& /*table*/) {
-    return -1;
 }
 
 bool DbiProviderImpl::getVisibleRows(std::vector<int>& /*rows*/, int /*grouping*/) {

@@ -21,10 +21,13 @@ class Probe : public Provider {
 public:
     using Provider::addJoinDS;
     using Provider::addRowByDS;
+    using Provider::bandToObject;
     using Provider::copyOvertimeData;
     using Provider::createOverTimeQuery;
     using Provider::getApplicableRowBy;
+    using Provider::getAttrOverTimeData;
     using Provider::getDb;
+    using Provider::getHatchesForObject;
     using Provider::getLeafTable;
     using Provider::getObjectType;
     using Provider::getRowDbIndexByUniqueId;

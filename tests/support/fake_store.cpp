@@ -1,6 +1,7 @@
 #include "support/fake_store.h"
 
 #include <storelink1/timeline_query.h>
+#include <storelink1/utils.h>
 
 #include <algorithm>
 
@@ -54,7 +55,7 @@ public:
     basekit2::u16_t addCondition(const std::string& column,
                                  int op,
                                  const basekit2::variant_t& value) override {
-        m_read += " " + column + (op == 1 ? "=" : "?") + value.get<std::string>();
+        m_read += " " + column + (op == 1 ? "=" : "?") + storelink1::utils::variantToString(value);
         return 0;
     }
     bool addOrderBy(const std::string& /*column*/, bool /*descending*/) override { return true; }
@@ -145,8 +146,14 @@ private:
 // Knows the tables of the fake database: the leaf of a path is its last part.
 class FakeRetriever : public storelink1::IAttributeDataRetriever {
 public:
-    explicit FakeRetriever(std::string leaf) : m_leaf(std::move(leaf)) {}
-    bool getValue(int /*id*/, basekit2::variant_t& /*value*/) override { return false; }
+    FakeRetriever(std::string leaf, std::map<int, basekit2::variant_t> values)
+        : m_leaf(std::move(leaf)), m_values(std::move(values)) {}
+    bool getValue(int id, basekit2::variant_t& value) override {
+        const auto found = m_values.find(id);
+        if (found == m_values.end()) return false;
+        value = found->second;
+        return true;
+    }
     bool getLeafTable(std::string& table) override {
         table = m_leaf;
         return true;
@@ -154,6 +161,7 @@ public:
 
 private:
     std::string m_leaf;
+    std::map<int, basekit2::variant_t> m_values;
 };
 
 }  // namespace
@@ -196,10 +204,14 @@ basekit2::sptr_t<storelink1::ITimelineQuery> FakeDatabase::createTimelineQuery()
 }
 
 basekit2::sptr_t<storelink1::IAttributeDataRetriever> FakeDatabase::createAttributeRetriever(
-    const std::string& table, bool /*cache*/) {
+    const std::string& table, bool cache) {
+    retrievers.push_back(table + (cache ? " cached" : ""));
     const std::string leaf = table.substr(table.rfind('.') + 1);
-    if (tables.count(leaf) == 0) return {};
-    return basekit2::make_object<FakeRetriever>(leaf);
+    const auto values = attributeValues.find(table);
+    const bool hasValues = values != attributeValues.end();
+    if (!hasValues && tables.count(leaf) == 0) return {};
+    return basekit2::make_object<FakeRetriever>(
+        leaf, hasValues ? values->second : std::map<int, basekit2::variant_t>());
 }
 
 bool FakeDatabase::getTimeRange(basekit2::u64_t& start, basekit2::u64_t& end, int /*reserved*/) {

@@ -116,6 +116,9 @@ public:
     // Record queries that were run: table, "filtered" where useFilters was called, columns,
     // conditions and filters, in the order of the calls.
     std::vector<std::string> reads;
+    // What retrievers give, by path and row id, and those that were made.
+    std::map<std::string, std::map<int, basekit2::variant_t>> attributeValues;
+    std::vector<std::string> retrievers;
     std::set<std::string> brokenTables;  // whose reads fail
     int pauseReads = 0;
     int filteredDatabases = 0;
