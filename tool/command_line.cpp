@@ -37,12 +37,16 @@ void addFormat(CLI::App& verb, Format& format) {
         ->option_text("FORMAT");
 }
 
+void addQueryFiles(CLI::App& verb, ViewOptions& options) {
+    verb.add_option("--queries", options.queries, "Further query definitions; may be repeated")
+        ->option_text("FILE");
+}
+
 void addViewpoint(CLI::App& verb, ViewOptions& options) {
     verb.add_option("--viewpoint", options.viewpoint,
                     "Viewpoint to apply (default: the shipped one that fits)")
         ->option_text("FILE");
-    verb.add_option("--queries", options.queries, "Further query definitions; may be repeated")
-        ->option_text("FILE");
+    addQueryFiles(verb, options);
     verb.add_flag("--strict", options.strict, "Fail when the viewpoint's log has messages");
 }
 
@@ -76,6 +80,16 @@ CLI::App* addInfo(CLI::App& app, ViewOptions& options) {
     verb->add_option("result", options.result, "Result file")->required()->option_text("NAME.lft");
     addFormat(*verb, options.format);
     verb->footer("Example: lanefeed info build.lft --format json");
+    return verb;
+}
+
+CLI::App* addQueries(CLI::App& app, ViewOptions& options) {
+    CLI::App* verb = app.add_subcommand("queries", "List the queries that a viewpoint can name");
+    verb->add_option("result", options.result, "Result file: tell which it holds the data of")
+        ->option_text("NAME.lft");
+    addQueryFiles(*verb, options);
+    addFormat(*verb, options.format);
+    verb->footer("Example: lanefeed queries build.lft --queries mine.queries.xml");
     return verb;
 }
 
@@ -219,6 +233,7 @@ int runCommandLine(int count, const char* const* arguments) {
     std::vector<std::pair<CLI::App*, std::function<int()>>> verbs;
     verbs.emplace_back(addImport(app, import), [&import] { return runImport(import); });
     verbs.emplace_back(addInfo(app, view), [&view] { return runInfo(view); });
+    verbs.emplace_back(addQueries(app, view), [&view] { return runQueries(view); });
     verbs.emplace_back(addViewpointVerb(app, view), [&view] { return runViewpoint(view); });
     verbs.emplace_back(addRows(app, view), [&view] { return runRows(view); });
     verbs.emplace_back(addOvertime(app, view), [&view] { return runOvertime(view); });

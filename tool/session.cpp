@@ -37,12 +37,7 @@ sptr_t<dataface_1::IInputData> open(const ViewOptions& options) {
     sptr_t<dataface_1::IInputData> input =
         lanefeed_runtime::openResult(options.result, how, outcome);
     if (outcome.isOpened() && !input.is_null()) return input;
-    std::string text = outcome.text;
-    for (const std::string& further : outcome.more)
-        text += "\nlanefeed: error: " + further;
-    throw Failure(outcome.kind == lanefeed_runtime::OpenOutcome::notUnderstood ? exitNotUnderstood
-                                                                               : exitFailure,
-                  text);
+    throw openFailure(outcome);
 }
 
 std::string readFile(const std::string& path) {
@@ -80,6 +75,15 @@ std::string columnName(IColumnInfo& column) {
 constexpr int kNameColumnBit = 1;
 
 }  // namespace
+
+Failure openFailure(const lanefeed_runtime::OpenOutcome& outcome) {
+    std::string text = outcome.text;
+    for (const std::string& further : outcome.more)
+        text += "\nlanefeed: error: " + further;
+    return {outcome.kind == lanefeed_runtime::OpenOutcome::notUnderstood ? exitNotUnderstood
+                                                                         : exitFailure,
+            text};
+}
 
 Session::Session(const ViewOptions& options)
     : m_options(options),

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "failure.h"
 #include "time_range.h"
 #include "verbs.h"
 
@@ -15,7 +16,14 @@
 #include <vector>
 #include <viewpointparser.h>
 
+namespace lanefeed_runtime {
+struct OpenOutcome;
+}
+
 namespace lanefeed_tool {
+
+// Why a result or its query definitions could not be opened, all errors of it.
+Failure openFailure(const lanefeed_runtime::OpenOutcome& outcome);
 
 // An open result with a viewpoint read against it: what every reading verb starts from. All throw
 // a Failure for what they can't do.

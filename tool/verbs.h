@@ -38,6 +38,7 @@ struct ViewOptions {
 
 int runImport(const ImportOptions& options);
 int runInfo(const ViewOptions& options);
+int runQueries(const ViewOptions& options);
 int runViewpoint(const ViewOptions& options);
 int runRows(const ViewOptions& options);
 int runOvertime(const ViewOptions& options);

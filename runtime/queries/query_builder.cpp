@@ -58,12 +58,21 @@ private:
         Reader read;
     };
 
+    template <class Readers>
+    static std::string listed(const Readers& readers) {
+        std::string names;
+        for (const NamedReader& reader : readers)
+            names += (names.empty() ? "" : ", ") + std::string(reader.name);
+        return names;
+    }
+
     sptr_t<IQuery> read() {
         if (m_depth > kMaxChainLength)
             return refuse("definitions stand inside each other too deeply");
         if (m_element.get_name() == kReferenceElement) return readReference();
         if (!kindOfElement(m_element.get_name(), m_traits.kind))
-            return refuse("<" + m_element.get_name() + "> defines no query");
+            return refuse("<" + m_element.get_name() + "> defines no query; write " +
+                          queryElements());
         m_traits.unitKind = defaultUnit(m_traits.kind);
         m_traits.hasColumn = m_context.hasColumn;
         m_traits.definition = std::make_shared<const variant_bag_t>(m_element);
@@ -83,19 +92,21 @@ private:
     }
 
     bool readAttributes() {
-        static constexpr std::array<NamedReader, 6> kReaders = {
+        static constexpr std::array<NamedReader, 7> kReaders = {
             {{"id", &Builder::takeId},
              {"displayName", &Builder::takeName},
+             {"help", &Builder::takeHelp},
              {"unit", &Builder::takeUnit},
              {"flatGrouping", &Builder::takeFlatGrouping},
              {"grouping", &Builder::takeGrouping},
              {"globalGrouping", &Builder::takeGlobalGrouping}}};
         for (auto it = m_element.begin<variant_t>(); !it.at_end(); it.next()) {
             const std::string& name = it.get_name();
-            if (name == "#text") return fail("text stands between its elements");
+            if (name == "#text") return fail("text stands between its elements; take it out");
             const auto* reader = std::find_if(kReaders.begin(), kReaders.end(),
                                               [&](const NamedReader& r) { return r.name == name; });
-            if (reader == kReaders.end()) return fail("unknown attribute \"" + name + "\"");
+            if (reader == kReaders.end())
+                return fail("unknown attribute \"" + name + "\"; write " + listed(kReaders));
             if (!(this->*reader->read)(entryText(m_element, name))) return false;
         }
         return true;
@@ -123,7 +134,8 @@ private:
         if (name == "expand") return readExpansion(child);
         if (name == "displayAttributes") return readDisplay(child);
         if (isQueryElement(name) && holdsMembers(m_traits.kind)) return readMember(child);
-        return fail("unknown element <" + name + ">");
+        return fail("unknown element <" + name + ">; write " + listed(kReaders) +
+                    ", values, expand or displayAttributes");
     }
 
     bool takeId(const std::string& text) {
@@ -132,6 +144,10 @@ private:
     }
     bool takeName(const std::string& text) {
         m_traits.name = text;
+        return true;
+    }
+    bool takeHelp(const std::string& text) {
+        m_traits.help = text;
         return true;
     }
     bool takeUnit(const std::string& text) {
@@ -203,7 +219,7 @@ private:
         if (m_traits.kind != QueryKind::info) return fail("only an infoQuery has <values>");
         for (auto it = values.begin<variant_bag_t>(); !it.at_end(); it.next()) {
             if (it.get_name() != "value")
-                return fail("unknown element <" + it.get_name() + "> in <values>");
+                return fail("unknown element <" + it.get_name() + "> in <values>; write <value>");
             m_traits.values.emplace_back(elementText(it.get_value()));
         }
         return !m_traits.values.empty() || fail("<values> holds no <value>TEXT</value>");
@@ -216,7 +232,7 @@ private:
             links.push_back(readNested(it.get_value()));
             if (links.back().is_null()) return false;
         }
-        if (links.empty()) return fail("<expand> names no query");
+        if (links.empty()) return fail("<expand> names no query; write a <queryRef> into it");
         m_traits.expansion = links.back();
         for (auto link = links.rbegin() + 1; link != links.rend(); ++link)
             m_traits.expansion = withExpansion(*link, m_traits.expansion);

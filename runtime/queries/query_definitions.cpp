@@ -46,7 +46,7 @@ void readDefinitions(const DefinitionText& document,
     const basekit2::error_code_t read =
         basekit2::load_variant_bag_from_string2(library, document.text, kRoot);
     if (!basekit2::is_success(read)) {
-        errors.push_back(document.source + ":" + read.expression());
+        errors.push_back(document.source + ":" + read.expression() + "; mend it there");
         return;
     }
     const std::vector<std::ptrdiff_t> lines = childLines(document.text);
@@ -57,7 +57,8 @@ void readDefinitions(const DefinitionText& document,
                               document.source + ":" + std::to_string(lines.at(index))};
         const auto known = places.find(definition.id);
         if (!isQueryElement(it.get_name()) || it.get_name() == kReferenceElement)
-            errors.push_back(definition.place + ": <" + it.get_name() + "> defines no query");
+            errors.push_back(definition.place + ": <" + it.get_name() +
+                             "> defines no query; write " + queryElements());
         else if (definition.id.empty())
             errors.push_back(definition.place + ": <" + it.get_name() +
                              "> has no id, so that nothing can refer to it; give it one");

@@ -25,6 +25,13 @@ const char* elementName(QueryKind kind) {
     return kKindNames[static_cast<std::size_t>(kind)].element;
 }
 
+std::string queryElements() {
+    std::string names;
+    for (const KindName& entry : kKindNames)
+        names += (names.empty() ? "" : ", ") + std::string(entry.element);
+    return names;
+}
+
 bool kindOfElement(const std::string& element, QueryKind& kind) {
     const auto* found =
         std::find_if(kKindNames.begin(), kKindNames.end(),

@@ -19,6 +19,8 @@ enum class QueryKind { info, data, time, count, instanceCount, derived, vector }
 
 // Name of the element that defines a query of a kind, such as "infoQuery".
 const char* elementName(QueryKind kind);
+// All such names, for messages.
+std::string queryElements();
 // The kind of an element; false when it defines no query.
 bool kindOfElement(const std::string& element, QueryKind& kind);
 
@@ -35,6 +37,7 @@ struct QueryTraits {
     QueryKind kind = QueryKind::info;
     std::string id;
     std::string name;            // key of the display name
+    std::string help;            // one line for people, in lists of queries
     std::string instanceTable;   // before the "::" of the path
     std::string attributeTable;  // after it
     std::string attributeName;

@@ -7,6 +7,7 @@
 
 #include "messages/message_catalogs.h"
 #include "queries/query_library.h"
+#include "query_files.h"
 #include "store/open_store.h"
 #include "timeline/timeline_database.h"
 
@@ -14,12 +15,7 @@
 #include <dataface_1/query_library.h>
 #include <storelink1/database.h>
 
-#include <array>
-#include <cerrno>
-#include <cstdio>
-#include <iterator>
 #include <memory>
-#include <system_error>
 #include <utility>
 
 namespace lanefeed_runtime {
@@ -56,32 +52,6 @@ OpenOutcome::Kind kindOf(const StoreError& error) {
                                                          : OpenOutcome::failed;
 }
 
-// Zero, or why the file could not be read to its end. A directory opens and fails at the first
-// read.
-int readFile(const std::string& name, std::string& text) {
-    errno = 0;
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), "rb"),
-                                                               &std::fclose);
-    std::array<char, 4096> part{};
-    while (file != nullptr) {
-        const std::size_t size = std::fread(part.data(), 1, part.size(), file.get());
-        text.append(part.data(), size);
-        if (size < part.size()) break;
-    }
-    return errno;
-}
-
-bool readDocument(const std::string& file, DefinitionText& document, OpenOutcome& outcome) {
-    document.source = file;
-    const int error = readFile(file, document.text);
-    if (error == 0) return true;
-    outcome.kind = OpenOutcome::failed;
-    outcome.text = "cannot read query definitions from " + file + ": " +
-                   std::error_code(error, std::generic_category()).message() +
-                   "; check the name and the permission";
-    return false;
-}
-
 ColumnTest columnTest(const sptr_t<storelink1::IDatabase>& database) {
     return [database](const std::string& table, const std::string& column) {
         const sptr_t<storelink1::IQuery> query = database->createQuery(table, 2);
@@ -92,20 +62,13 @@ ColumnTest columnTest(const sptr_t<storelink1::IDatabase>& database) {
 sptr_t<dataface_1::IQueryLibrary> makeLibrary(const sptr_t<storelink1::IDatabase>& database,
                                               const OpenOptions& options,
                                               OpenOutcome& outcome) {
-    std::vector<DefinitionText> documents = shippedDefinitions();
-    for (const std::string& file : options.queryFiles) {
-        documents.emplace_back();
-        if (!readDocument(file, documents.back(), outcome)) return {};
-    }
+    std::vector<DefinitionText> documents;
+    if (!readDefinitionFiles(options.queryFiles, documents, outcome)) return {};
     std::vector<std::string> errors;
     sptr_t<dataface_1::IQueryLibrary> library =
         loadQueryLibrary(documents, columnTest(database), errors);
-    if (errors.empty()) return library;
-    outcome.kind = OpenOutcome::notUnderstood;
-    outcome.text = std::move(errors.front());
-    outcome.more.assign(std::make_move_iterator(errors.begin() + 1),
-                        std::make_move_iterator(errors.end()));
-    return {};
+    takeErrors(std::move(errors), outcome);
+    return outcome.isOpened() ? library : sptr_t<dataface_1::IQueryLibrary>();
 }
 
 }  // namespace

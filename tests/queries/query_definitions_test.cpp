@@ -158,7 +158,10 @@ INSTANTIATE_TEST_SUITE_P(
     All,
     BrokenDefinition,
     ::testing::Values(
-        BrokenCase{"unknown kind", "<infQuery id='x'/>", {"a.xml:3: <infQuery> defines no query"}},
+        BrokenCase{"unknown kind",
+                   "<infQuery id='x'/>",
+                   {"a.xml:3: <infQuery> defines no query; write infoQuery, dataQuery, timeQuery, "
+                    "countQuery, instanceCountQuery, derivedQuery, vectorQuery"}},
         BrokenCase{
             "no id",
             "<infoQuery/>",
@@ -166,15 +169,19 @@ INSTANTIATE_TEST_SUITE_P(
         BrokenCase{"id twice",
                    "<infoQuery id='y'/>\n<timeQuery id='y'/>",
                    {"a.xml:4: timeQuery \"y\": the id stands at a.xml:3 already; choose another"}},
-        BrokenCase{"unknown attribute",
-                   "<infoQuery id='x' dispalyName='n'/>",
-                   {"a.xml:3: infoQuery \"x\": unknown attribute \"dispalyName\""}},
+        BrokenCase{
+            "unknown attribute",
+            "<infoQuery id='x' dispalyName='n'/>",
+            {"a.xml:3: infoQuery \"x\": unknown attribute \"dispalyName\"; write id, displayName, "
+             "help, unit, flatGrouping, grouping, globalGrouping"}},
         BrokenCase{"unknown element",
                    "<infoQuery id='x'><dbpath>a</dbpath></infoQuery>",
-                   {"a.xml:3: infoQuery \"x\": unknown element <dbpath>"}},
+                   {"a.xml:3: infoQuery \"x\": unknown element <dbpath>; write dbPath, "
+                    "displayDbPathSuffix, displayDbPath, valueType, minExpression, maxExpression, "
+                    "formula, values, expand or displayAttributes"}},
         BrokenCase{"stray text",
                    "<infoQuery id='x'>slice_data</infoQuery>",
-                   {"a.xml:3: infoQuery \"x\": text stands between its elements"}},
+                   {"a.xml:3: infoQuery \"x\": text stands between its elements; take it out"}},
         BrokenCase{"no table",
                    "\n<timeQuery id='x'/>",
                    {"a.xml:4: timeQuery \"x\": it needs a table; write <dbPath>TABLE</dbPath>"}},

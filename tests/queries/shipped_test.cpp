@@ -1,6 +1,7 @@
 // The definitions, viewpoints and texts that come with the runtime fit each other and the schema.
 #include "library_text.h"
 #include "messages/message_catalogs.h"
+#include "queries/query_listing.h"
 #include "session/shipped_viewpoints.h"
 #include "store/schema.h"
 
@@ -8,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <functional>
 #include <set>
 
@@ -63,6 +65,24 @@ std::vector<sptr_t<IQuery>> shownQueries() {
 
 TEST(Shipped, DefinitionsLoadWithoutAWord) {
     EXPECT_THAT(shippedLibrary().errors, ElementsAre());
+}
+
+TEST(Shipped, EveryDefinitionIsListedWithALineOfHelp) {
+    std::vector<std::string> errors;
+    const auto listings =
+        lanefeed_runtime::listQueries(lanefeed_runtime::shippedDefinitions(), errors);
+    std::set<std::string> listed;
+    for (const lanefeed_runtime::QueryListing& listing : listings) {
+        listed.insert(listing.id + " " + listing.kind + " " + listing.table + "::" + listing.path);
+        EXPECT_FALSE(listing.help.empty()) << listing.id;
+        EXPECT_EQ(listing.help.find('\n'), std::string::npos) << listing.id;
+    }
+    EXPECT_EQ(listed.count("process infoQuery dd_band::dd_thread.dd_process.label"), 1U);
+    EXPECT_EQ(listed.count("timeByName timeQuery slice_data::"), 1U);
+    for (const sptr_t<IQuery>& query : shownQueries())
+        EXPECT_TRUE(std::any_of(listings.begin(), listings.end(), [&](const auto& l) {
+            return l.id == query->getId();
+        })) << query->getId();
 }
 
 TEST(Shipped, ViewpointsNameKnownQueries) {

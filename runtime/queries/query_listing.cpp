@@ -1,0 +1,59 @@
+// Definitions as a list to choose from. They are built like those of a library, so that only what
+// can be used is listed. Tested by tests/queries/query_definitions_test.cpp.
+#include "query_listing.h"
+
+#include "definition_linker.h"
+#include "query_objects.h"
+
+#include <algorithm>
+#include <map>
+
+namespace lanefeed_runtime {
+namespace {
+
+void addTables(const QueryTraits& traits, std::vector<std::string>& tables) {
+    const bool known =
+        std::find(tables.begin(), tables.end(), traits.instanceTable) != tables.end();
+    if (!traits.instanceTable.empty() && !known) tables.push_back(traits.instanceTable);
+    for (const auto& member : traits.members)
+        if (const QueryTraits* inner = traitsOf(member)) addTables(*inner, tables);
+}
+
+QueryListing listingOf(const Definition& definition, const QueryTraits& traits) {
+    QueryListing listing;
+    listing.id = definition.id;
+    listing.kind = elementName(traits.kind);
+    std::vector<std::string> tables;
+    addTables(traits, tables);
+    for (const std::string& table : tables)
+        listing.table += (listing.table.empty() ? "" : ", ") + table;
+    listing.path = traits.attributeTable;
+    if (!traits.attributeName.empty()) listing.path += "." + traits.attributeName;
+    listing.name = traits.name;
+    listing.help = traits.help;
+    listing.place = definition.place;
+    return listing;
+}
+
+}  // namespace
+
+std::vector<QueryListing> listQueries(const std::vector<DefinitionText>& documents,
+                                      std::vector<std::string>& errors) {
+    std::vector<Definition> definitions;
+    for (const DefinitionText& document : documents)
+        readDefinitions(document, definitions, errors);
+    std::map<std::string, const Definition*> inForce;
+    for (const Definition& definition : definitions)
+        inForce[definition.id] = &definition;
+    const QueriesById queries = linkDefinitions(definitions, nullptr, errors);
+    std::vector<QueryListing> listings;
+    for (const Definition& definition : definitions) {
+        const auto query = queries.find(definition.id);
+        if (query == queries.end() || inForce[definition.id] != &definition) continue;
+        if (const QueryTraits* traits = traitsOf(query->second))
+            listings.push_back(listingOf(definition, *traits));
+    }
+    return listings;
+}
+
+}  // namespace lanefeed_runtime
