@@ -16,6 +16,7 @@
 namespace lanefeed_1 {
 
 class ExpansionHelper;
+class RowByWalk;
 class RowSummaryTableTree;
 
 // Answers the timeline pane from the relational side of a result.
@@ -23,6 +24,7 @@ class RowSummaryTableTree;
 //   series of all rows                        dbiproviderimpl_overtime.cpp
 //   a request as a store query                dbiproviderimpl_timelinequery.cpp
 //   tooltips, attribute values, hatches       dbiproviderimpl_tooltips.cpp
+//   series of an attribute                    dbiproviderimpl_attributes.cpp
 //   what is not served                        dbiproviderimpl_unserved.cpp
 //   row summary, visible rows, sorting        dbiproviderimpl_rows.cpp
 //   what the result holds, clock, caches      dbiproviderimpl_bands.cpp
@@ -163,7 +165,7 @@ protected:
                               ExpansionHelper& expansionHelper,
                               std::vector<storelink1::OverTimeDataSeriesMetadata>* metadata);
 
-    // --- series of an attribute (dbiproviderimpl_unserved.cpp)
+    // --- series of an attribute (dbiproviderimpl_attributes.cpp)
     bool getAttrOverTimeData(const QueryParam& param, std::vector<OverTimeData>& data) override;
 
     // --- bars (dbiproviderimpl_unserved.cpp)
@@ -242,6 +244,12 @@ protected:
     basekit2::sptr_t<dataface_1::IInfoQuery> m_rowByRestriction;
 
 private:
+    // Attribute of each row of a band's table, by row id; -1 for none.
+    bool readBandMap(const std::string& bandTable,
+                     const std::string& attribute,
+                     std::vector<int>& map);
+    // Replaces a level that is an attribute of bands by the bands; the map leads back.
+    bool translateBandLevel(RowByWalk& walk, std::vector<int>& map);
     // Lines of a tooltip: the attribute, and its value as a text.
     using TooltipTexts = std::vector<std::pair<const DicerDataSource::ExtraArgs*, std::string>>;
     TooltipTexts readTooltip(const DicerDataSource* ds, int id);

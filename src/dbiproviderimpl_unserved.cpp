@@ -1,5 +1,5 @@
 // Requests that the providers of this version don't serve: bars, transitions, counts,
-// row filters, attribute series and master tables. Each answers what it answers on a failure.
+// row filters and master tables. Each answers what it answers on a failure.
 
 #include "dbiproviderimpl.h"
 
@@ -33,11 +33,6 @@ basekit2::sptr_t<dataface_1::IQueryFilter> DbiProviderImpl::getFilterForQuery(
 
 bool DbiProviderImpl::getTransitionData(const QueryParam& /*param*/,
                                         std::vector<Transition>& /*transitions*/) {
-    return false;
-}
-
-bool DbiProviderImpl::getAttrOverTimeData(const QueryParam& /*param*/,
-                                          std::vector<OverTimeData>& /*data*/) {
     return false;
 }
 
