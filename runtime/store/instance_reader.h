@@ -1,5 +1,7 @@
 #pragma once
 
+#include "store/filter_parts.h"
+
 #include <basekit2/variant.h>
 
 #include <memory>
@@ -21,6 +23,8 @@ struct InstanceRequest {
     // One path that ends in a number ("value"); empty for none.
     std::string number;
     bool counts = false;
+    // Instances must pass all of them; of a time part, touch what it keeps.
+    std::vector<NamedFilter> filters;
 };
 
 // Instances by ascending start, equal starts in the order of the file. All filled vectors have one

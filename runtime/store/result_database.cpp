@@ -4,7 +4,6 @@
 #include "store/instance_reader.h"
 #include "store/record_query.h"
 #include "store/schema.h"
-#include "timeline/timeline_database.h"
 
 #include <utility>
 
@@ -31,7 +30,9 @@ ResultDatabase::ResultDatabase(std::shared_ptr<StoreSession> session,
     : m_session(std::move(session)),
       m_facts(std::move(facts)),
       m_instances(std::move(instances)),
-      m_filters(std::move(filters)) {}
+      m_filters(std::move(filters)),
+      m_lookup([registry = m_filters](const std::string& name) { return registry->filter(name); }),
+      m_timeline(openTimelineDatabase(m_instances, m_facts)) {}
 
 unsigned int ResultDatabase::get_type() const {
     return basekit2::type_id_t<IDatabase>::id();
@@ -51,7 +52,7 @@ sptr_t<storelink1::IQuery> ResultDatabase::createQuery(const std::string& table,
 }
 
 sptr_t<ITimelineQuery> ResultDatabase::createTimelineQuery() {
-    return makeTimelineQuery(getTimelineDatabase());
+    return makeTimelineQuery(m_timeline, m_lookup);
 }
 
 sptr_t<IAttributeDataRetriever> ResultDatabase::createAttributeRetriever(const std::string& table,
@@ -94,30 +95,13 @@ bool ResultDatabase::isTableExist(const std::string& table) {
     return position >= 0 && m_session->catalog.table(position).inFile;
 }
 
-sptr_t<ITimelineDatabase> ResultDatabase::unfiltered() {
-    if (m_timeline.is_null()) m_timeline = openTimelineDatabase(m_instances, m_facts);
-    return m_timeline;
-}
-
 sptr_t<ITimelineDatabase> ResultDatabase::getTimelineDatabase() {
-    const std::lock_guard<std::mutex> lock(m_timelineMutex);
-    return unfiltered();
+    return m_timeline;
 }
 
 // One object for each state of "global"; without that filter, the unfiltered one.
 sptr_t<ITimelineDatabase> ResultDatabase::getFilteredTimelineDatabase() {
-    const unsigned changes = m_filters->changesOf(kGlobalFilter);
-    const bool isFiltered = m_filters->hasFilter(kGlobalFilter);
-    const std::lock_guard<std::mutex> lock(m_timelineMutex);
-    if (!isFiltered) {
-        m_filtered = nullptr;
-        return unfiltered();
-    }
-    if (m_filtered.is_null() || changes != m_filteredChanges) {
-        m_filtered = openTimelineDatabase(m_instances, m_facts);
-        m_filteredChanges = changes;
-    }
-    return m_filtered;
+    return filteredTimelineDatabase(m_timeline, kGlobalFilter, m_lookup);
 }
 
 basekit2::generic_iterator_t<time_interval_t> ResultDatabase::getPausedIntervals() {

@@ -4,11 +4,11 @@
 #include "store/filter_registry.h"
 #include "store/result_facts.h"
 #include "store/store_session.h"
+#include "timeline/timeline_database.h"
 
 #include <storelink1/database.h>
 
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace lanefeed_runtime {
@@ -16,7 +16,7 @@ namespace lanefeed_runtime {
 class InstanceReader;
 
 // The database of an open result: the relational face, attribute values, facts, and the timeline
-// face, which it makes at the first call. Gives itself as the database of its result.
+// face. Gives itself as the database of its result.
 class ResultDatabase : public storelink1::IDatabase, public storelink1::IPerfDatabase {
 public:
     ResultDatabase(std::shared_ptr<StoreSession> session,
@@ -47,17 +47,13 @@ public:
     void unlockQueries() override { m_session->mutex.unlock(); }
 
 private:
-    basekit2::sptr_t<storelink1::ITimelineDatabase> unfiltered();
-
     std::shared_ptr<StoreSession> m_session;
     std::shared_ptr<const ResultFacts> m_facts;
     std::shared_ptr<InstanceReader> m_instances;
     basekit2::sptr_t<FilterRegistry> m_filters;
     AttributeCache m_attributes;  // under the lock of the session
-    std::mutex m_timelineMutex;   // guards what follows
-    basekit2::sptr_t<storelink1::ITimelineDatabase> m_timeline;
-    basekit2::sptr_t<storelink1::ITimelineDatabase> m_filtered;
-    unsigned m_filteredChanges = 0;  // of "global", when m_filtered was made
+    const TimelineFilterLookup m_lookup;
+    const basekit2::sptr_t<storelink1::ITimelineDatabase> m_timeline;
 };
 
 }  // namespace lanefeed_runtime

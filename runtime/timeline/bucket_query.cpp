@@ -5,12 +5,12 @@
 // window. Between bands it asks whether the request was cancelled. Nothing is kept between two
 // calls but what the tables keep. Tested by tests/timeline/bucket_query_test.cpp.
 
+#include "store/filter_time.h"
 #include "timeline/kept_time.h"
 #include "timeline/memory_timeline.h"
 #include "timeline/row_sums.h"
 #include "timeline/timeline_database.h"
 
-#include <optional>
 #include <utility>
 
 namespace lanefeed_runtime {
@@ -37,17 +37,9 @@ error_code_t invalidArgument(const char* expression, int line) {
     return error_code_t::raise(basekit2::error::IsNot.Valid.Argument, expression, __FILE__, line);
 }
 
-// Pauses are kept with their last tick.
-std::vector<time_interval_t> pauses(const ResultFacts& facts) {
-    std::vector<time_interval_t> spans = facts.pauses;
-    for (time_interval_t& span : spans)
-        ++span.end;
-    return spans;
-}
-
 class BucketQuery : public storelink1::ITimelineQuery {
 public:
-    BucketQuery(sptr_t<MemoryTimeline> unfiltered, TimeFilterLookup filters)
+    BucketQuery(sptr_t<MemoryTimeline> unfiltered, TimelineFilterLookup filters)
         : m_unfiltered(std::move(unfiltered)), m_filters(std::move(filters)) {}
 
     // The suffix names the rows; what tells them apart is the path alone.
@@ -82,12 +74,11 @@ public:
 
 private:
     MemoryTimeline& timeline() const { return m_timeline.is_null() ? *m_unfiltered : *m_timeline; }
-    TimeFilterEffect effect(const std::string& filter) const {
-        return m_filters ? m_filters(filter) : TimeFilterEffect();
+    NamedFilter filter(const std::string& name) const {
+        return m_filters ? m_filters(name) : NamedFilter();
     }
-    // None for a filter that nobody can tell about.
-    std::optional<TimeFilterEffect> requiredEffect() const;
-    KeptTime keptTime(const TimeFilterEffect& required) const;
+    // The database that answers, with all filters that are in force for this query.
+    sptr_t<MemoryTimeline> inForce() const;
     // The columns whose groups are summed apart from each other: rows first.
     InstanceTable::Columns summedApart() const;
     // False when it was cancelled.
@@ -97,7 +88,7 @@ private:
                  relay2::IProgress* progress) const;
 
     const sptr_t<MemoryTimeline> m_unfiltered;
-    const TimeFilterLookup m_filters;
+    const TimelineFilterLookup m_filters;
     sptr_t<MemoryTimeline> m_timeline;
     InstanceTable::Columns m_rowBys;
     std::vector<ExpansionLevel> m_levels;
@@ -111,18 +102,13 @@ private:
     bool m_keepZeros = false;
 };
 
+// Within the result: a filter that keeps a span cuts out all before and behind it.
 basekit2::generic_iterator_t<time_interval_t> BucketQuery::getFilterIntervals(bool inverted) {
-    const KeptTime kept(effect(kGlobalFilter).cuts);
-    if (!inverted) return basekit2::make_iterator(kept.excluded());
-    const ResultFacts& facts = m_unfiltered->facts();
-    std::vector<time_interval_t> spans;
-    kept.each(facts.firstTick, facts.lastTick, [&](u64_t first, u64_t last) {
-        time_interval_t span;
-        span.start = first;
-        span.end = last + 1;
-        spans.push_back(span);
-    });
-    return basekit2::make_iterator(std::move(spans));
+    time_interval_t result;
+    result.start = m_unfiltered->facts().firstTick;
+    result.end = m_unfiltered->facts().lastTick + 1;
+    const TickSpans kept = commonTime(keptTime(filter(kGlobalFilter).time), {result});
+    return basekit2::make_iterator(inverted ? kept : timeBetween(kept, result));
 }
 
 void BucketQuery::setSource(QueryType type,
@@ -154,21 +140,11 @@ bool BucketQuery::addExpansion(const std::string& table,
     return true;
 }
 
-std::optional<TimeFilterEffect> BucketQuery::requiredEffect() const {
-    if (m_requiredFilter.empty()) return TimeFilterEffect();
-    if (!m_filters) return std::nullopt;
-    TimeFilterEffect required = m_filters(m_requiredFilter);
-    return required.timeOnly ? std::make_optional(std::move(required)) : std::nullopt;
-}
-
-KeptTime BucketQuery::keptTime(const TimeFilterEffect& required) const {
-    std::vector<time_interval_t> excluded = pauses(timeline().facts());
-    excluded.insert(excluded.end(), required.cuts.begin(), required.cuts.end());
-    if (m_timeline.is_null()) {
-        const std::vector<time_interval_t> filtered = effect(kGlobalFilter).cuts;
-        excluded.insert(excluded.end(), filtered.begin(), filtered.end());
-    }
-    return KeptTime(std::move(excluded));
+sptr_t<MemoryTimeline> BucketQuery::inForce() const {
+    sptr_t<MemoryTimeline> database = m_timeline;
+    if (database.is_null()) database = m_unfiltered->narrowed(kGlobalFilter, filter(kGlobalFilter));
+    if (m_requiredFilter.empty()) return database;
+    return database->narrowed(m_requiredFilter, filter(m_requiredFilter));
 }
 
 InstanceTable::Columns BucketQuery::summedApart() const {
@@ -244,10 +220,8 @@ error_code_t BucketQuery::getOverTimeData(u64_t start,
     if (!buckets.valid()) return error_code_t::noResult;
     if (m_type < qtTime || m_type > qtCountOverTime) return invalidArgument("m_type", __LINE__);
 
-    const std::optional<TimeFilterEffect> required = requiredEffect();
-    if (!required) return invalidArgument("required", __LINE__);
-
-    const std::shared_ptr<InstanceTable> table = timeline().instances(m_table);
+    const sptr_t<MemoryTimeline> database = inForce();
+    const std::shared_ptr<InstanceTable> table = database->instances(m_table);
     std::shared_ptr<const GroupedInstances> instances;
     error_code_t err = table->grouped(summedApart(), instances, progress);
     if (!basekit2::is_success(err)) return err;
@@ -256,12 +230,11 @@ error_code_t BucketQuery::getOverTimeData(u64_t start,
         err = table->numbers(m_attrPath, numbers, progress);
     if (!basekit2::is_success(err)) return err;
     SeriesPlan plan;
-    err = plan.make(timeline(), m_table, m_levels, progress);
+    err = plan.make(*database, m_table, m_levels, progress);
     if (!basekit2::is_success(err)) return err;
 
-    const KeptTime kept = keptTime(*required);
     const SumRequest request{m_type,       m_objectType, m_samplePoint == kSampleAtEnd,
-                             m_keepZeros,  buckets,      kept,
+                             m_keepZeros,  buckets,      database->counted(),
                              *table,       *instances,   plan,
                              numbers.get()};
     std::vector<double> totals(plan.count(), 0);
@@ -276,7 +249,7 @@ error_code_t BucketQuery::getOverTimeData(u64_t start,
 }  // namespace
 
 sptr_t<storelink1::ITimelineQuery> makeTimelineQuery(
-    const sptr_t<storelink1::ITimelineDatabase>& unfiltered, TimeFilterLookup filters) {
+    const sptr_t<storelink1::ITimelineDatabase>& unfiltered, TimelineFilterLookup filters) {
     sptr_t<MemoryTimeline> timeline(dynamic_cast<MemoryTimeline*>(unfiltered.get()));
     if (timeline.is_null()) return {};
     return basekit2::make_object<BucketQuery>(std::move(timeline), std::move(filters));

@@ -10,6 +10,7 @@
 #include "store/schema.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 namespace lanefeed_runtime {
@@ -38,9 +39,9 @@ bool isPath(const std::string& column) {
     return !column.empty() && column.front() != '#';
 }
 
-std::shared_ptr<const InstanceTable::Split> groupPieces(SplitPieces pieces,
-                                                        const Combinations& ofInstances) {
-    auto made = std::make_shared<InstanceTable::Split>();
+std::shared_ptr<const InstanceTable::Pieces> groupPieces(SplitPieces pieces,
+                                                         const Combinations& ofInstances) {
+    auto made = std::make_shared<InstanceTable::Pieces>();
     Combinations groups;
     groups.keys = ofInstances.keys;
     std::vector<int> number;
@@ -69,6 +70,7 @@ error_code_t InstanceTable::load(const Columns& columns,
                                  relay2::IProgress* progress) {
     InstanceRequest request;
     request.table = m_name;
+    request.filters = m_filters;
     const Columns bandTypes = m_loaded ? Columns() : bandTypePaths();
     request.ids = bandTypes;
     for (const std::string& column : columns) {
@@ -156,13 +158,34 @@ error_code_t InstanceTable::grouped(const Columns& columns,
     return err;
 }
 
+error_code_t InstanceTable::stretches(const Columns& columns,
+                                      Shared<Pieces>& out,
+                                      relay2::IProgress* progress) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    error_code_t err = load(columns, {}, progress);
+    if (!basekit2::is_success(err)) return err;
+    Shared<Pieces>& kept = m_stretches[columns];
+    if (kept == nullptr) {
+        SplitPieces pieces;
+        pieces.start = m_base.start;
+        pieces.end = m_base.end;
+        pieces.position.resize(pieces.start.size());
+        std::iota(pieces.position.begin(), pieces.position.end(), 0U);
+        pieces.level.resize(pieces.start.size(), 0);
+        keepPieces(*m_kept, pieces);
+        kept = groupPieces(std::move(pieces), combined(columns));
+    }
+    out = kept;
+    return err;
+}
+
 error_code_t InstanceTable::split(const Columns& columns,
-                                  Shared<Split>& out,
+                                  Shared<Pieces>& out,
                                   relay2::IProgress* progress) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     error_code_t err = load(columns, {}, progress);
     if (!basekit2::is_success(err)) return err;
-    Shared<Split>& kept = m_split[columns];
+    Shared<Pieces>& kept = m_split[columns];
     if (kept == nullptr) {
         const GroupedInstances byBand(m_base.start, m_base.end, combined({kBandColumn}));
         SplitPieces pieces;
@@ -170,6 +193,7 @@ error_code_t InstanceTable::split(const Columns& columns,
             return error_code_t::raise(basekit2::error::IsNot.Expected.Situation,
                                        "too many overlapping instances to split", __FILE__,
                                        __LINE__);
+        if (!m_kept->keepsAll()) keepPieces(*m_kept, pieces);
         kept = groupPieces(std::move(pieces), combined(columns));
     }
     out = kept;

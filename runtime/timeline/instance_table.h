@@ -2,6 +2,7 @@
 
 #include "store/instance_reader.h"
 #include "timeline/grouped_instances.h"
+#include "timeline/kept_time.h"
 #include "timeline/nesting.h"
 
 #include <basekit2/error_code.h>
@@ -28,15 +29,22 @@ public:
     template <class T>
     using Shared = std::shared_ptr<const T>;
 
-    // Pieces of instances, grouped: over all levels, and by level with the level behind the ids.
-    struct Split {
+    // Pieces of instances, grouped.
+    struct Pieces {
         GroupedInstances all;
-        GroupedInstances byLevel;
+        GroupedInstances byLevel;  // with the level behind the ids
         std::vector<basekit2::u32_t> positions;  // of the instance of each piece
     };
 
-    InstanceTable(std::shared_ptr<InstanceReader> reader, std::string name)
-        : m_reader(std::move(reader)), m_name(std::move(name)) {}
+    // Holds what passes all filters, with its true ends; `kept` is the time that they leave.
+    InstanceTable(std::shared_ptr<InstanceReader> reader,
+                  std::string name,
+                  std::vector<NamedFilter> filters,
+                  std::shared_ptr<const KeptTime> kept)
+        : m_reader(std::move(reader)),
+          m_name(std::move(name)),
+          m_filters(std::move(filters)),
+          m_kept(std::move(kept)) {}
 
     basekit2::error_code_t combinations(const Columns& columns,
                                         Shared<Combinations>& out,
@@ -44,9 +52,14 @@ public:
     basekit2::error_code_t grouped(const Columns& columns,
                                    Shared<GroupedInstances>& out,
                                    relay2::IProgress* progress);
-    // Nesting is that of each band.
+    // The unbroken stretches of kept time of each instance, all of one level.
+    basekit2::error_code_t stretches(const Columns& columns,
+                                     Shared<Pieces>& out,
+                                     relay2::IProgress* progress);
+    // Instances cut where their depth changes and where kept time ends. Nesting is that of each
+    // band.
     basekit2::error_code_t split(const Columns& columns,
-                                 Shared<Split>& out,
+                                 Shared<Pieces>& out,
                                  relay2::IProgress* progress);
     // A column of plain values, by position.
     basekit2::error_code_t numbers(const std::string& path,
@@ -70,6 +83,8 @@ private:
 
     const std::shared_ptr<InstanceReader> m_reader;
     const std::string m_name;
+    const std::vector<NamedFilter> m_filters;
+    const std::shared_ptr<const KeptTime> m_kept;
     std::mutex m_mutex;
     bool m_loaded = false;
     InstanceColumns m_base;
@@ -78,7 +93,8 @@ private:
     std::map<std::string, Shared<std::vector<double>>> m_numbers;
     std::map<Columns, Shared<Combinations>> m_combinations;
     std::map<Columns, Shared<GroupedInstances>> m_grouped;
-    std::map<Columns, Shared<Split>> m_split;
+    std::map<Columns, Shared<Pieces>> m_stretches;
+    std::map<Columns, Shared<Pieces>> m_split;
 };
 
 }  // namespace lanefeed_runtime

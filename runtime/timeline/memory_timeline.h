@@ -3,6 +3,7 @@
 #include "store/instance_reader.h"
 #include "store/result_facts.h"
 #include "timeline/instance_table.h"
+#include "timeline/kept_time.h"
 #include "timeline/timeline_database.h"
 
 #include <storelink1/timeline_database.h>
@@ -21,8 +22,9 @@ namespace lanefeed_runtime {
 // All operations are thread safe.
 class MemoryTimeline : public storelink1::ITimelineDatabase {
 public:
-    MemoryTimeline(std::shared_ptr<InstanceReader> reader, std::shared_ptr<const ResultFacts> facts)
-        : m_reader(std::move(reader)), m_facts(std::move(facts)) {}
+    MemoryTimeline(std::shared_ptr<InstanceReader> reader,
+                   std::shared_ptr<const ResultFacts> facts,
+                   std::vector<NamedFilter> filters = {});
 
     basekit2::error_code_t getGrouper(basekit2::sptr_t<storelink1::ITimelineGrouper>& out,
                                       storelink1::timeline_grouper_type_t kind,
@@ -39,8 +41,13 @@ public:
                                 const basekit2::generic_iterator_t<std::string>& names,
                                 relay2::IProgress* progress) override;
 
+    // What one more filter leaves of this: one object for each state of the filter, and this one
+    // where it is empty.
+    basekit2::sptr_t<MemoryTimeline> narrowed(const std::string& name, const NamedFilter& filter);
     // Read when it is asked for the first time; a table that does not exist fails then.
     std::shared_ptr<InstanceTable> instances(const std::string& instanceTable);
+    // The ticks that count in buckets: all but those in pauses and those that filters cut out.
+    const KeptTime& counted() const { return m_counted; }
     InstanceReader& reader() const { return *m_reader; }
     const ResultFacts& facts() const { return *m_facts; }
     // Statistics, from any thread.
@@ -50,6 +57,10 @@ public:
 private:
     using Names = std::vector<std::string>;
     using Held = std::pair<storelink1::timeline_grouper_type_t, std::string>;
+    struct Narrowed {
+        NamedFilter filter;
+        basekit2::sptr_t<MemoryTimeline> timeline;
+    };
 
     void hold(storelink1::timeline_grouper_type_t kind,
               const std::string& instanceTable,
@@ -57,12 +68,16 @@ private:
 
     const std::shared_ptr<InstanceReader> m_reader;
     const std::shared_ptr<const ResultFacts> m_facts;
+    const std::vector<NamedFilter> m_filters;
+    const std::shared_ptr<const KeptTime> m_kept;  // by the filters
+    const KeptTime m_counted;
     std::atomic<basekit2::u64_t> m_queries{0};
     std::atomic<basekit2::u64_t> m_instancesRead{0};
     std::atomic<basekit2::u64_t> m_leftOut{0};
-    std::mutex m_mutex;  // guards the two below, never held during a read
+    std::mutex m_mutex;  // guards what follows, never held during a read
     std::map<std::string, std::shared_ptr<InstanceTable>> m_tables;
     std::map<Held, std::set<Names>> m_held;
+    std::map<std::string, Narrowed> m_narrowed;  // by name of the filter
 };
 
 }  // namespace lanefeed_runtime

@@ -7,6 +7,7 @@
 #include "timeline/nesting.h"
 
 #include <numeric>
+#include <utility>
 
 namespace lanefeed_runtime {
 
@@ -123,6 +124,19 @@ bool splitByLevel(const GroupedInstances& instances, std::size_t limit, SplitPie
     }
     sortByStart(out);
     return true;
+}
+
+void keepPieces(const KeptTime& kept, SplitPieces& pieces) {
+    SplitPieces left;
+    for (std::size_t i = 0; i < pieces.start.size(); ++i)
+        kept.each(pieces.start[i], pieces.end[i], [&](u64_t first, u64_t last) {
+            left.start.push_back(first);
+            left.end.push_back(last);
+            left.position.push_back(pieces.position[i]);
+            left.level.push_back(pieces.level[i]);
+        });
+    pieces = std::move(left);
+    sortByStart(pieces);
 }
 
 }  // namespace lanefeed_runtime

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "timeline/grouped_instances.h"
+#include "timeline/kept_time.h"
 
 #include <basekit2/variant.h>
 
@@ -88,5 +89,8 @@ struct SplitPieces {
 // False when there would be more than `limit` pieces, as with thousands of instances that all
 // overlap.
 bool splitByLevel(const GroupedInstances& instances, std::size_t limit, SplitPieces& out);
+
+// Leaves of each piece its unbroken stretches of kept time, as pieces of their own.
+void keepPieces(const KeptTime& kept, SplitPieces& pieces);
 
 }  // namespace lanefeed_runtime

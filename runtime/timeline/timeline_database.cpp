@@ -6,9 +6,11 @@
 
 #include "timeline/timeline_database.h"
 
+#include "store/filter_time.h"
 #include "timeline/grouper.h"
 #include "timeline/memory_timeline.h"
 
+#include <limits>
 #include <utility>
 
 namespace lanefeed_runtime {
@@ -16,6 +18,7 @@ namespace lanefeed_runtime {
 using basekit2::error_code_t;
 using basekit2::generic_iterator_t;
 using basekit2::sptr_t;
+using storelink1::time_interval_t;
 using storelink1::timeline_grouper_type_t;
 
 namespace {
@@ -36,12 +39,61 @@ error_code_t invalidArgument(const char* expression, int line) {
     return error_code_t::raise(basekit2::error::IsNot.Valid.Argument, expression, __FILE__, line);
 }
 
+std::vector<time_interval_t> cutsOf(const std::vector<NamedFilter>& filters) {
+    time_interval_t allTime;
+    allTime.end = std::numeric_limits<basekit2::u64_t>::max();
+    std::vector<time_interval_t> cuts;
+    for (const NamedFilter& filter : filters) {
+        const TickSpans outside = timeBetween(keptTime(filter.time), allTime);
+        cuts.insert(cuts.end(), outside.begin(), outside.end());
+    }
+    return cuts;
+}
+
+// Pauses are kept with their last tick.
+std::vector<time_interval_t> withPauses(std::vector<time_interval_t> cuts,
+                                        const ResultFacts& facts) {
+    for (time_interval_t pause : facts.pauses) {
+        ++pause.end;
+        cuts.push_back(pause);
+    }
+    return cuts;
+}
+
 }  // namespace
+
+MemoryTimeline::MemoryTimeline(std::shared_ptr<InstanceReader> reader,
+                               std::shared_ptr<const ResultFacts> facts,
+                               std::vector<NamedFilter> filters)
+    : m_reader(std::move(reader)),
+      m_facts(std::move(facts)),
+      m_filters(std::move(filters)),
+      m_kept(std::make_shared<const KeptTime>(cutsOf(m_filters))),
+      m_counted(withPauses(m_kept->excluded(), *m_facts)) {}
+
+sptr_t<MemoryTimeline> MemoryTimeline::narrowed(const std::string& name,
+                                                const NamedFilter& filter) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (filter.isEmpty()) {
+        m_narrowed.erase(name);
+        return sptr_t<MemoryTimeline>(this);
+    }
+    Narrowed& kept = m_narrowed[name];
+    const bool isSame = kept.filter.query == filter.query && kept.filter.time == filter.time;
+    if (kept.timeline.is_null() || !isSame) {
+        std::vector<NamedFilter> filters = m_filters;
+        filters.push_back(filter);
+        kept.timeline = basekit2::make_object<MemoryTimeline>(m_reader, m_facts, filters);
+        kept.filter = filter;
+    }
+    return kept.timeline;
+}
 
 std::shared_ptr<InstanceTable> MemoryTimeline::instances(const std::string& instanceTable) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     std::shared_ptr<InstanceTable>& kept = m_tables[instanceTable];
-    if (kept == nullptr) kept = std::make_shared<InstanceTable>(m_reader, instanceTable);
+    if (kept == nullptr)
+        kept = std::make_shared<InstanceTable>(m_reader, instanceTable, m_filters, m_kept);
     return kept;
 }
 
@@ -67,16 +119,19 @@ error_code_t MemoryTimeline::getGrouper(sptr_t<storelink1::ITimelineGrouper>& ou
     GrouperData data;
     data.table = table;
     error_code_t err;
-    if (kind == storelink1::tgIntervals) {
+    const bool isSplit = kind == storelink1::tgSplitIntervals;
+    if (kind == storelink1::tgIntervals && m_kept->keepsAll()) {
         err = table->grouped(paths, data.instances, nullptr);
-    } else if (kind == storelink1::tgSplitIntervals) {
-        std::shared_ptr<const InstanceTable::Split> split;
-        err = table->split(paths, split, nullptr);
+    } else if (kind == storelink1::tgIntervals || isSplit) {
+        std::shared_ptr<const InstanceTable::Pieces> pieces;
+        err = isSplit ? table->split(paths, pieces, nullptr)
+                      : table->stretches(paths, pieces, nullptr);
         if (basekit2::is_success(err)) {
-            data.instances = {split, level == kAllLevels ? &split->all : &split->byLevel};
-            data.positions = {split, &split->positions};
+            const bool byLevel = isSplit && level != kAllLevels;
+            data.instances = {pieces, byLevel ? &pieces->byLevel : &pieces->all};
+            data.positions = {pieces, &pieces->positions};
+            if (byLevel) key.push_back(level);
         }
-        if (level != kAllLevels) key.push_back(level);
     } else {
         return invalidArgument("kind", __LINE__);
     }
@@ -107,9 +162,11 @@ error_code_t MemoryTimeline::fill(timeline_grouper_type_t kind,
     const Names paths = collect(names);
     const std::shared_ptr<InstanceTable> table = instances(instanceTable);
     error_code_t err;
+    std::shared_ptr<const InstanceTable::Pieces> pieces;
     if (kind == storelink1::tgSplitIntervals) {
-        std::shared_ptr<const InstanceTable::Split> split;
-        err = table->split(paths, split, progress);
+        err = table->split(paths, pieces, progress);
+    } else if (kind == storelink1::tgIntervals && !m_kept->keepsAll()) {
+        err = table->stretches(paths, pieces, progress);
     } else {
         std::shared_ptr<const GroupedInstances> grouped;
         err = table->grouped(paths, grouped, progress);
@@ -137,6 +194,15 @@ sptr_t<storelink1::ITimelineDatabase> openTimelineDatabase(
     const std::shared_ptr<InstanceReader>& reader,
     const std::shared_ptr<const ResultFacts>& facts) {
     return basekit2::make_object<MemoryTimeline>(reader, facts);
+}
+
+sptr_t<storelink1::ITimelineDatabase> filteredTimelineDatabase(
+    const sptr_t<storelink1::ITimelineDatabase>& database,
+    const std::string& name,
+    const TimelineFilterLookup& filters) {
+    auto* timeline = dynamic_cast<MemoryTimeline*>(database.get());
+    if (timeline == nullptr || !filters) return database;
+    return timeline->narrowed(name, filters(name));
 }
 
 }  // namespace lanefeed_runtime

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "store/filter_parts.h"
+
 #include <storelink1/timeline_database.h>
 #include <storelink1/timeline_query.h>
 
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 // The timeline face of a result, in memory. Tables and groupings are read when they are first asked
 // for and kept as long as the database; all its operations are thread safe.
@@ -31,23 +32,22 @@ struct TimelineReads {
 // All zero for a database that was not made above.
 TimelineReads timelineReads(const basekit2::sptr_t<storelink1::ITimelineDatabase>& database);
 
-// What a named filter does to the time of a result. A timeline database knows nothing of filters on
-// attributes: `timeOnly` false says that there is such a part.
-struct TimeFilterEffect {
-    // Cut out: half open, in absolute ticks, in any order.
-    std::vector<storelink1::time_interval_t> cuts;
-    bool timeOnly = true;
-};
+// A filter as it stands at the moment of the call, by name; empty where there is none. From any
+// thread.
+using TimelineFilterLookup = std::function<NamedFilter(const std::string& name)>;
 
-// Effect of a filter at the moment of the call, by name; none for a name that is not registered.
-using TimeFilterLookup = std::function<TimeFilterEffect(const std::string& name)>;
+// What one more filter leaves of a database made above: the same object as long as the filter
+// stays as it is, and the database itself where there is no filter of that name.
+basekit2::sptr_t<storelink1::ITimelineDatabase> filteredTimelineDatabase(
+    const basekit2::sptr_t<storelink1::ITimelineDatabase>& database,
+    const std::string& name,
+    const TimelineFilterLookup& filters);
 
-// A new query for bucketed series. `unfiltered`, made above, answers as long as no other database
-// is set, and what "global" cuts out then counts as left out. A required filter that has a part
-// beside time makes the query fail rather than answer what was not asked; so does any without
-// `filters`, which may be empty.
+// A new query for bucketed series. As long as no other database is set, `unfiltered`, made above,
+// answers with "global" in force. A required filter comes on top of what a database has in force;
+// filters are looked up when the query runs.
 basekit2::sptr_t<storelink1::ITimelineQuery> makeTimelineQuery(
     const basekit2::sptr_t<storelink1::ITimelineDatabase>& unfiltered,
-    TimeFilterLookup filters = {});
+    TimelineFilterLookup filters = {});
 
 }  // namespace lanefeed_runtime
