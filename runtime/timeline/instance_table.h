@@ -32,7 +32,7 @@ public:
     // Pieces of instances, grouped.
     struct Pieces {
         GroupedInstances all;
-        GroupedInstances byLevel;  // with the level behind the ids
+        GroupedInstances byLevel;                // with the level behind the ids
         std::vector<basekit2::u32_t> positions;  // of the instance of each piece
     };
 

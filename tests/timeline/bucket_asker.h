@@ -3,6 +3,7 @@
 #include "store/result_facts.h"
 #include "timeline/buckets.h"
 #include "timeline/random_instances.h"
+#include "timeline/time_filter.h"
 #include "timeline/timeline_database.h"
 
 #include <storelink1/timeline_query.h>
@@ -51,6 +52,8 @@ struct Answer {
     bool shapesAgree = true;
 };
 
+using Filters = std::map<std::string, lanefeed_runtime::NamedFilter>;
+
 class Asker {
 public:
     explicit Asker(std::vector<Instance> instances) : m_instances(std::move(instances)) {
@@ -62,21 +65,34 @@ public:
         span.end = last;
         facts->pauses.push_back(span);
     }
-    bool paused(basekit2::u64_t tick) const {
-        return std::any_of(facts->pauses.begin(), facts->pauses.end(), [&](const auto& span) {
-            return span.start <= tick && tick <= span.end;
-        });
+    // The same by the filter "global".
+    void cut(basekit2::u64_t first, basekit2::u64_t last) {
+        cuts.push_back({first, last + 1, true});
+        filter("global", cuts);
+    }
+    void filter(const std::string& name, const std::vector<TimeRange>& ranges) const {
+        (*filters)[name].time = timeFilter(ranges);
+    }
+    bool excluded(basekit2::u64_t tick) const {
+        return std::any_of(
+                   facts->pauses.begin(), facts->pauses.end(),
+                   [&](const auto& span) { return span.start <= tick && tick <= span.end; }) ||
+               std::any_of(cuts.begin(), cuts.end(), [&](const TimeRange& range) {
+                   return range.start <= tick && tick < range.end;
+               });
     }
     const std::vector<Instance>& instances() const { return m_instances; }
 
     basekit2::sptr_t<ITimelineQuery> query(const Question& question) {
         if (database.is_null()) database = lanefeed_runtime::openTimelineDatabase(reader, facts);
-        const auto made = lanefeed_runtime::makeTimelineQuery(database, filters);
+        const auto made = lanefeed_runtime::makeTimelineQuery(database, lookup);
         if (question.byThread) made->addRowBy("dd_band::dd_thread", "name");
         made->setSource(question.type, "slice_data",
                         question.type == ITimelineQuery::qtAttribute ? "value" : "",
                         question.grouping);
-        made->setTimelineDatabase(onRawResult ? nullptr : database);
+        if (!onRawResult)
+            made->setTimelineDatabase(
+                lanefeed_runtime::filteredTimelineDatabase(database, "global", lookup));
         made->setFourthFlag(question.keepZeros);
         for (const Level& level : question.levels)
             made->addExpansion(level.path.find("::") == std::string::npos ? "slice_data" : "",
@@ -114,7 +130,11 @@ public:
     std::shared_ptr<lanefeed_runtime::ResultFacts> facts =
         std::make_shared<lanefeed_runtime::ResultFacts>();
     basekit2::sptr_t<storelink1::ITimelineDatabase> database;
-    lanefeed_runtime::TimeFilterLookup filters;
+    std::shared_ptr<Filters> filters = std::make_shared<Filters>();
+    std::vector<TimeRange> cuts;
+    lanefeed_runtime::TimelineFilterLookup lookup = [named = filters](const std::string& name) {
+        return (*named)[name];
+    };
     bool onRawResult = false;
 
 private:

@@ -22,16 +22,20 @@ using lanefeed_test::Question;
 constexpr int kBands = 5;
 constexpr int kSpan = 200;
 
-// Seeded: random instances, sometimes with pauses.
+// Seeded: random instances, sometimes with pauses and with spans that "global" cuts out.
 Asker randomAsker(std::mt19937& random) {
     Asker asker(lanefeed_test::randomInstances(random, pick(random, 1, 60), kBands, 3, kSpan));
     u64_t first = 1;
     for (int i = pick(random, 0, 3); i > 0; --i) {
         first += static_cast<u64_t>(pick(random, 1, 60));
         const u64_t last = first + static_cast<u64_t>(pick(random, 0, 15));
-        asker.pause(first, last);
+        if (pick(random, 0, 1) == 0)
+            asker.pause(first, last);
+        else
+            asker.cut(first, last);
         first = last + 2;
     }
+    asker.onRawResult = pick(random, 0, 1) == 0;
     return asker;
 }
 
@@ -62,7 +66,7 @@ Cells timeByTick(const Asker& asker, const Question& question) {
     const Buckets buckets(question.start, question.end, question.bins);
     Cells cells;
     for (u64_t tick = question.start; tick < question.end; ++tick)
-        for (int band = 1; band <= kBands && !asker.paused(tick); ++band) {
+        for (int band = 1; band <= kBands && !asker.excluded(tick); ++band) {
             const auto open = lanefeed_test::covering(asker.instances(), band, tick);
             if (open.empty()) continue;
             const Instance& innermost = asker.instances()[static_cast<std::size_t>(open.back())];
@@ -90,12 +94,12 @@ TEST(BucketQuery, PointsGoToTheBucketOfTheirSample) {
         Cells times;
         for (const Instance& instance : asker.instances()) {
             const u64_t tick = question.samplePoint == 2 ? instance.end : instance.start;
-            if (!buckets.contains(tick) || asker.paused(tick)) continue;
+            if (!buckets.contains(tick) || asker.excluded(tick)) continue;
             const int row = rowOf(question, instance);
             const std::string name = seriesName(question, instance);
             ++instances[row][name][buckets.at(tick)];
             for (u64_t own = instance.start; own <= instance.end; ++own)
-                if (!asker.paused(own)) ++times[row][name][buckets.at(tick)];
+                if (!asker.excluded(own)) ++times[row][name][buckets.at(tick)];
             if (instance.count != 0)
                 counts[row][name][buckets.at(tick)] += static_cast<double>(instance.count);
         }
@@ -115,7 +119,7 @@ TEST(BucketQuery, IntervalsShareTheirCountAndCountWhereTheyTouch) {
         const Buckets buckets(question.start, question.end, question.bins);
         std::map<int, double> ticks;
         for (u64_t tick = question.start; tick < question.end; ++tick)
-            if (!asker.paused(tick)) ++ticks[buckets.at(tick)];
+            if (!asker.excluded(tick)) ++ticks[buckets.at(tick)];
         Cells shares;
         Cells touches;
         Cells active;
@@ -123,7 +127,7 @@ TEST(BucketQuery, IntervalsShareTheirCountAndCountWhereTheyTouch) {
             std::map<int, double> covered;
             double length = 0;
             for (u64_t tick = instance.start; tick <= instance.end; ++tick) {
-                if (asker.paused(tick)) continue;
+                if (asker.excluded(tick)) continue;
                 ++length;
                 if (buckets.contains(tick)) ++covered[buckets.at(tick)];
             }
@@ -156,7 +160,7 @@ void addTrackByTick(
     std::map<int, std::pair<double, double>> means;
     for (u64_t tick = question.start; tick < question.end; ++tick) {
         const auto open = lanefeed_test::covering(track, band, tick);
-        if (open.empty() || asker.paused(tick)) continue;
+        if (open.empty() || asker.excluded(tick)) continue;
         auto& mean = means[buckets.at(tick)];
         mean.first += static_cast<double>(track[static_cast<std::size_t>(open.back())].count) - 4;
         mean.second += 1;
@@ -361,45 +365,57 @@ TEST(BucketQuery, AnswersNoDataToWhatHasNone) {
     EXPECT_FALSE(query->getOverTimeData(1, 100, 10, data, metadata, nullptr).succeeded());
 }
 
-TEST(BucketQuery, FiltersCutTheTimeOfTheRawResult) {
+TEST(BucketQuery, FiltersAddUpAndAreTakenAsTheyStandWhenTheQueryRuns) {
     Asker asker(fewInstances());
     asker.facts->firstTick = 1;
     asker.facts->lastTick = 100;
-    asker.filters = [](const std::string& name) {
-        lanefeed_runtime::TimeFilterEffect effect;
-        if (name == "global") effect.cuts = {{51, 101}};
-        if (name == "early") effect.cuts = {{11, 1000}};
-        effect.timeOnly = name != "byName";
-        return effect;
-    };
     Question question;
     question.bins = 1;
     question.grouping = "global_data_grouper";
-    EXPECT_EQ(asker.ask(question).cells.at(1).at("").at(0), 100);
-    asker.onRawResult = true;
-    EXPECT_EQ(asker.ask(question).cells.at(1).at("").at(0), 50);
+    const auto busy = [&](const char* required) {
+        std::vector<storelink1::OverTimeData> data;
+        std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
+        const auto query = asker.query(question);
+        query->setRequiredFilter(required);
+        if (!is_success(query->getOverTimeData(1, 101, 1, data, metadata, nullptr))) return 0.0;
+        return data.front().series.front().at(0);
+    };
+    for (const bool raw : {false, true}) {
+        asker.onRawResult = raw;
+        asker.filters->clear();
+        EXPECT_EQ(busy("early"), 100) << "a name without a filter";
+        asker.filter("global", {{51, 101}});
+        EXPECT_EQ(busy(""), 50);
+        asker.filter("early", {{1, 61}, {71, 90}});
+        EXPECT_EQ(busy("early"), 29);
+        asker.filter("early", {{55, 60, true}});
+        EXPECT_EQ(busy("early"), 45);
+        asker.filter("early", {{1, 51}});
+        EXPECT_EQ(busy("early"), 0);
+    }
+    EXPECT_EQ(asker.reader->reads, 9) << "once for each state of the filters";
+}
 
-    const auto query = asker.query(question);
-    const auto cut = query->getFilterIntervals(false);
-    EXPECT_EQ(cut.current().start, 51U);
-    EXPECT_EQ(cut.current().end, 101U);
-    const auto kept = query->getFilterIntervals(true);
-    EXPECT_EQ(kept.current().start, 1U);
-    EXPECT_EQ(kept.current().end, 51U);
-    EXPECT_EQ(basekit2::iterator_util::get_item_count(kept), 1);
-
-    std::vector<storelink1::OverTimeData> data;
-    std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
-    query->setRequiredFilter("early");
-    EXPECT_TRUE(is_success(query->getOverTimeData(1, 101, 1, data, metadata, nullptr)));
-    EXPECT_EQ(data.front().series.front().at(0), 10);
-    query->setRequiredFilter("byName");
-    EXPECT_FALSE(query->getOverTimeData(1, 101, 1, data, metadata, nullptr).succeeded());
-    EXPECT_TRUE(data.empty());
-    asker.filters = nullptr;
-    const auto unknowing = asker.query(question);
-    unknowing->setRequiredFilter("early");
-    EXPECT_FALSE(unknowing->getOverTimeData(1, 101, 1, data, metadata, nullptr).succeeded());
+TEST(BucketQuery, TellsWhatGlobalCutsOutAndKeepsWithinTheResult) {
+    Asker asker(fewInstances());
+    asker.facts->firstTick = 1;
+    asker.facts->lastTick = 100;
+    const auto spans = [&](bool kept) {
+        std::vector<std::pair<u64_t, u64_t>> all;
+        const auto found = asker.query(Question())->getFilterIntervals(kept);
+        for (; !found.at_end(); found.next())
+            all.emplace_back(found.current().start, found.current().end);
+        return all;
+    };
+    using Spans = std::vector<std::pair<u64_t, u64_t>>;
+    EXPECT_EQ(spans(false), Spans());
+    EXPECT_EQ(spans(true), (Spans{{1, 101}}));
+    asker.filter("global", {{0, 11}, {51, 1000}, {60, 70, true}});
+    EXPECT_EQ(spans(false), (Spans{{11, 51}, {60, 70}}));
+    EXPECT_EQ(spans(true), (Spans{{1, 11}, {51, 60}, {70, 101}}));
+    asker.filter("global", {{200, 300}});
+    EXPECT_EQ(spans(false), (Spans{{1, 101}}));
+    EXPECT_EQ(spans(true), Spans());
 }
 
 }  // namespace

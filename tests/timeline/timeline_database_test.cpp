@@ -4,10 +4,13 @@
 
 #include "store/result_facts.h"
 #include "timeline/random_instances.h"
+#include "timeline/time_filter.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -143,6 +146,47 @@ TEST(TimelineDatabase, SplitLevelsAreThoseOfTheBandAndSumUpToAllOfThem) {
     }
     EXPECT_GT(level, 1);
     EXPECT_EQ(pieces, all.size());
+}
+
+// Tick by tick: what is drawn with cuts is what is drawn without them, where time is kept.
+TEST(TimelineDatabase, NothingIsDrawnInTimeThatAFilterCutsOut) {
+    const std::vector<lanefeed_test::TimeRange> cuts = {
+        {1, 20, true}, {60, 75, true}, {160, 300, true}};
+    const auto isKept = [&](u64_t tick) {
+        return std::none_of(cuts.begin(), cuts.end(),
+                            [&](const auto& cut) { return cut.start <= tick && tick < cut.end; });
+    };
+    Fixture fixture(someInstances(9));
+    for (const auto kind : {storelink1::tgIntervals, storelink1::tgSplitIntervals})
+        for (int level = -1; level < 3; ++level) {
+            using Drawn = std::multiset<std::pair<u64_t, unsigned>>;
+            const auto draw = [&](Drawn& drawn) {
+                u64_t last = 0;
+                basekit2::s64_t index = 0;
+                for (const auto& record : walk(fixture.grouper(kind, {kThread}, {1}, level))) {
+                    EXPECT_GE(record.start, last) << "in order";
+                    EXPECT_EQ(record.index, index++);
+                    last = record.start;
+                    for (u64_t tick = record.start; tick <= record.end; ++tick)
+                        drawn.insert({tick, record.attr});
+                }
+            };
+            Drawn expected;
+            Drawn whole;
+            draw(whole);
+            for (const auto& cell : whole)
+                if (isKept(cell.first)) expected.insert(cell);
+            const auto unfiltered = fixture.database;
+            fixture.database = lanefeed_runtime::filteredTimelineDatabase(
+                unfiltered, "global", [&](const std::string&) {
+                    return lanefeed_runtime::NamedFilter{{}, lanefeed_test::timeFilter(cuts)};
+                });
+            Drawn found;
+            draw(found);
+            fixture.database = unfiltered;
+            EXPECT_FALSE(found.empty());
+            EXPECT_EQ(found, expected) << "level " << level;
+        }
 }
 
 TEST(TimelineDatabase, HoldsWhatWasFilledAndReadsItOnce) {
