@@ -24,7 +24,7 @@ struct InstanceRequest {
     std::string number;
     bool counts = false;
     // Instances must pass all of them; of a time part, touch what it keeps.
-    std::vector<NamedFilter> filters;
+    std::vector<NamedFilter> filters = {};
 };
 
 // Instances by ascending start, equal starts in the order of the file. All filled vectors have one
