@@ -39,6 +39,7 @@ public:
     const CatalogTable& table(int position) const {
         return m_tables[static_cast<std::size_t>(position)];
     }
+    int size() const { return static_cast<int>(m_tables.size()); }
     // Position of dd_band.
     int bands() const { return m_bands; }
 

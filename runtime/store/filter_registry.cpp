@@ -1,9 +1,26 @@
 // Tested by tests/store/filter_registry_test.cpp.
 #include "store/filter_registry.h"
 
+#include "messages/runtime_log.h"
+#include "store/filter_evaluator.h"
+#include "store/filter_sql.h"
+#include "store/store_session.h"
+
 namespace lanefeed_runtime {
 
 using basekit2::sptr_t;
+
+namespace {
+
+template <class Own, class Part>
+sptr_t<Own> ownPart(const std::string& name, const sptr_t<Part>& part) {
+    const sptr_t<Own> own(dynamic_cast<Own*>(part.get()));
+    if (own.is_null() && !part.is_null())
+        logError("filter \"" + name + "\": made by another registry, so it is not taken");
+    return own;
+}
+
+}  // namespace
 
 unsigned int FilterRegistry::get_type() const {
     return basekit2::type_id_t<dataface_1::IFilterRegistry>::id();
@@ -37,15 +54,23 @@ void FilterRegistry::clearFilter(const std::string& name) {
 
 void FilterRegistry::setQueryFilter(const std::string& name,
                                     const sptr_t<dataface_1::IQueryFilter>& filter) {
+    const sptr_t<QueryFilter> own = ownPart<QueryFilter>(name, filter);
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_filters[name].query = sptr_t<QueryFilter>(dynamic_cast<QueryFilter*>(filter.get()));
+    m_filters[name].query = own;
     ++m_changes[name];
 }
 
 void FilterRegistry::setTimeFilter(const std::string& name,
                                    const sptr_t<dataface_1::ITimeFilter>& filter) {
+    const sptr_t<TimeFilter> own = ownPart<TimeFilter>(name, filter);
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_filters[name].time = sptr_t<TimeFilter>(dynamic_cast<TimeFilter*>(filter.get()));
+    m_filters[name].time = own;
+    ++m_changes[name];
+}
+
+void FilterRegistry::setFilter(const std::string& name, const NamedFilter& filter) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_filters[name] = filter;
     ++m_changes[name];
 }
 
@@ -55,19 +80,29 @@ bool FilterRegistry::hasFilter(const std::string& name) {
     return found != m_filters.end() && !found->second.isEmpty();
 }
 
-bool FilterRegistry::isFilterApplicable(const std::string&, const std::string&) {
-    return false;
+bool FilterRegistry::isFilterApplicable(const std::string& name, const std::string& table) {
+    const NamedFilter filter = this->filter(name);
+    if (m_session == nullptr || filter.isEmpty()) return false;
+    const int position = m_session->catalog.find(table.substr(0, table.find("::")));
+    return position >= 0 && m_session->catalog.table(position).inFile &&
+           filterClause(*m_session, position, filter).applies();
 }
 
 basekit2::error_code_t FilterRegistry::createEvaluator(
     sptr_t<storelink1::IFilterEvaluator>& out,
     const std::string& name,
-    const basekit2::generic_iterator_t<std::string>&,
-    const std::string&) {
+    const basekit2::generic_iterator_t<std::string>& columns,
+    const std::string& instanceTable) {
     out = nullptr;
-    if (hasFilter(name)) return basekit2::error_code_t::noResult;
-    return basekit2::error_code_t::raise(basekit2::error::IsNot.Valid.Argument, "hasFilter(name)",
-                                         __FILE__, __LINE__);
+    const NamedFilter filter = this->filter(name);
+    if (filter.isEmpty())
+        return basekit2::error_code_t::raise(basekit2::error::IsNot.Valid.Argument,
+                                             "hasFilter(name)", __FILE__, __LINE__);
+    if (m_session == nullptr) return basekit2::error_code_t::noResult;
+    std::vector<std::string> paths;
+    for (; !columns.at_end(); columns.next())
+        paths.push_back(columns.current());
+    return makeFilterEvaluator(m_session, filter, paths, instanceTable, out);
 }
 
 unsigned FilterRegistry::changesOf(const std::string& name) {

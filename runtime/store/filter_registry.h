@@ -5,16 +5,26 @@
 #include <storelink1/filters.h>
 
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace lanefeed_runtime {
 
+struct StoreSession;
+
 // Named filters of an open result, the one object behind both views: that of the clients, who write
-// them, and that of the store. Filters are kept by name and apply to nothing that is read; the
-// registry says so when it is asked for a table. From any thread.
+// them, and that of the store. A part that was not made by the builders of this registry is
+// refused: the name then keeps nothing of it, and the log says so. From any thread.
 class FilterRegistry : public dataface_1::IFilterRegistry, public storelink1::IFilterRegistry {
 public:
+    // The session is what tables and evaluators are asked of; without one no filter applies to
+    // anything.
+    explicit FilterRegistry(std::shared_ptr<StoreSession> session = nullptr)
+        : m_session(std::move(session)) {}
+
     // One count for both views.
     void add_ref() override = 0;
     void release() override = 0;
@@ -31,8 +41,11 @@ public:
                        const basekit2::sptr_t<dataface_1::ITimeFilter>& filter) override;
     bool hasFilter(const std::string& name) override;
 
+    // Whether the filter asks anything of the rows of a table that the file holds, "dd_band::X"
+    // included.
     bool isFilterApplicable(const std::string& name, const std::string& table) override;
-    // An unknown name is an error; a known one has no evaluator, which is noResult.
+    // An unknown name is an error. noResult where the columns don't tell all that the filter asks:
+    // it then has to be applied to the instances.
     basekit2::error_code_t createEvaluator(basekit2::sptr_t<storelink1::IFilterEvaluator>& out,
                                            const std::string& name,
                                            const basekit2::generic_iterator_t<std::string>& columns,
@@ -44,8 +57,11 @@ public:
     NamedFilter filter(const std::string& name);
     // Names with a part, in order.
     std::vector<std::string> names();
+    // Sets both parts of a name; an empty filter drops it.
+    void setFilter(const std::string& name, const NamedFilter& filter);
 
 private:
+    const std::shared_ptr<StoreSession> m_session;
     std::mutex m_mutex;
     std::map<std::string, NamedFilter> m_filters;
     std::map<std::string, unsigned> m_changes;

@@ -32,6 +32,8 @@ public:
     void bindValues(Statement& statement, int& parameters) const;
 
 private:
+    friend FilterClause bothClauses(const FilterClause& a, const FilterClause& b);
+
     std::shared_ptr<const FilterNode> m_root;
 };
 

@@ -96,7 +96,7 @@ OpenStore openStore(const std::string& file, StoreError& error) {
         return {};
     }
     OpenStore store;
-    const auto filters = basekit2::make_object<FilterRegistry>();
+    const auto filters = basekit2::make_object<FilterRegistry>(session);
     store.facts = facts;
     store.brokenReads = session->brokenReads;
     store.instances = makeInstanceReader(bulk);

@@ -1,11 +1,11 @@
-// The relational face: columns by path, values, order, one record per key; then a record set.
-// Filters are taken by name and have no effect on what is read: the registry says so of each of
-// them. Tested by tests/store/record_query_test.cpp.
+// The relational face: columns by path, values, filters, order, one record per key; then a record
+// set. Tested by tests/store/record_query_test.cpp and filter_query_test.cpp.
 #include "store/record_query.h"
 
 #include "store/record_set.h"
 #include "store/sql_text.h"
 
+#include <set>
 #include <utility>
 
 namespace lanefeed_runtime {
@@ -17,22 +17,34 @@ using storelink1::IGenericRecordset;
 
 namespace {
 
+constexpr const char* kGlobalFilter = "global";
 constexpr int kEquals = 1;
 // Ids are 16-bit and the greatest one stands for none.
 constexpr std::size_t kMostColumns = storelink1::InvalidColIdx;
 
 class RecordQuery : public storelink1::IQuery {
 public:
-    RecordQuery(std::shared_ptr<StoreSession> session, int table)
-        : m_session(std::move(session)), m_table(table), m_select(m_session->catalog, table) {}
+    RecordQuery(std::shared_ptr<StoreSession> session,
+                basekit2::sptr_t<FilterRegistry> filters,
+                int table)
+        : m_session(std::move(session)),
+          m_filters(std::move(filters)),
+          m_table(table),
+          m_select(m_session->catalog, table) {}
 
     void restrictToBandType(const StorePath& type) { m_select.addNotNull(type); }
 
     using IQuery::addColumn;
     using IQuery::execute;
 
-    void useFilters() override {}
-    void addFilter(const std::string&) override {}
+    void useFilters() override { addFilter(kGlobalFilter); }
+
+    // The same state of the same name is taken once.
+    void addFilter(const std::string& name) override {
+        if (m_filters.is_null() || !m_filters->hasFilter(name)) return;
+        if (!m_taken.insert({name, m_filters->changesOf(name)}).second) return;
+        m_select.addFilter(filterClause(*m_session, m_table, m_filters->filter(name)));
+    }
 
     u16_t addColumn(const std::string& name,
                     int,
@@ -79,6 +91,8 @@ private:
     }
 
     std::shared_ptr<StoreSession> m_session;
+    basekit2::sptr_t<FilterRegistry> m_filters;
+    std::set<std::pair<std::string, unsigned>> m_taken;  // names of filters and their changes
     int m_table;
     SelectText m_select;
     std::vector<int> m_columns;  // field of each column id
@@ -112,13 +126,15 @@ basekit2::sptr_t<IGenericRecordset<IConstRecord>> RecordQuery::execute(relay2::I
 
 }  // namespace
 
-basekit2::sptr_t<storelink1::IQuery> makeRecordQuery(const std::shared_ptr<StoreSession>& session,
-                                                     const std::string& table) {
+basekit2::sptr_t<storelink1::IQuery> makeRecordQuery(
+    const std::shared_ptr<StoreSession>& session,
+    const basekit2::sptr_t<FilterRegistry>& filters,
+    const std::string& table) {
     const Catalog& catalog = session->catalog;
     const std::size_t colons = table.find("::");
     const int position = catalog.find(table.substr(0, colons));
     if (position < 0 || !catalog.table(position).inFile) return nullptr;
-    auto query = basekit2::make_object<RecordQuery>(session, position);
+    auto query = basekit2::make_object<RecordQuery>(session, filters, position);
     if (colons == std::string::npos) return query;
     StorePath type;
     const bool isBandTable = position == catalog.bands() &&

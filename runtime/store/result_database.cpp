@@ -48,7 +48,7 @@ sptr_t<IDatabase> ResultDatabase::getDatabase(const sptr_t<dataface_1::IInputDat
 }
 
 sptr_t<storelink1::IQuery> ResultDatabase::createQuery(const std::string& table, int) {
-    return makeRecordQuery(m_session, table);
+    return makeRecordQuery(m_session, m_filters, table);
 }
 
 sptr_t<ITimelineQuery> ResultDatabase::createTimelineQuery() {

@@ -166,6 +166,7 @@ std::string SelectText::whereText(Joins& joins) const {
     int parameters = 0;
     for (const ValueSet& set : m_sets)
         add(setText(joins, set, parameters));
+    if (m_filter.applies()) add(m_filter.text(m_catalog, "t0", parameters));
     return text;
 }
 
@@ -201,6 +202,7 @@ void SelectText::bindValues(Statement& statement) const {
             }
         }
     }
+    m_filter.bindValues(statement, parameter);
 }
 
 }  // namespace lanefeed_runtime

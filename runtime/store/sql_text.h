@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/filter_sql.h"
 #include "store/path_walk.h"
 
 #include <basekit2/variant.h>
@@ -24,6 +25,8 @@ public:
     // its set. False for a value that no column can hold.
     bool addValue(const StorePath& path, const basekit2::variant_t& value);
     void addNotNull(const StorePath& path);
+    // Keeps rows that the filters keep, which were made for this table.
+    void addFilter(const FilterClause& filter) { m_filter = bothClauses(m_filter, filter); }
     void addOrder(const StorePath& path, bool descending);
     // The order asked for starts with this path.
     bool isOrderedBy(const StorePath& path) const;
@@ -56,6 +59,7 @@ private:
     std::vector<StorePath> m_fields;
     std::vector<ValueSet> m_sets;
     std::vector<StorePath> m_notNull;
+    FilterClause m_filter;
     std::vector<Order> m_orders;
 };
 

@@ -1,9 +1,32 @@
 // Tested by tests/store/open_store_test.cpp (damaged files).
 #include "store/store_session.h"
 
+#include "store/dialect.h"
+
 #include <log4cplus/logger.h>
 
 namespace lanefeed_runtime {
+
+bool StoreSession::hasBandsOfType(int instanceTable, int bandColumn) {
+    const CatalogTable& bands = catalog.table(catalog.bands());
+    const auto [known, isNew] = m_bandTypes.try_emplace(instanceTable, bands.columns.size(), true);
+    std::vector<bool>& types = known->second;
+    if (!isNew) return types[static_cast<std::size_t>(bandColumn)];
+    std::string sql;
+    for (const CatalogColumn& column : bands.columns)
+        sql += (sql.empty() ? "select max(" : ", max(") + dialect::quoted(column.name) + ")";
+    sql += " from " + dialect::quoted(bands.name) + " where \"rowid\" in (select " +
+           dialect::quoted(columns::kBand) + " from " +
+           dialect::quoted(catalog.table(instanceTable).name) + ")";
+    Statement greatest = connection->prepare(sql);
+    if (greatest && greatest.step() == Statement::Step::row) {
+        for (std::size_t i = 0; i < types.size(); ++i)
+            types[i] = !greatest.isNull(static_cast<int>(i));
+    } else {
+        reportBrokenRead(*this, sql);
+    }
+    return types[static_cast<std::size_t>(bandColumn)];
+}
 
 void reportBrokenRead(const StoreSession& session, const std::string& sql) {
     ++*session.brokenReads;
