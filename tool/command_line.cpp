@@ -5,13 +5,14 @@
 
 #include "failure.h"
 #include "log_output.h"
+#include "nearest.h"
 #include "verbs.h"
 #include "version.h"
 
 #include <algorithm>
 #include <CLI/CLI.hpp>
-#include <cstddef>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <functional>
 #include <iostream>
 #include <limits>
@@ -94,13 +95,33 @@ CLI::App* addQueries(CLI::App& app, ViewOptions& options) {
 }
 
 CLI::App* addViewpointVerb(CLI::App& app, ViewOptions& options) {
-    CLI::App* verb =
-        app.add_subcommand("viewpoint", "Read a viewpoint against a result and print its log");
-    verb->add_option("result", options.result, "Result file")->required()->option_text("NAME.lft");
+    CLI::App* verb = app.add_subcommand(
+        "viewpoint", "Read a viewpoint against a result, check one, or write a new one");
+    verb->add_option("result", options.result, "Result file; --check and --new do without")
+        ->option_text("NAME.lft");
+    CLI::Option* check =
+        verb->add_option("--check", options.check,
+                         "Tell what is wrong in a viewpoint, line by line; exit 3 if anything is")
+            ->option_text("FILE");
+    verb->add_flag("--new", options.newViewpoint,
+                   "Print a commented viewpoint to start from, with what the result holds")
+        ->excludes(check);
     addViewpoint(*verb, options);
     addFormat(*verb, options.format);
-    verb->footer("Example: lanefeed viewpoint build.lft --viewpoint mine.xml --strict");
+    verb->footer(
+        "Examples:\n"
+        "  lanefeed viewpoint --new build.lft > mine.xml\n"
+        "  lanefeed viewpoint --check mine.xml build.lft\n"
+        "  lanefeed viewpoint build.lft --viewpoint mine.xml --strict");
     return verb;
+}
+
+int runViewpointVerb(const ViewOptions& options) {
+    if (!options.check.empty()) return runViewpointCheck(options);
+    if (options.newViewpoint) return runNewViewpoint(options);
+    if (!options.result.empty()) return runViewpoint(options);
+    throw Failure(exitUsage,
+                  "result is required, or --check FILE, or --new (see lanefeed viewpoint --help)");
 }
 
 CLI::App* addRows(CLI::App& app, ViewOptions& options) {
@@ -145,22 +166,6 @@ CLI::App* addOvertime(CLI::App& app, ViewOptions& options) {
     return verb;
 }
 
-std::size_t editDistance(const std::string& a, const std::string& b) {
-    std::vector<std::size_t> line(b.size() + 1);
-    for (std::size_t j = 0; j <= b.size(); ++j)
-        line[j] = j;
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = line[0];
-        line[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = line[j];
-            line[j] = std::min({line[j] + 1, line[j - 1] + 1, replaced});
-        }
-    }
-    return line[b.size()];
-}
-
 // The command line library only says that a verb is required; say which word is none, and which
 // one was meant.
 void checkVerb(const CLI::App& app, int count, const char* const* arguments) {
@@ -170,20 +175,13 @@ void checkVerb(const CLI::App& app, int count, const char* const* arguments) {
     }
     if (position >= count) return;
     const std::string given = arguments[position];
-    std::string nearest;
-    std::size_t best = 3;
-    std::string known;
+    std::vector<std::string> known;
     for (const CLI::App* verb : app.get_subcommands([](const CLI::App*) { return true; })) {
         if (verb->get_name() == given) return;
-        known += (known.empty() ? "" : ", ") + verb->get_name();
-        const std::size_t distance = editDistance(given, verb->get_name());
-        if (distance < best) {
-            best = distance;
-            nearest = verb->get_name();
-        }
+        known.push_back(verb->get_name());
     }
-    const std::string advice = nearest.empty() ? "" : fmt::format("; did you mean '{}'?", nearest);
-    throw Failure(exitUsage, fmt::format("no verb '{}'{} (verbs: {})", given, advice, known));
+    throw Failure(exitUsage, fmt::format("no verb '{}'{} (verbs: {})", given,
+                                         nearestAdvice(given, known), fmt::join(known, ", ")));
 }
 
 int parse(CLI::App& app, int count, const char* const* arguments, bool& done) {
@@ -234,7 +232,7 @@ int runCommandLine(int count, const char* const* arguments) {
     verbs.emplace_back(addImport(app, import), [&import] { return runImport(import); });
     verbs.emplace_back(addInfo(app, view), [&view] { return runInfo(view); });
     verbs.emplace_back(addQueries(app, view), [&view] { return runQueries(view); });
-    verbs.emplace_back(addViewpointVerb(app, view), [&view] { return runViewpoint(view); });
+    verbs.emplace_back(addViewpointVerb(app, view), [&view] { return runViewpointVerb(view); });
     verbs.emplace_back(addRows(app, view), [&view] { return runRows(view); });
     verbs.emplace_back(addOvertime(app, view), [&view] { return runOvertime(view); });
 

@@ -3,12 +3,10 @@
 // tests/queries/shipped_test.cpp.
 
 #include "failure.h"
+#include "held_data.h"
 #include "json_text.h"
 #include "session.h"
 #include "verbs.h"
-
-#include <dataface_1/query_library.h>
-#include <slicekit_1_0/prerequisites.h>
 
 #include <fmt/format.h>
 #include <iostream>
@@ -35,28 +33,6 @@ std::vector<QueryListing> readListings(const ViewOptions& options) {
     if (!outcome.isOpened()) throw openFailure(outcome);
     return listings;
 }
-
-// Tells of each query whether a result holds what it needs.
-class HeldData {
-public:
-    explicit HeldData(const ViewOptions& options) : m_session(options) {
-        dataface_1::lookup(m_session.input(), m_library);
-    }
-
-    bool holds(const std::string& id) const {
-        basekit2::variant_bag_t reference("queryRef");
-        reference.add("#text", basekit2::variant_t(id));
-        slicekit_1_0::PrerequisiteHelper prerequisites;
-        prerequisites.addPrerequisiteQuery(m_session.input(),
-                                           m_library->resolveQuery(reference, nullptr),
-                                           slicekit_1_0::PrerequisiteHelper::group_and);
-        return prerequisites.arePrerequisitesValid();
-    }
-
-private:
-    Session m_session;
-    basekit2::sptr_t<dataface_1::IQueryLibrary> m_library;
-};
 
 void printJson(const std::vector<QueryListing>& listings, const HeldData* held) {
     std::string out = "[";
@@ -96,7 +72,7 @@ TextTable textTable(const std::vector<QueryListing>& listings,
 int runQueries(const ViewOptions& options) {
     const std::vector<QueryListing> listings = readListings(options);
     std::unique_ptr<const HeldData> held;
-    if (!options.result.empty()) held = std::make_unique<const HeldData>(options);
+    if (!options.result.empty()) held = std::make_unique<const HeldData>(Session(options).input());
     if (options.format == Format::json) {
         printJson(listings, held.get());
     } else if (options.format == Format::csv) {

@@ -40,7 +40,28 @@ sptr_t<dataface_1::IInputData> open(const ViewOptions& options) {
     throw openFailure(outcome);
 }
 
-std::string readFile(const std::string& path) {
+// Name of what a column shows.
+std::string columnName(IColumnInfo& column) {
+    sptr_t<dataface_1::IQuery> query = column.getQuery();
+    const auto vector = dataface_1::IVectorQuery::cast(query);
+    if (!vector.is_null()) query = vector->getDefaultQuery();
+    return query.is_null() ? std::string() : query->getName();
+}
+
+constexpr int kNameColumnBit = 1;
+
+}  // namespace
+
+Failure openFailure(const lanefeed_runtime::OpenOutcome& outcome) {
+    std::string text = outcome.text;
+    for (const std::string& further : outcome.more)
+        text += "\nlanefeed: error: " + further;
+    return {outcome.kind == lanefeed_runtime::OpenOutcome::notUnderstood ? exitNotUnderstood
+                                                                         : exitFailure,
+            text};
+}
+
+std::string readViewpointFile(const std::string& path) {
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     std::string text;
@@ -64,27 +85,6 @@ std::vector<std::string> allMessages(const lanefeed_1::ParseLogger& log) {
     return all;
 }
 
-// Name of what a column shows.
-std::string columnName(IColumnInfo& column) {
-    sptr_t<dataface_1::IQuery> query = column.getQuery();
-    const auto vector = dataface_1::IVectorQuery::cast(query);
-    if (!vector.is_null()) query = vector->getDefaultQuery();
-    return query.is_null() ? std::string() : query->getName();
-}
-
-constexpr int kNameColumnBit = 1;
-
-}  // namespace
-
-Failure openFailure(const lanefeed_runtime::OpenOutcome& outcome) {
-    std::string text = outcome.text;
-    for (const std::string& further : outcome.more)
-        text += "\nlanefeed: error: " + further;
-    return {outcome.kind == lanefeed_runtime::OpenOutcome::notUnderstood ? exitNotUnderstood
-                                                                         : exitFailure,
-            text};
-}
-
 Session::Session(const ViewOptions& options)
     : m_options(options),
       m_input(open(options)),
@@ -95,7 +95,7 @@ Session::Session(const ViewOptions& options)
 std::string Session::viewpointText() {
     if (!m_options.viewpoint.empty()) {
         m_viewpointName = m_options.viewpoint;
-        return readFile(m_options.viewpoint);
+        return readViewpointFile(m_options.viewpoint);
     }
     const std::string name = lanefeed_runtime::fittingViewpoint(m_input);
     m_viewpointName = fmt::format("shipped viewpoint '{}'", name);

@@ -25,6 +25,11 @@ namespace lanefeed_tool {
 // Why a result or its query definitions could not be opened, all errors of it.
 Failure openFailure(const lanefeed_runtime::OpenOutcome& outcome);
 
+// Text of a viewpoint file; throws a Failure when it can't be read.
+std::string readViewpointFile(const std::string& path);
+// All messages of a log, whatever they are about.
+std::vector<std::string> allMessages(const lanefeed_1::ParseLogger& log);
+
 // An open result with a viewpoint read against it: what every reading verb starts from. All throw
 // a Failure for what they can't do.
 class Session {

@@ -25,6 +25,8 @@ struct ImportOptions {
 struct ViewOptions {
     std::string result;
     std::string viewpoint;             // empty: the shipped one that fits
+    std::string check;                 // viewpoint file to check; empty: none
+    bool newViewpoint = false;         // write a template
     std::vector<std::string> queries;  // further files of query definitions
     bool strict = false;               // a viewpoint with messages is an error
     int area = 0;                      // from 0, as in the viewpoint
@@ -40,6 +42,8 @@ int runImport(const ImportOptions& options);
 int runInfo(const ViewOptions& options);
 int runQueries(const ViewOptions& options);
 int runViewpoint(const ViewOptions& options);
+int runViewpointCheck(const ViewOptions& options);
+int runNewViewpoint(const ViewOptions& options);
 int runRows(const ViewOptions& options);
 int runOvertime(const ViewOptions& options);
 

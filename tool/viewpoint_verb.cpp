@@ -76,6 +76,15 @@ std::vector<Line> describe(Session& session) {
     return lines;
 }
 
+// As options count them: from 0, while the log counts from 1 and has -1 for the ruler.
+std::string placeJson(int area, int layer) {
+    const auto number = [](int value) {
+        return value > 0 ? std::to_string(value - 1) : std::string("null");
+    };
+    return fmt::format("\"area\": {}, \"layer\": {}, \"ruler\": {}, ", number(area), number(layer),
+                       area == -1);
+}
+
 std::string messagesJson(const lanefeed_1::ParseLogger& log) {
     std::string out = "[";
     const auto add = [&out](const std::string& place, const std::string& message) {
@@ -83,15 +92,15 @@ std::string messagesJson(const lanefeed_1::ParseLogger& log) {
                            jsonString(message));
     };
     for (const std::string& message : log.globalMessages)
-        add("", message);
+        add(placeJson(0, 0), message);
     for (const auto& [area, messages] : log.areaMessages) {
         for (const std::string& message : messages)
-            add(fmt::format("\"area\": {}, ", area), message);
+            add(placeJson(area, 0), message);
     }
     for (const auto& [area, layers] : log.layerMessages) {
         for (const auto& [layer, messages] : layers) {
             for (const std::string& message : messages)
-                add(fmt::format("\"area\": {}, \"layer\": {}, ", area, layer), message);
+                add(placeJson(area, layer), message);
         }
     }
     return out + (out.size() == 1 ? "]" : "\n  ]");

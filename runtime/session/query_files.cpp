@@ -75,4 +75,17 @@ std::vector<QueryListing> listQueries(const OpenOptions& options, OpenOutcome& o
     return listings;
 }
 
+basekit2::sptr_t<dataface_1::IQueryLibrary> openLibrary(const OpenOptions& options,
+                                                        OpenOutcome& outcome) {
+    outcome = OpenOutcome();
+    std::vector<DefinitionText> documents;
+    if (!readDefinitionFiles(options.queryFiles, documents, outcome)) return {};
+    std::vector<std::string> errors;
+    basekit2::sptr_t<dataface_1::IQueryLibrary> library = loadQueryLibrary(documents, {}, errors);
+    takeErrors(std::move(errors), outcome);
+    if (!outcome.isOpened()) return {};
+    if (options.installMessages) installShippedCatalogs();
+    return library;
+}
+
 }  // namespace lanefeed_runtime

@@ -4,6 +4,8 @@
 #include "queries/query_definitions.h"
 #include "queries/query_listing.h"
 
+#include <dataface_1/query_library.h>
+
 #include <string>
 #include <vector>
 
@@ -22,5 +24,9 @@ void takeErrors(std::vector<std::string> errors, OpenOutcome& outcome);
 // has errors; `outcome` is then filled in as by openResult. Their names are looked up with the
 // message catalogs, which come into force as they do when a result is opened.
 std::vector<QueryListing> listQueries(const OpenOptions& options, OpenOutcome& outcome);
+
+// The library of the same queries without a result. Null on failure, as there.
+basekit2::sptr_t<dataface_1::IQueryLibrary> openLibrary(const OpenOptions& options,
+                                                        OpenOutcome& outcome);
 
 }  // namespace lanefeed_runtime

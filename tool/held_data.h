@@ -1,0 +1,22 @@
+#pragma once
+
+#include <dataface_1/input_data.h>
+#include <dataface_1/query_library.h>
+
+#include <string>
+
+namespace lanefeed_tool {
+
+// Tells of queries, by their id, whether a result holds the data that they read.
+class HeldData {
+public:
+    explicit HeldData(const basekit2::sptr_t<dataface_1::IInputData>& input);
+
+    bool holds(const std::string& id) const;
+
+private:
+    basekit2::sptr_t<dataface_1::IInputData> m_input;
+    basekit2::sptr_t<dataface_1::IQueryLibrary> m_library;
+};
+
+}  // namespace lanefeed_tool
