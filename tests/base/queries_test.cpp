@@ -1,8 +1,9 @@
 // What the base library does with anybody's queries: lists, equality, texts and sort defaults.
-#include "fake_queries.h"
 #include "support/captured_log.h"
+#include "support/fake_queries.h"
 
 #include <facekit_1_x/conversions.h>
+#include <facekit_1_x/query_definition.h>
 #include <storelink1/utils.h>
 
 #include <gtest/gtest.h>
@@ -14,7 +15,8 @@ using basekit2::sptr_t;
 using basekit2::variant_t;
 using dataface_1::IQuery;
 using dataface_1::IVectorQuery;
-using lanefeed_test::fakeQuery;
+using lanefeed_test::infoQuery;
+using lanefeed_test::namedQuery;
 
 std::string idsOf(const sptr_t<IVectorQuery>& vector) {
     std::string ids;
@@ -24,14 +26,14 @@ std::string idsOf(const sptr_t<IVectorQuery>& vector) {
 }
 
 TEST(VectorQuery, PushBackMakesANewList) {
-    const sptr_t<IVectorQuery> one = IVectorQuery::pushBack(nullptr, fakeQuery("a"));
-    const sptr_t<IVectorQuery> two = IVectorQuery::pushBack(one, fakeQuery("b"));
+    const sptr_t<IVectorQuery> one = IVectorQuery::pushBack(nullptr, namedQuery("a"));
+    const sptr_t<IVectorQuery> two = IVectorQuery::pushBack(one, namedQuery("b"));
     EXPECT_EQ(idsOf(one), "a ");
     EXPECT_EQ(idsOf(two), "a b ");
     EXPECT_EQ(two->getCount(), 2);
     EXPECT_EQ(two->getDefaultQuery()->getId(), "a");
     EXPECT_EQ(IVectorQuery::cast(sptr_t<IQuery>(two)), two);
-    EXPECT_TRUE(IVectorQuery::cast(sptr_t<IQuery>(fakeQuery("a"))).is_null());
+    EXPECT_TRUE(IVectorQuery::cast(sptr_t<IQuery>(namedQuery("a"))).is_null());
     const sptr_t<IVectorQuery> nested = IVectorQuery::pushBack(nullptr, two);
     EXPECT_EQ(nested->getCount(), 1);
     EXPECT_EQ(nested->getDefaultQuery(), two);
@@ -45,20 +47,20 @@ TEST(VectorQuery, AListOfOneIsEqualToItsMember) {
         EXPECT_EQ(IQuery::areEqual(a, b, true, true), IQuery::areEqual(b, a, true, true));
         return IQuery::areEqual(a, b, true, true);
     };
-    const sptr_t<IQuery> a = fakeQuery("a");
-    const sptr_t<IQuery> nameless = fakeQuery("");
-    const sptr_t<IVectorQuery> one = IVectorQuery::pushBack(nullptr, fakeQuery("a"));
-    EXPECT_TRUE(equal(a, fakeQuery("a")));
+    const sptr_t<IQuery> a = namedQuery("a");
+    const sptr_t<IQuery> nameless = namedQuery("");
+    const sptr_t<IVectorQuery> one = IVectorQuery::pushBack(nullptr, namedQuery("a"));
+    EXPECT_TRUE(equal(a, namedQuery("a")));
     EXPECT_TRUE(equal(nameless, nameless));
-    EXPECT_FALSE(equal(nameless, fakeQuery("")));
+    EXPECT_FALSE(equal(nameless, namedQuery("")));
     EXPECT_FALSE(equal(a, nullptr));
     EXPECT_FALSE(equal(nullptr, nullptr));
     EXPECT_TRUE(equal(one, a));
     EXPECT_TRUE(equal(IVectorQuery::pushBack(nullptr, one), a));
-    const auto ab = IVectorQuery::pushBack(one, fakeQuery("b"));
+    const auto ab = IVectorQuery::pushBack(one, namedQuery("b"));
     EXPECT_FALSE(equal(ab, a));
-    EXPECT_TRUE(equal(ab, IVectorQuery::pushBack(one, fakeQuery("b"))));
-    EXPECT_FALSE(equal(ab, IVectorQuery::pushBack(one, fakeQuery("c"))));
+    EXPECT_TRUE(equal(ab, IVectorQuery::pushBack(one, namedQuery("b"))));
+    EXPECT_FALSE(equal(ab, IVectorQuery::pushBack(one, namedQuery("c"))));
     EXPECT_FALSE(equal(IVectorQuery::pushBack(nullptr, nullptr), a));
 }
 
@@ -72,33 +74,33 @@ TEST(Conversions, QueryAsTextIsItsDefinitionElseItsId) {
             return bag;
         }
     };
-    class Defined : public lanefeed_test::FakePlainQuery {
+    class Defined : public lanefeed_test::FakeInfoQuery {
     public:
-        using FakeQuery::FakeQuery;
+        using FakeInfoQuery::FakeInfoQuery;
         basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override {
             if (type == basekit2::type_id_t<facekit_1_x::IQueryDefinition>::id())
                 return basekit2::notype_ptr_t(make_object<Definition>());
-            return FakeQuery::adapt_to_pointer(type);
+            return FakeInfoQuery::adapt_to_pointer(type);
         }
     };
-    EXPECT_EQ(facekit_1_x::toXmlString(make_object<Defined>("Thread")),
+    EXPECT_EQ(facekit_1_x::toXmlString(make_object<Defined>(lanefeed_test::QueryFacts())),
               "<infoQuery id=\"Thread\">\n  <dbPath>dd_band</dbPath>\n</infoQuery>");
-    EXPECT_EQ(facekit_1_x::toXmlString(fakeQuery("Thread")), "Thread");
+    EXPECT_EQ(facekit_1_x::toXmlString(namedQuery("Thread")), "Thread");
     EXPECT_EQ(facekit_1_x::toXmlString(nullptr), "");
 }
 
 TEST(Conversions, SortDefaultsComeFromAttributes) {
-    const auto query = fakeQuery("q");
+    lanefeed_test::QueryFacts facts;
     facekit_1_x::SortInfo info{"old", true};
     facekit_1_x::getSortFlags(nullptr, info);
     EXPECT_TRUE(info.name == "old" && info.descending);
-    facekit_1_x::getSortFlags(query, info);
+    facekit_1_x::getSortFlags(infoQuery(facts), info);
     EXPECT_TRUE(info.name.empty() && !info.descending);
-    EXPECT_EQ(facekit_1_x::getSortValueType(query), dataface_1::ccValue);
-    query->attributes = {{"sortName", "Name"}, {"sortDescending", true}, {"sortValueType", 10}};
-    facekit_1_x::getSortFlags(query, info);
+    EXPECT_EQ(facekit_1_x::getSortValueType(infoQuery(facts)), dataface_1::ccValue);
+    facts.attributes = {{"sortName", "Name"}, {"sortDescending", true}, {"sortValueType", 10}};
+    facekit_1_x::getSortFlags(infoQuery(facts), info);
     EXPECT_TRUE(info.name == "Name" && info.descending);
-    EXPECT_EQ(facekit_1_x::getSortValueType(query), dataface_1::ccSecondValue);
+    EXPECT_EQ(facekit_1_x::getSortValueType(infoQuery(facts)), dataface_1::ccSecondValue);
     EXPECT_EQ(facekit_1_x::getSortValueType(nullptr), dataface_1::ccValue);
 }
 

@@ -1,6 +1,6 @@
 // The table in memory, its dump into a bag, and the merger.
-#include "fake_queries.h"
 #include "support/captured_log.h"
+#include "support/fake_queries.h"
 #include "support/table_text.h"
 #include "support/table_tree_contract.h"
 
@@ -23,14 +23,14 @@ using dataface_1::ITableTree;
 using facekit_1_x::IDPIHelperTableTree;
 using facekit_1_x::IWriteableColumn;
 using facekit_1_x::IWriteableTableRow;
-using lanefeed_test::fakeQuery;
+using lanefeed_test::namedQuery;
 using lanefeed_test::tableText;
 
 sptr_t<IWriteableColumn> addColumn(const sptr_t<IDPIHelperTableTree>& tree,
                                    int kind,
                                    const std::string& name,
                                    const sptr_t<IColumnInfo>& parent = nullptr) {
-    const auto column = facekit_1_x::createColumn(kind, fakeQuery(name), tree);
+    const auto column = facekit_1_x::createColumn(kind, namedQuery(name), tree);
     tree->addColumn(column, parent, 0);
     return column;
 }
@@ -59,11 +59,11 @@ sptr_t<ITableTree> nestedTable(MakeRow* makeRow) {
     const auto read = addColumn(tree, 20, "read", busy);
     busy->setProperty(4, 0xFF0000FFU);
     busy->setProperty(7, 3);
-    const auto process = makeRow(fakeQuery("process"), tree);
+    const auto process = makeRow(namedQuery("process"), tree);
     process->setContent(name, dataface_1::ccValue, "p");
     process->setContent(nullptr, dataface_1::ccId, 3);
     tree->addRow(process, nullptr);
-    const auto thread = makeRow(fakeQuery("thread"), tree);
+    const auto thread = makeRow(namedQuery("thread"), tree);
     thread->setContent(read, dataface_1::ccValue, 2.5);
     thread->setContent(name, dataface_1::ccValue, variant_t());
     thread->setContent(nullptr, dataface_1::ccStyle, 7U);

@@ -55,10 +55,6 @@ basekit2::sptr_t<dataface_1::IQuery> ProviderTest::timeQuery(QueryFacts facts) {
     return basekit2::make_object<FakeDataQuery<dataface_1::ITimeQuery>>(std::move(facts));
 }
 
-basekit2::sptr_t<dataface_1::IQuery> ProviderTest::infoQuery(QueryFacts facts) {
-    return basekit2::make_object<FakeInfoQuery>(std::move(facts));
-}
-
 TLViewpointParser::RowBy ProviderTest::rowBy(const QueryFacts& facts, bool joins) {
     TLViewpointParser::RowBy rowBy;
     rowBy.valid = true;

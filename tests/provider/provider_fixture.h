@@ -63,7 +63,6 @@ protected:
     // A request on a time source of "slice_data" for 0..1000 in 10 buckets.
     lanefeed_1::QueryParam request();
     static basekit2::sptr_t<dataface_1::IQuery> timeQuery(QueryFacts facts = {});
-    static basekit2::sptr_t<dataface_1::IQuery> infoQuery(QueryFacts facts);
     static lanefeed_1::TLViewpointParser::RowBy rowBy(const QueryFacts& facts, bool joins = false);
     // A record of the store: ids of the row, and for each series one value in bucket 0.
     static storelink1::OverTimeData record(const std::vector<int>& key,

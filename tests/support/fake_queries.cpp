@@ -13,19 +13,36 @@ std::string textOf(const basekit2::variant_bag_t* bag, const char* name) {
 
 }  // namespace
 
-basekit2::sptr_t<dataface_1::IVectorQuery> FakeLibrary::resolveQuery(
-    const basekit2::variant_bag_t& /*element*/, relay2::IMessenger* /*messenger*/) {
-    return {};
+Query namedQuery(const std::string& name) {
+    QueryFacts facts;
+    facts.id = facts.name = name;
+    return infoQuery(facts);
 }
 
-basekit2::sptr_t<dataface_1::IQuery> FakeLibrary::findQuery(const std::string& id,
-                                                            relay2::IMessenger* /*messenger*/) {
+basekit2::sptr_t<dataface_1::IVectorQuery> vectorOf(
+    QueryList members, const std::map<std::string, basekit2::variant_t>& attributes) {
+    QueryFacts facts;
+    facts.id = "vector";
+    facts.attributes = attributes;
+    return basekit2::make_object<FakeVectorQuery>(std::move(members), facts);
+}
+
+basekit2::sptr_t<dataface_1::IVectorQuery> FakeLibrary::resolveQuery(
+    const basekit2::variant_bag_t& element, relay2::IMessenger* messenger) {
+    const std::string name = textOf(&element, "query");
+    resolved.push_back(element.get_name() + " " + name);
+    messengers.insert(messenger);
+    const auto found = vectors.find(name);
+    return found != vectors.end() ? found->second : nullptr;
+}
+
+Query FakeLibrary::findQuery(const std::string& id, relay2::IMessenger* /*messenger*/) {
     const auto found = known.find(id);
     return found != known.end() ? found->second : nullptr;
 }
 
 bool FakeLibrary::createQuery(const basekit2::variant_bag_t& bag,
-                              basekit2::sptr_t<dataface_1::IQuery>& out,
+                              Query& out,
                               relay2::IMessenger* /*messenger*/) {
     created.push_back(bag);
     if (refuses) return false;
@@ -37,7 +54,9 @@ bool FakeLibrary::createQuery(const basekit2::variant_bag_t& bag,
     if (!parts.empty()) facts.table = parts.front();
     if (parts.size() > 1) facts.path = parts[1];
     facts.attr = textOf(bag.get<basekit2::variant_bag_t>("displayDbPathSuffix"), "#text");
-    out = basekit2::make_object<FakeInfoQuery>(facts);
+    out = bag.get_name() == "instanceCountQuery"
+              ? makeQuery<FakeDataQuery<dataface_1::IInstanceCountQuery>>(facts)
+              : infoQuery(facts);
     return true;
 }
 

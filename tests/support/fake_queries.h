@@ -4,11 +4,18 @@
 #include <dataface_1/query_library.h>
 
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace lanefeed_test {
+
+// QueryList of every kind from a few facts, and a library that hands them out. For tests that need
+// to see calls or a query that no definition makes; definitions are tested on the bundled library.
+
+using Query = basekit2::sptr_t<dataface_1::IQuery>;
+using QueryList = std::vector<Query>;
 
 // What a fake query answers.
 struct QueryFacts {
@@ -19,11 +26,15 @@ struct QueryFacts {
     std::string attr;
     std::map<std::string, basekit2::variant_t> attributes;
     std::vector<basekit2::variant_t> values;  // what it is restricted to
-    basekit2::sptr_t<dataface_1::IQuery> next;
+    Query next;
     std::string grouping;
     bool globalGrouping = false;
     std::string bandColumn;    // of a grouping by band; empty: it has none
     std::string flatGrouping;  // name of a flat grouping
+    QueryList members;         // of a derived or vector query
+    Query otherKind;           // answers the casts that this query doesn't
+    basekit2::sptr_t<dataface_1::IExpression> min;
+    basekit2::sptr_t<dataface_1::IExpression> max;
 };
 
 // The operations of every query, out of its facts.
@@ -31,9 +42,14 @@ template <class Kind>
 class FakeQuery : public Kind {
 public:
     explicit FakeQuery(QueryFacts queryFacts) : facts(std::move(queryFacts)) {}
+    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override {
+        basekit2::notype_ptr_t own = Kind::adapt_to_pointer(type);
+        if (!own.is_null() || facts.otherKind.is_null()) return own;
+        return facts.otherKind->adapt_to_pointer(type);
+    }
     std::string getId() const override { return facts.id; }
     std::string getName() const override { return facts.name; }
-    basekit2::sptr_t<dataface_1::IQuery> getExpansionQuery() const override { return facts.next; }
+    Query getExpansionQuery() const override { return facts.next; }
     void getAttribute(const std::string& name, basekit2::variant_t& out) const override {
         const auto found = facts.attributes.find(name);
         out = found != facts.attributes.end() ? found->second : basekit2::variant_t();
@@ -60,10 +76,13 @@ public:
         return true;
     }
     std::string getFlatGroupingName() const override { return facts.flatGrouping; }
-    basekit2::sptr_t<dataface_1::IExpression> getMinExpression() const override { return {}; }
-    basekit2::sptr_t<dataface_1::IExpression> getMaxExpression() const override { return {}; }
-    basekit2::sptr_t<dataface_1::IQuery> restricted(
-        const basekit2::generic_iterator_t<basekit2::variant_t>& values) override {
+    basekit2::sptr_t<dataface_1::IExpression> getMinExpression() const override {
+        return facts.min;
+    }
+    basekit2::sptr_t<dataface_1::IExpression> getMaxExpression() const override {
+        return facts.max;
+    }
+    Query restricted(const basekit2::generic_iterator_t<basekit2::variant_t>& values) override {
         QueryFacts narrowed = facts;
         narrowed.values.clear();
         for (; !values.at_end(); values.next())
@@ -78,50 +97,67 @@ class FakeDataQuery : public FakeQuery<Kind> {
 public:
     using FakeQuery<Kind>::FakeQuery;
     std::string getInstanceTable() const override { return this->facts.table; }
-    basekit2::sptr_t<dataface_1::IExpression> getMinExpression() const override { return {}; }
-    basekit2::sptr_t<dataface_1::IExpression> getMaxExpression() const override { return {}; }
+    basekit2::sptr_t<dataface_1::IExpression> getMinExpression() const override {
+        return this->facts.min;
+    }
+    basekit2::sptr_t<dataface_1::IExpression> getMaxExpression() const override {
+        return this->facts.max;
+    }
     std::string getGrouping() const override { return this->facts.grouping; }
     bool isGlobalGrouping() const override { return this->facts.globalGrouping; }
 };
 
-// A derived query without members.
 class FakeDerivedQuery : public FakeQuery<dataface_1::IDerivedQuery> {
 public:
     using FakeQuery::FakeQuery;
-    basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::IQuery>> getQueries(
-        int /*kind*/) const override {
-        return {};
+    basekit2::generic_iterator_t<Query> getQueries(int /*kind*/) const override {
+        return basekit2::make_iterator(facts.members);
     }
 };
 
 // A vector of queries with display attributes of its own.
 class FakeVectorQuery : public FakeQuery<dataface_1::IVectorQuery> {
 public:
-    FakeVectorQuery(std::vector<basekit2::sptr_t<dataface_1::IQuery>> queries, QueryFacts own)
-        : FakeQuery(std::move(own)), members(std::move(queries)) {}
-    basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::IQuery>> getQueries() const override {
-        return basekit2::make_iterator(members);
+    using FakeQuery::FakeQuery;
+    FakeVectorQuery(QueryList queries, QueryFacts own) : FakeQuery(std::move(own)) {
+        facts.members = std::move(queries);
     }
-    basekit2::sptr_t<dataface_1::IQuery> getDefaultQuery() const override {
-        return members.empty() ? nullptr : members.front();
+    basekit2::generic_iterator_t<Query> getQueries() const override {
+        return basekit2::make_iterator(facts.members);
     }
-    int getCount() const override { return static_cast<int>(members.size()); }
-
-    std::vector<basekit2::sptr_t<dataface_1::IQuery>> members;
+    Query getDefaultQuery() const override {
+        return facts.members.empty() ? nullptr : facts.members.front();
+    }
+    int getCount() const override { return static_cast<int>(facts.members.size()); }
 };
 
-// Makes info queries of the bags it is given, and remembers what was asked.
+template <class Made>
+Query makeQuery(QueryFacts facts) {
+    return basekit2::make_object<Made>(std::move(facts));
+}
+inline Query infoQuery(QueryFacts facts) {
+    return makeQuery<FakeInfoQuery>(std::move(facts));
+}
+// An info query that has its name for an id.
+Query namedQuery(const std::string& name);
+basekit2::sptr_t<dataface_1::IVectorQuery> vectorOf(
+    QueryList members, const std::map<std::string, basekit2::variant_t>& attributes = {});
+
+// Knows vectors by the attribute "query" of an element and queries by their id, makes info queries
+// and instance counts of bags, and remembers what was asked.
 class FakeLibrary : public dataface_1::IQueryLibrary {
 public:
     basekit2::sptr_t<dataface_1::IVectorQuery> resolveQuery(const basekit2::variant_bag_t& element,
                                                             relay2::IMessenger* messenger) override;
-    basekit2::sptr_t<dataface_1::IQuery> findQuery(const std::string& id,
-                                                   relay2::IMessenger* messenger) override;
+    Query findQuery(const std::string& id, relay2::IMessenger* messenger) override;
     bool createQuery(const basekit2::variant_bag_t& bag,
-                     basekit2::sptr_t<dataface_1::IQuery>& out,
+                     Query& out,
                      relay2::IMessenger* messenger) override;
 
-    std::map<std::string, basekit2::sptr_t<dataface_1::IQuery>> known;
+    std::map<std::string, Query> known;
+    std::map<std::string, basekit2::sptr_t<dataface_1::IVectorQuery>> vectors;
+    std::vector<std::string> resolved;  // name of the element and its query
+    std::set<relay2::IMessenger*> messengers;
     std::vector<basekit2::variant_bag_t> created;
     bool refuses = false;
 };

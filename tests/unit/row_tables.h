@@ -16,7 +16,6 @@ namespace lanefeed_test {
 // Row tables from a fake store or on a grid. The result runs from the absolute tick 1000 to 1999.
 class RowTableTest : public testing::Test {
 protected:
-    using Query = basekit2::sptr_t<dataface_1::IQuery>;
     using Table = basekit2::sptr_t<lanefeed_1::RowSummaryTableTree>;
 
     // A row of a grid: database index, "name", "busy" (null: no cell), rows below it.
@@ -37,9 +36,6 @@ protected:
         facts.attr = "name";
         facts.bandColumn = "dd_band::" + path;
         return facts;
-    }
-    static Query infoQuery(const QueryFacts& facts) {
-        return basekit2::make_object<FakeInfoQuery>(facts);
     }
     static lanefeed_1::DicerDataSource rowBy(const QueryFacts& facts) {
         lanefeed_1::DicerDataSource source;
@@ -71,7 +67,7 @@ protected:
     Table buildOnGrid(const std::vector<GridRow>& rows, const QueryFacts& facts) const {
         const auto grid = facekit_1_x::createTableTree();
         const auto grouping =
-            basekit2::make_object<FakeVectorQuery>(std::vector<Query>{infoQuery(facts)}, facts);
+            basekit2::make_object<FakeVectorQuery>(QueryList{infoQuery(facts)}, facts);
         addColumn(*grid, grid, facekit_1_x::columnTimeBin, "name");
         addColumn(*grid, grid, facekit_1_x::columnSeries, "busy");
         addGridRows(rows, nullptr, grouping, grid);

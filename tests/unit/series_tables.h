@@ -17,13 +17,6 @@ namespace lanefeed_test {
 
 inline const double kNoData = std::numeric_limits<double>::quiet_NaN();
 
-inline basekit2::sptr_t<dataface_1::IQuery> namedQuery(const std::string& name) {
-    QueryFacts facts;
-    facts.id = name;
-    facts.name = name;
-    return basekit2::make_object<FakeInfoQuery>(facts);
-}
-
 // The bucket column, then one column per name; a name that begins with "." nests in the one before.
 inline basekit2::sptr_t<facekit_1_x::IDPIHelperTableTree> seriesColumns(
     const std::vector<std::string>& names) {

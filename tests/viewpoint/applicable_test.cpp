@@ -15,7 +15,7 @@ TEST(Applicable, NeedsTheTablesOfALayerAndOfItsTooltip) {
     lanefeed_runtime::OpenOutcome outcome;
     const auto input = lanefeed_runtime::openResult(trace.file(), options, outcome);
     ASSERT_TRUE(outcome.isOpened()) << outcome.text;
-    fakes::sptr_t<dataface_1::IQueryLibrary> library;
+    basekit2::sptr_t<dataface_1::IQueryLibrary> library;
     ASSERT_TRUE(dataface_1::lookup(input, library));
     const std::pair<const char*, bool> cases[] = {
         {R"(<drawBy query="busy"/>)", true},

@@ -1,6 +1,6 @@
 #include "dicerdatasource.h"
-#include "fake_queries.h"
 #include "support/captured_log.h"
+#include "support/fake_queries.h"
 
 #include <gtest/gtest.h>
 
@@ -27,7 +27,7 @@ TEST(DicerDataSource, TakesTheBandOfABandTableOnly) {
 
 TEST(DicerDataSource, TakesAnEmptyValueOfAnExtraForNone) {
     DicerDataSource ds;
-    const auto query = fakes::info({});
+    const auto query = lanefeed_test::infoQuery({});
     ds.addExtra(query, "path", "table", "attr", std::string(), "suffix");
     ds.addExtra(query, "path", "table", "attr", std::string("one"), "suffix");
     ds.addExtra(query, "path", "table", "attr", std::vector<std::string>{"", "two"}, "suffix");
@@ -43,8 +43,8 @@ TEST(DicerDataSource, TakesAnEmptyValueOfAnExtraForNone) {
 
 // Each entry is less than the next by an earlier field, while all later fields say the opposite.
 TEST(ExtraArgs, OrdersByQueryThenTextsThenValues) {
-    auto low = fakes::info({});
-    auto high = fakes::info({});
+    auto low = lanefeed_test::infoQuery({});
+    auto high = lanefeed_test::infoQuery({});
     if (std::less<>()(high.get(), low.get())) std::swap(low, high);
     const std::vector<ExtraArgs> ascending = {
         {low, "b", "b", "b", {"b"}, "b"},       {high, "a", "b", "b", {"b"}, "b"},

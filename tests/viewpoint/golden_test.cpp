@@ -47,7 +47,7 @@ TEST_P(Golden, GivesTheRecordsAndTheLogToTheLetter) {
     fakes::HostParser parser;
     const CapturedLog log;
     parser.parseViewpoint(fakes::element(readFile(name + ".xml")), library, nullptr,
-                          basekit2::make_object<fakes::FakeResult>(), logger);
+                          basekit2::make_object<lanefeed_test::FakeInput>(), logger);
     logger->printMessages();
     const std::string found = "=== Records\n" + fakes::recordText(parser) + "=== Severe reports\n" +
                               logged(log, 40000) + "=== Messages\n" + logged(log, 20000);

@@ -4,8 +4,13 @@ namespace lanefeed_1 {
 namespace {
 
 using basekit2::error_code_t;
+using basekit2::sptr_t;
 using dataface_1::IVectorQuery;
-using fakes::sptr_t;
+using lanefeed_test::FakeDataQuery;
+using lanefeed_test::infoQuery;
+using lanefeed_test::makeQuery;
+using lanefeed_test::QueryFacts;
+using lanefeed_test::vectorOf;
 using LayerInfo = TLViewpointParser::LayerInfo;
 using RowBy = TLViewpointParser::RowBy;
 using RowSet = TLViewpointParser::RowSet;
@@ -48,7 +53,7 @@ RowSet rowsOf(const std::string& letters) {
         RowBy row;
         row.displayName = letter;
         row.continuesGroup = letter >= 'a';
-        row.ds.m_defaultQuery = fakes::info({});
+        row.ds.m_defaultQuery = infoQuery({});
         rowSet.rowBys.push_back(row);
     }
     return rowSet;
@@ -92,7 +97,7 @@ TEST_F(RowGroups, GiveALayerTheRowThatAGridPicks) {
     EXPECT_EQ(names(m_parser.getAllLayerRowBy({}, rowSet)), "Ac");
     EXPECT_EQ(m_parser.getLayerRowBy({}, rowSet, 1).displayName, "c");
     EXPECT_EQ(m_parser.getLayerRowBy({}, rowSet, 2).displayName, "");
-    m_grid->picked = fakes::info({});
+    m_grid->picked = infoQuery({});
     EXPECT_EQ(names(m_parser.getAllLayerRowBy({}, rowSet)), "A");
 }
 
@@ -111,30 +116,29 @@ TEST_F(RowGroups, AreAskedOfAGridOnlyWithoutRowsOfTheirOwn) {
 // Alternatives and the alternatives of a list become records; what follows a bad grouping does not.
 TEST_F(RowGroups, BecomeRecordsUpToTheFirstThatCannotBeRead) {
     const auto info = [](const std::string& id, const std::string& color = "") {
-        fakes::Facts facts;
+        QueryFacts facts;
         facts.id = id;
         facts.table = "dd_band";
         facts.path = "dd_" + id;
         facts.attr = "name";
         if (!color.empty()) facts.attributes["timelineGraphColor"] = color.c_str();
-        return fakes::info(facts);
+        return infoQuery(facts);
     };
-    const auto data = fakes::make<fakes::FakeData<dataface_1::ITimeQuery>>({});
-    const auto good =
-        fakes::vectorOf({info("a", "1,2,3"), fakes::vectorOf({info("b"), info("c")})});
+    const auto data = makeQuery<FakeDataQuery<dataface_1::ITimeQuery>>({});
+    const auto good = vectorOf({info("a", "1,2,3"), vectorOf({info("b"), info("c")})});
     const std::pair<sptr_t<IVectorQuery>, std::string> cases[] = {
         {nullptr, "Null rowBy query"},
-        {fakes::vectorOf({}), "Empty rowBy in gridQuery"},
-        {fakes::vectorOf({fakes::vectorOf({})}), "Empty rowBy in gridQuery"},
-        {fakes::vectorOf({info("d"), nullptr}), "rowBy is not a valid info or vector query"},
-        {fakes::vectorOf({info("d"), data}), "rowBy is not a valid info or vector query"},
-        {fakes::vectorOf({fakes::vectorOf({info("d"), data})}), "rowBy is not valid"},
+        {vectorOf({}), "Empty rowBy in gridQuery"},
+        {vectorOf({vectorOf({})}), "Empty rowBy in gridQuery"},
+        {vectorOf({info("d"), nullptr}), "rowBy is not a valid info or vector query"},
+        {vectorOf({info("d"), data}), "rowBy is not a valid info or vector query"},
+        {vectorOf({vectorOf({info("d"), data})}), "rowBy is not valid"},
     };
     for (const auto& [bad, text] : cases) {
         parse("<area><rowSet/></area>");
         RowSet& rowSet = m_parser.m_areas[0].rowSets[0];
         rowSet.gridQuery = m_grid;
-        m_grid->groupings = {good, fakes::vectorOf({info("e")}), bad, good};
+        m_grid->groupings = {good, vectorOf({info("e")}), bad, good};
         m_parser.resolveQueries();
         EXPECT_EQ(messages().rfind("area 1: Failed to get groupings for gridQuery: "
                                    "IsNot.Expected.Situation: " +
@@ -158,13 +162,13 @@ TEST_F(RowGroups, BecomeRecordsUpToTheFirstThatCannotBeRead) {
 }
 
 TEST_F(RowGroups, GetTheirColumnsFromTheLayers) {
-    fakes::Facts facts;
+    QueryFacts facts;
     facts.id = "value";
+    facts.name = "%value";
     facts.table = "counter_data";
     facts.path = "value";
-    const auto time = fakes::make<fakes::FakeData<dataface_1::ITimeQuery>>({});
-    m_library->known = {{"time", fakes::vectorOf({time})},
-                        {"value", fakes::vectorOf({fakes::info(facts)})}};
+    const auto time = makeQuery<FakeDataQuery<dataface_1::ITimeQuery>>({});
+    m_library->vectors = {{"time", vectorOf({time})}, {"value", vectorOf({infoQuery(facts)})}};
     parse(
         "<area><rowSet><layer><drawBy query='time'/></layer><layer><drawBy query='none'/></layer>"
         "<layer><drawBy query='value'/></layer><layer><drawBy query='time'/></layer></rowSet>"

@@ -22,7 +22,7 @@ TEST_F(Parsing, RefusesTheRulerOfASecondViewpoint) {
 TEST_F(Parsing, WantsAnAreaBeforeAnythingIsResolved) {
     const CapturedLog log;
     parse(R"(<ruler><layer><drawBy query="busy"/></layer></ruler>)");
-    EXPECT_TRUE(m_library->asked.empty());
+    EXPECT_TRUE(m_library->resolved.empty());
     const std::string message =
         "Timeline: At least one <area> was expectedbut could not be found. "
         "Timeline will appear empty.";
@@ -54,7 +54,8 @@ TEST_F(Parsing, ForgetsWhatALayerHeldBefore) {
     draw.binMult = 0.5;
     draw.samplePoint = TLViewpointParser::markerEnd;
     draw.ds.m_dataType = DicerDataSource::dsDerived;
-    draw.ds.m_derivedQuery = basekit2::make_object<fakes::FakeDerived>(fakes::Facts());
+    draw.ds.m_derivedQuery =
+        basekit2::make_object<lanefeed_test::FakeDerivedQuery>(lanefeed_test::QueryFacts());
     m_parser.parseLayer(1, 1, layer, fakes::element("<layer><drawBy/></layer>"), 0);
     m_parser.m_rulerLayers = {layer};
     EXPECT_EQ(fakes::recordText(m_parser),

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "fake_queries.h"
+#include "support/fake_queries.h"
+#include "support/fake_store.h"
 #include "viewpointparser.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +9,9 @@
 #include <string>
 
 namespace lanefeed_1::fakes {
+
+using basekit2::sptr_t;
+using lanefeed_test::FakeLibrary;
 
 // A host: localised texts are their keys in brackets, default colours have an alpha.
 class HostParser : public TLViewpointParser {
@@ -21,7 +25,9 @@ public:
 // An element out of XML text, under the name of its root.
 basekit2::variant_bag_t element(const std::string& xml);
 
-// A parse against a fake library; queries are added to `m_library->known` before it.
+class FakeMessenger : public relay2::IMessenger {};
+
+// A parse against a fake library; queries are added to `m_library->vectors` before it.
 class ViewpointTest : public testing::Test {
 protected:
     // Parses what stands inside of a viewpoint.
@@ -35,7 +41,7 @@ protected:
     std::string messages() const;
 
     sptr_t<basekit2::ref_counted_t<FakeLibrary>> m_library = basekit2::make_object<FakeLibrary>();
-    sptr_t<dataface_1::IInputData> m_result = basekit2::make_object<FakeResult>();
+    sptr_t<dataface_1::IInputData> m_result = basekit2::make_object<lanefeed_test::FakeInput>();
     sptr_t<relay2::IMessenger> m_messenger = basekit2::make_object<FakeMessenger>();
     sptr_t<ParseLogger> m_logger = basekit2::make_object<ParseLogger>();
     HostParser m_parser;
