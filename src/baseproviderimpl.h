@@ -46,6 +46,7 @@ struct IntervalHatch {
 //   change of bucket count, folding of records  baseproviderimpl_rebucket.cpp
 //   series to table trees                       baseproviderimpl_forest.cpp
 //   selections in time and row, pause ranges    baseproviderimpl_timefilters.cpp
+//   select, dive and restriction filters        baseproviderimpl_attrfilters.cpp
 //   generated queries, paths, columns by name   baseproviderimpl_queries.cpp
 //   what is not served                          baseproviderimpl_unserved.cpp
 class BaseProviderImpl : public IDicerProvider {
@@ -135,6 +136,8 @@ public:
     // Null when the result has none.
     basekit2::sptr_t<dataface_1::IFilterRegistry> getFilterRegistry() const;
     bool hasFilter(const std::string& filterName) override;
+    // These replace the whole filter "selection"; ticks of the pane. The first clears it when the
+    // span is empty. A null source or a row below 0 selects by time alone.
     void filterInByTimeSelection(const basekit2::u64_t& start, const basekit2::u64_t& end) override;
     void filterOutByTimeSelection(const basekit2::u64_t& start,
                                   const basekit2::u64_t& end) override;
@@ -154,14 +157,16 @@ public:
                               bool paused,
                               bool inverted);
 
-    // --- select, dive and restriction filters (baseproviderimpl_unserved.cpp)
+    // --- select, dive and restriction filters (baseproviderimpl_attrfilters.cpp)
+    // Replaces the filter "selection", or the one of dives. False leaves that name empty.
     bool filterOnAttrId(const DicerDataSource* ds,
                         int attrId,
                         bool dive,
                         const std::string& attrName) override;
     basekit2::sptr_t<dataface_1::IQueryFilter> createDiveFilter(const DicerDataSource* ds,
                                                                 int attrId) override;
-    // Keeps the values, or all but them when the first begins with "!".
+    // Keeps the values, or all but them when the first begins with "!". Null on failure; throws an
+    // error_code_t when the result has no registry.
     basekit2::sptr_t<dataface_1::IQueryFilter> createRestrictionsFilter(
         const DicerDataSource::ExtraArgs& extra);
     basekit2::sptr_t<dataface_1::IQueryFilter> createRestrictionsFilter(

@@ -27,6 +27,7 @@ class RowSummaryTableTree;
 //   series of an attribute                    dbiproviderimpl_attributes.cpp
 //   what is not served                        dbiproviderimpl_unserved.cpp
 //   row summary, visible rows, sorting        dbiproviderimpl_rows.cpp
+//   the row summary of a grid                 dbiproviderimpl_gridrows.cpp
 //   what the result holds, clock, caches      dbiproviderimpl_bands.cpp
 //   filter and pause intervals of the store   dbiproviderimpl_timefilters.cpp
 class DbiProviderImpl : public BaseProviderImpl {
@@ -92,7 +93,10 @@ public:
 
     // --- row summary, visible rows, sorting (dbiproviderimpl_rows.cpp)
     bool getSortOrder(std::vector<int>& order) override;
+    // Appends the ids of the rows that the global filter leaves, read anew; all without one, and 0
+    // for an area without rows. False also when it leaves none.
     bool getVisibleRows(std::vector<int>& rows, int grouping) override;
+    // Replaces the filter "selection" by those rows, or by all but them. False leaves it empty.
     bool filterOnRows(const std::vector<int>& rows, bool exclude) override;
     bool getRowSummary(basekit2::sptr_t<dataface_1::ITableTree>& table,
                        int grouping,
@@ -204,6 +208,7 @@ protected:
     bool getRowSummaryInternal(basekit2::sptr_t<RowSummaryTableTree>& table,
                                const std::string& filterName,
                                int grouping);
+    // 0 before the first summary, -1 for an unknown id.
     int getRowDbIndexByUniqueId(int id) override;
     // Level of a row by its row id, -1 for an unknown one.
     virtual int getRowLevel(int summaryId);
@@ -244,18 +249,37 @@ protected:
     basekit2::sptr_t<dataface_1::IInfoQuery> m_rowByRestriction;
 
 private:
+    // Number of the grouping that a grid has by itself.
+    static constexpr int kDefaultGrouping = -1;
+
+    // --- the row summary of a grid (dbiproviderimpl_gridrows.cpp)
+    bool getGridSummary(basekit2::sptr_t<RowSummaryTableTree>& table,
+                        const std::string& filterName,
+                        int groupingIndex);
+    // Keeps only rows that have the data that the viewpoint requires, if it does.
+    bool restrictToRequiredData(slicekit_1_0::IGridQuery& query,
+                                dataface_1::IFilterRegistry& registry);
+    bool readRequiredData();
+
+    // --- series of an attribute (dbiproviderimpl_attributes.cpp)
     // Attribute of each row of a band's table, by row id; -1 for none.
     bool readBandMap(const std::string& bandTable,
                      const std::string& attribute,
                      std::vector<int>& map);
     // Replaces a level that is an attribute of bands by the bands; the map leads back.
     bool translateBandLevel(RowByWalk& walk, std::vector<int>& map);
+
+    // --- tooltips (dbiproviderimpl_tooltips.cpp)
     // Lines of a tooltip: the attribute, and its value as a text.
     using TooltipTexts = std::vector<std::pair<const DicerDataSource::ExtraArgs*, std::string>>;
     TooltipTexts readTooltip(const DicerDataSource* ds, int id);
+
+    // --- binding (dbiproviderimpl.cpp)
     // Takes choices and joins; the principal source, or null.
     const DicerDataSource* takeRowBys(const TLViewpointParser::RowSet& rowSet,
                                       int principalRowByIndex);
+
+    // --- series of all rows (dbiproviderimpl_overtime.cpp)
     bool readWithoutRows(const QueryParam& param, std::vector<OverTimeData>& data);
     // Reads level by level; tells whether any row has series then.
     bool readLevels(const QueryParam& param, std::vector<OverTimeData>& data, bool& anySeries);

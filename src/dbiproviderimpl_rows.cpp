@@ -1,7 +1,8 @@
-// The pane's rows: the table of them, their order, and the way from database indexes to a row.
-// getRowSummary reads the table anew and puts it in force; with no grid the rows are those of the
-// first row-by choice, and the global filter applies to them whether asked for or not. Cancelled
-// after the read. Tested by tests/provider/rows_test.cpp.
+// The pane's rows: the table of them, their order, which of them the global filter leaves, a filter
+// out of some of them, and the way from database indexes to a row. getRowSummary reads the table
+// anew and puts it in force; with no grid the rows are those of the first row-by choice, and the
+// global filter applies to them whether asked for or not. Cancelled after the read. Tested by
+// tests/provider/rows_test.cpp and tests/provider/selection_test.cpp.
 
 #include "dbiproviderimpl.h"
 
@@ -17,6 +18,34 @@ namespace {
 basekit2::sptr_t<dataface_1::IVectorQuery> sortQueryOf(
     const basekit2::sptr_t<slicekit_1_0::IGridViewpointParser>& gridQuery) {
     return gridQuery.is_null() ? nullptr : gridQuery->getDefaultVectorQuery();
+}
+
+// Appends the rows that the other table has too.
+bool addRowsIn(const RowSummaryTableTree& filtered,
+               const RowSummaryTableTree& table,
+               int rowCount,
+               std::vector<int>& rows) {
+    for (int r = 0; r < rowCount; ++r) {
+        const RowSummaryTableRow* row = table.getRow(r);
+        if (!LF_CHECK(row)) return false;
+        const int level = row->getLevel();
+        if (!LF_CHECK(level >= 0)) return false;
+        if (filtered.getRowByDbId(level, row->getDbIndex()) != nullptr)
+            rows.push_back(row->getSummaryId());
+    }
+    return true;
+}
+
+// What is left without those of the filter; null when the registry makes no filter of it.
+bool negate(dataface_1::IFilterRegistry& registry,
+            basekit2::sptr_t<dataface_1::IQueryFilter>& filter) {
+    const auto qfBuilder = registry.createQueryFilterBuilder();
+    if (!LF_CHECK(qfBuilder)) return false;
+    qfBuilder->beginGroup(dataface_1::IQueryFilterBuilder::groupNegated);
+    qfBuilder->addFilter(filter);
+    qfBuilder->endGroup();
+    filter = qfBuilder->build();
+    return true;
 }
 
 }  // namespace
@@ -38,13 +67,49 @@ bool DbiProviderImpl::getRowSummary(basekit2::sptr_t<dataface_1::ITableTree>& ta
 
 bool DbiProviderImpl::getRowSummaryInternal(basekit2::sptr_t<RowSummaryTableTree>& table,
                                             const std::string& filterName,
-                                            int /*grouping*/) {
-    // Rows of a grid are not served.
-    if (!m_gridQuery.is_null()) return false;
-    table = basekit2::make_object<RowSummaryTableTree>();
-    const bool bRet = table->init(m_result, m_rowByOptions, this, filterName, m_rowByRestriction);
-    if (isCanceled() || !LF_CHECK(bRet)) return false;
+                                            int grouping) {
+    if (m_gridQuery.is_null()) {
+        table = basekit2::make_object<RowSummaryTableTree>();
+        const bool bRet =
+            table->init(m_result, m_rowByOptions, this, filterName, m_rowByRestriction);
+        if (isCanceled() || !LF_CHECK(bRet)) return false;
+    } else if (!getGridSummary(table, filterName, grouping)) {
+        return false;
+    }
     dumpTableTreeToFile(table, "timeline_row_summary" + std::to_string(m_areaIndex));
+    return true;
+}
+
+bool DbiProviderImpl::getVisibleRows(std::vector<int>& rows, int grouping) {
+    if (!hasRowBy() || m_rowSummaryTable.is_null()) {
+        rows.push_back(0);
+        return true;
+    }
+    const auto filterRegistry = getFilterRegistry();
+    if (!LF_CHECK(filterRegistry)) return false;
+    if (!filterRegistry->hasFilter(names::kGlobalFilter)) {
+        for (int row = 0; row < m_rowCount; ++row)
+            rows.push_back(row);
+        return true;
+    }
+    basekit2::sptr_t<RowSummaryTableTree> summaryImpl;
+    const bool bRet = getRowSummaryInternal(summaryImpl, names::kGlobalFilter, grouping);
+    if (isCanceled() || !LF_CHECK(bRet && summaryImpl)) return false;
+    return addRowsIn(*summaryImpl, *m_rowSummaryTable, m_rowCount, rows);
+}
+
+bool DbiProviderImpl::filterOnRows(const std::vector<int>& rows, bool exclude) {
+    if (m_rowByOptions.empty()) return false;
+    const auto filterRegistry = getFilterRegistry();
+    if (filterRegistry.is_null()) return true;
+    filterRegistry->removeFilter(names::kSelectionFilter);
+    filterRegistry->clearFilter(names::kSelectionFilter);
+    basekit2::sptr_t<dataface_1::IQueryFilter> qf;
+    if (!m_rowSummaryTable.is_null()) qf = m_rowSummaryTable->createRowFilter(rows);
+    if (!LF_CHECK(qf)) return false;
+    // The filter of no rows stands as it is.
+    if (exclude && !rows.empty() && !negate(*filterRegistry, qf)) return false;
+    if (!qf.is_null()) filterRegistry->setQueryFilter(names::kSelectionFilter, qf);
     return true;
 }
 

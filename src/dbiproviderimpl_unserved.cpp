@@ -1,5 +1,5 @@
-// Requests that the providers of this version don't serve: bars, transitions, counts,
-// row filters and master tables. Each answers what it answers on a failure.
+// Requests that the providers of this version don't serve: bars, transitions, counts and master
+// tables. Each answers what it answers on a failure.
 
 #include "dbiproviderimpl.h"
 
@@ -67,14 +67,6 @@ bool DbiProviderImpl::getDataForRowLevel(
     Forest& /*trees*/,
     bool /*merge*/,
     DataType /*type*/) {
-    return false;
-}
-
-bool DbiProviderImpl::getVisibleRows(std::vector<int>& /*rows*/, int /*grouping*/) {
-    return false;
-}
-
-bool DbiProviderImpl::filterOnRows(const std::vector<int>& /*rows*/, bool /*exclude*/) {
     return false;
 }
 

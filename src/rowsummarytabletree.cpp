@@ -96,12 +96,17 @@ bool RowSummaryTableTree::init(const sptr_t<dataface_1::IInputData>& result,
     dataface_1::lookup(m_result, m_perfDb);
     fillTscRanges();
     for (auto columns = m_gridTree->getColumns(nullptr); !columns.at_end(); columns.next()) {
+        const sptr_t<IColumnInfo> column = columns.current();
+        if (!LF_CHECK(column)) return false;
         m_topLevelCols.emplace_back(
-            basekit2::make_object<RowSummaryColumnInfo>(this, columns.current(), nullptr));
+            basekit2::make_object<RowSummaryColumnInfo>(this, column, nullptr));
     }
     addTimeColumns(provider);
-    for (auto rows = m_gridTree->getRows(nullptr); !rows.at_end(); rows.next())
-        addRow(basekit2::make_object<RowSummaryTableRow>(this, rows.current(), provider));
+    for (auto rows = m_gridTree->getRows(nullptr); !rows.at_end(); rows.next()) {
+        const sptr_t<ITableRow> row = rows.current();
+        if (!LF_CHECK(row)) return false;
+        addRow(basekit2::make_object<RowSummaryTableRow>(this, row, provider));
+    }
     return indexRows(getRows(nullptr));
 }
 

@@ -15,6 +15,10 @@
 #include <unordered_map>
 #include <vector>
 
+namespace dataface_1 {
+class IQueryFilter;
+class IQueryFilterBuilder;
+}  // namespace dataface_1
 namespace storelink1 {
 class IConstRecord;
 class IDatabase;
@@ -93,6 +97,8 @@ public:
                          bool flag) override;
 
     int getDbIndex() const { return m_dbIndex; }
+    // Null for a row that is not a grid's.
+    const basekit2::sptr_t<dataface_1::ITableRow>& gridRow() const { return m_gridRow; }
     // -1 until the tree has indexed its rows.
     int getSummaryId() const { return m_summaryId; }
     // 0 at the top.
@@ -144,6 +150,7 @@ private:
 //   order of the rows                   rowsummarytabletree_sorting.cpp
 //   sums of children into parents       rowsummarytabletree_sums.cpp
 //   life times of what rows stand for   rowsummarytabletree_ranges.cpp
+//   selected rows as a filter           rowsummarytabletree_filter.cpp
 //   the row and column classes          rowsummarytabletree_rows.cpp
 class RowSummaryTableTree : public dataface_1::ITableTree {
 public:
@@ -220,6 +227,12 @@ public:
     // Adds series by series, in order. What has no data counts as 0 once anything is added to it.
     static bool sumOverTimeData(OverTimeData& target, const OverTimeData& source);
 
+    // --- selected rows as a filter (rowsummarytabletree_filter.cpp)
+    // Keeps what the rows of these summary ids stand for; no row: what a registry makes of an empty
+    // group. Null after a failed check. The caller puts it in the registry under a name.
+    basekit2::sptr_t<dataface_1::IQueryFilter> createRowFilter(
+        const std::vector<int>& selectedUniqueIDs) const;
+
     // --- life times of what rows stand for (rowsummarytabletree_ranges.cpp)
     void fillTscRanges();
     // Of a thing in a grouping; false, with `out` left alone, when it is unknown.
@@ -238,6 +251,12 @@ private:
     void readTscRanges(storelink1::IDatabase* database,
                        const std::string& grouping,
                        const std::string& bandColumn);
+    // Null, reported, for an unknown id.
+    RowSummaryTableRow* selectedRow(int summaryId) const;
+    bool addRowGroups(const std::vector<int>& selectedUniqueIDs,
+                      dataface_1::IQueryFilterBuilder& builder) const;
+    basekit2::sptr_t<dataface_1::IQueryFilter> createGridRowFilter(
+        const std::vector<int>& selectedUniqueIDs) const;
     bool processRecursiveRow(RowSummaryTableRow* row, std::vector<OverTimeData>& dataArray) const;
     OverTimeData* recordOf(dataface_1::ITableRow* row, std::vector<OverTimeData>& dataArray) const;
 

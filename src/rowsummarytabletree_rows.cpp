@@ -77,8 +77,9 @@ RowSummaryColumnInfo::RowSummaryColumnInfo(RowSummaryTableTree* tree,
     generic_iterator_t<sptr_t<IColumnInfo>> children;
     if (column->getChildren(children, nullptr, false) != ecsfSuccess) return;
     for (; !children.at_end(); children.next()) {
-        m_children.emplace_back(
-            basekit2::make_object<RowSummaryColumnInfo>(tree, children.current(), this));
+        const sptr_t<IColumnInfo> child = children.current();
+        if (!LF_CHECK(child)) continue;
+        m_children.emplace_back(basekit2::make_object<RowSummaryColumnInfo>(tree, child, this));
     }
 }
 
@@ -162,9 +163,14 @@ void RowSummaryTableRow::wrapChildren(BaseProviderImpl* provider) {
     m_childrenStatus = m_gridRow->getChildren(children, nullptr, false);
     if (m_childrenStatus == ecsfError) return;
     for (; !children.at_end(); children.next()) {
+        const sptr_t<ITableRow> child = children.current();
+        if (!LF_CHECK(child)) {
+            // A row less would be a sum too small: the table is refused.
+            m_childrenStatus = ecsfError;
+            return;
+        }
         const int position = static_cast<int>(m_children.size());
-        m_children.emplace_back(
-            basekit2::make_object<RowSummaryTableRow>(m_tree, children.current(), provider));
+        m_children.emplace_back(basekit2::make_object<RowSummaryTableRow>(m_tree, child, provider));
         m_childIndex[m_children.back()->getDbIndex()] = position;
         m_sortOrder.push_back(position);
     }
