@@ -14,6 +14,7 @@ namespace lanefeed_runtime {
 namespace {
 
 constexpr const char* kRoot = "queryLibrary";
+constexpr const char* kValueStyles = "valueStyles";
 
 // Lines of the children of the root, in document order.
 std::vector<std::ptrdiff_t> childLines(const std::string& text) {
@@ -40,7 +41,7 @@ std::string definitionError(const Definition& definition, const std::string& wha
 }
 
 void readDefinitions(const DefinitionText& document,
-                     std::vector<Definition>& definitions,
+                     Definitions& definitions,
                      std::vector<std::string>& errors) {
     basekit2::variant_bag_t library;
     const basekit2::error_code_t read =
@@ -53,8 +54,13 @@ void readDefinitions(const DefinitionText& document,
     std::map<std::string, std::string> places;
     std::size_t index = 0;
     for (auto it = library.begin<basekit2::variant_bag_t>(); !it.at_end(); it.next(), ++index) {
-        Definition definition{entryText(it.get_value(), "id"), it.get_value(),
+        const bool isStyles = it.get_name() == kValueStyles;
+        Definition definition{entryText(it.get_value(), isStyles ? "query" : "id"), it.get_value(),
                               document.source + ":" + std::to_string(lines.at(index))};
+        if (isStyles) {
+            definitions.valueStyles.push_back(std::move(definition));
+            continue;
+        }
         const auto known = places.find(definition.id);
         if (!isQueryElement(it.get_name()) || it.get_name() == kReferenceElement)
             errors.push_back(definition.place + ": <" + it.get_name() +
@@ -67,7 +73,7 @@ void readDefinitions(const DefinitionText& document,
                 definition, "the id stands at " + known->second + " already; choose another"));
         else {
             places[definition.id] = definition.place;
-            definitions.push_back(std::move(definition));
+            definitions.queries.push_back(std::move(definition));
         }
     }
 }

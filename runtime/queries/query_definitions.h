@@ -20,10 +20,16 @@ struct Definition {
     std::string place;  // "file:line"
 };
 
-// Appends the definitions of a document in their order. Each error is a line "file:line: what", and
-// what it concerns is left out: the whole document when it is no XML, else the one definition.
+// What documents hold, in their order.
+struct Definitions {
+    std::vector<Definition> queries;
+    std::vector<Definition> valueStyles;  // under the id of the query that they name
+};
+
+// Appends what a document holds. Each error is a line "file:line: what", and what it concerns is
+// left out: the whole document when it is no XML, else the one definition.
 void readDefinitions(const DefinitionText& document,
-                     std::vector<Definition>& definitions,
+                     Definitions& definitions,
                      std::vector<std::string>& errors);
 
 // "file:line: infoQuery "id": what", the form of all errors of a definition.

@@ -135,12 +135,16 @@ std::vector<DefinitionText> shippedDefinitions() {
 
 sptr_t<dataface_1::IQueryLibrary> loadQueryLibrary(const std::vector<DefinitionText>& documents,
                                                    const ColumnTest& hasColumn,
-                                                   std::vector<std::string>& errors) {
-    std::vector<Definition> definitions;
+                                                   std::vector<std::string>& errors,
+                                                   ValueStyles* styles) {
+    Definitions definitions;
     for (const DefinitionText& document : documents)
         readDefinitions(document, definitions, errors);
     const auto columns = hasColumn ? std::make_shared<const ColumnTest>(hasColumn) : nullptr;
-    return make_object<QueryLibrary>(linkDefinitions(definitions, columns, errors), columns);
+    QueriesById queries = linkDefinitions(definitions.queries, columns, errors);
+    ValueStyles read = readValueStyles(definitions.valueStyles, queries, errors);
+    if (styles != nullptr) *styles = std::move(read);
+    return make_object<QueryLibrary>(std::move(queries), columns);
 }
 
 }  // namespace lanefeed_runtime

@@ -2,6 +2,7 @@
 
 #include "query_definitions.h"
 #include "query_traits.h"
+#include "value_styles.h"
 
 #include <dataface_1/query_library.h>
 
@@ -18,9 +19,11 @@ std::vector<DefinitionText> shippedDefinitions();
 // told at once, one line each with file, line and id; a definition with an error is left out, and
 // so is one that refers to it. The library is immutable and may be asked from any thread.
 // hasColumn: asked by queries of the library whether the open result has a column; may be empty.
+// styles: takes what the documents say of the styles of values; may be null.
 basekit2::sptr_t<dataface_1::IQueryLibrary> loadQueryLibrary(
     const std::vector<DefinitionText>& documents,
     const ColumnTest& hasColumn,
-    std::vector<std::string>& errors);
+    std::vector<std::string>& errors,
+    ValueStyles* styles = nullptr);
 
 }  // namespace lanefeed_runtime

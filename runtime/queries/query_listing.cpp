@@ -4,6 +4,7 @@
 
 #include "definition_linker.h"
 #include "query_objects.h"
+#include "value_styles.h"
 
 #include <algorithm>
 #include <map>
@@ -39,13 +40,15 @@ QueryListing listingOf(const Definition& definition, const QueryTraits& traits) 
 
 std::vector<QueryListing> listQueries(const std::vector<DefinitionText>& documents,
                                       std::vector<std::string>& errors) {
-    std::vector<Definition> definitions;
+    Definitions all;
     for (const DefinitionText& document : documents)
-        readDefinitions(document, definitions, errors);
+        readDefinitions(document, all, errors);
+    const std::vector<Definition>& definitions = all.queries;
     std::map<std::string, const Definition*> inForce;
     for (const Definition& definition : definitions)
         inForce[definition.id] = &definition;
     const QueriesById queries = linkDefinitions(definitions, nullptr, errors);
+    readValueStyles(all.valueStyles, queries, errors);  // for its errors
     std::vector<QueryListing> listings;
     for (const Definition& definition : definitions) {
         const auto query = queries.find(definition.id);

@@ -7,6 +7,7 @@
 
 #include "messages/message_catalogs.h"
 #include "queries/query_library.h"
+#include "queries/value_mappers.h"
 #include "query_files.h"
 #include "store/open_store.h"
 #include "timeline/timeline_database.h"
@@ -27,8 +28,10 @@ using basekit2::type_id_t;
 
 class ResultData : public dataface_1::IInputData {
 public:
-    ResultData(sptr_t<dataface_1::IQueryLibrary> library, OpenStore store)
-        : m_store(std::move(store)), m_library(std::move(library)) {}
+    ResultData(sptr_t<dataface_1::IQueryLibrary> library, ValueStyles styles, OpenStore store)
+        : m_store(std::move(store)),
+          m_library(std::move(library)),
+          m_mappers(makeMapperFactory(std::move(styles), m_store.database)) {}
 
     notype_ptr_t adapt_to_pointer(unsigned int type) override {
         if (type == type_id_t<dataface_1::IQueryLibrary>::id())
@@ -37,6 +40,8 @@ public:
             return notype_ptr_t(m_store.filters.get());
         if (type == type_id_t<storelink1::IPerfDatabase>::id())
             return notype_ptr_t(m_store.perfDatabase.get());
+        if (type == type_id_t<dataface_1::IManipulatorMapperFactory>::id())
+            return notype_ptr_t(m_mappers.get());
         return IInputData::adapt_to_pointer(type);
     }
 
@@ -45,6 +50,7 @@ public:
 private:
     const OpenStore m_store;
     const sptr_t<dataface_1::IQueryLibrary> m_library;
+    const sptr_t<dataface_1::IManipulatorMapperFactory> m_mappers;
 };
 
 OpenOutcome::Kind kindOf(const StoreError& error) {
@@ -61,12 +67,13 @@ ColumnTest columnTest(const sptr_t<storelink1::IDatabase>& database) {
 
 sptr_t<dataface_1::IQueryLibrary> makeLibrary(const sptr_t<storelink1::IDatabase>& database,
                                               const OpenOptions& options,
+                                              ValueStyles& styles,
                                               OpenOutcome& outcome) {
     std::vector<DefinitionText> documents;
     if (!readDefinitionFiles(options.queryFiles, documents, outcome)) return {};
     std::vector<std::string> errors;
     sptr_t<dataface_1::IQueryLibrary> library =
-        loadQueryLibrary(documents, columnTest(database), errors);
+        loadQueryLibrary(documents, columnTest(database), errors, &styles);
     takeErrors(std::move(errors), outcome);
     return outcome.isOpened() ? library : sptr_t<dataface_1::IQueryLibrary>();
 }
@@ -84,10 +91,13 @@ sptr_t<dataface_1::IInputData> openResult(const std::string& path,
         outcome.text = error.text;
         return {};
     }
-    sptr_t<dataface_1::IQueryLibrary> library = makeLibrary(store.database, options, outcome);
+    ValueStyles styles;
+    sptr_t<dataface_1::IQueryLibrary> library =
+        makeLibrary(store.database, options, styles, outcome);
     if (library.is_null()) return {};
     if (options.installMessages) installShippedCatalogs();
-    return basekit2::make_object<ResultData>(std::move(library), std::move(store));
+    return basekit2::make_object<ResultData>(std::move(library), std::move(styles),
+                                             std::move(store));
 }
 
 std::shared_ptr<const ResultFacts> resultFacts(const sptr_t<dataface_1::IInputData>& result) {

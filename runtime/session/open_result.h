@@ -36,9 +36,10 @@ struct OpenOutcome {
     bool isOpened() const { return kind == opened; }
 };
 
-// Opens a result for reading. The answer hands out the query library, the performance database and
-// the filter registry; it has no mapper factory, so that values get no configured colours. Null on
-// failure, with `outcome` filled in. Everything closes with the last reference. From any thread.
+// Opens a result for reading. The answer hands out the query library, the performance database, the
+// filter registry, and the factory of mappers for the styles of values that the query definitions
+// configure. Null on failure, with `outcome` filled in. Everything closes with the last reference.
+// From any thread.
 basekit2::sptr_t<dataface_1::IInputData> openResult(const std::string& path,
                                                     const OpenOptions& options,
                                                     OpenOutcome& outcome);
