@@ -102,8 +102,9 @@ std::string unitOf(const DicerDataSource& source) {
 }
 
 IDicerProvider::overtime_type_t routeOf(const DicerDataSource& source) {
-    return source.m_dataType == DicerDataSource::dsDerived ? IDicerProvider::otDerived
-                                                           : IDicerProvider::otTime;
+    if (source.m_dataType == DicerDataSource::dsDerived) return IDicerProvider::otDerived;
+    return source.m_dataType == DicerDataSource::dsInfo ? IDicerProvider::otAttribute
+                                                        : IDicerProvider::otTime;
 }
 
 // A percentage of the bucket width as the ticks that it was made from.

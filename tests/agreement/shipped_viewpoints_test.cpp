@@ -37,6 +37,7 @@ const char* const kTrace = R"(
     thread worker  20..100 job@gc
     track upload  3..9 part  5..40 part
     counter load  0=5  50=7.5
+    counter free  0=1
     marker main 5 tick)";
 
 class ShippedViewpoints : public ::testing::Test {
@@ -85,7 +86,10 @@ protected:
         param.endTime = provider->getDuration() + 1;
         param.binCount = 10;
         std::vector<sptr_t<dataface_1::ITableTree>> forest;
-        if (!provider->getOverTimeData(param, IDicerProvider::otTime, forest)) return "no data";
+        const bool ofAttribute = source.m_dataType == DicerDataSource::dsInfo;
+        if (!provider->getOverTimeData(
+                param, ofAttribute ? IDicerProvider::otAttribute : IDicerProvider::otTime, forest))
+            return "no data";
         std::string text;
         const std::vector<sptr_t<dataface_1::ITableRow>> all = allRows(rows);
         for (std::size_t i = 0; i < forest.size(); ++i)
@@ -155,7 +159,7 @@ TEST_F(ShippedViewpoints, ParseWithoutAWord) {
 TEST_F(ShippedViewpoints, LayersShowWhatTheTraceHolds) {
     parseShipped("trace_events");
     EXPECT_TRUE(m_parser.m_hasRuler);
-    ASSERT_EQ(m_parser.m_areas.size(), 3U);
+    ASSERT_EQ(m_parser.m_areas.size(), 4U);
     EXPECT_EQ(m_parser.m_areas[0].rowSets[0].displayName, "Threads");
     EXPECT_EQ(m_parser.m_areas[0].rowSets[0].layers[0].drawBy.displayName, "Busy time");
     EXPECT_EQ(series(0, 0),
@@ -171,7 +175,11 @@ TEST_F(ShippedViewpoints, LayersShowWhatTheTraceHolds) {
               "app / worker\n  Slices: 2=1 3=1 4=1 5=1 6=1 7=1 8=1 9=1\n");
     EXPECT_EQ(series(1, 0),
               "app / load\n"
-              "  Value: 0=5 1=5 2=5 3=5 4=5 5=7.5 6=7.5 7=7.5 8=7.5 9=7.5\n");
+              "  Value: 0=5 1=5 2=5 3=5 4=5 5=7.5 6=7.5 7=7.5 8=7.5 9=7.5\n"
+              "app / free\n  Value: 0=1 1=1 2=1 3=1 4=1 5=1 6=1 7=1 8=1 9=1\n");
+    // The counters of a process on one row: their mean.
+    EXPECT_EQ(series(3, 0),
+              "app\n  Value: 0=3 1=3 2=3 3=3 4=3 5=4.25 6=4.25 7=4.25 8=4.25 9=4.25\n");
     EXPECT_EQ(series(2, 0), "app / upload\n  Time with operations: 0=70 1=100 2=100 3=100\n");
     EXPECT_EQ(series(2, 1), "app / upload\n  Operations: 0=2 1=1 2=1 3=1\n");
 }

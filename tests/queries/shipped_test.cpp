@@ -101,6 +101,23 @@ std::set<std::string> referredTables(const lanefeed_runtime::TableDef& def) {
     return names;
 }
 
+std::string joined(const std::string& path, const std::string& column) {
+    return column.empty() ? path : path + "." + column;
+}
+
+// Every part of a path but the last refers to a table; the last may be a column of any kind.
+void expectPath(const lanefeed_runtime::TableDef& from,
+                const std::string& path,
+                const std::string& id) {
+    const std::size_t dot = path.find('.');
+    const std::string part = path.substr(0, dot);
+    const bool refers = referredTables(from).count(part) != 0;
+    const bool isColumn = lanefeed_runtime::columnIndex(from, part) >= 0;
+    EXPECT_TRUE(refers || (isColumn && dot == std::string::npos)) << id << ": " << path;
+    if (refers && dot != std::string::npos)
+        expectPath(*lanefeed_runtime::findTable(part), path.substr(dot + 1), id);
+}
+
 TEST(Shipped, QueriesNameTablesAndColumnsOfTheSchema) {
     for (const sptr_t<IQuery>& query : shownQueries()) {
         const sptr_t<IInfoQuery> info = IInfoQuery::cast(query);
@@ -109,14 +126,14 @@ TEST(Shipped, QueriesNameTablesAndColumnsOfTheSchema) {
         const lanefeed_runtime::TableDef* def = lanefeed_runtime::findTable(table);
         ASSERT_NE(def, nullptr) << query->getId() << " reads " << table;
         if (info.is_null()) continue;
-        const std::string path = info->getAttributeTable();
-        const bool column = lanefeed_runtime::columnIndex(*def, path) >= 0;
-        EXPECT_TRUE(column || referredTables(*def).count(path) != 0) << query->getId();
-        if (info->getAttributeName().empty()) continue;
-        const lanefeed_runtime::TableDef* leaf = lanefeed_runtime::findTable(path);
-        ASSERT_NE(leaf, nullptr) << query->getId();
-        EXPECT_GE(lanefeed_runtime::columnIndex(*leaf, info->getAttributeName()), 0)
-            << query->getId();
+        expectPath(*def, joined(info->getAttributeTable(), info->getAttributeName()),
+                   query->getId());
+        const std::string display = joined(info->getDisplayText(), info->getAttributeName());
+        const std::string first = display.substr(0, display.find('.'));
+        if (first == display) continue;
+        ASSERT_NE(lanefeed_runtime::findTable(first), nullptr) << query->getId();
+        expectPath(*lanefeed_runtime::findTable(first), display.substr(first.size() + 1),
+                   query->getId());
     }
 }
 
