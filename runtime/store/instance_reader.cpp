@@ -101,6 +101,8 @@ Outcome Scan::prepare(const InstanceRequest& request, std::string& error) {
         error = "no instance table: " + request.table;
         return Outcome::noTable;
     }
+    for (const NamedFilter& filter : request.filters)
+        m_select.addFilter(filterClause(m_session, m_table, filter));
     for (const std::string& path : request.ids) {
         m_ids.emplace_back();
         const Outcome outcome = addLookup<s32_t>(path, m_ids.back(), -1, idOf, error);
@@ -202,6 +204,7 @@ Outcome Scan::read(InstanceColumns& columns, relay2::IProgress* progress, std::s
     columns.ids.resize(m_ids.size());
     reserve(columns);
     Statement rows = m_session.connection->prepare(m_select.text());
+    if (rows) m_select.bindValues(rows);
     Statement::Step step = rows ? rows.step() : Statement::Step::failed;
     for (std::size_t row = 0; step == Statement::Step::row; step = rows.step(), ++row) {
         const bool asks = progress != nullptr && row % kRowsBetweenQuestions == 0;

@@ -1,8 +1,9 @@
 #include "agreement/cut_result.h"
 
+#include <sqlite3.h>
+
 #include <filesystem>
 #include <memory>
-#include <sqlite3.h>
 #include <stdexcept>
 
 namespace lanefeed_test {
@@ -49,18 +50,15 @@ std::vector<Source> sources() {
     const std::vector<ITimelineQuery::QueryType> all = {
         ITimelineQuery::qtTime, ITimelineQuery::qtCount, ITimelineQuery::qtInstanceCount,
         ITimelineQuery::qtCountOverTime};
-    return {{"slice_data",
-             all,
-             "",
-             {"dd_band::dd_thread", "dd_band::dd_thread.dd_process", ""},
-             {"", "attr", "dd_category"}},
-            {"async_data", all, "", {"dd_band::dd_track"}, {"", "attr"}},
-            {"marker_data", all, "", {"dd_band::dd_thread"}, {"", "attr"}},
-            {"counter_data",
-             {ITimelineQuery::qtAttribute},
-             "value",
-             {"dd_band::dd_counter"},
-             {""}}};
+    return {
+        {"slice_data",
+         all,
+         "",
+         {"dd_band::dd_thread", "dd_band::dd_thread.dd_process", ""},
+         {"", "attr", "dd_category"}},
+        {"async_data", all, "", {"dd_band::dd_track"}, {"", "attr"}},
+        {"marker_data", all, "", {"dd_band::dd_thread"}, {"", "attr"}},
+        {"counter_data", {ITimelineQuery::qtAttribute}, "value", {"dd_band::dd_counter"}, {""}}};
 }
 
 struct Window {
@@ -74,38 +72,55 @@ struct Ask {
     sptr_t<storelink1::ITimelineDatabase> timeline;
     const Source& source;
     ITimelineQuery::QueryType type;
-    int samplePoint;  // 0: an interval object
-    std::string row;
-    std::string expansion;
-    Window window;
+    int samplePoint;  // 0: an interval object, 2: a point object at its end
 };
 
-void addCells(const Ask& ask, Cells& cells) {
+bool isMeanOverBuckets(ITimelineQuery::QueryType type) {
+    return type == ITimelineQuery::qtCountOverTime;
+}
+
+void addCells(const Ask& ask,
+              const std::string& row,
+              const std::string& expansion,
+              const Window& window,
+              Cells& cells) {
     const auto query = ask.database.createTimelineQuery();
-    if (!ask.row.empty()) query->addRowBy(ask.row, "label");
+    if (!row.empty()) query->addRowBy(row, "label");
     query->setSource(ask.type, ask.source.table, ask.source.attribute, "");
     query->setTimelineDatabase(ask.timeline);
-    if (!ask.expansion.empty())
-        query->addExpansion(ask.source.table, ask.expansion, "name", {}, true, "name", true);
+    if (!expansion.empty())
+        query->addExpansion(ask.source.table, expansion, "name", {}, true, "name", true);
     query->setObjectType(ask.samplePoint == 0 ? ITimelineQuery::otInterval
                                               : ITimelineQuery::otPoint);
     query->setSamplePoint(ask.samplePoint);
     std::vector<storelink1::OverTimeData> data;
     std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
-    if (!query->getOverTimeData(ask.window.start, ask.window.end, ask.window.bins, data, metadata,
-                                nullptr)
+    if (!query->getOverTimeData(window.start, window.end, window.bins, data, metadata, nullptr)
              .succeeded())
         throw std::runtime_error("no answer about " + ask.source.table);
     const std::string question = ask.source.table + " " + std::to_string(ask.type) + " " +
-                                 std::to_string(ask.samplePoint) + " " + ask.row + " " +
-                                 ask.expansion + " " + std::to_string(ask.window.start) + " ";
-    for (const auto& row : data)
+                                 std::to_string(ask.samplePoint) + " " + row + " " + expansion +
+                                 " " + std::to_string(window.start) + " ";
+    for (const auto& record : data)
         for (std::size_t i = 0; i < metadata.size(); ++i)
-            for (const auto& cell : row.series[i]) {
-                const int key = row.key.empty() ? 0 : row.key.front();
+            for (const auto& cell : record.series[i]) {
+                const int key = record.key.empty() ? 0 : record.key.front();
                 cells[question + std::to_string(key) + " " + metadata[i].name + " " +
                       std::to_string(cell.first)] += cell.second;
             }
+}
+
+// The whole result, and a third of it.
+void addCells(const Ask& ask, Cells& cells) {
+    u64_t first = 0;
+    u64_t last = 0;
+    ask.database.getTimeRange(first, last, 0);
+    const u64_t third = (last - first) / 3;
+    for (const std::string& row : ask.source.rows)
+        for (const std::string& expansion : ask.source.expansions)
+            for (const Window& window :
+                 {Window{first, last + 1, 37}, Window{first + third, first + 2 * third, 10}})
+                addCells(ask, row, expansion, window, cells);
 }
 
 }  // namespace
@@ -122,9 +137,12 @@ CutResult::CutResult(const std::string& file, const std::vector<std::string>& st
     if (m_store.failed()) throw std::runtime_error(error.text);
 }
 
+std::string textIn(const std::string& file, const std::string& select) {
+    return run(file, select).at(0);
+}
+
 long long numberIn(const std::string& file, const std::string& select) {
-    const Rows rows = run(file, select);
-    return rows.empty() ? -1 : std::stoll(rows.front());
+    return std::stoll(textIn(file, select));
 }
 
 std::vector<std::string> instanceTables(const std::string& file) {
@@ -135,24 +153,15 @@ std::vector<std::string> instanceTables(const std::string& file) {
 
 Cells cellsOf(storelink1::IDatabase& database,
               const sptr_t<storelink1::ITimelineDatabase>& timeline,
-              bool withPoints) {
-    u64_t first = 0;
-    u64_t last = 0;
-    database.getTimeRange(first, last, 0);
-    const u64_t third = (last - first) / 3;
+              bool everything) {
     Cells cells;
     for (const Source& source : sources()) {
         if (!database.isTableExist(source.table)) continue;
         for (const auto type : source.types)
-            for (int sample = 0; sample <= (withPoints ? 2 : 0); ++sample)
-                for (const std::string& row : source.rows)
-                    for (const std::string& expansion : source.expansions)
-                        for (const Window& window :
-                             {Window{first, last + 1, 37},
-                              Window{first + third, first + 2 * third, 10}})
-                            addCells({database, timeline, source, type, sample, row, expansion,
-                                      window},
-                                     cells);
+            for (const int sample : {0, 2}) {
+                const bool isAsked = everything || (sample == 0 && !isMeanOverBuckets(type));
+                if (isAsked) addCells({database, timeline, source, type, sample}, cells);
+            }
     }
     return cells;
 }

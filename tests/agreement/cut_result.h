@@ -23,8 +23,9 @@ private:
     lanefeed_runtime::OpenStore m_store;
 };
 
-// Value of the first field of the first row; -1 for none.
+// First field of the first row; throws when there is none.
 long long numberIn(const std::string& file, const std::string& select);
+std::string textIn(const std::string& file, const std::string& select);
 // Those of the instance tables of bands that the file has.
 std::vector<std::string> instanceTables(const std::string& file);
 
@@ -33,11 +34,11 @@ using Cells = std::map<std::string, double>;
 // "kind level row" to the records drawn there.
 using Drawings = std::map<std::string, std::string>;
 
-// Answers of bucketed queries of all types over all instance tables, rows and expansions. A null
-// `timeline` asks the raw result. Point objects are those that lie on their sample point.
+// Answers of bucketed queries over all instance tables, rows and expansions. A null `timeline` asks
+// the raw result. Without `everything`: not of point objects, nor of means over whole buckets.
 Cells cellsOf(storelink1::IDatabase& database,
               const basekit2::sptr_t<storelink1::ITimelineDatabase>& timeline,
-              bool withPoints);
+              bool everything);
 // Intervals and pieces by level of every thread.
 Drawings drawingsOf(storelink1::ITimelineDatabase& timeline);
 
