@@ -90,8 +90,9 @@ std::string listReferences(std::string_view table) {
 }
 
 ColumnType columnType(std::string_view declared) {
-    if (declared == "text") return ColumnType::text;
-    return declared == "real" ? ColumnType::real : ColumnType::integer;
+    // The engine gives its own types back in capitals.
+    if (declared == "text" || declared == "TEXT") return ColumnType::text;
+    return declared == "real" || declared == "REAL" ? ColumnType::real : ColumnType::integer;
 }
 
 }  // namespace lanefeed_runtime::dialect
