@@ -3,9 +3,7 @@
 // Tested by tests/store/filter_sql_test.cpp.
 #include "store/filter_evaluator.h"
 
-#include "store/dialect.h"
-#include "store/filter_sql.h"
-#include "store/filter_tree.h"
+#include "store/filter_rows.h"
 #include "store/store_session.h"
 
 #include <storelink1/utils.h>
@@ -104,24 +102,10 @@ private:
         rest.path.hops.erase(
             rest.path.hops.begin(),
             rest.path.hops.begin() + static_cast<std::ptrdiff_t>(path.hops.size()) + 1);
-        const FilterClause clause(std::make_shared<const FilterNode>(std::move(rest)));
-        int parameters = 0;
-        const std::string sql = "select t0.\"rowid\" from " +
-                                dialect::quoted(m_session.catalog.table(path.leafTable).name) +
-                                " as t0 where " + clause.text(m_session.catalog, "t0", parameters) +
-                                " order by t0.\"rowid\"";
-        Statement rows = m_session.connection->prepare(sql);
-        parameters = 0;
-        if (rows) clause.bindValues(rows, parameters);
         if (std::any_of(node.values.begin(), node.values.end(),
                         [](const auto& value) { return value.is_null(); }))
             out.ids.push_back(kNoRow);
-        Statement::Step step = rows ? rows.step() : Statement::Step::failed;
-        for (; step == Statement::Step::row; step = rows.step())
-            out.ids.push_back(rows.integer(0));
-        if (step == Statement::Step::done) return true;
-        reportBrokenRead(m_session, sql);
-        return false;
+        return rowsWhere(m_session, path.leafTable, rest, out.ids);
     }
 
     StoreSession& m_session;

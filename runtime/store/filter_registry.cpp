@@ -85,7 +85,7 @@ bool FilterRegistry::isFilterApplicable(const std::string& name, const std::stri
     if (m_session == nullptr || filter.isEmpty()) return false;
     const int position = m_session->catalog.find(table.substr(0, table.find("::")));
     return position >= 0 && m_session->catalog.table(position).inFile &&
-           filterClause(*m_session, position, filter).applies();
+           filterApplies(*m_session, position, filter);
 }
 
 basekit2::error_code_t FilterRegistry::createEvaluator(

@@ -3,6 +3,7 @@
 // tests/store/filter_sql_test.cpp against a filter run by hand.
 #include "store/filter_rows.h"
 
+#include "store/dialect.h"
 #include "store/store_session.h"
 
 #include <algorithm>
@@ -16,16 +17,16 @@ using Kind = FilterNode::Kind;
 // A filter over the tables of one result.
 class RowsMaker {
 public:
-    RowsMaker(StoreSession& session, const NamedFilter& filter, TimeTest time)
-        : m_session(session), m_catalog(session.catalog), m_filter(filter) {
+    RowsMaker(StoreSession& session, const NamedFilter& filter, TimeTest time, bool looksUp)
+        : m_session(session), m_catalog(session.catalog), m_filter(filter), m_looksUp(looksUp) {
         if (time == TimeTest::touches) m_spans = keptTime(filter.time);
     }
 
     FilterNode tableNode(int table) {
         switch (m_catalog.table(table).role) {
-        case TableRole::instance: return rowNode(table);
-        case TableRole::band: return bandNode();
-        case TableRole::attribute: return attributeNode(table);
+        case TableRole::instance: return told(rowNode(table));
+        case TableRole::band: return told(bandNode());
+        case TableRole::attribute: return told(attributeNode(table));
         case TableRole::side: break;
         }
         return {};
@@ -119,17 +120,72 @@ private:
     // kept leads to it.
     FilterNode attributeNode(int table) {
         FilterNode own = queryNode(table);
-        if (isToldBy(table)) return own;
+        const std::vector<StorePath> paths = bandPaths(table);
+        if (paths.empty() || isToldBy(table)) return own;
+        const FilterNode bands = rowsOf(m_catalog.bands(), bandNode());
+        if (bands.kind == Kind::everything) return own;
         std::vector<FilterNode> held;
-        for (const StorePath& path : bandPaths(table)) {
+        for (const StorePath& path : paths) {
             FilterNode node;
             node.kind = Kind::heldBy;
             node.path = path;
-            node.members.push_back(bandNode());
-            if (node.members.front().kind == Kind::everything) return own;
+            node.members.push_back(bands);
             held.push_back(std::move(node));
         }
-        return held.empty() ? own : allOf({std::move(own), anyOf(std::move(held))});
+        return allOf({std::move(own), anyOf(std::move(held))});
+    }
+
+    // The rows that a node keeps of a table, as the list of their ids.
+    FilterNode rowsOf(int table, FilterNode node) {
+        if (!m_looksUp || node.kind == Kind::everything) return node;
+        FilterNode rows;
+        rows.kind = Kind::values;
+        rows.path.table = table;
+        rows.path.lastTable = table;
+        rows.path.leafTable = table;
+        addIds(table, told(std::move(node)), rows);
+        return rows;
+    }
+
+    void addIds(int table, const FilterNode& node, FilterNode& rows) {
+        std::vector<basekit2::s64_t> ids;
+        rowsWhere(m_session, table, node, ids);
+        rows.values.insert(rows.values.end(), ids.begin(), ids.end());
+        if (rows.values.empty()) rows.kind = Kind::nothing;
+    }
+
+    // The node with what it asks of other tables looked up.
+    FilterNode told(FilterNode node) {
+        if (!m_looksUp) return node;
+        if (node.kind == Kind::values) return node.path.hops.empty() ? node : toldBehind(node);
+        for (FilterNode& member : node.members)
+            member = told(std::move(member));
+        switch (node.kind) {
+        case Kind::all: return allOf(std::move(node.members));
+        case Kind::any: return anyOf(std::move(node.members));
+        case Kind::none: return noneOf(std::move(node.members));
+        default: return node;
+        }
+    }
+
+    // Ids of the rows behind the first hop from which the rest of the path holds.
+    FilterNode toldBehind(const FilterNode& node) {
+        FilterNode rest = node;
+        const int hop = node.path.hops.front();
+        rest.path.hops.erase(rest.path.hops.begin());
+        rest.path.table =
+            m_catalog.table(node.path.table).columns[static_cast<std::size_t>(hop)].references;
+        FilterNode out;
+        out.kind = Kind::values;
+        out.path.table = node.path.table;
+        out.path.lastTable = node.path.table;
+        out.path.column = hop;
+        out.path.leafTable = rest.path.table;
+        // A row that refers to nothing has no value behind it.
+        for (const basekit2::variant_t& value : node.values)
+            if (value.is_null()) out.values.push_back(value);
+        addIds(rest.path.table, rest, out);
+        return out;
     }
 
     bool isToldBy(int table) const {
@@ -174,13 +230,41 @@ private:
     StoreSession& m_session;
     const Catalog& m_catalog;
     const NamedFilter& m_filter;
+    const bool m_looksUp;
     TickSpans m_spans = keptTime(nullptr);
 };
 
 }  // namespace
 
 FilterNode keptRows(StoreSession& session, int table, const NamedFilter& filter, TimeTest time) {
-    return RowsMaker(session, filter, time).tableNode(table);
+    const std::lock_guard<std::recursive_mutex> lock(session.mutex);
+    return RowsMaker(session, filter, time, true).tableNode(table);
+}
+
+bool asksOfRows(StoreSession& session, int table, const NamedFilter& filter) {
+    const std::lock_guard<std::recursive_mutex> lock(session.mutex);
+    RowsMaker maker(session, filter, TimeTest::touches, false);
+    return maker.tableNode(table).kind != Kind::everything;
+}
+
+bool rowsWhere(StoreSession& session,
+               int table,
+               const FilterNode& node,
+               std::vector<basekit2::s64_t>& ids) {
+    const FilterClause clause(std::make_shared<const FilterNode>(node));
+    int parameters = 0;
+    const std::string sql =
+        "select t0.\"rowid\" from " + dialect::quoted(session.catalog.table(table).name) +
+        " as t0 where " + clause.text(session.catalog, "t0", parameters) + " order by t0.\"rowid\"";
+    Statement rows = session.connection->prepare(sql);
+    parameters = 0;
+    if (rows) clause.bindValues(rows, parameters);
+    Statement::Step step = rows ? rows.step() : Statement::Step::failed;
+    for (; step == Statement::Step::row; step = rows.step())
+        ids.push_back(rows.integer(0));
+    if (step == Statement::Step::done) return true;
+    reportBrokenRead(session, sql);
+    return false;
 }
 
 }  // namespace lanefeed_runtime

@@ -23,8 +23,10 @@ constexpr const char* kFalse = "(1 = 0)";
 // An engine takes so many links of a chain of "and" or "or" and not many more.
 constexpr std::size_t kMostLinks = 200;
 
-// "(a or b or ...)", in bundles of bundles when there are many.
+// "(a or b or ...)", in bundles of bundles when there are many. Each part can stand beside "and",
+// "or" and "not" as it is, and so can the whole; engines take only so many parentheses.
 std::string chain(std::vector<std::string> parts, const char* link) {
+    if (parts.size() == 1) return std::move(parts.front());
     while (parts.size() > kMostLinks) {
         std::vector<std::string> bundles;
         for (std::size_t from = 0; from < parts.size(); from += kMostLinks) {
@@ -52,7 +54,7 @@ public:
         case Kind::nothing: return kFalse;
         case Kind::all: return chain(members(node, alias), " and ");
         case Kind::any: return chain(members(node, alias), " or ");
-        case Kind::none: return "(not " + chain(members(node, alias), " or ") + ")";
+        case Kind::none: return "not " + chain(members(node, alias), " or ");
         case Kind::values: return values(node, alias);
         case Kind::touches: return touches(node, alias);
         case Kind::heldBy: return heldBy(node, alias);
@@ -117,11 +119,9 @@ private:
             }));
         }
         if (nulls > 0) {
-            parts.push_back(
-                "(not " +
-                along(node.path, alias,
-                      [](const std::string& column) { return "(" + column + " is not null)"; }) +
-                ")");
+            parts.push_back("not " + along(node.path, alias, [](const std::string& column) {
+                                return "(" + column + " is not null)";
+                            }));
         }
         return chain(std::move(parts), " or ");
     }
@@ -208,10 +208,13 @@ FilterClause filterClause(StoreSession& session,
                           int table,
                           const NamedFilter& filter,
                           TimeTest time) {
-    const std::lock_guard<std::recursive_mutex> lock(session.mutex);
     FilterNode root = keptRows(session, table, filter, time);
     if (root.kind == Kind::everything) return {};
     return FilterClause(std::make_shared<const FilterNode>(std::move(root)));
+}
+
+bool filterApplies(StoreSession& session, int table, const NamedFilter& filter) {
+    return asksOfRows(session, table, filter);
 }
 
 FilterClause bothClauses(const FilterClause& a, const FilterClause& b) {

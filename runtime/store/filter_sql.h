@@ -42,11 +42,15 @@ private:
 enum class TimeTest { touches, none };
 
 // What a filter keeps of a table, by its position in the catalog of the session: instance tables,
-// dd_band, attribute tables. May read the file, so the lock of the session is taken.
+// dd_band, attribute tables. What it asks of other tables is looked up here, under the lock of the
+// session, so the statement compares own columns with lists of ids; a file that breaks off while
+// that is read is logged and counted.
 FilterClause filterClause(StoreSession& session,
                           int table,
                           const NamedFilter& filter,
                           TimeTest time = TimeTest::touches);
+// Whether the filter asks anything of the rows of a table. Looks up no rows.
+bool filterApplies(StoreSession& session, int table, const NamedFilter& filter);
 // Rows that both keep.
 FilterClause bothClauses(const FilterClause& a, const FilterClause& b);
 

@@ -279,6 +279,10 @@ FilterNode noneOf(std::vector<FilterNode> members) {
     FilterNode any = anyOf(std::move(members));
     if (any.kind == Kind::nothing) return nodeOf(Kind::everything);
     if (any.kind == Kind::everything) return nodeOf(Kind::nothing);
+    if (any.kind == Kind::none) {
+        FilterNode twice = std::move(any.members.front());
+        return twice;
+    }
     FilterNode out = nodeOf(Kind::none);
     out.members.push_back(std::move(any));
     return out;
