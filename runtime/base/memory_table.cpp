@@ -4,6 +4,7 @@
 #include "memory_table.h"
 
 #include "alert.h"
+#include "table_walk.h"
 
 #include <typeinfo>
 
@@ -36,26 +37,6 @@ MemoryRow* memoryRow(const sptr_t<ITableRow>& row) {
     if (MemoryRow* sparse = exactCast<Owned<MemoryRow>>(row.get())) return sparse;
     return exactCast<Owned<MemoryVectorRow>>(row.get());
 }
-
-// Walks nodes of a table and keeps the table alive.
-template <class Interface, class Node>
-class NodeWalk : public basekit2::iterator_impl_t<sptr_t<Interface>> {
-public:
-    NodeWalk(sptr_t<MemoryTable> table, const std::vector<Node*>& nodes)
-        : m_table(std::move(table)), m_nodes(nodes) {}
-    bool at_end() const override { return m_position >= m_nodes.size(); }
-    sptr_t<Interface> current() const override { return m_nodes[m_position]; }
-    void next() override { ++m_position; }
-    bool reset() override {
-        m_position = 0;
-        return true;
-    }
-
-private:
-    const sptr_t<MemoryTable> m_table;
-    const std::vector<Node*>& m_nodes;
-    std::size_t m_position = 0;
-};
 
 }  // namespace
 
@@ -113,14 +94,12 @@ const MemoryColumn* MemoryTable::ownColumn(IColumnInfo* column) const {
 }
 
 generic_iterator_t<sptr_t<ITableRow>> MemoryTable::walk(const std::vector<MemoryRow*>& rows) {
-    return generic_iterator_t<sptr_t<ITableRow>>(
-        std::make_shared<NodeWalk<ITableRow, MemoryRow>>(this, rows));
+    return walkTable<ITableRow>(this, rows);
 }
 
 generic_iterator_t<sptr_t<IColumnInfo>> MemoryTable::walk(
     const std::vector<MemoryColumn*>& columns) {
-    return generic_iterator_t<sptr_t<IColumnInfo>>(
-        std::make_shared<NodeWalk<IColumnInfo, MemoryColumn>>(this, columns));
+    return walkTable<IColumnInfo>(this, columns);
 }
 
 }  // namespace lanefeed_runtime

@@ -1,10 +1,9 @@
 // The list of queries that pushBack makes, and what it means for two queries to be equal when one
 // of them is a list. Stands on the query interfaces alone, so that it takes anybody's queries.
 // Tested by tests/base/queries_test.cpp.
-#include <dataface_1/query_kinds.h>
+#include "vector_query.h"
 
 #include <algorithm>
-#include <vector>
 
 namespace dataface_1 {
 namespace {
@@ -78,7 +77,16 @@ sptr_t<IVectorQuery> IVectorQuery::pushBack(const sptr_t<IVectorQuery>& vector,
             members.push_back(it.current());
     }
     members.push_back(query);
-    return basekit2::make_object<VectorQuery>(std::move(members));
+    return lanefeed_runtime::makeVectorQuery(std::move(members));
 }
 
 }  // namespace dataface_1
+
+namespace lanefeed_runtime {
+
+basekit2::sptr_t<dataface_1::IVectorQuery> makeVectorQuery(
+    std::vector<basekit2::sptr_t<dataface_1::IQuery>> members) {
+    return basekit2::make_object<dataface_1::VectorQuery>(std::move(members));
+}
+
+}  // namespace lanefeed_runtime
