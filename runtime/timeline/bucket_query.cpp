@@ -46,7 +46,7 @@ public:
     void addRowBy(const std::string& path, const std::string&) override {
         m_rowBys.push_back(path);
     }
-    void setRequiredFilter(const std::string& name) override { m_requiredFilter = name; }
+    void setRequiredFilter(const std::string& name) override { m_requiredFilters.push_back(name); }
     basekit2::generic_iterator_t<time_interval_t> getFilterIntervals(bool inverted) override;
     void setSource(QueryType type,
                    const std::string& table,
@@ -96,7 +96,7 @@ private:
     std::string m_table;
     std::string m_attrPath;
     std::string m_grouping;
-    std::string m_requiredFilter;
+    std::vector<std::string> m_requiredFilters;
     ObjectType m_objectType = otInterval;
     int m_samplePoint = 0;
     bool m_keepZeros = false;
@@ -143,8 +143,9 @@ bool BucketQuery::addExpansion(const std::string& table,
 sptr_t<MemoryTimeline> BucketQuery::inForce() const {
     sptr_t<MemoryTimeline> database = m_timeline;
     if (database.is_null()) database = m_unfiltered->narrowed(kGlobalFilter, filter(kGlobalFilter));
-    if (m_requiredFilter.empty()) return database;
-    return database->narrowed(m_requiredFilter, filter(m_requiredFilter));
+    for (const std::string& name : m_requiredFilters)
+        database = database->narrowed(name, filter(name));
+    return database;
 }
 
 InstanceTable::Columns BucketQuery::summedApart() const {

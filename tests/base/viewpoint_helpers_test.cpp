@@ -3,7 +3,6 @@
 #include "support/fake_store.h"
 
 #include <facekit_1_x/table_helpers.h>
-#include <slicekit_1_0/grid_viewpoint_parser.h>
 #include <slicekit_1_0/prerequisites.h>
 #include <slicekit_1_0/rpn_processor.h>
 
@@ -125,13 +124,6 @@ TEST(Prerequisites, WithoutAStoreNothingHolds) {
 }
 
 TEST(Unsupported, RequestsFailWithAReason) {
-    sptr_t<slicekit_1_0::IGridViewpointParser> parser;
-    const basekit2::error_code_t grid = slicekit_1_0::createGridViewpointParser(
-        basekit2::variant_bag_t("gridQuery"), parser, nullptr, nullptr, nullptr);
-    EXPECT_FALSE(grid.succeeded());
-    EXPECT_EQ(grid.expression(), "\"gridQuery\" sections are not supported");
-    EXPECT_TRUE(parser.is_null());
-
     basekit2::error_code_t err;
     const auto processor = slicekit_1_0::createRpnProcessor();
     processor->init(err, nullptr);

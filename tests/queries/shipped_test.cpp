@@ -87,7 +87,7 @@ TEST(Shipped, EveryDefinitionIsListedWithALineOfHelp) {
 
 TEST(Shipped, ViewpointsNameKnownQueries) {
     EXPECT_THAT(lanefeed_runtime::shippedViewpointNames(),
-                ElementsAre("asynchronous", "counters", "trace_events"));
+                ElementsAre("asynchronous", "counters", "processes", "trace_events"));
     for (const sptr_t<IQuery>& query : shownQueries())
         EXPECT_FALSE(IInfoQuery::cast(query).is_null() && IDataQuery::cast(query).is_null())
             << query->getId();
