@@ -15,6 +15,8 @@ namespace {
 
 constexpr std::size_t kPieceSize = 256 * 1024;
 constexpr std::size_t kEscapeSize = 6;  // \uXXXX
+// What may be shortened is at least so long.
+constexpr std::size_t kLongText = 1024 * 1024;
 
 void blankControls(char* text, std::size_t length) {
     for (std::size_t i = 0; i < length; ++i) {
@@ -75,17 +77,56 @@ void JsonStream::skipByteOrderMark() {
 void JsonStream::refill() {
     const std::size_t used = static_cast<std::size_t>(m_end - m_buffer.data());
     if (m_capture) m_capture->append(m_captureFrom, m_end);
+    followText(used);
     m_offset += used;
     if (m_offset - m_mark > kMaxUnmarked) m_tooLong = true;
     const bool go = !m_tooLong && !m_ended && m_beforeRead();
-    const std::size_t got = go ? readPiece() : 0;
+    std::size_t got = go ? readPiece() : 0;
+    std::size_t from = 0;
+    if (m_shortens && m_inText && m_offset - m_mark > kLongText) {
+        got = skipText(got);
+        from = textEnd(got);
+    }
     if (got == 0) m_ended = true;
     m_buffer[got] = '\0';
-    m_at = m_buffer.data();
-    m_end = m_at + got;
+    m_at = m_buffer.data() + from;
+    m_end = m_buffer.data() + got;
     // At the end the reader may take the closing zero again and again.
     if (got == 0) m_end = nullptr;
     m_captureFrom = m_at;
+}
+
+// Whether a text is open at the end of what was used up. Escapes are never cut by pieces.
+void JsonStream::followText(std::size_t used) {
+    std::size_t at = 0;
+    if (m_mark >= m_offset) {
+        at = std::min(m_mark - m_offset, used);
+        m_inText = false;
+    }
+    for (; at < used; ++at) {
+        if (m_buffer[at] == '\\')
+            ++at;
+        else if (m_buffer[at] == '"')
+            m_inText = !m_inText;
+    }
+}
+
+// Place of the quote that ends an open text, the size of the piece when it goes on.
+std::size_t JsonStream::textEnd(std::size_t size) const {
+    std::size_t at = 0;
+    while (at < size && m_buffer[at] != '"')
+        at += m_buffer[at] == '\\' ? 2 : 1;
+    return std::min(at, size);
+}
+
+// Passes over pieces up to the one in which the open text ends, and gives its size.
+std::size_t JsonStream::skipText(std::size_t got) {
+    while (got > 0 && textEnd(got) == got) {
+        m_offset += got;
+        got = m_beforeRead() ? readPiece() : 0;
+    }
+    m_mark = m_offset + textEnd(got) + (got > 0 ? 1 : 0);
+    return got;
 }
 
 // Fills the buffer with at least one byte unless the source has ended, and gives how many.

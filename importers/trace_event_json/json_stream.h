@@ -34,9 +34,12 @@ public:
 
     // NOLINTEND(readability-identifier-naming)
 
-    // Where the last thing of limited length began.
+    // Where the last thing of limited length began; never inside of a text.
     void mark() { m_mark = Tell(); }
     bool tooLong() const { return m_tooLong; }
+    // While it is on, of a long text only the begin is handed out, so that it takes no memory and
+    // may have any length.
+    void shortenTexts(bool on) { m_shortens = on; }
 
     // Collects the text from here on into `into`, which is emptied and starts with `first`, the
     // character that was taken last.
@@ -53,6 +56,9 @@ public:
 
 private:
     void refill();
+    void followText(std::size_t used);
+    std::size_t textEnd(std::size_t size) const;
+    std::size_t skipText(std::size_t got);
     std::size_t readPiece();
     void skipByteOrderMark();
 
@@ -65,6 +71,8 @@ private:
     std::size_t m_offset = 0;  // of the buffer in the text
     std::size_t m_mark = 0;
     bool m_tooLong = false;
+    bool m_shortens = true;
+    bool m_inText = false;  // at the end of the piece before
     bool m_ended = false;
     std::string* m_capture = nullptr;
     const char* m_captureFrom = nullptr;

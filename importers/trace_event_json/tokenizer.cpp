@@ -185,6 +185,7 @@ void EventReader::openOutside(char bracket) {
     m_stream.mark();
     if (m_listDepth && m_depth == m_listDepth) {
         m_inEvent = bracket == '{';
+        m_stream.shortenTexts(!m_inEvent);
         m_event.clear();
         m_event.system = m_inSystem;
         m_field = nullptr;
@@ -233,6 +234,7 @@ bool EventReader::close() {
 
 bool EventReader::finishEvent() {
     m_inEvent = false;
+    m_stream.shortenTexts(true);
     m_stream.mark();
     return m_sink.onEvent(m_event);
 }

@@ -55,6 +55,22 @@ TEST_F(TokenizerTest, findsTheEventArrayInEveryForm) {
     EXPECT_EQ(m_end.end, End::complete);
 }
 
+TEST_F(TokenizerTest, passesOverTextsOfAnyLengthThatBelongToNoEvent) {
+    // With ends of texts that are none, wherever pieces end.
+    const std::string part = std::string(7993, 'x') + R"(\"[{\\ y)";
+    std::string text;
+    while (text.size() < 3 * 1024 * 1024)
+        text += part;
+    const std::string event = R"({"name":"a"})";
+    EXPECT_EQ(read("[" + event + ",\"" + text + R"(\\",)" + event + "]"), "a ? a ");
+    EXPECT_EQ(read("{\"traceEvents\":[" + event + "],\"stack\":\"" + text), "a ");
+    EXPECT_EQ(m_end.end, End::cut);
+    while (text.size() < JsonStream::kMaxUnmarked + 1024 * 1024)
+        text += part;
+    EXPECT_EQ(read(R"({"stack":")" + text + R"(","traceEvents":[)" + event + "]}"), "a ");
+    EXPECT_EQ(m_end.end, End::complete);
+}
+
 TEST_F(TokenizerTest, readsTheFieldsOfAnEventAndNothingFromBelow) {
     read(R"([{"args":{"name":"no","ts":1,"args":{"id":2}},"ts":12.5000,"tid":"main","pid":null,
               "id2":{"local":"0x1","x":{"local":3}},"name":"a","name":"b\u00e4\t","dur":true,
