@@ -3,35 +3,15 @@
 
 #include <sqlite3.h>
 
-#include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <zlib.h>
 
 namespace lanefeed_importers {
 
-void ImportTest::SetUp() {
-    std::string pattern = testing::TempDir() + "lanefeed-import-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    m_folder = pattern;
-}
-
-void ImportTest::TearDown() {
-    std::filesystem::remove_all(m_folder);
-}
-
 std::string ImportTest::writeFile(const std::string& name, std::string_view content) const {
     std::ofstream(path(name), std::ios::binary) << content;
     return path(name);
-}
-
-std::vector<std::string> ImportTest::files() const {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(m_folder))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 ImportOutcome ImportTest::importFile(const std::string& file) {

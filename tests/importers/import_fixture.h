@@ -1,6 +1,7 @@
 #pragma once
 
 #include "importer.h"
+#include "support/temp_directory.h"
 
 #include <gtest/gtest.h>
 
@@ -15,13 +16,10 @@ using Rows = std::vector<std::vector<std::string>>;
 // A folder of its own for each test, imports into it, and plain looks at what was written.
 class ImportTest : public testing::Test {
 protected:
-    void SetUp() override;
-    void TearDown() override;
-
-    std::string path(const std::string& name) const { return m_folder + "/" + name; }
+    std::string path(const std::string& name) const { return m_folder.file(name); }
     std::string target() const { return path("result.lft"); }
     std::string writeFile(const std::string& name, std::string_view content) const;
-    std::vector<std::string> files() const;
+    std::vector<std::string> files() const { return m_folder.names(); }
 
     ImportOutcome importFile(const std::string& file);
     // Of events in an array; fails the test unless they are taken without a warning.
@@ -35,7 +33,7 @@ protected:
     ImportOptions m_options;
 
 private:
-    std::string m_folder;
+    lanefeed_test::TempDirectory m_folder;
 };
 
 std::string packed(std::string_view text);

@@ -42,7 +42,6 @@ std::string number(const Value& value) {
 class TraceFacts : public ImportTest, public testing::WithParamInterface<std::string> {
 protected:
     void SetUp() override {
-        ImportTest::SetUp();
         // Small enough that the bigger ones go through the temporary file.
         m_options.sortMemory = std::size_t{1} << 20;
         const ImportOutcome outcome =
