@@ -4,6 +4,7 @@
 #include "rowsummarytabletree.h"
 #include "support/captured_log.h"
 #include "support/environment_guard.h"
+#include "support/fake_filters.h"
 #include "support/fake_queries.h"
 #include "support/fake_store.h"
 #include "timelinedbproviderimpl.h"

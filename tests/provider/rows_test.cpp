@@ -115,5 +115,37 @@ TEST_F(Rows, AreReplacedByTheNextSummaryButNotByAFailedOrCancelledOne) {
     EXPECT_TRUE(m_provider->getCurrentSorting(current));
 }
 
+TEST_F(Rows, AreVisibleAsFarAsTheGlobalFilterLeavesThem) {
+    const auto visible = [&] {
+        std::vector<int> rows;
+        EXPECT_TRUE(m_provider->getVisibleRows(rows, -1));
+        return rows;
+    };
+    bind();
+    EXPECT_EQ(visible(), (std::vector<int>{0}));  // an area without rows
+    bindRows({10, 30, 20});
+    const auto reads = m_db->reads.size();
+    EXPECT_EQ(visible(), (std::vector<int>{0, 1, 2}));
+    EXPECT_EQ(m_db->reads.size(), reads);
+
+    m_registry->names = {"global"};
+    m_db->tables["dd_thread"].erase(m_db->tables["dd_thread"].begin());
+    EXPECT_EQ(visible(), (std::vector<int>{1, 2}));
+    EXPECT_EQ(m_provider->getRowCount(), 3);
+    EXPECT_TRUE(m_log.empty());
+    std::vector<int> rows;
+    m_progress->cancelsAt = 1;
+    EXPECT_FALSE(m_provider->getVisibleRows(rows, -1));
+    EXPECT_TRUE(m_log.empty());
+    m_progress->cancelsAt = 0;
+    m_db->tables["dd_thread"].clear();
+    EXPECT_FALSE(m_provider->getVisibleRows(rows, -1));
+    EXPECT_TRUE(m_log.contains("bRet && summaryImpl"));
+    m_input->offered.erase(basekit2::type_id_t<dataface_1::IFilterRegistry>::id());
+    EXPECT_FALSE(m_provider->getVisibleRows(rows, -1));
+    EXPECT_TRUE(m_log.contains("filterRegistry"));
+    EXPECT_TRUE(rows.empty());
+}
+
 }  // namespace
 }  // namespace lanefeed_test

@@ -267,22 +267,4 @@ basekit2::notype_ptr_t FakeInput::adapt_to_pointer(unsigned int type) {
     return found != offered.end() ? found->second : IInputData::adapt_to_pointer(type);
 }
 
-basekit2::sptr_t<dataface_1::IQueryFilterBuilder> FakeRegistry::createQueryFilterBuilder() {
-    return {};
-}
-
-void FakeRegistry::setQueryFilter(const std::string& name,
-                                  const basekit2::sptr_t<dataface_1::IQueryFilter>& /*filter*/) {
-    names.insert(name);
-}
-
-basekit2::sptr_t<dataface_1::ITimeFilterBuilder> FakeRegistry::createTimeFilterBuilder() {
-    return {};
-}
-
-void FakeRegistry::setTimeFilter(const std::string& name,
-                                 const basekit2::sptr_t<dataface_1::ITimeFilter>& /*filter*/) {
-    names.insert(name);
-}
-
 }  // namespace lanefeed_test

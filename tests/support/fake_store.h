@@ -1,6 +1,5 @@
 #pragma once
 
-#include <dataface_1/filters.h>
 #include <dataface_1/input_data.h>
 #include <relay2/progress.h>
 #include <storelink1/database.h>
@@ -151,22 +150,6 @@ public:
     }
 
     basekit2::sptr_t<storelink1::IDatabase> database;
-};
-
-// A registry that holds names only.
-class FakeRegistry : public dataface_1::IFilterRegistry {
-public:
-    basekit2::sptr_t<dataface_1::IQueryFilterBuilder> createQueryFilterBuilder() override;
-    void removeFilter(const std::string& name) override { names.erase(name); }
-    void setQueryFilter(const std::string& name,
-                        const basekit2::sptr_t<dataface_1::IQueryFilter>& filter) override;
-    basekit2::sptr_t<dataface_1::ITimeFilterBuilder> createTimeFilterBuilder() override;
-    void clearFilter(const std::string& name) override { names.erase(name); }
-    void setTimeFilter(const std::string& name,
-                       const basekit2::sptr_t<dataface_1::ITimeFilter>& filter) override;
-    bool hasFilter(const std::string& name) override { return names.count(name) != 0; }
-
-    std::set<std::string> names;
 };
 
 }  // namespace lanefeed_test

@@ -4,6 +4,8 @@
 #include "rowsummarytabletree.h"
 #include "series_tables.h"
 #include "support/captured_log.h"
+#include "support/fake_filters.h"
+#include "support/fake_grid.h"
 #include "support/table_text.h"
 
 #include <gtest/gtest.h>
@@ -17,14 +19,6 @@ namespace lanefeed_test {
 class RowTableTest : public testing::Test {
 protected:
     using Table = basekit2::sptr_t<lanefeed_1::RowSummaryTableTree>;
-
-    // A row of a grid: database index, "name", "busy" (null: no cell), rows below it.
-    struct GridRow {
-        int id;
-        std::string name;
-        basekit2::variant_t busy;
-        std::vector<GridRow> children;
-    };
 
     // A grouping by band over that path of "dd_band".
     static QueryFacts bandFacts(const std::string& path) {
@@ -65,12 +59,13 @@ protected:
     Table buildThreads() const { return build({rowBy(bandFacts("dd_thread"))}); }
     // A grid of the columns "name" and "busy"; `facts` are those of the grouping.
     Table buildOnGrid(const std::vector<GridRow>& rows, const QueryFacts& facts) const {
-        const auto grid = facekit_1_x::createTableTree();
         const auto grouping =
             basekit2::make_object<FakeVectorQuery>(QueryList{infoQuery(facts)}, facts);
-        addColumn(*grid, grid, facekit_1_x::columnTimeBin, "name");
-        addColumn(*grid, grid, facekit_1_x::columnSeries, "busy");
-        addGridRows(rows, nullptr, grouping, grid);
+        return buildOn(gridTable(rows, grouping), grouping);
+    }
+    // Null when it cannot be built.
+    Table buildOn(const basekit2::sptr_t<dataface_1::ITableTree>& grid,
+                  const basekit2::sptr_t<dataface_1::IVectorQuery>& grouping) const {
         auto table = basekit2::make_object<lanefeed_1::RowSummaryTableTree>();
         const bool built =
             table->init(m_bound.input, grid, grouping, m_bound.provider.get(), nullptr);
@@ -83,30 +78,6 @@ protected:
     }
 
     BoundProvider m_bound;
-
-private:
-    static void addColumn(facekit_1_x::IDPIHelperTableTree& grid,
-                          const basekit2::sptr_t<facekit_1_x::IDPIHelperTableTree>& tree,
-                          int kind,
-                          const std::string& name) {
-        grid.addColumn(facekit_1_x::createColumn(kind, namedQuery(name), tree), nullptr, 0);
-    }
-    static void addGridRows(const std::vector<GridRow>& rows,
-                            const basekit2::sptr_t<dataface_1::ITableRow>& parent,
-                            const Query& query,
-                            const basekit2::sptr_t<facekit_1_x::IDPIHelperTableTree>& grid) {
-        for (const GridRow& row : rows) {
-            const auto made = facekit_1_x::createSparseRow(query, grid);
-            made->setContent(nullptr, dataface_1::ccId, row.id);
-            const auto name = columnNamed(grid, "name");
-            made->setContent(name, dataface_1::ccValue, row.name);
-            made->setContent(name, dataface_1::ccId, row.id);
-            if (!row.busy.is_null())
-                made->setContent(columnNamed(grid, "busy"), dataface_1::ccValue, row.busy);
-            grid->addRow(made, parent);
-            addGridRows(row.children, made, query, grid);
-        }
-    }
 };
 
 }  // namespace lanefeed_test
