@@ -108,23 +108,6 @@ TEST(QueryChains, EqualityByIdWithRestrictionsAndNamesOnRequest) {
     EXPECT_FALSE(IQuery::areEqual(name, nullptr, false, false));
 }
 
-TEST(QueryChains, AListOfOneStandsForItsMember) {
-    const LibraryText loaded = loadLibrary({kDefinitions});
-    const sptr_t<IQuery> name = loaded.find("name");
-    const sptr_t<IVectorQuery> resolved =
-        loaded.library->resolveQuery(element("<drawBy query='name'/>"), nullptr);
-    const sptr_t<IVectorQuery> pushed = IVectorQuery::pushBack(nullptr, name);
-    EXPECT_TRUE(IQuery::areEqual(resolved, name, true, true));
-    EXPECT_TRUE(IQuery::areEqual(name, pushed, true, true));
-    EXPECT_TRUE(IQuery::areEqual(resolved, pushed, true, true));
-    const sptr_t<IVectorQuery> two = IVectorQuery::pushBack(resolved, loaded.find("category"));
-    EXPECT_EQ(resolved->getCount(), 1) << "the list given stays as it is";
-    EXPECT_FALSE(IQuery::areEqual(two, name, false, false));
-    EXPECT_TRUE(IQuery::areEqual(
-        two, loaded.library->resolveQuery(element("<drawBy query='name,category'/>"), nullptr),
-        true, true));
-}
-
 TEST(QueryChains, BandColumnOfAGroupingIsAskedOfTheResult) {
     const auto has = [](const std::string& table, const std::string& column) {
         return table == "dd_band" && column == "dd_band::dd_thread";

@@ -115,14 +115,6 @@ TEST(QueryLibrary, GeneratedInfoQueries) {
     EXPECT_TRUE(name->getValues(1).is_null());
 }
 
-TEST(QueryLibrary, GeneratedInstanceCount) {
-    const sptr_t<IQuery> query = generated(
-        "<instanceCountQuery id=\"name\" displayName=\"%Name\">"
-        "<dbPath>slice_data::dd_task</dbPath></instanceCountQuery>");
-    EXPECT_EQ(IInfoQuery::cast(query), nullptr);
-    EXPECT_EQ(IInstanceCountQuery::cast(query)->getInstanceTable(), "slice_data");
-}
-
 TEST(QueryLibrary, CreateQueryLeavesItsAnswerAloneWhenItFails) {
     const LibraryText loaded = loadLibrary({kDefinitions});
     const sptr_t<IQuery> before = loaded.find("a");
