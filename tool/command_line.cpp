@@ -166,6 +166,31 @@ CLI::App* addOvertime(CLI::App& app, ViewOptions& options) {
     return verb;
 }
 
+CLI::App* addTooltip(CLI::App& app, ViewOptions& view, TooltipOptions& options) {
+    CLI::App* verb = app.add_subcommand("tooltip", "Tell about what is under the pointer");
+    verb->add_option("result", view.result, "Result file")->required()->option_text("NAME.lft");
+    addViewpoint(*verb, view);
+    addArea(*verb, view);
+    verb->add_option("--layer", view.layer,
+                     "Layer of the area, from 0 (default: the first one that has a tooltip)")
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()))
+        ->option_text("N");
+    verb->add_option("--id", options.id, "Instance by its number in the table of the layer")
+        ->option_text("N");
+    verb->add_option("--row", options.row, "Row by its id, as 'lanefeed rows' prints it")
+        ->option_text("R");
+    verb->add_option("--at", options.at,
+                     "Time from the first tick, such as 1.2s or 10%; all instances of the row "
+                     "that cover it, the innermost first")
+        ->option_text("TIME");
+    verb->add_option("--limit", options.limit, "Most instances to tell about (default 10)")
+        ->check(CLI::Range(1LL, std::numeric_limits<long long>::max()))
+        ->option_text("N");
+    addFormat(*verb, view.format);
+    verb->footer("Example: lanefeed tooltip build.lft --row 0 --at 1.5s");
+    return verb;
+}
+
 // The command line library only says that a verb is required; say which word is none, and which
 // one was meant.
 void checkVerb(const CLI::App& app, int count, const char* const* arguments) {
@@ -228,6 +253,7 @@ int runCommandLine(int count, const char* const* arguments) {
 
     ImportOptions import;
     ViewOptions view;
+    TooltipOptions tooltip;
     std::vector<std::pair<CLI::App*, std::function<int()>>> verbs;
     verbs.emplace_back(addImport(app, import), [&import] { return runImport(import); });
     verbs.emplace_back(addInfo(app, view), [&view] { return runInfo(view); });
@@ -235,6 +261,7 @@ int runCommandLine(int count, const char* const* arguments) {
     verbs.emplace_back(addViewpointVerb(app, view), [&view] { return runViewpointVerb(view); });
     verbs.emplace_back(addRows(app, view), [&view] { return runRows(view); });
     verbs.emplace_back(addOvertime(app, view), [&view] { return runOvertime(view); });
+    verbs.emplace_back(addTooltip(app, view, tooltip), [&] { return runTooltip(view, tooltip); });
 
     checkVerb(app, count, arguments);
     bool done = false;

@@ -4,6 +4,7 @@
 
 #include "failure.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -52,16 +53,19 @@ bool readEdge(std::string_view text, const TimeScale& scale, long double& ticks)
     return false;
 }
 
-std::uint64_t edgeTicks(std::string_view edge, const std::string& place, const TimeScale& scale) {
+// `last`: the greatest tick that there is.
+std::uint64_t edgeTicks(std::string_view edge,
+                        const std::string& place,
+                        const TimeScale& scale,
+                        std::uint64_t last) {
     long double ticks = 0;
     if (!readEdge(edge, scale, ticks)) {
-        throw Failure(exitUsage,
-                      fmt::format("{}: '{}' is no time; write a number with s, ms, us, ns, "
-                                  "ticks or %, as in 1.2s..3.4s",
-                                  place, edge));
+        throw Failure(exitUsage, fmt::format("{}: '{}' is no time; write a number with s, ms, us, "
+                                             "ns, ticks or %, as in 1.2s or 10%",
+                                             place, edge));
     }
     const long double rounded = std::round(ticks);
-    if (rounded > static_cast<long double>(scale.duration)) {
+    if (rounded > static_cast<long double>(last)) {
         throw Failure(exitUsage,
                       fmt::format("{}: '{}' lies outside of the result, which is {} ticks "
                                   "({:.9g} s) long",
@@ -85,14 +89,19 @@ TickSpan parseTimeSpan(const std::string& text, const TimeScale& scale, const ch
     const std::string_view from = view.substr(0, dots);
     const std::string_view to = view.substr(dots + 2);
     TickSpan span;
-    span.start = from.empty() ? 0 : edgeTicks(from, place, scale);
-    span.end = to.empty() ? scale.duration : edgeTicks(to, place, scale);
+    span.start = from.empty() ? 0 : edgeTicks(from, place, scale, scale.duration);
+    span.end = to.empty() ? scale.duration : edgeTicks(to, place, scale, scale.duration);
     if (span.start >= span.end) {
         throw Failure(
             exitUsage,
             fmt::format("{}: the span is empty; its end must lie behind its start", place));
     }
     return span;
+}
+
+std::uint64_t parseTime(const std::string& text, const TimeScale& scale, const char* option) {
+    return edgeTicks(text, fmt::format("{} {}", option, text), scale,
+                     scale.duration - std::min<std::uint64_t>(scale.duration, 1));
 }
 
 }  // namespace lanefeed_tool

@@ -24,5 +24,7 @@ struct TimeScale {
 TickSpan parseTimeSpan(const std::string& text,
                        const TimeScale& scale,
                        const char* option = "--time");
+// Reads one such time, which must be one of the ticks of the result.
+std::uint64_t parseTime(const std::string& text, const TimeScale& scale, const char* option);
 
 }  // namespace lanefeed_tool

@@ -38,6 +38,15 @@ struct ViewOptions {
     Format format = Format::table;
 };
 
+// What is pointed at, on top of what the reading verbs have in common: an instance by its id, or
+// what is on a row at a time.
+struct TooltipOptions {
+    std::optional<long long> id;
+    std::optional<long long> row;
+    std::string at;        // a time from the first tick
+    long long limit = 10;  // instances shown
+};
+
 int runImport(const ImportOptions& options);
 int runInfo(const ViewOptions& options);
 int runQueries(const ViewOptions& options);
@@ -46,5 +55,6 @@ int runViewpointCheck(const ViewOptions& options);
 int runNewViewpoint(const ViewOptions& options);
 int runRows(const ViewOptions& options);
 int runOvertime(const ViewOptions& options);
+int runTooltip(const ViewOptions& view, const TooltipOptions& options);
 
 }  // namespace lanefeed_tool

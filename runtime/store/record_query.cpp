@@ -139,7 +139,7 @@ basekit2::sptr_t<storelink1::IQuery> makeRecordQuery(
     StorePath type;
     const bool isBandTable = position == catalog.bands() &&
                              resolvePath(catalog, position, table.substr(colons + 2), type) &&
-                             type.hops.empty();
+                             type.kind == ValueKind::id;
     if (!isBandTable) return nullptr;
     query->restrictToBandType(type);
     return query;
