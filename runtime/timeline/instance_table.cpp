@@ -39,6 +39,17 @@ bool isPath(const std::string& column) {
     return !column.empty() && column.front() != '#';
 }
 
+using Positions = std::vector<std::size_t>;
+
+template <class T>
+std::vector<T> chosen(const std::vector<T>& column, const Positions& positions) {
+    std::vector<T> out;
+    out.reserve(positions.size());
+    for (const std::size_t position : positions)
+        out.push_back(column[position]);
+    return out;
+}
+
 std::shared_ptr<const InstanceTable::Pieces> groupPieces(SplitPieces pieces,
                                                          const Combinations& ofInstances) {
     auto made = std::make_shared<InstanceTable::Pieces>();
@@ -65,9 +76,10 @@ std::shared_ptr<const InstanceTable::Pieces> groupPieces(SplitPieces pieces,
 
 }  // namespace
 
-error_code_t InstanceTable::load(const Columns& columns,
-                                 const std::string& number,
-                                 relay2::IProgress* progress) {
+InstanceReader::Outcome InstanceTable::readMissing(const Columns& columns,
+                                                   const std::string& number,
+                                                   relay2::IProgress* progress,
+                                                   std::string& error) {
     InstanceRequest request;
     request.table = m_name;
     request.filters = m_filters;
@@ -79,20 +91,27 @@ error_code_t InstanceTable::load(const Columns& columns,
             request.ids.push_back(column);
     }
     if (!number.empty() && m_numbers.count(number) == 0) request.number = number;
-    if (m_loaded && request.ids.empty() && request.number.empty()) return error_code_t::success;
+    if (m_loaded && request.ids.empty() && request.number.empty())
+        return InstanceReader::Outcome::done;
 
     request.counts = !m_loaded;
     InstanceColumns read;
-    std::string error;
-    error_code_t err = errorOf(m_reader->read(request, read, progress, error), error);
-    if (!basekit2::is_success(err)) return err;
+    const InstanceReader::Outcome outcome = m_reader->read(request, read, progress, error);
+    if (outcome != InstanceReader::Outcome::done) return outcome;
     for (std::size_t i = 0; i < request.ids.size(); ++i)
         m_ids[request.ids[i]] = std::move(read.ids[i]);
     if (!request.number.empty())
         m_numbers[request.number] =
             std::make_shared<const std::vector<double>>(std::move(read.number));
     if (!m_loaded) keepBase(read, bandTypes);
-    return error_code_t::success;
+    return outcome;
+}
+
+error_code_t InstanceTable::load(const Columns& columns,
+                                 const std::string& number,
+                                 relay2::IProgress* progress) {
+    std::string error;
+    return errorOf(readMissing(columns, number, progress, error), error);
 }
 
 void InstanceTable::keepBase(InstanceColumns& columns, const Columns& bandTypes) {
@@ -207,6 +226,29 @@ error_code_t InstanceTable::numbers(const std::string& path,
     error_code_t err = load({}, path, progress);
     if (basekit2::is_success(err)) out = m_numbers.at(path);
     return err;
+}
+
+InstanceReader::Outcome InstanceTable::readTouching(const KeptTime& kept,
+                                                    const InstanceRequest& request,
+                                                    InstanceColumns& columns,
+                                                    relay2::IProgress* progress,
+                                                    std::string& error) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    columns = InstanceColumns();
+    const auto outcome = readMissing(request.ids, request.number, progress, error);
+    if (outcome != InstanceReader::Outcome::done) return outcome;
+    Positions positions;
+    for (std::size_t i = 0; i < m_base.start.size(); ++i)
+        if (kept.touches(m_base.start[i], m_base.end[i])) positions.push_back(i);
+    columns.start = chosen(m_base.start, positions);
+    columns.end = chosen(m_base.end, positions);
+    columns.attr = chosen(m_base.attr, positions);
+    columns.band = chosen(m_base.band, positions);
+    for (const std::string& path : request.ids)
+        columns.ids.push_back(chosen(m_ids.at(path), positions));
+    if (!request.number.empty()) columns.number = chosen(*m_numbers.at(request.number), positions);
+    if (request.counts) columns.count = chosen(m_base.count, positions);
+    return outcome;
 }
 
 basekit2::u32_t InstanceTable::bandAttr(std::size_t position) const {

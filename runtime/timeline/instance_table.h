@@ -66,6 +66,13 @@ public:
                                    Shared<std::vector<double>>& out,
                                    relay2::IProgress* progress);
 
+    // As a reader does, of the instances that touch kept time.
+    InstanceReader::Outcome readTouching(const KeptTime& kept,
+                                         const InstanceRequest& request,
+                                         InstanceColumns& columns,
+                                         relay2::IProgress* progress,
+                                         std::string& error);
+
     // By position, once any of the above has succeeded.
     basekit2::u32_t attr(std::size_t position) const { return m_base.attr[position]; }
     basekit2::s64_t count(std::size_t position) const { return m_base.count[position]; }
@@ -74,6 +81,10 @@ public:
 
 private:
     // All of them: with m_mutex held.
+    InstanceReader::Outcome readMissing(const Columns& columns,
+                                        const std::string& number,
+                                        relay2::IProgress* progress,
+                                        std::string& error);
     basekit2::error_code_t load(const Columns& columns,
                                 const std::string& number,
                                 relay2::IProgress* progress);

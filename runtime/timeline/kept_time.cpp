@@ -32,6 +32,11 @@ bool KeptTime::keeps(basekit2::u64_t tick) const {
     return it == m_excluded.end() || tick < it->start;
 }
 
+bool KeptTime::touches(basekit2::u64_t first, basekit2::u64_t last) const {
+    const auto it = after(first);
+    return it == m_excluded.end() || first < it->start || it->end <= last;
+}
+
 basekit2::u64_t KeptTime::count(basekit2::u64_t first, basekit2::u64_t last) const {
     basekit2::u64_t ticks = 0;
     each(first, last, [&](basekit2::u64_t from, basekit2::u64_t to) { ticks += to - from + 1; });

@@ -19,6 +19,8 @@ public:
     // Excluded spans by start, apart from each other.
     const std::vector<storelink1::time_interval_t>& excluded() const { return m_excluded; }
     bool keeps(basekit2::u64_t tick) const;
+    // Whether any of the ticks first..last counts.
+    bool touches(basekit2::u64_t first, basekit2::u64_t last) const;
     // How many of the ticks first..last count.
     basekit2::u64_t count(basekit2::u64_t first, basekit2::u64_t last) const;
 

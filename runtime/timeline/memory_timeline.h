@@ -2,7 +2,7 @@
 
 #include "store/instance_reader.h"
 #include "store/result_facts.h"
-#include "timeline/instance_table.h"
+#include "timeline/instance_tables.h"
 #include "timeline/kept_time.h"
 #include "timeline/timeline_database.h"
 
@@ -23,8 +23,9 @@ namespace lanefeed_runtime {
 class MemoryTimeline : public storelink1::ITimelineDatabase {
 public:
     MemoryTimeline(std::shared_ptr<InstanceReader> reader,
-                   std::shared_ptr<const ResultFacts> facts,
-                   std::vector<NamedFilter> filters = {});
+                   std::shared_ptr<const ResultFacts> facts);
+    // What one more filter leaves of another one.
+    MemoryTimeline(const MemoryTimeline& wider, const NamedFilter& filter);
 
     basekit2::error_code_t getGrouper(basekit2::sptr_t<storelink1::ITimelineGrouper>& out,
                                       storelink1::timeline_grouper_type_t kind,
@@ -45,7 +46,9 @@ public:
     // where it is empty.
     basekit2::sptr_t<MemoryTimeline> narrowed(const std::string& name, const NamedFilter& filter);
     // Read when it is asked for the first time; a table that does not exist fails then.
-    std::shared_ptr<InstanceTable> instances(const std::string& instanceTable);
+    std::shared_ptr<InstanceTable> instances(const std::string& instanceTable) {
+        return m_tables->table(instanceTable);
+    }
     // The ticks that count in buckets: all but those in pauses and those that filters cut out.
     const KeptTime& counted() const { return m_counted; }
     InstanceReader& reader() const { return *m_reader; }
@@ -71,11 +74,11 @@ private:
     const std::vector<NamedFilter> m_filters;
     const std::shared_ptr<const KeptTime> m_kept;  // by the filters
     const KeptTime m_counted;
+    const std::shared_ptr<InstanceTables> m_tables;
     std::atomic<basekit2::u64_t> m_queries{0};
     std::atomic<basekit2::u64_t> m_instancesRead{0};
     std::atomic<basekit2::u64_t> m_leftOut{0};
     std::mutex m_mutex;  // guards what follows, never held during a read
-    std::map<std::string, std::shared_ptr<InstanceTable>> m_tables;
     std::map<Held, std::set<Names>> m_held;
     std::map<std::string, Narrowed> m_narrowed;  // by name of the filter
 };

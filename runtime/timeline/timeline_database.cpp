@@ -39,7 +39,14 @@ error_code_t invalidArgument(const char* expression, int line) {
     return error_code_t::raise(basekit2::error::IsNot.Valid.Argument, expression, __FILE__, line);
 }
 
-std::vector<time_interval_t> cutsOf(const std::vector<NamedFilter>& filters) {
+using Filters = std::vector<NamedFilter>;
+
+Filters appended(Filters filters, const NamedFilter& filter) {
+    filters.push_back(filter);
+    return filters;
+}
+
+std::vector<time_interval_t> cutsOf(const Filters& filters) {
     time_interval_t allTime;
     allTime.end = std::numeric_limits<basekit2::u64_t>::max();
     std::vector<time_interval_t> cuts;
@@ -63,13 +70,24 @@ std::vector<time_interval_t> withPauses(std::vector<time_interval_t> cuts,
 }  // namespace
 
 MemoryTimeline::MemoryTimeline(std::shared_ptr<InstanceReader> reader,
-                               std::shared_ptr<const ResultFacts> facts,
-                               std::vector<NamedFilter> filters)
+                               std::shared_ptr<const ResultFacts> facts)
     : m_reader(std::move(reader)),
       m_facts(std::move(facts)),
-      m_filters(std::move(filters)),
+      m_kept(std::make_shared<const KeptTime>()),
+      m_counted(withPauses({}, *m_facts)),
+      m_tables(std::make_shared<InstanceTables>(m_reader, m_filters, m_kept)) {}
+
+// Attributes are tested by the store; a filter on time alone is applied to what is in memory.
+MemoryTimeline::MemoryTimeline(const MemoryTimeline& wider, const NamedFilter& filter)
+    : m_reader(wider.m_reader),
+      m_facts(wider.m_facts),
+      m_filters(appended(wider.m_filters, filter)),
       m_kept(std::make_shared<const KeptTime>(cutsOf(m_filters))),
-      m_counted(withPauses(m_kept->excluded(), *m_facts)) {}
+      m_counted(withPauses(m_kept->excluded(), *m_facts)),
+      m_tables(filter.query.is_null()
+                   ? std::make_shared<InstanceTables>(
+                         makeTouchingReader(wider.m_tables, m_kept), Filters(), m_kept)
+                   : std::make_shared<InstanceTables>(m_reader, m_filters, m_kept)) {}
 
 sptr_t<MemoryTimeline> MemoryTimeline::narrowed(const std::string& name,
                                                 const NamedFilter& filter) {
@@ -81,20 +99,10 @@ sptr_t<MemoryTimeline> MemoryTimeline::narrowed(const std::string& name,
     Narrowed& kept = m_narrowed[name];
     const bool isSame = kept.filter.query == filter.query && kept.filter.time == filter.time;
     if (kept.timeline.is_null() || !isSame) {
-        std::vector<NamedFilter> filters = m_filters;
-        filters.push_back(filter);
-        kept.timeline = basekit2::make_object<MemoryTimeline>(m_reader, m_facts, filters);
+        kept.timeline = basekit2::make_object<MemoryTimeline>(*this, filter);
         kept.filter = filter;
     }
     return kept.timeline;
-}
-
-std::shared_ptr<InstanceTable> MemoryTimeline::instances(const std::string& instanceTable) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    std::shared_ptr<InstanceTable>& kept = m_tables[instanceTable];
-    if (kept == nullptr)
-        kept = std::make_shared<InstanceTable>(m_reader, instanceTable, m_filters, m_kept);
-    return kept;
 }
 
 void MemoryTimeline::hold(timeline_grouper_type_t kind,
