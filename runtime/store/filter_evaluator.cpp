@@ -73,6 +73,7 @@ public:
 
 private:
     bool leaf(const FilterNode& node, IdNode& out) {
+        if (!isOfBand(node.path)) return false;
         for (out.path = 0; out.path < m_paths.size(); ++out.path) {
             const StorePath& path = m_paths[out.path];
             if (path.kind != ValueKind::id) continue;
@@ -80,6 +81,12 @@ private:
             if (goesOn(path, node.path)) return idsBehind(path, node, out);
         }
         return false;
+    }
+
+    bool isOfBand(const StorePath& path) const {
+        const int first = path.hops.empty() ? path.column : path.hops.front();
+        return first != StorePath::kRowIdColumn &&
+               first == m_session.catalog.table(path.table).column(columns::kBand);
     }
 
     static bool goesOn(const StorePath& path, const StorePath& further) {

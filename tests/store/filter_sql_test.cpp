@@ -383,13 +383,15 @@ private:
     bool isAllTime() const { return m_from == 0; }
     bool touches(const Row& row) const { return row.end >= m_from && row.start < m_to; }
 
-    // Whether the columns of an evaluator tell all that the filter asks of the table.
+    // Whether series tell all that the filter asks of the table: only what is the same for a whole
+    // band.
     bool isTold(const std::string& table) const {
         std::set<std::size_t> asked;
         m_tree.collect(asked);
         return isAllTime() && std::none_of(asked.begin(), asked.end(), [&](std::size_t i) {
-                   return attributes()[i].path == "count" &&
-                          attributes()[i].columns.count(table) > 0;
+                   const auto found = attributes()[i].columns.find(table);
+                   return found != attributes()[i].columns.end() &&
+                          found->second.rfind("dd_band", 0) != 0;
                });
     }
 
