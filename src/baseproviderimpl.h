@@ -168,12 +168,12 @@ public:
     // Keeps the values, or all but them when the first begins with "!". Null on failure; throws an
     // error_code_t when the result has no registry.
     basekit2::sptr_t<dataface_1::IQueryFilter> createRestrictionsFilter(
-        const DicerDataSource::ExtraArgs& extra);
+        const DicerDataSource::ExtraArgs& extra) const;
     basekit2::sptr_t<dataface_1::IQueryFilter> createRestrictionsFilter(
         const std::string& table,
         const std::string& path,
         const std::string& attr,
-        const std::vector<std::string>& values);
+        const std::vector<std::string>& values) const;
     // Names of the filters of the viewpoint, of this area, and of both.
     void getTimelineFilterNames(std::string& base, std::string& area, std::string& full) const;
 

@@ -99,7 +99,7 @@ sptr_t<IQueryFilter> BaseProviderImpl::createDiveFilter(const DicerDataSource* d
 }
 
 sptr_t<IQueryFilter> BaseProviderImpl::createRestrictionsFilter(
-    const DicerDataSource::ExtraArgs& extra) {
+    const DicerDataSource::ExtraArgs& extra) const {
     return createRestrictionsFilter(extra.table, extra.path, extra.attr, extra.values);
 }
 
@@ -107,7 +107,7 @@ sptr_t<IQueryFilter> BaseProviderImpl::createRestrictionsFilter(
     const std::string& table,
     const std::string& path,
     const std::string& attr,
-    const std::vector<std::string>& values) {
+    const std::vector<std::string>& values) const {
     const auto filterQuery = createInfoQuery("", "", table, path, attr);
     if (!LF_CHECK(filterQuery)) return {};
     const auto filterRegistry = getFilterRegistry();
