@@ -105,5 +105,142 @@ TEST_F(Grids, ListRowsInLevelsWithTotals) {
     EXPECT_TRUE(keepsTableContract(table));
 }
 
+// Of a grouping with a way over the slices, a layer of slices takes that and all others the bands.
+TEST_F(Grids, PickAnAlternativeForALayerAndADefaultGrouping) {
+    open(kTrace);
+    ASSERT_TRUE(is_success(parse(R"(<rowSet><layer/>
+        <rowBy useGridQuery='false' query='thread'/><rowBy query='process'/>
+        <rowBy useGridQuery='true' query='thread'/>
+        <rowBy default='true'>
+          <infoQuery id='bySlices'><dbPath>slice_data::dd_band.dd_thread</dbPath></infoQuery>
+          <queryRef>thread</queryRef></rowBy>
+        <rowBy/><rowBy query='nobody'/></rowSet>)")));
+    EXPECT_EQ(basekit2::iterator_util::get_item_count(m_grid->getGroupings()), 4);
+    sptr_t<IVectorQuery> grouping;
+    EXPECT_TRUE(is_success(m_grid->getGrouping(1, grouping)));
+    EXPECT_EQ(grouping, m_grid->getDefaultVectorQuery());
+    EXPECT_TRUE(is_success(m_grid->getGrouping(2, grouping)) && grouping->getCount() == 0);
+    EXPECT_TRUE(is_success(m_grid->getGrouping(3, grouping)) && grouping.is_null());
+    EXPECT_FALSE(m_grid->getGrouping(4, grouping).succeeded());
+    const auto picked = [&](const std::string& id, int level) {
+        const auto query = m_grid->getRowByForLevel(m_library->findQuery(id, nullptr), level);
+        EXPECT_EQ(query, m_grid->getRowByQuery(m_library->findQuery(id, nullptr), level));
+        return query.is_null() ? "none" : query->getId();
+    };
+    EXPECT_EQ(picked("sliceName", 1) + picked("busyTime", 1), "bySlicesbySlices");
+    EXPECT_EQ(picked("instantCount", 1) + picked("busyTime", 0), "threadthread");
+    EXPECT_EQ(picked("busyTime", 2) + picked("busyTime", -1) + picked("none", 1), "nonenonenone");
+}
+
+TEST_F(Grids, TellWhatASectionGotWrong) {
+    open(kTrace);
+    const std::pair<const char*, const char*> sections[] = {
+        {"<gridQuery><rowby/></gridQuery>",
+         "<gridQuery>: unknown element <rowby>; write <rowBy> or <columnBy>"},
+        {"<gridQuery><columnBy query='nobody'/></gridQuery>",
+         "<gridQuery>: <columnBy> names no query that is known; write ids of queries on instances "
+         "in its attribute \"query\""},
+        {"<gridQuery><columnBy query='busyTime, sliceName'/></gridQuery>",
+         "<gridQuery>: <columnBy>: \"sliceName\" has no total; name a timeQuery, a countQuery, an "
+         "instanceCountQuery or a dataQuery"},
+        {"<requiredData/>",
+         "<requiredData>: it has no rowBy; write <rowBy query=\"...\"/> for the "
+         "rows that it is about"}};
+    for (const auto& [section, text] : sections) {
+        EXPECT_EQ(parse(section).expression(), text);
+        EXPECT_TRUE(m_grid.is_null());
+    }
+    const std::pair<const char*, const char*> groupings[] = {
+        {"<rowBy/>", "the grouping has no query for its rows"},
+        {"<rowBy query='thread, process'/>",
+         "the alternatives \"thread\" and \"process\" of a grouping lead to different rows, "
+         "dd_thread and dd_process; make a rowBy of each"},
+        {"<rowBy query='process, processAndThread'/>",
+         "the alternatives \"process\" and \"processAndThread\" of a grouping have different "
+         "numbers of levels; give them as many, or make a rowBy of each"},
+        {"<rowBy><infoQuery id='typo'><dbPath>dd_band::dd_thraed</dbPath></infoQuery></rowBy>",
+         "the rows of \"typo\" cannot be read: dd_band::dd_thraed is no column of the result"}};
+    for (const auto& [rowBy, text] : groupings) {
+        EXPECT_TRUE(rowsOf("<gridQuery>" + std::string(rowBy) + "</gridQuery>").is_null());
+        EXPECT_EQ(m_error.expression(), text);
+    }
+}
+
+TEST_F(Grids, GiveUpWhenTheyAreCancelled) {
+    open(kTrace);
+    ASSERT_TRUE(is_success(parse(kProcesses)));
+    const auto never = basekit2::make_object<CancelAtPoll>(0);
+    EXPECT_FALSE(run().is_null());  // reads the tables, which are kept
+    EXPECT_FALSE(run({}, never.get()).is_null());
+    for (int poll = 1; poll <= never->polls(); ++poll) {
+        const auto progress = basekit2::make_object<CancelAtPoll>(poll);
+        EXPECT_TRUE(run({}, progress.get()).is_null()) << poll;
+        EXPECT_EQ(m_error.value(), error_code_t::noResult) << poll;
+    }
+}
+
+// A row is kept by all that stands on its path, and what is kept is cut in rows and totals alike.
+TEST_F(Grids, MakeFiltersOfTheirRowsAndKeepToFilters) {
+    open(kTrace);
+    const auto tree = rowsOf(kProcesses);
+    sptr_t<dataface_1::IFilterTableTree> maker;
+    ASSERT_TRUE(basekit2::lookup_interface(tree.get(), maker));
+    const auto rows = allRows(tree);
+    const auto filtered = [&](const std::vector<std::size_t>& places) {
+        std::vector<sptr_t<dataface_1::ITableRow>> chosen;
+        for (const std::size_t place : places)
+            chosen.push_back(rows[place]);
+        sptr_t<dataface_1::IQueryFilter> filter;
+        EXPECT_TRUE(is_success(maker->createFilter(basekit2::make_iterator(chosen), filter)));
+        m_filters->setQueryFilter("rows", filter);
+        return tableText(run({"rows"}), {false, false, {"name", "%BusyTime"}});
+    };
+    EXPECT_EQ(filtered({2, 5}),
+              "name      %BusyTime\nalpha     80\n  worker  80\nbeta      5\n  main    5\n");
+    EXPECT_EQ(filtered({1, 4}),
+              "name    %BusyTime\nalpha   60\n  main  60\nbeta    5\n  main  5\n");
+    EXPECT_EQ(filtered({}), "name  %BusyTime\n");
+
+    sptr_t<dataface_1::IQueryFilter> none;
+    const auto foreign = rowsOf(kProcesses)->getRows(nullptr);
+    EXPECT_FALSE(maker->createFilter(foreign, none).succeeded());
+    EXPECT_TRUE(none.is_null());
+
+    // Two names hold together, and time is cut to the tick.
+    const auto time = m_filters->createTimeFilterBuilder();
+    time->addRange(31, 66, false);
+    m_filters->setTimeFilter("global", time->build());
+    filtered({0});
+    EXPECT_EQ(tableText(run({"rows", "global"}), {false, false, {"name", "%BusyTime"}}),
+              "name      %BusyTime\n"
+              "alpha     60\n"
+              "  main    25\n"
+              "  worker  35\n"
+              "  idle    -\n");
+}
+
+TEST_F(Grids, LeaveOutRowsWithoutDataWhereColumnsAreRequired) {
+    open(kTrace);
+    EXPECT_EQ(tableText(rowsOf("<requiredData><rowBy query='processAndThread'/>"
+                               "<columnBy query='instantCount'/></requiredData>")),
+              "name    %InstantCount\nalpha   1\n  main  1\n");
+    // A table that the result does not have gives no totals and, required, no rows.
+    EXPECT_EQ(tableText(rowsOf("<gridQuery><rowBy query='process'/><columnBy query='asyncCount'/>"
+                               "</gridQuery>")),
+              "name   %AsyncCount\nalpha  -\nbeta   -\n");
+    EXPECT_EQ(tableText(rowsOf("<requiredData><rowBy query='process'/>"
+                               "<columnBy query='asyncCount'/></requiredData>")),
+              "name  %AsyncCount\n");
+    // Layers give columns only where the section names none.
+    ASSERT_TRUE(is_success(parse("<gridQuery><rowBy query='process'/></gridQuery>")));
+    const auto ofLayers =
+        IVectorQuery::pushBack(nullptr, m_library->findQuery("sliceCount", nullptr));
+    m_grid->setColumnBy(ofLayers);
+    EXPECT_EQ(tableText(run()), "name   %SliceCount\nalpha  4\nbeta   1\n");
+    ASSERT_TRUE(is_success(parse(kProcesses)));
+    m_grid->setColumnBy(ofLayers);
+    EXPECT_EQ(allColumns(run()).size(), 4U);
+}
+
 }  // namespace
 }  // namespace lanefeed_test
