@@ -1,7 +1,6 @@
 // The grids of viewpoints: which rows there are in which levels, with which totals. A section is
 // read here once; its queries run on the store that the result gives, through the interfaces of the
-// store alone, so that any store will do. Tested by tests/base/grid_test.cpp, and on real results
-// by tests/agreement/grid_test.cpp.
+// store alone, so that any store will do. Tested by tests/agreement/grid_test.cpp.
 #include "grid/grid_error.h"
 #include "grid/grid_section.h"
 #include "grid/grid_table.h"

@@ -184,6 +184,14 @@ TEST_F(ShippedViewpoints, LayersShowWhatTheTraceHolds) {
     EXPECT_EQ(series(2, 1), "app / upload\n  Operations: 0=2 1=1 2=1 3=1\n");
 }
 
+TEST_F(ShippedViewpoints, ProcessesHaveTheirThreadsWithDataBelowThem) {
+    parseShipped("processes");
+    EXPECT_EQ(series(0, 0),
+              "app\n  Busy time: 0=100 1=100 2=200 3=200 4=200 5=100 6=200 7=100 8=100 9=100\n"
+              "main\n  Busy time: 0=100 1=100 2=100 3=100 4=100 6=100\n"
+              "worker\n  Busy time: 2=100 3=100 4=100 5=100 6=100 7=100 8=100 9=100\n");
+}
+
 TEST_F(ShippedViewpoints, TheExampleOfTheDocumentationWorks) {
     const CapturedLog log;
     basekit2::variant_bag_t bag;

@@ -1,6 +1,6 @@
 // From the query of a column to what the store is asked. Kind of object and sample point are read
 // from the display attributes as a layer reads them, so that the total of a column is what a layer
-// of the same query shows over the whole result. Tested by tests/base/grid_test.cpp.
+// of the same query shows over the whole result. Tested by tests/agreement/grid_test.cpp.
 #include "column_source.h"
 
 #include <platkit_2_18/strings.h>

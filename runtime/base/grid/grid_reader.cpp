@@ -1,8 +1,8 @@
 // Rows come by the ids on their path, in ascending order, a row before those below it. The total of
 // a row is what the store tells of its path, that of a row above the sum of the rows below it. The
 // filter "global" is taken as layers take it, with the filtered timeline database; others restrict
-// the query. Cancelled between records and between columns. Tested by tests/base/grid_test.cpp, on
-// real results by tests/agreement/grid_test.cpp.
+// the query. Cancelled between records and between columns. Tested by
+// tests/agreement/grid_test.cpp and grid_totals_test.cpp.
 #include "grid_reader.h"
 
 #include "grid_error.h"
@@ -37,6 +37,31 @@ std::string pathOf(const IInfoQuery& query) {
 void addTotal(double& sum, double value) {
     if (std::isnan(value)) return;
     sum = std::isnan(sum) ? value : sum + value;
+}
+
+// Where the paths of rows are listed: a table, and a column for each level.
+struct Listing {
+    std::string table;
+    std::vector<std::string> columns;
+};
+
+// The table of the innermost rows, where it refers to the rows above them: it holds those without
+// bands too, as flat rows do. Else the table that the queries start at.
+Listing listingOf(const RowAlternative& alternative, storelink1::IDatabase& database) {
+    Listing start{alternative.table(), {}};
+    const std::string leafPath = alternative.levels.back()->getAttributeTable();
+    Listing leaf{leafTableOf(*alternative.levels.back(), database), {}};
+    for (const sptr_t<IInfoQuery>& level : alternative.levels) {
+        const std::string path = level->getAttributeTable();
+        start.columns.push_back(path);
+        if (path == leafPath) {
+            leaf.columns.emplace_back("rowid");
+        } else if (path.compare(0, leafPath.size() + 1, leafPath + ".") == 0) {
+            leaf.columns.push_back(path.substr(leafPath.size() + 1));
+        }
+    }
+    const bool isWhole = leaf.columns.size() == start.columns.size() && !leaf.table.empty();
+    return isWhole ? leaf : start;
 }
 
 // The value of the one bucket of a record without expansions.
@@ -85,16 +110,18 @@ error_code_t GridReader::read(GridContents& contents) {
 }
 
 error_code_t GridReader::readPaths() {
-    const RowAlternative& listing = listingAlternative(m_request.alternatives);
+    const RowAlternative& alternative = listingAlternative(m_request.alternatives);
     storelink1::IDatabase& database = *m_request.database;
-    const sptr_t<storelink1::IQuery> query = database.createQuery(listing.table(), 0);
+    const Listing listing = listingOf(alternative, database);
+    const sptr_t<storelink1::IQuery> query = database.createQuery(listing.table, 0);
     // A table without rows does not exist.
     if (query.is_null()) return error_code_t::success;
-    for (const sptr_t<IInfoQuery>& level : listing.levels) {
+    for (std::size_t level = 0; level < listing.columns.size(); ++level) {
         // Ids of columns count from 0 in this order.
-        if (query->addColumn(level->getAttributeTable()) == storelink1::InvalidColIdx)
-            return gridError("the rows of \"" + level->getId() + "\" cannot be read: " +
-                             pathOf(*level) + " is no column of the result");
+        if (query->addColumn(listing.columns[level]) != storelink1::InvalidColIdx) continue;
+        const IInfoQuery& row = *alternative.levels[level];
+        return gridError("the rows of \"" + row.getId() + "\" cannot be read: " + pathOf(row) +
+                         " is no column of the result");
     }
     for (const std::string& filter : m_request.filters)
         query->addFilter(filter);
@@ -104,12 +131,12 @@ error_code_t GridReader::readPaths() {
     const auto records = query->execute(m_progress, error, sql);
     if (isCanceled()) return error_code_t::noResult;
     if (records.is_null())
-        return gridError("the rows of \"" + listing.levels.front()->getId() +
+        return gridError("the rows of \"" + alternative.levels.front()->getId() +
                          "\" cannot be read. Error: " + error + ", SQL: " + sql);
     for (unsigned count = 1; !records->atEnd(); records->next(), ++count) {
         if (count % kRecordsPerPoll == 0 && isCanceled()) return error_code_t::noResult;
         Path path;
-        for (std::size_t level = 0; level < listing.levels.size(); ++level) {
+        for (std::size_t level = 0; level < listing.columns.size(); ++level) {
             const int id = storelink1::utils::variantToIndex(
                 records->current()->getField(static_cast<basekit2::u16_t>(level)));
             if (id < 0) break;

@@ -1,6 +1,6 @@
 // A filter out of rows of a grid: any of the rows, and of a row all ids on its path. Rows with the
 // same row above share the part that keeps it, so that a filter of many rows stays flat. Tested by
-// tests/base/grid_test.cpp.
+// tests/agreement/grid_test.cpp.
 #include "grid_error.h"
 #include "grid_table.h"
 

@@ -1,6 +1,6 @@
 // Reads the elements of a grid: rowBy, one grouping each, and columnBy. In a section of its own
 // anything else is an error, so that a misspelt element is not just ignored; a row set has elements
-// for others to read. Tested by tests/base/grid_test.cpp.
+// for others to read. Tested by tests/agreement/grid_test.cpp.
 #include "grid_section.h"
 
 #include "grid_error.h"

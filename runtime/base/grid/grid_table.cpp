@@ -1,5 +1,5 @@
 // The table of a grid's rows. Everything is in the contents; rows and columns are places in them.
-// Tested by tests/base/grid_test.cpp.
+// Tested by tests/agreement/grid_test.cpp.
 #include "grid_table.h"
 
 #include "table_walk.h"

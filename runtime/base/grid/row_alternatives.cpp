@@ -1,5 +1,5 @@
 // The row queries of a grouping as chains of levels: a query and, below it, what it expands to, as
-// far as that is a query on an attribute. Tested by tests/base/grid_test.cpp.
+// far as that is a query on an attribute. Tested by tests/agreement/grid_test.cpp.
 #include "row_alternatives.h"
 
 #include "grid_error.h"
