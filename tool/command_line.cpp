@@ -45,7 +45,8 @@ void addQueryFiles(CLI::App& verb, ViewOptions& options) {
 
 void addViewpoint(CLI::App& verb, ViewOptions& options) {
     verb.add_option("--viewpoint", options.viewpoint,
-                    "Viewpoint to apply (default: the shipped one that fits)")
+                    "Viewpoint to apply: a file, or a shipped one by name, such as processes "
+                    "(default: the shipped one that fits)")
         ->option_text("FILE");
     addQueryFiles(verb, options);
     verb.add_flag("--strict", options.strict, "Fail when the viewpoint's log has messages");

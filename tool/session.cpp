@@ -93,13 +93,11 @@ Session::Session(const ViewOptions& options)
 }
 
 std::string Session::viewpointText() {
-    if (!m_options.viewpoint.empty()) {
-        m_viewpointName = m_options.viewpoint;
-        return readViewpointFile(m_options.viewpoint);
-    }
-    const std::string name = lanefeed_runtime::fittingViewpoint(m_input);
-    m_viewpointName = fmt::format("shipped viewpoint '{}'", name);
-    return lanefeed_runtime::shippedViewpointText(name);
+    std::string name = m_options.viewpoint;
+    if (name.empty()) name = lanefeed_runtime::fittingViewpoint(m_input);
+    const std::string shipped = lanefeed_runtime::shippedViewpointText(name);
+    m_viewpointName = shipped.empty() ? name : fmt::format("shipped viewpoint '{}'", name);
+    return shipped.empty() ? readViewpointFile(name) : shipped;
 }
 
 void Session::readViewpoint() {

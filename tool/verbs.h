@@ -24,7 +24,7 @@ struct ImportOptions {
 // What the reading verbs have in common.
 struct ViewOptions {
     std::string result;
-    std::string viewpoint;             // empty: the shipped one that fits
+    std::string viewpoint;             // file or shipped name; empty: the shipped one that fits
     std::string check;                 // viewpoint file to check; empty: none
     bool newViewpoint = false;         // write a template
     std::vector<std::string> queries;  // further files of query definitions
