@@ -46,7 +46,7 @@ TEST_F(Tooltip, TextsOfAnyKindArriveWholeInEveryForm) {
         {R"("say \"hi\", <b>&amp;</b>")", R"(say "hi", <b>&amp;</b>)",
          R"("say \"hi\", <b>&amp;</b>")", R"("say ""hi"", <b>&amp;</b>")"},
         {R"("\ud83d\ude80 'fly'")", "\U0001F680 'fly'", "\"\U0001F680 'fly'\"", "\U0001F680 'fly'"},
-        {R"("")", "(no name)", R"("(no name)")", "(no name)"},
+        {R"("")", "(no name)", "\"(no name)\"", "(no name)"},
         {"\"" + big + "\"", big, "\"" + big + "\"", big}};
     std::string events;
     int at = 0;
