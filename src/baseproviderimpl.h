@@ -44,6 +44,7 @@ struct IntervalHatch {
 //   life, time base, neutral answers, dumps     baseproviderimpl.cpp
 //   flow of an over-time request                baseproviderimpl_overtime.cpp
 //   change of bucket count, folding of records  baseproviderimpl_rebucket.cpp
+//   inputs and tables of derived series         baseproviderimpl_derived.cpp
 //   series to table trees                       baseproviderimpl_forest.cpp
 //   selections in time and row, pause ranges    baseproviderimpl_timefilters.cpp
 //   select, dive and restriction filters        baseproviderimpl_attrfilters.cpp
@@ -265,12 +266,23 @@ protected:
         m_manipulatorMappers;
 
 private:
+    // --- derived series (baseproviderimpl_derived.cpp)
     // Series of all inputs of a derived query, side by side, with the processor and the factor that
     // the forest needs.
     bool getDerivedOverTimeData(const QueryParam& param,
                                 std::vector<OverTimeData>& data,
                                 basekit2::sptr_t<slicekit_1_0::IRpnProcessor>& rpnProcessor,
                                 double& scale);
+    bool readInputs(const QueryParam& param,
+                    std::vector<DicerDataSource>& dataSources,
+                    std::vector<OverTimeData>& otDataArray,
+                    bool& sawTimeQuery);
+    // Applies the formula of the source to the table of one row.
+    bool deriveTree(const DicerDataSource& dds,
+                    const basekit2::sptr_t<slicekit_1_0::IRpnProcessor>& rpnProcessor,
+                    const basekit2::sptr_t<dataface_1::ITableTree>& overtimeTree,
+                    basekit2::sptr_t<dataface_1::ITableTree>& derivedTree);
+    // --- the flow (baseproviderimpl_overtime.cpp)
     // Span and bucket count of the store request: the client's, or whole buckets of the layer's
     // smallest resolution.
     QueryParam widenToResolution(const QueryParam& param);

@@ -133,7 +133,7 @@ void addExpansions(const IQuery& query, DicerDataSource& dataSource) {
 
 }  // namespace
 
-bool BaseProviderImpl::arrayToForest(const DicerDataSource* /*dds*/,
+bool BaseProviderImpl::arrayToForest(const DicerDataSource* dds,
                                      double scale,
                                      const sptr_t<slicekit_1_0::IRpnProcessor>& rpnProcessor,
                                      int /*width*/,
@@ -142,8 +142,7 @@ bool BaseProviderImpl::arrayToForest(const DicerDataSource* /*dds*/,
                                      const QueryParam& param) {
     const trace_event_scope scope("BaseProviderImpl::arrayToForest");
     if (!LF_CHECK_AS(!otDataArray.empty(), "otDataArray.size() > 0")) return false;
-    // Derived series are not served.
-    if (!rpnProcessor.is_null()) return false;
+    if (!rpnProcessor.is_null() && dds == nullptr) return false;
     const auto filled =
         std::find_if(otDataArray.begin(), otDataArray.end(),
                      [](const OverTimeData& data) { return !data.seriesSet.empty(); });
@@ -160,11 +159,14 @@ bool BaseProviderImpl::arrayToForest(const DicerDataSource* /*dds*/,
         Columns columns;
         const bool bRet = createColumnsFromOvertimeSeries(data, columnQueries, tree, columns);
         const sptr_t<IQuery> nameQuery = createNameQuery(timeBin, "");
-        const auto overtimeTree =
+        const sptr_t<dataface_1::ITableTree> overtimeTree =
             createOvertimeTableTree(tree, nameQuery, data, scale, param, pauseRanges);
         if (isCanceled()) return false;
         if (!LF_CHECK(bRet)) return false;
-        forest.push_back(overtimeTree);
+        sptr_t<dataface_1::ITableTree> derivedTree;
+        if (!rpnProcessor.is_null() && !deriveTree(*dds, rpnProcessor, overtimeTree, derivedTree))
+            return false;
+        forest.push_back(rpnProcessor.is_null() ? overtimeTree : derivedTree);
     }
     return true;
 }

@@ -1,10 +1,13 @@
 // Tells whether a result holds the data of queries, before a layer that needs them is offered. The
 // store is asked: the table of a query on instances must exist, and for a query on an attribute the
-// attribute must be reachable from its table too. A derived query needs all of its members. A query
-// of another kind needs nothing.
+// attribute must be reachable from its table too. A derived query needs all of its members, and a
+// query that is expanded the attributes that it is expanded by. A query of another kind needs
+// nothing. Members that many queries share are looked at once.
 // Tested by tests/base/viewpoint_helpers_test.cpp.
 #include <slicekit_1_0/prerequisites.h>
 #include <storelink1/database.h>
+
+#include <map>
 
 namespace slicekit_1_0 {
 namespace {
@@ -25,22 +28,42 @@ public:
 
     bool isReady() const { return !m_database.is_null(); }
 
-    bool holds(const sptr_t<IQuery>& query) const {
+    bool holds(const sptr_t<IQuery>& query) {
+        if (query.is_null()) return false;
+        const auto known = m_known.find(query);
+        if (known != m_known.end()) return known->second;
+        const bool held = look(query);
+        m_known.emplace(query, held);
+        return held;
+    }
+
+private:
+    bool look(const sptr_t<IQuery>& query) {
         if (const auto vector = dataface_1::IVectorQuery::cast(query); !vector.is_null())
             return holdsAll(vector->getQueries());
         if (const auto derived = dataface_1::IDerivedQuery::cast(query); !derived.is_null())
             return holdsAll(derived->getQueries(1));
         if (const auto data = dataface_1::IDataQuery::cast(query); !data.is_null())
-            return m_database->isTableExist(data->getInstanceTable());
+            return m_database->isTableExist(data->getInstanceTable()) && holdsExpansion(query);
         if (const auto info = dataface_1::IInfoQuery::cast(query); !info.is_null())
             return holdsAttribute(info->getInstanceTable(), info->getAttributeTable());
-        return !query.is_null();
+        return true;
     }
 
-private:
-    bool holdsAll(const generic_iterator_t<sptr_t<IQuery>>& queries) const {
+    bool holdsAll(const generic_iterator_t<sptr_t<IQuery>>& queries) {
         for (; !queries.at_end(); queries.next())
             if (!holds(queries.current())) return false;
+        return true;
+    }
+
+    bool holdsExpansion(const sptr_t<IQuery>& query) const {
+        for (auto link = query->getExpansionQuery(); !link.is_null();
+             link = link->getExpansionQuery()) {
+            const auto info = dataface_1::IInfoQuery::cast(link);
+            if (!info.is_null() &&
+                !holdsAttribute(info->getInstanceTable(), info->getAttributeTable()))
+                return false;
+        }
         return true;
     }
 
@@ -52,6 +75,7 @@ private:
     }
 
     sptr_t<storelink1::IDatabase> m_database;
+    std::map<sptr_t<IQuery>, bool> m_known;
 };
 
 }  // namespace
@@ -67,7 +91,7 @@ PrerequisiteHelper::~PrerequisiteHelper() = default;
 void PrerequisiteHelper::addPrerequisiteQuery(const sptr_t<dataface_1::IInputData>& input,
                                               const sptr_t<dataface_1::IVectorQuery>& queries,
                                               operation_t operation) {
-    const StoreCheck store(input);
+    StoreCheck store(input);
     if (!store.isReady() || queries.is_null()) {
         m_state->valid = false;
         return;

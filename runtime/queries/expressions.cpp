@@ -5,12 +5,11 @@
 // Tested by tests/queries/expressions_test.cpp.
 #include "expressions.h"
 
-#include "query_traits.h"
+#include "infix_text.h"
 
 #include <platkit_2_18/convert.h>
 #include <storelink1/database.h>
 
-#include <cctype>
 #include <cmath>
 #include <utility>
 #include <vector>
@@ -31,90 +30,48 @@ struct Step {
     std::string path;
 };
 
-// Recursive descent; each operation leaves the steps of what it read behind those already there.
-class Parser {
+// Leaves the steps of what it reads in postfix order.
+class ExpressionText : public InfixText {
 public:
-    explicit Parser(const std::string& text) : m_text(text) {}
-
-    bool parse() {
-        if (!readSum()) return false;
-        skipBlanks();
-        return m_position == m_text.size() || fail("an operator or the end is expected");
-    }
+    using InfixText::InfixText;
     std::vector<Step> takeSteps() { return std::move(m_steps); }
-    const std::string& error() const { return m_error; }
 
 private:
-    bool readSum() {
-        if (!readProduct()) return false;
-        while (accept('+') || accept('-')) {
-            const Op op = m_text[m_position - 1] == '+' ? Op::add : Op::subtract;
-            if (!readProduct()) return false;
-            push(op);
-        }
-        return true;
-    }
-    bool readProduct() {
-        if (!readFactor()) return false;
-        while (accept('*') || accept('/')) {
-            const Op op = m_text[m_position - 1] == '*' ? Op::multiply : Op::divide;
-            if (!readFactor()) return false;
-            push(op);
-        }
-        return true;
-    }
-    bool readFactor() {
-        if (++m_depth > kMaxChainLength) return fail("too many levels");
-        const bool read = accept('-')   ? readFactor() && push(Op::negate)
-                          : accept('(') ? readSum() && (accept(')') || fail("\")\" is expected"))
-                                        : readOperand();
-        --m_depth;
-        return read;
-    }
-    bool readOperand() {
-        skipBlanks();
-        const std::size_t start = m_position;
-        const auto isWord = [](char c) {
-            return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '.' || c == '_';
-        };
-        while (m_position < m_text.size() && isWord(m_text[m_position]))
-            ++m_position;
-        const std::string word = m_text.substr(start, m_position - start);
+    bool readOperand() override {
+        const std::size_t start = place();
+        const std::string word = readWord();
         Step step;
         if (platkit_2_18::generic::convert::str_to_double(word, step.number)) return push(step);
         if (word == "duration") return push(Op::duration);
         if (word == "ticksPerSecond") return push(Op::ticks);
         if (word == "count" || word == "min" || word == "max") return readAggregate(word);
-        m_position = start;
+        goTo(start);
         return fail(
             "a number, \"(\" or one of count, min, max, duration, ticksPerSecond is expected");
     }
     bool readAggregate(const std::string& word) {
         if (!accept('(')) return fail("\"(\" is expected");
-        const std::size_t end = m_text.find(')', m_position);
-        if (end == std::string::npos) return fail("\")\" is expected");
-        const std::string inside = m_text.substr(m_position, end - m_position);
+        const std::size_t start = place();
+        std::string inside;
+        if (!readUpTo(')', inside)) return false;
         const std::size_t colons = inside.find("::");
         Step step;
         step.op = word == "count" ? Op::count : word == "min" ? Op::min : Op::max;
         step.table = inside.substr(0, colons);
         if (colons != std::string::npos) step.path = inside.substr(colons + 2);
-        if (step.table.empty() || step.path.empty() != (step.op == Op::count))
-            return fail(step.op == Op::count ? "a table is expected" : "TABLE::PATH is expected");
-        m_position = end + 1;
-        return push(step);
+        if (!step.table.empty() && step.path.empty() == (step.op == Op::count)) return push(step);
+        goTo(start);
+        return fail(step.op == Op::count ? "a table is expected" : "TABLE::PATH is expected");
     }
 
-    void skipBlanks() {
-        while (m_position < m_text.size() &&
-               std::isspace(static_cast<unsigned char>(m_text[m_position])) != 0)
-            ++m_position;
-    }
-    bool accept(char c) {
-        skipBlanks();
-        if (m_position >= m_text.size() || m_text[m_position] != c) return false;
-        ++m_position;
-        return true;
+    void take(Operation operation) override {
+        switch (operation) {
+        case Operation::add: push(Op::add); break;
+        case Operation::subtract: push(Op::subtract); break;
+        case Operation::multiply: push(Op::multiply); break;
+        case Operation::divide: push(Op::divide); break;
+        case Operation::negate: push(Op::negate); break;
+        }
     }
     bool push(Op op) {
         Step step;
@@ -125,16 +82,8 @@ private:
         m_steps.push_back(std::move(step));
         return true;
     }
-    bool fail(const std::string& what) {
-        if (m_error.empty()) m_error = what + " at character " + std::to_string(m_position + 1);
-        return false;
-    }
 
-    const std::string& m_text;
-    std::size_t m_position = 0;
-    int m_depth = 0;
     std::vector<Step> m_steps;
-    std::string m_error;
 };
 
 // One read of a table: its rows, and the ends of the numbers in a column.
@@ -252,12 +201,12 @@ private:
 }  // namespace
 
 sptr_t<dataface_1::IExpression> parseExpression(const std::string& text, std::string& error) {
-    Parser parser(text);
-    if (!parser.parse()) {
-        error = parser.error();
+    ExpressionText reader(text);
+    if (!reader.read()) {
+        error = reader.error();
         return {};
     }
-    return basekit2::make_object<Expression>(parser.takeSteps());
+    return basekit2::make_object<Expression>(reader.takeSteps());
 }
 
 }  // namespace lanefeed_runtime

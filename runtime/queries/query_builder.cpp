@@ -7,6 +7,7 @@
 
 #include "display_attributes.h"
 #include "expressions.h"
+#include "formulas.h"
 #include "query_chains.h"
 #include "query_objects.h"
 
@@ -211,7 +212,7 @@ private:
     }
     bool takeFormula(const std::string& text) {
         if (m_traits.kind != QueryKind::derived) return fail("only a derivedQuery has a <formula>");
-        m_traits.formula = text;
+        m_formula = text;
         return true;
     }
 
@@ -241,7 +242,12 @@ private:
 
     bool readMember(const variant_bag_t& member) {
         m_traits.members.push_back(readNested(member));
-        return !m_traits.members.back().is_null();
+        if (m_traits.members.back().is_null()) return false;
+        m_traits.memberLevels =
+            std::max(m_traits.memberLevels, traitsOf(m_traits.members.back())->memberLevels + 1);
+        return m_traits.memberLevels <= kMaxChainLength ||
+               fail("its members have members in more than " + std::to_string(kMaxChainLength) +
+                    " levels; take some out");
     }
 
     sptr_t<IQuery> readNested(const variant_bag_t& element) {
@@ -263,9 +269,16 @@ private:
             return fail("it needs a table; write <dbPath>TABLE</dbPath>");
         if (holdsMembers(m_traits.kind) && m_traits.members.empty())
             return fail("it has no member; write a <queryRef> or a definition into it");
-        if (m_traits.kind == QueryKind::derived && m_traits.formula.empty())
-            return fail("it needs a <formula>");
-        return true;
+        return m_traits.kind != QueryKind::derived || finishFormula();
+    }
+
+    // The formula may stand before the members that it names.
+    bool finishFormula() {
+        if (m_formula.empty()) return fail("it needs a <formula>");
+        if (!m_traits.expansion.is_null())
+            return fail("a derivedQuery is expanded as its members are; write <expand> into those");
+        std::string error;
+        return readFormula(m_formula, m_traits, error) || fail(error);
     }
 
     bool fail(const std::string& what) {
@@ -281,6 +294,7 @@ private:
     const BuildContext& m_context;
     const int m_depth;
     QueryTraits m_traits;
+    std::string m_formula;
     std::string m_error;
 };
 

@@ -115,12 +115,27 @@ public:
     bool isGlobalGrouping() const override { return this->m_traits.globalGrouping; }
 };
 
+// The formula behind a derived query, made when it is asked for.
+class Formula : public slicekit_1_0::IRpnFormula {
+public:
+    explicit Formula(std::vector<slicekit_1_0::rpn_step_t> steps) : m_steps(std::move(steps)) {}
+    std::vector<slicekit_1_0::rpn_step_t> getSteps() const override { return m_steps; }
+
+private:
+    const std::vector<slicekit_1_0::rpn_step_t> m_steps;
+};
+
 class DerivedQuery : public QueryOf<dataface_1::IDerivedQuery> {
 public:
     using QueryOf::QueryOf;
 
     generic_iterator_t<sptr_t<IQuery>> getQueries(int /*kind*/) const override {
         return make_iterator(m_traits.members);
+    }
+    notype_ptr_t adapt_to_pointer(unsigned int type) override {
+        if (type != type_id_t<slicekit_1_0::IRpnFormula>::id())
+            return QueryOf::adapt_to_pointer(type);
+        return notype_ptr_t(make_object<Formula>(m_traits.formula).get());
     }
 };
 

@@ -3,6 +3,7 @@
 #include <basekit2/variant.h>
 #include <basekit2/variant_bag.h>
 #include <dataface_1/query_kinds.h>
+#include <slicekit_1_0/rpn_formula.h>
 
 #include <functional>
 #include <map>
@@ -12,7 +13,8 @@
 
 namespace lanefeed_runtime {
 
-// Most links that a chain of expansions may have, and most levels of definitions inside each other.
+// Most links that a chain of expansions may have, most levels of definitions inside each other and
+// of members below a query.
 inline constexpr int kMaxChainLength = 32;
 
 enum class QueryKind { info, data, time, count, instanceCount, derived, vector };
@@ -46,10 +48,13 @@ struct QueryTraits {
     std::string grouping;
     bool globalGrouping = false;
     int unitKind = unitNone;
-    std::string formula;                                        // of a derived query
     std::vector<basekit2::variant_t> values;                    // restrictions
     std::map<std::string, basekit2::variant_t> attributes;      // display attributes
     std::vector<basekit2::sptr_t<dataface_1::IQuery>> members;  // of a vector or a derived query
+    int memberLevels = 0;                                       // levels of members below this one
+    std::vector<slicekit_1_0::rpn_step_t> formula;              // of a derived query
+    std::vector<basekit2::sptr_t<dataface_1::IQuery>>
+        inputs;  // what it is computed from, each once
     basekit2::sptr_t<dataface_1::IQuery> expansion;
     // Links of the chain that this query stands for as well, since it was combined.
     std::vector<basekit2::sptr_t<dataface_1::IQuery>> folded;

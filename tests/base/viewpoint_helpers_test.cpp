@@ -1,16 +1,13 @@
-// The viewpoint helpers: what a result must hold for a query, and what this library does not serve.
+// What a result must hold for a query.
 #include "support/fake_queries.h"
 #include "support/fake_store.h"
 
-#include <facekit_1_x/table_helpers.h>
 #include <slicekit_1_0/prerequisites.h>
-#include <slicekit_1_0/rpn_processor.h>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using basekit2::error_code_t;
 using basekit2::make_object;
 using basekit2::sptr_t;
 using dataface_1::IQuery;
@@ -97,6 +94,23 @@ TEST(Prerequisites, ADerivedQueryNeedsAllItsMembers) {
     EXPECT_FALSE(isValid({derived({present(), absent()})}));
     EXPECT_FALSE(isValid({derived({derived({absent()})})}));
     EXPECT_TRUE(isValid({derived({listOf({present()})})}));
+    // Members that are shared over many levels are looked at once.
+    sptr_t<IQuery> query = present();
+    for (int level = 0; level < 32; ++level)
+        query = derived({query, query});
+    EXPECT_TRUE(isValid({query}));
+}
+
+TEST(Prerequisites, AnExpandedQueryNeedsItsAttributes) {
+    const auto expandedBy = [](const std::string& table, const std::string& path) {
+        QueryFacts link;
+        link.next = infoQuery(on(table, path));
+        QueryFacts facts = on("slice_data");
+        facts.next = make_object<FakeDataQuery<dataface_1::ICountQuery>>(link);
+        return make_object<FakeDataQuery<dataface_1::ICountQuery>>(facts);
+    };
+    EXPECT_TRUE(isValid({expandedBy("dd_band", "dd_thread")}));
+    EXPECT_FALSE(isValid({expandedBy("dd_band", "dd_core")}));
 }
 
 TEST(Prerequisites, OperationsCombineOneListAndListsMustAllHold) {
@@ -121,24 +135,6 @@ TEST(Prerequisites, WithoutAStoreNothingHolds) {
     PrerequisiteHelper helper;
     helper.addPrerequisiteQuery(smallResult(), nullptr, PrerequisiteHelper::group_or);
     EXPECT_FALSE(helper.arePrerequisitesValid());
-}
-
-TEST(Unsupported, RequestsFailWithAReason) {
-    basekit2::error_code_t err;
-    const auto processor = slicekit_1_0::createRpnProcessor();
-    processor->init(err, nullptr);
-    EXPECT_EQ(err.expression(), "derived expressions are not supported");
-    const auto helper = facekit_1_x::createDerivedTableTreeHelper();
-    sptr_t<IVectorQuery> queries;
-    sptr_t<dataface_1::ITableTree> out;
-    err = basekit2::error_code_t();
-    helper->init(err, nullptr, nullptr, processor, 3);
-    EXPECT_FALSE(err.succeeded());
-    err = basekit2::error_code_t();
-    helper->getInputColumnBy(err, queries, 1.0);
-    EXPECT_FALSE(err.succeeded());
-    EXPECT_EQ(helper->derive(out, nullptr, nullptr, 0).expression(),
-              "derived tables are not supported");
 }
 
 }  // namespace

@@ -58,7 +58,7 @@ TEST(QueryDefinitions, EveryKindAnswersItsOwnCastsAlone) {
         <timeQuery id="time" globalGrouping="true"><dbPath>t</dbPath></timeQuery>
         <countQuery id="count"><dbPath>t</dbPath></countQuery>
         <instanceCountQuery id="instances"><dbPath>t::dd_x</dbPath></instanceCountQuery>
-        <derivedQuery id="ratio" unit="percent"><formula>0 1 /</formula>
+        <derivedQuery id="ratio" unit="percent"><formula>percent(time, count)</formula>
           <queryRef>time</queryRef><queryRef>count</queryRef></derivedQuery>
         <vectorQuery id="pair"><queryRef>info</queryRef><infoQuery id="inner"/></vectorQuery>)"});
     ASSERT_THAT(loaded.errors, ElementsAre());

@@ -19,6 +19,20 @@ Query namedQuery(const std::string& name) {
     return infoQuery(facts);
 }
 
+basekit2::notype_ptr_t FakeDerivedQuery::adapt_to_pointer(unsigned int type) {
+    class Formula : public slicekit_1_0::IRpnFormula {
+    public:
+        explicit Formula(std::vector<slicekit_1_0::rpn_step_t> steps) : m_steps(std::move(steps)) {}
+        std::vector<slicekit_1_0::rpn_step_t> getSteps() const override { return m_steps; }
+
+    private:
+        const std::vector<slicekit_1_0::rpn_step_t> m_steps;
+    };
+    if (facts.formula.empty() || type != basekit2::type_id_t<slicekit_1_0::IRpnFormula>::id())
+        return FakeQuery::adapt_to_pointer(type);
+    return basekit2::notype_ptr_t(basekit2::make_object<Formula>(facts.formula).get());
+}
+
 basekit2::sptr_t<dataface_1::IVectorQuery> vectorOf(
     QueryList members, const std::map<std::string, basekit2::variant_t>& attributes) {
     QueryFacts facts;

@@ -2,6 +2,7 @@
 
 #include <dataface_1/query_kinds.h>
 #include <dataface_1/query_library.h>
+#include <slicekit_1_0/rpn_formula.h>
 
 #include <map>
 #include <set>
@@ -29,10 +30,11 @@ struct QueryFacts {
     Query next;
     std::string grouping;
     bool globalGrouping = false;
-    std::string bandColumn;    // of a grouping by band; empty: it has none
-    std::string flatGrouping;  // name of a flat grouping
-    QueryList members;         // of a derived or vector query
-    Query otherKind;           // answers the casts that this query doesn't
+    std::string bandColumn;                         // of a grouping by band; empty: it has none
+    std::string flatGrouping;                       // name of a flat grouping
+    QueryList members;                              // of a derived or vector query
+    std::vector<slicekit_1_0::rpn_step_t> formula;  // of a derived query
+    Query otherKind;                                // answers the casts that this query doesn't
     basekit2::sptr_t<dataface_1::IExpression> min;
     basekit2::sptr_t<dataface_1::IExpression> max;
 };
@@ -107,12 +109,14 @@ public:
     bool isGlobalGrouping() const override { return this->facts.globalGrouping; }
 };
 
+// Has a formula when its facts do.
 class FakeDerivedQuery : public FakeQuery<dataface_1::IDerivedQuery> {
 public:
     using FakeQuery::FakeQuery;
     basekit2::generic_iterator_t<Query> getQueries(int /*kind*/) const override {
         return basekit2::make_iterator(facts.members);
     }
+    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override;
 };
 
 // A vector of queries with display attributes of its own.

@@ -1,6 +1,8 @@
 // Tables as aligned text. Everything is asked through the table interfaces alone.
 #include "table_text.h"
 
+#include <dataface_1/query_kinds.h>
+
 #include <algorithm>
 
 namespace lanefeed_test {
@@ -28,7 +30,9 @@ std::string cellText(ITableRow& row, const sptr_t<IColumnInfo>& column, cell_con
 }
 
 std::string ownName(IColumnInfo& column) {
-    const sptr_t<dataface_1::IQuery> query = column.getQuery();
+    sptr_t<dataface_1::IQuery> query = column.getQuery();
+    const auto list = dataface_1::IVectorQuery::cast(query);
+    if (!list.is_null()) query = list->getDefaultQuery();
     return query.is_null() ? "?" : query->getName();
 }
 

@@ -22,10 +22,10 @@ struct TableTextOptions {
 //   3        100   7
 //     4      -     1
 //
-// Columns are named by their queries' names, nested ones behind their parents' ("."); "?" for a
-// column without a query. A cell that answers nothing is "-", a null "null", an empty text "''", an
-// object "object". Nested rows are indented by two blanks per level. No blanks at the ends of
-// lines.
+// Columns are named by their queries' names (of a list, by that of the first in it), nested ones
+// behind their parents' ("."); "?" for a column without a query. A cell that answers nothing is
+// "-", a null "null", an empty text "''", an object "object". Nested rows are indented by two
+// blanks per level. No blanks at the ends of lines.
 std::string tableText(const basekit2::sptr_t<dataface_1::ITableTree>& tree,
                       const TableTextOptions& options = {});
 

@@ -356,8 +356,10 @@ TEST_F(Forest, ConvertsQueriesToSources) {
 
 TEST_F(Forest, StepsOverWhatIsNoAttributeInTheChainOfASource) {
     m_bound.database->tables["slice_data"] = {};
+    QueryFacts thread = factsOf("thread");
+    thread.table = "slice_data";
     QueryFacts link = factsOf("link");
-    link.next = namedQuery("thread");
+    link.next = basekit2::make_object<FakeInfoQuery>(thread);
     QueryFacts time = factsOf("time");
     time.table = "slice_data";
     time.next = basekit2::make_object<FakeDataQuery<dataface_1::ITimeQuery>>(link);
