@@ -8,16 +8,21 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 namespace lanefeed_runtime {
 namespace {
 
-void addTables(const QueryTraits& traits, std::vector<std::string>& tables) {
+// Members may be shared over many levels; each is looked at once.
+void addTables(const QueryTraits& traits,
+               std::set<const QueryTraits*>& seen,
+               std::vector<std::string>& tables) {
+    if (!seen.insert(&traits).second) return;
     const bool known =
         std::find(tables.begin(), tables.end(), traits.instanceTable) != tables.end();
     if (!traits.instanceTable.empty() && !known) tables.push_back(traits.instanceTable);
     for (const auto& member : traits.members)
-        if (const QueryTraits* inner = traitsOf(member)) addTables(*inner, tables);
+        if (const QueryTraits* inner = traitsOf(member)) addTables(*inner, seen, tables);
 }
 
 QueryListing listingOf(const Definition& definition, const QueryTraits& traits) {
@@ -25,7 +30,8 @@ QueryListing listingOf(const Definition& definition, const QueryTraits& traits) 
     listing.id = definition.id;
     listing.kind = elementName(traits.kind);
     std::vector<std::string> tables;
-    addTables(traits, tables);
+    std::set<const QueryTraits*> seen;
+    addTables(traits, seen, tables);
     for (const std::string& table : tables)
         listing.table += (listing.table.empty() ? "" : ", ") + table;
     listing.path = traits.attributeTable;

@@ -15,6 +15,9 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <sstream>
+
 namespace lanefeed_test {
 namespace {
 
@@ -69,9 +72,8 @@ protected:
         parse(bag);
     }
 
-    // A layer over the whole trace in ten buckets: each row, then each series with its filled
-    // buckets.
-    std::string series(std::size_t area, std::size_t layer) {
+    // A layer over the whole trace: each row, then each series with its filled buckets.
+    std::string series(std::size_t area, std::size_t layer, basekit2::u32_t bins = 10) {
         TLViewpointParser::RowSet& rowSet = m_parser.m_areas.at(area).rowSets.at(0);
         const sptr_t<IDicerProvider> provider = IDicerProvider::create(m_result);
         provider->setResult(static_cast<int>(area) + 1, m_result, &rowSet, "shipped", 0);
@@ -84,12 +86,13 @@ protected:
         param.dds = &source;
         param.rowByDS = &rowSet.rowBys.at(0).ds;
         param.endTime = provider->getDuration() + 1;
-        param.binCount = 10;
+        param.binCount = bins;
+        const auto route =
+            source.m_dataType == DicerDataSource::dsDerived ? IDicerProvider::otDerived
+            : source.m_dataType == DicerDataSource::dsInfo  ? IDicerProvider::otAttribute
+                                                            : IDicerProvider::otTime;
         std::vector<sptr_t<dataface_1::ITableTree>> forest;
-        const bool ofAttribute = source.m_dataType == DicerDataSource::dsInfo;
-        if (!provider->getOverTimeData(
-                param, ofAttribute ? IDicerProvider::otAttribute : IDicerProvider::otTime, forest))
-            return "no data";
+        if (!provider->getOverTimeData(param, route, forest)) return "no data";
         std::string text;
         const std::vector<sptr_t<dataface_1::ITableRow>> all = allRows(rows);
         for (std::size_t i = 0; i < forest.size(); ++i)
@@ -126,7 +129,7 @@ protected:
                             const sptr_t<dataface_1::IColumnInfo>& column) {
         basekit2::variant_t value;
         basekit2::variant_t text;
-        row->getContent(column, dataface_1::ccValue, value);
+        if (!row->getContent(column, dataface_1::ccValue, value)) return "0";
         basekit2::print_variant(value, text, false);
         return text.get<std::string>();
     }
@@ -173,6 +176,10 @@ TEST_F(ShippedViewpoints, LayersShowWhatTheTraceHolds) {
     EXPECT_EQ(series(0, 2),
               "app / main\n  Slices: 0=1 1=2 2=1 3=1 4=1 6=1\n"
               "app / worker\n  Slices: 2=1 3=1 4=1 5=1 6=1 7=1 8=1 9=1\n");
+    // In two buckets: 60 ticks of main's slices, 20 of them inner ones.
+    EXPECT_EQ(series(0, 3, 2),
+              "app / main\n  gc:\n  ui: 0=80\n  io: 0=20 1=100\n"
+              "app / worker\n  gc: 0=100 1=100\n  ui:\n  io:\n");
     EXPECT_EQ(series(1, 0),
               "app / load\n"
               "  Value: 0=5 1=5 2=5 3=5 4=5 5=7.5 6=7.5 7=7.5 8=7.5 9=7.5\n"
@@ -190,6 +197,27 @@ TEST_F(ShippedViewpoints, ProcessesHaveTheirThreadsWithDataBelowThem) {
               "app\n  Busy time: 0=100 1=100 2=200 3=200 4=200 5=100 6=200 7=100 8=100 9=100\n"
               "main\n  Busy time: 0=100 1=100 2=100 3=100 4=100 6=100\n"
               "worker\n  Busy time: 2=100 3=100 4=100 5=100 6=100 7=100 8=100 9=100\n");
+}
+
+TEST_F(ShippedViewpoints, SharesOfABusyThreadAddUp) {
+    parseShipped("trace_events");
+    for (const basekit2::u32_t bins : {1U, 3U, 7U, 33U}) {
+        std::map<std::string, double> sums;  // by row and bucket
+        std::istringstream text(series(0, 3, bins));
+        std::string row;
+        for (std::string line; std::getline(text, line);) {
+            if (line[0] != ' ') row = line;
+            for (std::size_t equals = line.find('='); equals != std::string::npos;
+                 equals = line.find('=', equals + 1)) {
+                const std::size_t blank = line.rfind(' ', equals);
+                sums[row + line.substr(blank, equals - blank)] +=
+                    std::stod(line.substr(equals + 1));
+            }
+        }
+        EXPECT_GT(sums.size(), bins / 2);
+        for (const auto& [place, sum] : sums)
+            EXPECT_NEAR(sum, 100, 1e-6) << place << " of " << bins;
+    }
 }
 
 TEST_F(ShippedViewpoints, TheExampleOfTheDocumentationWorks) {
