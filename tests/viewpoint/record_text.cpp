@@ -122,6 +122,7 @@ std::string rowSetText(const TLViewpointParser::RowSet& rowSet) {
                              {"columnByFromLayers", rowSet.columnByFromLayers}});
     for (const TLViewpointParser::RowBy& rowBy : rowSet.rowBys)
         text += line("    rowBy", {{"valid", rowBy.valid},
+                                   {"continuesGroup", rowBy.continuesGroup},
                                    {"name", rowBy.displayName},
                                    {"color", rowBy.color, rowBy.hasColor}}) +
                 sourceText("      source", rowBy.ds);

@@ -82,7 +82,8 @@ private:
     }
 
     error_code_t readColumnBy(const variant_bag_t& child) {
-        m_section.namesColumns = true;
+        m_section.namesColumns = true;  // also by an element that names none
+        if (!namesQueries(child)) return error_code_t::success;
         const sptr_t<IVectorQuery> queries = m_library.resolveQuery(child, m_messenger);
         if (queries.is_null())
             return failure(
