@@ -19,6 +19,7 @@ struct GridContents {
     };
     struct Column {
         basekit2::sptr_t<dataface_1::IQuery> query;
+        bool hasTotals = false;      // a query that has none leaves its column empty
         bool isWhole = true;         // totals are integers
         std::vector<double> totals;  // by row; NaN where there is no data
     };

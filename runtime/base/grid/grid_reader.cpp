@@ -91,6 +91,7 @@ error_code_t GridReader::read(GridContents& contents) {
         column.query = m_request.columns[i].query;
         ColumnSource source;
         if (columnSource(column.query, source)) {
+            column.hasTotals = true;
             column.isWhole = source.isWhole();
             err = readColumn(i, source);
         }

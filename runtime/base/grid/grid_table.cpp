@@ -22,6 +22,7 @@ using dataface_1::ITableTree;
 using dataface_1::ITreeNode;
 
 constexpr int kNameColumn = 3;
+constexpr int kEmptyColumn = 2;  // not sorted by of its own accord
 
 template <class Node>
 using Owned = basekit2::ref_counted_t<Node, basekit2::parent_ref_count_impl_t>;
@@ -56,7 +57,9 @@ ITreeNode::status_t GridColumn::getChildren(generic_iterator_t<sptr_t<IColumnInf
 }
 
 int GridColumn::getType() {
-    return m_place == kNames ? kNameColumn : dataface_1::numericColumnBit;
+    if (m_place == kNames) return kNameColumn;
+    const auto& column = m_table.contents().columns[static_cast<std::size_t>(m_place)];
+    return column.hasTotals ? dataface_1::numericColumnBit : kEmptyColumn;
 }
 
 sptr_t<IQuery> GridRow::getQuery() {

@@ -65,9 +65,9 @@ private:
     std::vector<GridRow*> m_children;
 };
 
-// Rows in levels with a column of names (type 3) and columns of totals (type 4). A row answers its
-// id as content 7; time and numbers of instances are unsigned 64-bit, counts doubles. Answers an
-// IFilterTableTree too. Immutable, for any thread.
+// Rows in levels with a column of names (type 3) and columns of totals (type 4, without any 2). A
+// row answers its id as content 7; time and numbers of instances are unsigned 64-bit, counts
+// doubles. Answers an IFilterTableTree too. Immutable, for any thread.
 class GridTable : public dataface_1::ITableTree {
 public:
     explicit GridTable(GridContents contents);
