@@ -73,6 +73,7 @@ struct Ask {
     const Source& source;
     ITimelineQuery::QueryType type;
     int samplePoint;  // 0: an interval object, 2: a point object at its end
+    std::string required;
 };
 
 bool isMeanOverBuckets(ITimelineQuery::QueryType type) {
@@ -88,6 +89,7 @@ void addCells(const Ask& ask,
     if (!row.empty()) query->addRowBy(row, "label");
     query->setSource(ask.type, ask.source.table, ask.source.attribute, "");
     query->setTimelineDatabase(ask.timeline);
+    query->setRequiredFilter(ask.required);
     if (!expansion.empty())
         query->addExpansion(ask.source.table, expansion, "name", {}, true, "name", true);
     query->setObjectType(ask.samplePoint == 0 ? ITimelineQuery::otInterval
@@ -153,14 +155,15 @@ std::vector<std::string> instanceTables(const std::string& file) {
 
 Cells cellsOf(storelink1::IDatabase& database,
               const sptr_t<storelink1::ITimelineDatabase>& timeline,
-              bool everything) {
+              bool everything,
+              const std::string& required) {
     Cells cells;
     for (const Source& source : sources()) {
         if (!database.isTableExist(source.table)) continue;
         for (const auto type : source.types)
             for (const int sample : {0, 2}) {
                 const bool isAsked = everything || (sample == 0 && !isMeanOverBuckets(type));
-                if (isAsked) addCells({database, timeline, source, type, sample}, cells);
+                if (isAsked) addCells({database, timeline, source, type, sample, required}, cells);
             }
     }
     return cells;

@@ -35,10 +35,12 @@ using Cells = std::map<std::string, double>;
 using Drawings = std::map<std::string, std::string>;
 
 // Answers of bucketed queries over all instance tables, rows and expansions. A null `timeline` asks
-// the raw result. Without `everything`: not of point objects, nor of means over whole buckets.
+// the raw result. `required` is a filter that the queries require. Without `everything`: not of
+// point objects, nor of means over whole buckets.
 Cells cellsOf(storelink1::IDatabase& database,
               const basekit2::sptr_t<storelink1::ITimelineDatabase>& timeline,
-              bool everything);
+              bool everything,
+              const std::string& required = "");
 // Intervals and pieces by level of every thread.
 Drawings drawingsOf(storelink1::ITimelineDatabase& timeline);
 

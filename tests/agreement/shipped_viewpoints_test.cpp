@@ -6,6 +6,7 @@
 #include "idicerprovider.h"
 #include "session/open_result.h"
 #include "support/captured_log.h"
+#include "support/fake_queries.h"
 #include "support/table_text.h"
 #include "support/temp_directory.h"
 #include "support/trace_text.h"
@@ -218,6 +219,41 @@ TEST_F(ShippedViewpoints, SharesOfABusyThreadAddUp) {
         for (const auto& [place, sum] : sums)
             EXPECT_NEAR(sum, 100, 1e-6) << place << " of " << bins;
     }
+}
+
+TEST_F(ShippedViewpoints, AFilterChangesRowsAndSeriesAlikeUntilItIsCleared) {
+    parseShipped("trace_events");
+    sptr_t<dataface_1::IFilterRegistry> registry;
+    ASSERT_TRUE(dataface_1::lookup(m_result, registry));
+    const auto allSeries = [&] {
+        std::string text;
+        for (std::size_t area = 0; area < m_parser.m_areas.size(); ++area)
+            for (std::size_t i = 0; i < m_parser.m_areas[area].rowSets[0].layers.size(); ++i)
+                text += series(area, i);
+        return text;
+    };
+    const std::string first = allSeries();
+    const auto time = registry->createTimeFilterBuilder();
+    time->addRange(41, 71, false);
+    registry->setTimeFilter("selection", time->build());
+    EXPECT_EQ(allSeries(), first) << "not in force yet";
+    registry->setTimeFilter("global", time->build());
+    EXPECT_EQ(series(0, 0),
+              "app / main\n  Busy time: 4=100 6=100\n"
+              "app / worker\n  Busy time: 4=100 5=100 6=100\n");
+    EXPECT_EQ(series(1, 0),
+              "app / load\n  Value: 4=5 5=7.5 6=7.5\napp / free\n  Value: 4=1 5=1 6=1\n");
+
+    QueryFacts thread;
+    thread.table = "dd_band";
+    thread.path = "dd_thread";
+    thread.attr = "name";
+    const auto rows = registry->createQueryFilterBuilder();
+    rows->addCondition(basekit2::make_object<FakeInfoQuery>(thread), true, "worker");
+    registry->setQueryFilter("global", rows->build());
+    EXPECT_EQ(series(0, 1), "app / main\n  outer: 4=100\n  inner: 6=100\n");
+    registry->clearFilter("global");
+    EXPECT_EQ(allSeries(), first);
 }
 
 TEST_F(ShippedViewpoints, TheExampleOfTheDocumentationWorks) {
