@@ -394,6 +394,11 @@ TEST(BucketQuery, FiltersAddUpAndAreTakenAsTheyStandWhenTheQueryRuns) {
         EXPECT_EQ(busy("early"), 0);
     }
     EXPECT_EQ(asker.reader->reads, 1) << "time is cut in memory";
+
+    question.levels.resize(1);
+    asker.filter("global", {{21, 40}});
+    EXPECT_EQ(asker.ask(question).names, (std::vector<std::string>{"a1", "a3"}))
+        << "series that nothing is left of are gone";
 }
 
 TEST(BucketQuery, TellsWhatGlobalCutsOutAndKeepsWithinTheResult) {
