@@ -1,5 +1,6 @@
 // The timeline face over a real result: paths, names, counters and pauses as the store has them.
 
+#include "support/fake_queries.h"
 #include "support/trace_text.h"
 
 #include <storelink1/utils.h>
@@ -119,6 +120,37 @@ TEST(StoreTimeline, RecordsCarryTheirAttributeAndThatOfTheirBand) {
         ASSERT_TRUE(retriever->getValue(static_cast<int>(cursor->current()->attr), name));
         EXPECT_EQ(storelink1::utils::variantToString(name), thread == 1 ? "inner" : "job");
     }
+}
+
+TEST(StoreTimeline, RequiredFiltersNarrowWhatGlobalLeaves) {
+    TextResult result("thread main 0..10 a 20..30 b\nthread worker 40..70 a\n");
+    const auto filters = result.store().filters;
+    const auto keepOnly = [&](const char* name, const char* table, const char* path, int id) {
+        lanefeed_test::QueryFacts facts;
+        facts.table = table;
+        facts.path = path;
+        const auto builder = filters->createQueryFilterBuilder();
+        builder->addCondition(basekit2::make_object<lanefeed_test::FakeInfoQuery>(facts), false,
+                              id);
+        filters->setQueryFilter(name, builder->build());
+    };
+    const auto busy = [&] {
+        const auto query = result.database().createTimelineQuery();
+        query->setSource(ITimelineQuery::qtTime, "slice_data", "", "");
+        query->setRequiredFilter("required");
+        std::vector<storelink1::OverTimeData> data;
+        std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
+        query->getOverTimeData(1, 71, 1, data, metadata, nullptr);
+        return data.empty() ? 0 : data.front().series.front().at(0);
+    };
+    keepOnly("required", "slice_data", "attr", 1);
+    EXPECT_EQ(busy(), 40);
+    keepOnly("global", "dd_band", "dd_thread", 1);
+    EXPECT_EQ(busy(), 10);
+    keepOnly("required", "slice_data", "attr", 2);
+    EXPECT_EQ(busy(), 10);
+    keepOnly("global", "dd_band", "dd_thread", 2);
+    EXPECT_EQ(busy(), 0);
 }
 
 }  // namespace
