@@ -65,7 +65,7 @@ error_code_t collectRows(const IVectorQuery& grouping, std::vector<sptr_t<IInfoQ
         const auto vectorQuery = IVectorQuery::cast(member);
         if (!LF_CHECK(vectorQuery))
             return unexpected("rowBy is not a valid info or vector query", __LINE__);
-        const error_code_t err = appendMembers(*vectorQuery, rows);
+        error_code_t err = appendMembers(*vectorQuery, rows);
         if (!err.succeeded()) return err;
     }
     return rows.empty() ? unexpected("Empty rowBy in gridQuery", __LINE__) : error_code_t();
@@ -110,7 +110,7 @@ error_code_t TLViewpointParser::resolveRowByFromGridQueryParser(RowSet& rowSet) 
             const sptr_t<IVectorQuery> currentGrouping = it.current();
             if (!LF_CHECK(currentGrouping)) return unexpected("Null rowBy query", __LINE__);
             std::vector<sptr_t<IInfoQuery>> rows;
-            const error_code_t err = collectRows(*currentGrouping, rows);
+            error_code_t err = collectRows(*currentGrouping, rows);
             if (!err.succeeded()) return err;
             for (std::size_t i = 0; i < rows.size(); ++i) {
                 rowSet.rowBys.push_back(gridRow(*this, rows[i]));

@@ -16,7 +16,6 @@ using basekit2::error_code_t;
 using basekit2::generic_iterator_t;
 using basekit2::sptr_t;
 using basekit2::variant_bag_t;
-using dataface_1::IInfoQuery;
 using dataface_1::IQuery;
 using dataface_1::ITableTree;
 using dataface_1::IVectorQuery;
@@ -123,6 +122,7 @@ error_code_t GridViewpointParser::createQuery(const sptr_t<IVectorQuery>& groupi
                                               sptr_t<slicekit_1_0::IGridQuery>& out) {
     if (grouping.is_null()) return invalidArgument("grouping", __LINE__);
     GridRequest request;
+    request.input = m_input;
     request.alternatives = alternativesOf(*grouping);
     if (request.alternatives.empty()) return gridError("the grouping has no query for its rows");
     sptr_t<storelink1::IPerfDatabase> performance;

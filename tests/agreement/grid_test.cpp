@@ -105,6 +105,23 @@ TEST_F(Grids, ListRowsInLevelsWithTotals) {
     EXPECT_TRUE(keepsTableContract(table));
 }
 
+// Of what a row adds up to, not the sum of what the rows below it have.
+TEST_F(Grids, ComputeDerivedColumnsForEachRow) {
+    open(kTrace);
+    EXPECT_EQ(tableText(rowsOf("<gridQuery><rowBy query='processAndThread'/><columnBy>"
+                               "<derivedQuery id='mean'><formula>busyTime / sliceCount</formula>"
+                               "<queryRef>busyTime</queryRef><queryRef>sliceCount</queryRef>"
+                               "</derivedQuery><queryRef>sliceCount</queryRef></columnBy>"
+                               "</gridQuery>")),
+              "name      mean  %SliceCount\n"
+              "alpha     35    4\n"
+              "  main    20    3\n"
+              "  worker  80    1\n"
+              "  idle    -     -\n"
+              "beta      5     1\n"
+              "  main    5     1\n");
+}
+
 // Of a grouping with a way over the slices, a layer of slices takes that and all others the bands.
 TEST_F(Grids, PickAnAlternativeForALayerAndADefaultGrouping) {
     open(kTrace);
@@ -142,7 +159,7 @@ TEST_F(Grids, TellWhatASectionGotWrong) {
          "in its attribute \"query\""},
         {"<gridQuery><columnBy query='busyTime, sliceName'/></gridQuery>",
          "<gridQuery>: <columnBy>: \"sliceName\" has no total; name a timeQuery, a countQuery, an "
-         "instanceCountQuery or a dataQuery"},
+         "instanceCountQuery, a dataQuery or a derivedQuery"},
         {"<requiredData/>",
          "<requiredData>: it has no rowBy; write <rowBy query=\"...\"/> for the "
          "rows that it is about"}};

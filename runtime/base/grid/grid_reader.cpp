@@ -1,8 +1,9 @@
 // Rows come by the ids on their path, in ascending order, a row before those below it. The total of
 // a row is what the store tells of its path, that of a row above the sum of the rows below it. The
 // filter "global" is taken as layers take it, with the filtered timeline database; others restrict
-// the query. Cancelled between records and between columns. Tested by
-// tests/agreement/grid_test.cpp and grid_totals_test.cpp.
+// the query. A derived column is computed of what each row adds up to, times as percentages of the
+// result, which is what a layer of it shows in a single bucket. Cancelled between records and
+// between columns. Tested by tests/agreement/grid_test.cpp and grid_totals_test.cpp.
 #include "grid_reader.h"
 
 #include "grid_error.h"
@@ -71,7 +72,18 @@ double onlyValue(const storelink1::OverTimeData& record) {
     return found == record.series.front().end() ? kNoData : found->second;
 }
 
+sptr_t<dataface_1::IDerivedQuery> derivedQuery(const sptr_t<IQuery>& query) {
+    const auto list = dataface_1::IVectorQuery::cast(query);
+    if (list.is_null()) return dataface_1::IDerivedQuery::cast(query);
+    return list->getCount() == 1 ? derivedQuery(list->getDefaultQuery()) : nullptr;
+}
+
 }  // namespace
+
+bool hasTotals(const sptr_t<IQuery>& query) {
+    ColumnSource source;
+    return columnSource(query, source) || !derivedQuery(query).is_null();
+}
 
 // Columns alone tell of the rows when only rows with data are wanted.
 bool GridReader::wantsAllRows() const {
@@ -80,23 +92,48 @@ bool GridReader::wantsAllRows() const {
 }
 
 GridReader::Totals& GridReader::totalsOf(const Path& path) {
-    return m_found.try_emplace(path, m_request.columns.size(), kNoData).first->second;
+    return m_found.try_emplace(path, m_reads.size(), kNoData).first->second;
+}
+
+// A query is read once, for however many columns.
+bool GridReader::addRead(const sptr_t<IQuery>& query, Column& column) {
+    Read read;
+    read.query = query;
+    if (!columnSource(query, read.source)) return false;
+    const auto known = std::find_if(m_reads.begin(), m_reads.end(),
+                                    [&](const Read& other) { return other.query == query; });
+    column.reads.push_back(static_cast<std::size_t>(known - m_reads.begin()));
+    if (known == m_reads.end()) m_reads.push_back(std::move(read));
+    return true;
+}
+
+void GridReader::planColumns() {
+    const auto processor = slicekit_1_0::createRpnProcessor();
+    error_code_t err;
+    processor->init(err, m_request.input);
+    for (const GridColumnRequest& request : m_request.columns) {
+        Column column;
+        const auto derived = derivedQuery(request.query);
+        if (derived.is_null()) {
+            addRead(request.query, column);
+        } else if (err.succeeded() &&
+                   basekit2::is_success(processor->getProgram(derived, column.program))) {
+            bool isWhole = true;
+            for (auto it = column.program->getInputs(); !it.at_end(); it.next())
+                isWhole = isWhole && addRead(it.current(), column);
+            if (!isWhole) column.reads.clear();
+        }
+        m_columns.push_back(std::move(column));
+    }
 }
 
 error_code_t GridReader::read(GridContents& contents) {
     if (isCanceled()) return error_code_t::noResult;
+    (void)m_request.database->getTimeRange(m_firstTick, m_lastTick, 0);
+    planColumns();
     error_code_t err = wantsAllRows() ? readPaths() : error_code_t();
-    for (std::size_t i = 0; i < m_request.columns.size() && basekit2::is_success(err); ++i) {
-        GridContents::Column column;
-        column.query = m_request.columns[i].query;
-        ColumnSource source;
-        if (columnSource(column.query, source)) {
-            column.hasTotals = true;
-            column.isWhole = source.isWhole();
-            err = readColumn(i, source);
-        }
-        contents.columns.push_back(std::move(column));
-    }
+    for (std::size_t i = 0; i < m_reads.size() && basekit2::is_success(err); ++i)
+        err = readTotals(i);
     if (!basekit2::is_success(err)) return err;
     for (std::size_t level = 0; level < m_request.alternatives.front().levels.size(); ++level) {
         std::vector<sptr_t<IQuery>> queries;
@@ -106,6 +143,7 @@ error_code_t GridReader::read(GridContents& contents) {
     }
     contents.idQueries = listingAlternative(m_request.alternatives).levels;
     makeRows(contents);
+    fillColumns(contents);
     nameRows(contents);
     return isCanceled() ? error_code_t::noResult : error_code_t::success;
 }
@@ -172,41 +210,45 @@ void GridReader::prepare(const ColumnSource& source,
                                          : database.getTimelineDatabase());
 }
 
-error_code_t GridReader::readColumn(std::size_t column, const ColumnSource& source) {
+error_code_t GridReader::readTotals(std::size_t read) {
     if (isCanceled()) return error_code_t::noResult;
+    const ColumnSource& source = m_reads[read].source;
     storelink1::IDatabase& database = *m_request.database;
     const RowAlternative* alternative = alternativeFor(m_request.alternatives, source.table);
-    u64_t first = 0;
-    u64_t last = 0;
-    if (!database.isTableExist(source.table) || alternative == nullptr)
+    if (!database.isTableExist(source.table) || alternative == nullptr || m_lastTick == 0)
         return error_code_t::success;
-    if (!database.getTimeRange(first, last, 0)) return error_code_t::success;
-    const std::string id = "\"" + m_request.columns[column].query->getId() + "\"";
+    const std::string id = "\"" + m_reads[read].query->getId() + "\"";
     const sptr_t<ITimelineQuery> query = database.createTimelineQuery();
     if (query.is_null()) return gridError("the column " + id + " cannot be read from this store");
     prepare(source, *alternative, *query);
     std::vector<storelink1::OverTimeData> records;
     std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
     const error_code_t err =
-        query->getOverTimeData(first, last + 1, 1, records, metadata, m_progress);
+        query->getOverTimeData(m_firstTick, m_lastTick + 1, 1, records, metadata, m_progress);
     if (isCanceled()) return error_code_t::noResult;
     if (!err.succeeded())
         return gridError("the column " + id + " cannot be read: " + err.as_string(1));
     for (const storelink1::OverTimeData& record : records)
-        addTotal(totalsOf(record.key)[column], onlyValue(record));
+        addTotal(totalsOf(record.key)[read], onlyValue(record));
     return error_code_t::success;
 }
 
 bool GridReader::isKept(const Totals& totals) const {
     if (wantsAllRows()) return true;
-    for (std::size_t i = 0; i < totals.size(); ++i)
-        if (m_request.columns[i].required && !std::isnan(totals[i])) return true;
+    for (std::size_t i = 0; i < m_columns.size(); ++i) {
+        const std::vector<std::size_t>& reads = m_columns[i].reads;
+        const bool hasData = std::any_of(reads.begin(), reads.end(), [&](std::size_t read) {
+            return !std::isnan(totals[read]);
+        });
+        if (m_request.columns[i].required && hasData) return true;
+    }
     return false;
 }
 
 // A path stands before those that begin with it, so that rows above come first and those below one
 // of them follow each other.
-void GridReader::makeRows(GridContents& contents) const {
+void GridReader::makeRows(GridContents& contents) {
+    m_sums.resize(m_reads.size());
     std::vector<GridContents::Row>& rows = contents.rows;
     Path current;
     std::vector<int> places;  // of the rows on the current path
@@ -221,25 +263,63 @@ void GridReader::makeRows(GridContents& contents) const {
             row.id = path[level];
             places.push_back(static_cast<int>(rows.size()));
             rows.push_back(std::move(row));
-            for (GridContents::Column& column : contents.columns)
-                column.totals.push_back(kNoData);
+            for (Totals& sums : m_sums)
+                sums.push_back(kNoData);
         }
         current = path;
         for (std::size_t i = 0; i < totals.size(); ++i)
             for (const int place : places)
-                addTotal(contents.columns[i].totals[static_cast<std::size_t>(place)], totals[i]);
+                addTotal(m_sums[i][static_cast<std::size_t>(place)], totals[i]);
     }
+}
+
+void GridReader::fillColumns(GridContents& contents) const {
+    for (std::size_t i = 0; i < m_columns.size(); ++i) {
+        const Column& plan = m_columns[i];
+        GridContents::Column column;
+        column.query = m_request.columns[i].query;
+        column.hasTotals = !plan.reads.empty();
+        if (!column.hasTotals) {
+            column.totals.assign(contents.rows.size(), kNoData);
+        } else if (plan.program.is_null()) {
+            column.isWhole = m_reads[plan.reads.front()].source.isWhole();
+            column.totals = m_sums[plan.reads.front()];
+        } else {
+            column.isWhole = false;
+            column.totals = derived(plan, contents.rows.size());
+        }
+        contents.columns.push_back(std::move(column));
+    }
+}
+
+// An input without data counts as 0, since no time and no count is 0; a row without any has none.
+GridReader::Totals GridReader::derived(const Column& column, std::size_t rows) const {
+    const double percent = 100.0 / static_cast<double>(m_lastTick - m_firstTick + 1);
+    Totals totals(rows, kNoData);
+    std::vector<double> inputs(column.reads.size());
+    for (std::size_t row = 0; row < rows; ++row) {
+        bool hasData = false;
+        for (std::size_t i = 0; i < inputs.size(); ++i) {
+            const double sum = m_sums[column.reads[i]][row];
+            const bool isTime = m_reads[column.reads[i]].source.type == ITimelineQuery::qtTime;
+            hasData = hasData || !std::isnan(sum);
+            inputs[i] = std::isnan(sum) ? 0 : sum * (isTime ? percent : 1);
+        }
+        if (hasData) totals[row] = column.program->evaluate(inputs);
+    }
+    return totals;
 }
 
 // The text that the row query of a level shows of its table; without one the id in decimal.
 void GridReader::nameRows(GridContents& contents) const {
     std::vector<sptr_t<storelink1::IAttributeDataRetriever>> names;
     for (const sptr_t<IInfoQuery>& level : contents.idQueries) {
-        const std::string column = level->getAttributeName();
         names.emplace_back();
-        if (column.empty()) continue;
-        const std::string table = leafTableOf(*level, *m_request.database);
-        names.back() = m_request.database->createAttributeRetriever(table + "." + column, true);
+        if (level->getAttributeName().empty()) continue;
+        std::string path = leafTableOf(*level, *m_request.database);
+        path += ".";
+        path += level->getAttributeName();
+        names.back() = m_request.database->createAttributeRetriever(path, true);
     }
     const storelink1::QueryMutexHolder lock(m_request.database.get());
     for (GridContents::Row& row : contents.rows) {

@@ -13,7 +13,6 @@ using basekit2::error_code_t;
 using basekit2::sptr_t;
 using basekit2::variant_bag_t;
 using basekit2::variant_t;
-using dataface_1::IQuery;
 using dataface_1::IVectorQuery;
 
 constexpr const char* kRowSet = "rowSet";
@@ -43,7 +42,7 @@ public:
 
     error_code_t read() {
         for (auto it = m_bag.begin<variant_bag_t>(); !it.at_end(); it.next()) {
-            const error_code_t err = readChild(it.get_name(), it.get_value());
+            error_code_t err = readChild(it.get_name(), it.get_value());
             if (!err.succeeded()) return err;
         }
         if (m_bag.get_name() == kRequiredData && m_section.groupings.empty())
@@ -93,11 +92,10 @@ private:
         column.required = flagOf(child, "required", m_bag.get_name() == kRequiredData);
         for (auto it = queries->getQueries(); !it.at_end(); it.next()) {
             column.query = it.current();
-            ColumnSource source;
-            if (!columnSource(column.query, source))
+            if (!hasTotals(column.query))
                 return failure("<columnBy>: \"" + column.query->getId() +
                                "\" has no total; name a timeQuery, a countQuery, an "
-                               "instanceCountQuery or a dataQuery");
+                               "instanceCountQuery, a dataQuery or a derivedQuery");
             m_section.columns.push_back(column);
         }
         return error_code_t::success;

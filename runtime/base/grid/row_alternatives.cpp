@@ -49,8 +49,9 @@ std::string quoted(const IQuery& query) {
 error_code_t checkSame(const RowAlternative& first,
                        const RowAlternative& other,
                        storelink1::IDatabase* database) {
-    const std::string names =
-        quoted(*first.levels.front()) + " and " + quoted(*other.levels.front());
+    std::string names = quoted(*first.levels.front());
+    names += " and ";
+    names += quoted(*other.levels.front());
     if (first.levels.size() != other.levels.size())
         return gridError("the alternatives " + names +
                          " of a grouping have different numbers of levels; give them as many, or "
