@@ -73,7 +73,7 @@ public:
                         [](Builder& filter) { filter.addCondition(thread(), false, 1); },
                         {},
                         {},
-                        drop(m_tables, not_(kOfThread1))});
+                        drop(m_tables, allBut(kOfThread1))});
         cuts.push_back({"not the process",
                         [](Builder& filter) {
                             filter.beginGroup(Builder::groupExcluded);
@@ -87,7 +87,7 @@ public:
                         [this](Builder& filter) { filter.addCondition(name(), false, m_name); },
                         {},
                         {},
-                        drop({"slice_data", "async_data"}, not_(ofName()))});
+                        drop({"slice_data", "async_data"}, allBut(ofName()))});
         cuts.push_back({"not the name, by its text",
                         [this](Builder& filter) {
                             filter.beginGroup(Builder::groupNegated);
@@ -105,7 +105,7 @@ private:
     static std::string fact(const std::string& key) {
         return "select value from result where key = '" + key + "'";
     }
-    static std::string not_(const std::string& condition) { return "not (" + condition + ")"; }
+    static std::string allBut(const std::string& condition) { return "not (" + condition + ")"; }
     std::string ofName() const {
         return "attr in (select rowid from dd_task where name = (select name from dd_task where"
                " rowid = " +
@@ -130,9 +130,12 @@ private:
     void dropOutside(const std::vector<time_interval_t>& spans, Statements& statements) const {
         std::string touches = "0";
         for (const time_interval_t& span : spans)
-            touches += " or (end_tsc >= " + std::to_string(span.start) + " and start_tsc < " +
-                       std::to_string(span.end) + ")";
-        for (const std::string& statement : drop(m_tables, not_(touches)))
+            touches.append(" or (end_tsc >= ")
+                .append(std::to_string(span.start))
+                .append(" and start_tsc < ")
+                .append(std::to_string(span.end))
+                .append(")");
+        for (const std::string& statement : drop(m_tables, allBut(touches)))
             statements.push_back(statement);
     }
     // Time of nothing becomes a pause.

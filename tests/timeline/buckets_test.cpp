@@ -88,6 +88,7 @@ TEST(KeptTime, JoinsOverlapsAndCountsTickByTick) {
         }
         EXPECT_EQ(ticks, expected);
         EXPECT_EQ(kept.count(first, last), expected.size());
+        EXPECT_EQ(kept.touches(first, last), !expected.empty());
     }
 }
 
