@@ -4,6 +4,7 @@
 
 #include <dataface_1/query_kinds.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace lanefeed_runtime {
@@ -11,6 +12,15 @@ namespace {
 
 using basekit2::sptr_t;
 using dataface_1::IInfoQuery;
+
+int levelsOf(const QueryFilter::Group& group) {
+    int levels = 0;
+    for (const auto& filter : group.filters)
+        levels = std::max(levels, filter->levels());
+    for (const QueryFilter::Group& inner : group.groups)
+        levels = std::max(levels, levelsOf(inner));
+    return levels + 1;
+}
 
 // A list of queries stands for its first one.
 sptr_t<IInfoQuery> attributeOf(const sptr_t<dataface_1::IQuery>& query) {
@@ -26,9 +36,10 @@ public:
     void setMode(int) override {}
 
     void beginGroup(int kind) override {
+        const bool isTooDeep = m_open.size() >= QueryFilter::kMostLevels;
+        if (isTooDeep || kind < groupExcluded || kind > groupNegated) m_isBroken = true;
         m_open.emplace_back();
         m_open.back().kind = kind;
-        if (kind < groupExcluded || kind > groupNegated) m_isBroken = true;
     }
 
     void addCondition(const sptr_t<dataface_1::IQuery>& query,
@@ -63,7 +74,9 @@ public:
         if (m_isBroken) return nullptr;
         while (m_open.size() > 1)
             endGroup();
-        return basekit2::make_object<QueryFilter>(m_open.front());
+        auto filter = basekit2::make_object<QueryFilter>(m_open.front());
+        if (filter->levels() > QueryFilter::kMostLevels) return nullptr;
+        return filter;
     }
 
 private:
@@ -86,6 +99,8 @@ private:
 };
 
 }  // namespace
+
+QueryFilter::QueryFilter(Group root) : m_root(std::move(root)), m_levels(levelsOf(m_root)) {}
 
 sptr_t<dataface_1::IQueryFilterBuilder> makeQueryFilterBuilder() {
     return basekit2::make_object<QueryFilterBuilder>();

@@ -4,6 +4,7 @@
 #include <storelink1/records.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace lanefeed_runtime {
@@ -27,12 +28,18 @@ public:
         std::vector<Group> groups;
     };
 
+    // Groups inside each other, those of filters inside included, that a filter may have. The
+    // engine of the store takes no more parentheses than that.
+    static constexpr int kMostLevels = 20;
+
     // The members of the outermost group are combined with AND; its kind says nothing.
-    explicit QueryFilter(Group root) : m_root(std::move(root)) {}
+    explicit QueryFilter(Group root);
     const Group& root() const { return m_root; }
+    int levels() const { return m_levels; }
 
 private:
     Group m_root;
+    int m_levels;
 };
 
 // A finished filter on time. Immutable.
@@ -58,8 +65,8 @@ struct NamedFilter {
     bool isEmpty() const { return query.is_null() && time.is_null(); }
 };
 
-// A builder fails, and build() is null, after a condition on what is no attribute of a table and
-// after a filter that was not made here.
+// A builder fails, and build() is null, after a condition on what is no attribute of a table, after
+// a filter that was not made here, and for more levels than a filter may have.
 basekit2::sptr_t<dataface_1::IQueryFilterBuilder> makeQueryFilterBuilder();
 basekit2::sptr_t<dataface_1::ITimeFilterBuilder> makeTimeFilterBuilder();
 
