@@ -1,21 +1,13 @@
 #pragma once
 
-#include <cstdint>
+#include "session/time_text.h"
+
 #include <string>
 
 namespace lanefeed_tool {
 
-// A span of pane ticks, half open: start is in it, end is not.
-struct TickSpan {
-    std::uint64_t start = 0;
-    std::uint64_t end = 0;
-};
-
-// What a span given by a user is measured against.
-struct TimeScale {
-    std::uint64_t ticksPerSecond = 0;
-    std::uint64_t duration = 0;  // ticks of the whole result
-};
+using lanefeed_runtime::TickSpan;
+using lanefeed_runtime::TimeScale;
 
 // Reads "A..B", counted from the first tick of the result: numbers with s, ms, us, ns, ticks or %;
 // an end that is left out is that of the result. Throws a usage failure for anything else, for an

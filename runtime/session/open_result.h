@@ -32,14 +32,16 @@ struct OpenOutcome {
     Kind kind = opened;
     std::string text;               // the first error
     std::vector<std::string> more;  // further errors, such as the other bad definitions of a file
+    // The result is open, but not all of it is as it was left: its filters are not understood.
+    std::vector<std::string> warnings;
 
     bool isOpened() const { return kind == opened; }
 };
 
-// Opens a result for reading. The answer hands out the query library, the performance database, the
-// filter registry, and the factory of mappers for the styles of values that the query definitions
-// configure. Null on failure, with `outcome` filled in. Everything closes with the last reference.
-// From any thread.
+// Opens a result for reading, with the filters that were kept in it in force. The answer hands out
+// the query library, the performance database, the filter registry, and the factory of mappers for
+// the styles of values that the query definitions configure. Null on failure, with `outcome` filled
+// in. Everything closes with the last reference. From any thread.
 basekit2::sptr_t<dataface_1::IInputData> openResult(const std::string& path,
                                                     const OpenOptions& options,
                                                     OpenOutcome& outcome);

@@ -25,4 +25,10 @@ bool readTimeSpan(const std::string& text,
                   TickSpan& span,
                   std::string& error);
 
+// Reads one such time, which must be one of the ticks of the result.
+bool readTime(const std::string& text,
+              const TimeScale& scale,
+              std::uint64_t& tick,
+              std::string& error);
+
 }  // namespace lanefeed_runtime

@@ -22,6 +22,20 @@ int levelsOf(const QueryFilter::Group& group) {
     return levels + 1;
 }
 
+// A value as one of few types: signed 64-bit integer, double, narrow text, null.
+basekit2::variant_t plain(const basekit2::variant_t& value) {
+    if (value.is_null()) return value;
+    const bool isInteger = value.can_get<basekit2::s64_t>();
+    const auto integer = value.get<basekit2::s64_t>();
+    // One that only the unsigned type holds equals no integer of a result.
+    if (isInteger && value.get_type() == basekit2::vtU64 && integer < 0) return value.get<double>();
+    if (isInteger) return integer;
+    if (value.can_get<double>()) return value.get<double>();
+    basekit2::variant_t text;
+    basekit2::print_variant(value, text, false);
+    return text;
+}
+
 // A list of queries stands for its first one.
 sptr_t<IInfoQuery> attributeOf(const sptr_t<dataface_1::IQuery>& query) {
     const sptr_t<IInfoQuery> info = IInfoQuery::cast(query);
@@ -51,7 +65,7 @@ public:
             return;
         }
         m_open.back().conditions.push_back({info->getInstanceTable(), info->getAttributeTable(),
-                                            info->getAttributeName(), excluded, value});
+                                            info->getAttributeName(), excluded, plain(value)});
     }
 
     void addFilter(const sptr_t<dataface_1::IQueryFilter>& filter) override {
@@ -99,6 +113,19 @@ private:
 };
 
 }  // namespace
+
+bool operator==(const QueryFilter::Condition& a, const QueryFilter::Condition& b) {
+    return a.table == b.table && a.path == b.path && a.suffix == b.suffix &&
+           a.excluded == b.excluded && a.value.get_type() == b.value.get_type() &&
+           a.value == b.value;
+}
+
+bool operator==(const QueryFilter::Group& a, const QueryFilter::Group& b) {
+    const auto isSame = [](const auto& x, const auto& y) { return x->root() == y->root(); };
+    return a.kind == b.kind && a.conditions == b.conditions && a.groups == b.groups &&
+           std::equal(a.filters.begin(), a.filters.end(), b.filters.begin(), b.filters.end(),
+                      isSame);
+}
 
 QueryFilter::QueryFilter(Group root) : m_root(std::move(root)), m_levels(levelsOf(m_root)) {}
 

@@ -19,7 +19,9 @@ public:
         std::string path;    // in that table, to what an index means; empty for its own row
         std::string suffix;  // from there to the display text; may be empty
         bool excluded = false;
-        basekit2::variant_t value;  // integer: database index; text: display text
+        // Signed 64-bit integer: database index; narrow text: display text; a double is compared
+        // with numbers, null stands for no value.
+        basekit2::variant_t value;
     };
     struct Group {
         int kind = dataface_1::IQueryFilterBuilder::groupIncluded;
@@ -41,6 +43,10 @@ private:
     Group m_root;
     int m_levels;
 };
+
+// The same tree of the same values.
+bool operator==(const QueryFilter::Condition& a, const QueryFilter::Condition& b);
+bool operator==(const QueryFilter::Group& a, const QueryFilter::Group& b);
 
 // A finished filter on time. Immutable.
 class TimeFilter : public dataface_1::ITimeFilter {

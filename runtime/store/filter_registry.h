@@ -57,6 +57,8 @@ public:
     NamedFilter filter(const std::string& name);
     // Names with a part, in order.
     std::vector<std::string> names();
+    // What filters are applied to; may be null.
+    const std::shared_ptr<StoreSession>& session() const { return m_session; }
     // Sets both parts of a name; an empty filter drops it.
     void setFilter(const std::string& name, const NamedFilter& filter);
 

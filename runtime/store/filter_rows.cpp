@@ -120,7 +120,7 @@ private:
     // kept leads to it.
     FilterNode attributeNode(int table) {
         FilterNode own = queryNode(table);
-        const std::vector<StorePath> paths = bandPaths(table);
+        const std::vector<StorePath> paths = pathsFromBands(m_catalog, table);
         if (paths.empty() || isToldBy(table)) return own;
         const FilterNode bands = rowsOf(m_catalog.bands(), bandNode());
         if (bands.kind == Kind::everything) return own;
@@ -196,35 +196,6 @@ private:
             StorePath path;
             return pathFrom(m_catalog, table, *condition, path);
         });
-    }
-
-    std::vector<StorePath> bandPaths(int table) const {
-        std::vector<StorePath> out;
-        StorePath path;
-        path.table = m_catalog.bands();
-        path.lastTable = path.table;
-        addBandPaths(table, path, out);
-        return out;
-    }
-
-    void addBandPaths(int table, const StorePath& from, std::vector<StorePath>& out) const {
-        constexpr std::size_t kMostHops = 3;
-        const CatalogTable& rows = m_catalog.table(from.lastTable);
-        for (std::size_t i = 0; i < rows.columns.size(); ++i) {
-            const int target = rows.columns[i].references;
-            if (target < 0 || m_catalog.table(target).role != TableRole::attribute ||
-                !m_catalog.table(target).inFile)
-                continue;
-            StorePath path = from;
-            path.column = static_cast<int>(i);
-            if (target == table) {
-                out.push_back(path);
-            } else if (path.hops.size() < kMostHops) {
-                path.hops.push_back(path.column);
-                path.lastTable = target;
-                addBandPaths(table, path, out);
-            }
-        }
     }
 
     StoreSession& m_session;

@@ -255,6 +255,30 @@ private:
     int m_table;
 };
 
+void addBandPaths(const Catalog& catalog,
+                  int table,
+                  const StorePath& from,
+                  std::vector<StorePath>& out) {
+    constexpr std::size_t kMostHops = 3;
+    const CatalogTable& rows = catalog.table(from.lastTable);
+    for (std::size_t i = 0; i < rows.columns.size(); ++i) {
+        const int target = rows.columns[i].references;
+        if (target < 0 || catalog.table(target).role != TableRole::attribute ||
+            !catalog.table(target).inFile)
+            continue;
+        StorePath path = from;
+        path.column = static_cast<int>(i);
+        path.leafTable = target;
+        if (target == table) {
+            out.push_back(path);
+        } else if (path.hops.size() < kMostHops) {
+            path.hops.push_back(path.column);
+            path.lastTable = target;
+            addBandPaths(catalog, table, path, out);
+        }
+    }
+}
+
 void collect(const Group& group, std::vector<const Condition*>& out) {
     for (const Condition& condition : group.conditions)
         out.push_back(&condition);
@@ -307,6 +331,28 @@ bool pathFrom(const Catalog& catalog, int table, const Condition& condition, Sto
         steps.insert(steps.end(), rest.begin(), rest.end());
     path = pathOf(catalog, table, steps);
     return true;
+}
+
+std::vector<StorePath> pathsFromBands(const Catalog& catalog, int table) {
+    std::vector<StorePath> out;
+    StorePath path;
+    path.table = catalog.bands();
+    path.lastTable = path.table;
+    addBandPaths(catalog, table, path, out);
+    return out;
+}
+
+std::string pathText(const Catalog& catalog, const StorePath& path) {
+    std::string text;
+    int table = path.table;
+    for (const int hop : path.hops) {
+        const CatalogColumn& column = columnAt(catalog, table, hop);
+        text += column.name + ".";
+        table = column.references;
+    }
+    const bool isRow = path.column == StorePath::kRowIdColumn;
+    return text +
+           (isRow ? std::string(columns::kRowId) : columnAt(catalog, table, path.column).name);
 }
 
 FilterNode filterTree(const Catalog& catalog, int table, const QueryFilter& filter) {

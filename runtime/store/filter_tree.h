@@ -46,6 +46,11 @@ bool pathFrom(const Catalog& catalog,
               const QueryFilter::Condition& condition,
               StorePath& path);
 
+// The ways from dd_band to an attribute table that the file holds, along tables that it holds.
+std::vector<StorePath> pathsFromBands(const Catalog& catalog, int table);
+// The columns of a path with dots between, as a query takes them.
+std::string pathText(const Catalog& catalog, const StorePath& path);
+
 // What a query part asks of a table. A condition that can't be told from there is taken the way
 // that keeps more, so that it never hides a row by itself.
 FilterNode filterTree(const Catalog& catalog, int table, const QueryFilter& filter);

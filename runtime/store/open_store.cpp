@@ -4,6 +4,7 @@
 
 #include "store/dialect.h"
 #include "store/file_head.h"
+#include "store/filter_file.h"
 #include "store/instance_reader.h"
 #include "store/instance_reading.h"
 #include "store/read_facts.h"
@@ -105,6 +106,10 @@ OpenStore openStore(const std::string& file, StoreError& error) {
     store.database = database;
     store.perfDatabase = database;
     store.filters = filters;
+    FilterMap kept;
+    store.filterError = readFilters(*session, kept);
+    for (const auto& [name, filter] : kept)
+        filters->setFilter(name, filter);
     return store;
 }
 

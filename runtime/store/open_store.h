@@ -15,13 +15,14 @@ namespace lanefeed_runtime {
 class InstanceReader;
 struct ResultFacts;
 
-// A result that has been opened, and the faces that its session hands out. Reading only: the file
-// is never changed, nor a file beside it.
+// A result that has been opened, and the faces that its session hands out. Reading only: none of
+// them changes the file, nor a file beside it.
 struct OpenStore {
     basekit2::sptr_t<storelink1::IPerfDatabase> perfDatabase;
     basekit2::sptr_t<storelink1::IDatabase> database;
-    // One registry with that of the database.
+    // One registry with that of the database. Holds the filters of the file, unless these failed.
     basekit2::sptr_t<dataface_1::IFilterRegistry> filters;
+    StoreError filterError;
     std::shared_ptr<const ResultFacts> facts;
     std::shared_ptr<InstanceReader> instances;
     // Reads that broke off so far, as they do in a damaged file: what they gave is not all.

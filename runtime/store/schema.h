@@ -32,6 +32,7 @@ enum class TableId {
     band,
     args,
     pauses,
+    filters,
     sliceData,
     markerData,
     asyncData,

@@ -15,6 +15,17 @@ namespace {
 // Virtual machine instructions between two questions to a progress: about 10 ms.
 constexpr int kStepsBetweenQuestions = 100000;
 
+constexpr int kBusyMilliseconds = 2000;
+
+int accessOf(Connection::Mode mode) {
+    switch (mode) {
+    case Connection::Mode::read: return SQLITE_OPEN_READONLY;
+    case Connection::Mode::write: return SQLITE_OPEN_READWRITE;
+    case Connection::Mode::create: break;
+    }
+    return SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_EXCLUSIVE;
+}
+
 int askProgress(void* progress) {
     return static_cast<relay2::IProgress*>(progress)->isCanceled() ? 1 : 0;
 }
@@ -106,13 +117,14 @@ std::unique_ptr<Connection> Connection::open(const std::string& file,
                                              Mode mode,
                                              std::string& error) {
     sqlite3* handle = nullptr;
-    const int access = mode == Mode::read
-                           ? SQLITE_OPEN_READONLY
-                           : SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_EXCLUSIVE;
+    const int access = accessOf(mode);
     const int status =
         sqlite3_open_v2(file.c_str(), &handle, access | SQLITE_OPEN_NOMUTEX, nullptr);
     std::unique_ptr<Connection> connection(new Connection(handle));
-    if (status == SQLITE_OK) return connection;
+    if (status == SQLITE_OK) {
+        if (mode == Mode::write) sqlite3_busy_timeout(handle, kBusyMilliseconds);
+        return connection;
+    }
     error = handle != nullptr ? connection->message() : sqlite3_errstr(status);
     return nullptr;
 }
@@ -135,9 +147,19 @@ std::string Connection::message() const {
     return sqlite3_errmsg(m_handle);
 }
 
-bool Connection::isDamage() const {
-    const int code = sqlite3_errcode(m_handle);
-    return code == SQLITE_CORRUPT || code == SQLITE_NOTADB;
+Connection::Cause Connection::cause() const {
+    switch (sqlite3_errcode(m_handle)) {
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB: return Cause::damage;
+    // The last one: the folder takes no file for the transaction.
+    case SQLITE_READONLY:
+    case SQLITE_PERM:
+    case SQLITE_CANTOPEN: return Cause::readOnly;
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED: return Cause::busy;
+    case SQLITE_FULL: return Cause::full;
+    default: return Cause::other;
+    }
 }
 
 void Connection::watch(relay2::IProgress* progress) {

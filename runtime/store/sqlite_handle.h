@@ -57,7 +57,13 @@ private:
 
 class Connection {
 public:
-    enum class Mode { read, create };
+    enum class Mode {
+        read,
+        create,  // a file that is not there yet
+        write    // a file that is there; waits a while for other programs that use it
+    };
+    // What the last failure says.
+    enum class Cause { other, damage, readOnly, busy, full };
 
     // Null on failure, with the message filled in.
     static std::unique_ptr<Connection> open(const std::string& file, Mode mode, std::string& error);
@@ -71,8 +77,9 @@ public:
     bool run(const std::string& sql);
     // Text of the last failure.
     std::string message() const;
+    Cause cause() const;
     // The last failure says that the file is damaged or no database.
-    bool isDamage() const;
+    bool isDamage() const { return cause() == Cause::damage; }
     // Asks `progress` from inside long steps and ends them when it is cancelled; null to stop
     // asking.
     void watch(relay2::IProgress* progress);

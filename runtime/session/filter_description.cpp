@@ -1,0 +1,105 @@
+// Filters as text. Tested by tests/queries/apply_selection_test.cpp.
+#include "filter_description.h"
+
+#include "store/attribute_retriever.h"
+#include "store/filter_registry.h"
+#include "store/path_walk.h"
+
+#include <storelink1/utils.h>
+
+#include <map>
+#include <utility>
+#include <vector>
+
+namespace lanefeed_runtime {
+namespace {
+
+using Condition = QueryFilter::Condition;
+using Group = QueryFilter::Group;
+using dataface_1::IQueryFilterBuilder;
+
+std::string inQuotes(const std::string& text) {
+    std::string out = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\') out += '\\';
+        out += c;
+    }
+    return out + "\"";
+}
+
+class Teller {
+public:
+    explicit Teller(std::shared_ptr<StoreSession> session) : m_session(std::move(session)) {}
+
+    std::string members(const Group& group, const char* link, bool hasSigns) {
+        std::vector<std::string> parts;
+        for (const Condition& condition : group.conditions)
+            parts.push_back(this->condition(condition, hasSigns && condition.excluded));
+        for (const auto& filter : group.filters)
+            parts.push_back("(" + members(filter->root(), " and ", true) + ")");
+        for (const Group& inner : group.groups)
+            parts.push_back(this->group(inner));
+        std::string text;
+        for (const std::string& part : parts)
+            text += (text.empty() ? "" : link) + part;
+        return text.empty() ? "everything" : text;
+    }
+
+private:
+    std::string group(const Group& group) {
+        const bool isEmpty =
+            group.conditions.empty() && group.filters.empty() && group.groups.empty();
+        const bool isAny = group.kind == IQueryFilterBuilder::groupIncluded;
+        if (isEmpty) return isAny ? "nothing" : "everything";
+        const bool hasSigns = group.kind != IQueryFilterBuilder::groupExcluded;
+        return (isAny ? "(" : "not (") + members(group, " or ", hasSigns) + ")";
+    }
+
+    std::string condition(const Condition& condition, bool isNegated) {
+        return attribute(condition) + (isNegated ? " != " : " = ") + value(condition);
+    }
+
+    // The table at the end of the path, "" where it ends in a plain column.
+    std::string leafTable(const Condition& condition) const {
+        if (m_session == nullptr) return {};
+        const Catalog& catalog = m_session->catalog;
+        const int table = catalog.find(condition.table);
+        StorePath path;
+        const std::string text = condition.path.empty() ? "rowid" : condition.path;
+        const bool isRow =
+            table >= 0 && resolvePath(catalog, table, text, path) && path.kind == ValueKind::id;
+        return isRow ? catalog.table(path.leafTable).name : std::string();
+    }
+
+    std::string attribute(const Condition& condition) const {
+        const std::string leaf = leafTable(condition);
+        if (leaf.compare(0, 3, "dd_") == 0) return leaf.substr(3);
+        return condition.table + "::" + condition.path;
+    }
+
+    std::string value(const Condition& condition) {
+        const std::string text = storelink1::utils::variantToString(condition.value);
+        if (condition.value.is_null() || text == "-1") return "none";
+        if (condition.value.can_get<const char*>()) return inQuotes(text);
+        const std::string leaf = leafTable(condition);
+        if (leaf.empty() || leaf == "dd_band") return text;
+        const std::string suffix = condition.suffix.empty() ? "name" : condition.suffix;
+        auto& column = m_texts[leaf + "." + suffix];
+        if (column == nullptr) column = readAttributeColumn(*m_session, leaf + "." + suffix);
+        const auto row = static_cast<std::size_t>(condition.value.get<basekit2::s64_t>());
+        const bool isKnown =
+            column != nullptr && row < column->values.size() && column->exists[row];
+        return isKnown ? inQuotes(storelink1::utils::variantToString(column->values[row])) : text;
+    }
+
+    const std::shared_ptr<StoreSession> m_session;
+    std::map<std::string, std::shared_ptr<const AttributeColumn>> m_texts;
+};
+
+}  // namespace
+
+std::string filterDescription(const FilterRegistry& filters, const QueryFilter& filter) {
+    return Teller(filters.session()).members(filter.root(), " and ", true);
+}
+
+}  // namespace lanefeed_runtime
