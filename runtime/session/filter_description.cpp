@@ -8,6 +8,7 @@
 #include <storelink1/utils.h>
 
 #include <map>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -32,16 +33,17 @@ public:
     explicit Teller(std::shared_ptr<StoreSession> session) : m_session(std::move(session)) {}
 
     std::string members(const Group& group, const char* link, bool hasSigns) {
-        std::vector<std::string> parts;
-        for (const Condition& condition : group.conditions)
-            parts.push_back(this->condition(condition, hasSigns && condition.excluded));
-        for (const auto& filter : group.filters)
-            parts.push_back("(" + members(filter->root(), " and ", true) + ")");
-        for (const Group& inner : group.groups)
-            parts.push_back(this->group(inner));
         std::string text;
-        for (const std::string& part : parts)
-            text += (text.empty() ? "" : link) + part;
+        std::set<std::string> told;  // one row may be reached in several ways
+        const auto add = [&](const std::string& part) {
+            if (told.insert(part).second) text += (text.empty() ? "" : link) + part;
+        };
+        for (const Condition& condition : group.conditions)
+            add(this->condition(condition, hasSigns && condition.excluded));
+        for (const auto& filter : group.filters)
+            add("(" + members(filter->root(), " and ", true) + ")");
+        for (const Group& inner : group.groups)
+            add(this->group(inner));
         return text.empty() ? "everything" : text;
     }
 
@@ -83,6 +85,7 @@ private:
         if (condition.value.can_get<const char*>()) return inQuotes(text);
         const std::string leaf = leafTable(condition);
         if (leaf.empty() || leaf == "dd_band") return text;
+        if (text == "0") return "nothing";
         const std::string suffix = condition.suffix.empty() ? "name" : condition.suffix;
         auto& column = m_texts[leaf + "." + suffix];
         if (column == nullptr) column = readAttributeColumn(*m_session, leaf + "." + suffix);

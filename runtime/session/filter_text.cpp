@@ -172,6 +172,8 @@ private:
             return false;
         }
         for (std::size_t i = 0; i < targets.size(); ++i) {
+            // No row bears 0: the tables of this target keep nothing, the others are left alone.
+            if (ids[i].empty() && !parts.excludes) ids[i].insert(0);
             QueryFilter::Group group;
             group.kind = parts.excludes ? IQueryFilterBuilder::groupExcluded
                                         : IQueryFilterBuilder::groupIncluded;

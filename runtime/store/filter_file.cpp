@@ -213,10 +213,12 @@ FilterRow rowOf(const Statement& rows) {
 }
 
 std::string selectFilters() {
+    // Qualified: the engine takes an unknown name that stands alone for a text.
     std::string sql;
     for (const ColumnDef& column : table(TableId::filters).columns)
-        sql += (sql.empty() ? "select " : ", ") + dialect::quoted(column.name);
-    return sql + " from " + dialect::quoted(table(TableId::filters).name) + " order by \"rowid\"";
+        sql += (sql.empty() ? "select t0." : ", t0.") + dialect::quoted(column.name);
+    return sql + " from " + dialect::quoted(table(TableId::filters).name) +
+           " as t0 order by t0.\"rowid\"";
 }
 
 StoreError unreadable(const std::string& file, const std::string& why) {

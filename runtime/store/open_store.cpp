@@ -50,7 +50,10 @@ StoreError damage(const std::string& file, const std::string& what) {
     return {Kind::notUnderstood, file + ": is damaged: " + what + "; import the trace again"};
 }
 
-std::shared_ptr<StoreSession> openSession(const std::string& file, StoreError& error) {
+// Null, with the error, when the file can't be read.
+std::shared_ptr<StoreSession> readSession(const std::string& file,
+                                          StoreError& error,
+                                          Connection::Cause& cause) {
     auto session = std::make_shared<StoreSession>();
     session->file = file;
     std::string message;
@@ -62,15 +65,33 @@ std::shared_ptr<StoreSession> openSession(const std::string& file, StoreError& e
     }
     const bool isRead = session->connection->run(dialect::readerSettings()) &&
                         session->catalog.read(*session->connection);
-    if (!isRead) {
-        const std::string text = session->connection->message();
-        error = session->connection->isDamage()
-                    ? damage(file, text)
-                    : StoreError{Kind::cannotRead,
-                                 file + ": cannot be read: " + text + "; check the disk"};
-        return nullptr;
-    }
-    return session;
+    if (isRead) return session;
+    const std::string text = session->connection->message();
+    cause = session->connection->cause();
+    error =
+        session->connection->isDamage()
+            ? damage(file, text)
+            : StoreError{Kind::cannotRead, file + ": cannot be read: " + text + "; check the disk"};
+    return nullptr;
+}
+
+// A program that died while it kept filters leaves a file that nobody may read before the change is
+// taken back, which the engine does for who may write.
+bool takeBackChange(const std::string& file) {
+    std::string message;
+    const auto connection = Connection::open(file, Connection::Mode::write, message);
+    if (connection == nullptr) return false;
+    Statement tables = connection->prepare(dialect::listTables());
+    return tables && tables.step() != Statement::Step::failed;
+}
+
+std::shared_ptr<StoreSession> openSession(const std::string& file, StoreError& error) {
+    Connection::Cause cause = Connection::Cause::other;
+    std::shared_ptr<StoreSession> session = readSession(file, error, cause);
+    if (session != nullptr || cause != Connection::Cause::readOnly || !takeBackChange(file))
+        return session;
+    error = {};
+    return readSession(file, error, cause);
 }
 
 // What every result holds; a file without it was not made by a writer of results.

@@ -126,7 +126,7 @@ TEST_F(FilterText, TellsWhatItDoesNotTake) {
     std::string columns;
     for (const FilterColumn& column : filterColumns(m_result))
         columns += column.name + (column.help.empty() ? "? " : " ");
-    EXPECT_EQ(columns, "category counter marker name process task thread time ");
+    EXPECT_EQ(columns, "category counter marker name pid process task thread tid track unit time ");
 }
 
 }  // namespace

@@ -127,18 +127,21 @@ TEST_F(FilterFileTest, ReadsBackWhatWasWritten) {
     EXPECT_EQ(m_directory.names(), std::vector<std::string>{"trace.lft"});
 }
 
-// The write that goes beyond the limit fails, in the journal or in the file itself.
+// The write that goes beyond the limit fails, in the journal or in the file itself; the latter
+// can't be taken back before the limit is gone.
 TEST_F(FilterFileTest, KeepsTheOldOnesWhenTheDiskFails) {
     ASSERT_FALSE(write({{"old", {nullptr, rich().time}}}).failed());
     const auto oldAction = std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto facts = open().facts;
     int failures = 0;
     for (bool isDone = false; !isDone && !HasFailure();) {
         rlimit limit = before;
         limit.rlim_cur = static_cast<rlim_t>(failures) * 10000;
         ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
-        const StoreError error = write({{"new", rich()}});
+        bool isReadOnly = false;
+        const StoreError error = writeFilters(*facts, {{"new", rich()}}, isReadOnly);
         ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
         isDone = !error.failed();
         if (isDone) break;
