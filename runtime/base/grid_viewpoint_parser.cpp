@@ -165,7 +165,7 @@ basekit2::error_code_t createGridViewpointParser(
     if (library == nullptr || input.is_null())
         return lanefeed_runtime::invalidArgument("library && input", __LINE__);
     lanefeed_runtime::GridSection section;
-    const basekit2::error_code_t err =
+    basekit2::error_code_t err =
         lanefeed_runtime::readGridSection(bag, *library, messenger, section);
     if (!err.succeeded()) return err;
     out = basekit2::make_object<lanefeed_runtime::GridViewpointParser>(

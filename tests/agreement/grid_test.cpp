@@ -19,7 +19,6 @@ namespace {
 
 using basekit2::error_code_t;
 using basekit2::sptr_t;
-using dataface_1::IQuery;
 using dataface_1::ITableTree;
 using dataface_1::IVectorQuery;
 using slicekit_1_0::IGridQuery;
@@ -205,6 +204,7 @@ TEST_F(Grids, MakeFiltersOfTheirRowsAndKeepToFilters) {
     const auto rows = allRows(tree);
     const auto filtered = [&](const std::vector<std::size_t>& places) {
         std::vector<sptr_t<dataface_1::ITableRow>> chosen;
+        chosen.reserve(places.size());
         for (const std::size_t place : places)
             chosen.push_back(rows[place]);
         sptr_t<dataface_1::IQueryFilter> filter;

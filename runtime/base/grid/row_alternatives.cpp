@@ -46,6 +46,13 @@ std::string quoted(const IQuery& query) {
     return "\"" + query.getId() + "\"";
 }
 
+error_code_t differentRows(const std::string& names,
+                           const std::string& table,
+                           const std::string& otherTable) {
+    return gridError("the alternatives " + names + " of a grouping lead to different rows, " +
+                     table + " and " + otherTable + "; make a rowBy of each");
+}
+
 error_code_t checkSame(const RowAlternative& first,
                        const RowAlternative& other,
                        storelink1::IDatabase* database) {
@@ -59,10 +66,7 @@ error_code_t checkSame(const RowAlternative& first,
     for (std::size_t level = 0; database != nullptr && level < first.levels.size(); ++level) {
         const std::string table = leafTableOf(*first.levels[level], *database);
         const std::string otherTable = leafTableOf(*other.levels[level], *database);
-        if (table != otherTable)
-            return gridError("the alternatives " + names +
-                             " of a grouping lead to different rows, " + table + " and " +
-                             otherTable + "; make a rowBy of each");
+        if (table != otherTable) return differentRows(names, table, otherTable);
     }
     return error_code_t::success;
 }
