@@ -42,8 +42,8 @@ public:
                                 const basekit2::generic_iterator_t<std::string>& names,
                                 relay2::IProgress* progress) override;
 
-    // What one more filter leaves of this: one object for each state of the filter, and this one
-    // where it is empty.
+    // What one more filter leaves of this, and this one where it is empty. One object for each
+    // state of "global"; so also for the few other names that were used last.
     basekit2::sptr_t<MemoryTimeline> narrowed(const std::string& name, const NamedFilter& filter);
     // Read when it is asked for the first time; a table that does not exist fails then.
     std::shared_ptr<InstanceTable> instances(const std::string& instanceTable) {
@@ -62,9 +62,11 @@ private:
     using Held = std::pair<storelink1::timeline_grouper_type_t, std::string>;
     struct Narrowed {
         NamedFilter filter;
+        unsigned lastUse = 0;
         basekit2::sptr_t<MemoryTimeline> timeline;
     };
 
+    void forgetUnused();  // with m_mutex held
     void hold(storelink1::timeline_grouper_type_t kind,
               const std::string& instanceTable,
               const Names& names);
@@ -81,6 +83,7 @@ private:
     std::mutex m_mutex;  // guards what follows, never held during a read
     std::map<Held, std::set<Names>> m_held;
     std::map<std::string, Narrowed> m_narrowed;  // by name of the filter
+    unsigned m_uses = 0;                         // of these
 };
 
 }  // namespace lanefeed_runtime

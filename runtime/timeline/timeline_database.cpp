@@ -24,6 +24,9 @@ using storelink1::timeline_grouper_type_t;
 namespace {
 
 constexpr int kAllLevels = -1;
+constexpr const char* kGlobalFilter = "global";
+// Each may hold whole tables.
+constexpr std::size_t kMostNarrowed = 4;
 
 // The iterator is walked from where it stands and left at its start again.
 template <class T>
@@ -102,7 +105,21 @@ sptr_t<MemoryTimeline> MemoryTimeline::narrowed(const std::string& name,
         kept.timeline = basekit2::make_object<MemoryTimeline>(*this, filter);
         kept.filter = filter;
     }
-    return kept.timeline;
+    kept.lastUse = ++m_uses;
+    sptr_t<MemoryTimeline> out = kept.timeline;
+    if (m_narrowed.size() > kMostNarrowed) forgetUnused();
+    return out;
+}
+
+// Names of filters come and go, and nobody tells when one is not used any more.
+void MemoryTimeline::forgetUnused() {
+    auto oldest = m_narrowed.end();
+    for (auto it = m_narrowed.begin(); it != m_narrowed.end(); ++it) {
+        const bool isOlder =
+            oldest == m_narrowed.end() || it->second.lastUse < oldest->second.lastUse;
+        if (it->first != kGlobalFilter && isOlder) oldest = it;
+    }
+    if (oldest != m_narrowed.end()) m_narrowed.erase(oldest);
 }
 
 void MemoryTimeline::hold(timeline_grouper_type_t kind,

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <random>
 #include <set>
 #include <thread>
@@ -187,6 +188,31 @@ TEST(TimelineDatabase, NothingIsDrawnInTimeThatAFilterCutsOut) {
             EXPECT_FALSE(found.empty());
             EXPECT_EQ(found, expected) << "level " << level;
         }
+}
+
+TEST(TimelineDatabase, IsOneObjectForEachStateOfGlobalHoweverManyOtherFiltersThereAre) {
+    const Fixture fixture(someInstances(10));
+    std::map<std::string, lanefeed_runtime::NamedFilter> filters;
+    const auto under = [&](const std::string& name) {
+        return lanefeed_runtime::filteredTimelineDatabase(
+            fixture.database, name, [&](const std::string& asked) { return filters[asked]; });
+    };
+    EXPECT_EQ(under("global"), fixture.database);
+    filters["global"].time = lanefeed_test::timeFilter({{1, 50}});
+    const auto first = under("global");
+    EXPECT_NE(first, fixture.database);
+    for (int i = 0; i < 20; ++i) {
+        const std::string name = "filter" + std::to_string(i);
+        filters[name].time = lanefeed_test::timeFilter({{1, 20}});
+        const auto other = under(name);
+        EXPECT_EQ(under(name), other);
+        EXPECT_EQ(under("global"), first);
+    }
+    filters["global"].time = lanefeed_test::timeFilter({{1, 50}});
+    const auto second = under("global");
+    EXPECT_NE(second, first);
+    filters["global"] = {};
+    EXPECT_EQ(under("global"), fixture.database);
 }
 
 TEST(TimelineDatabase, HoldsWhatWasFilledAndReadsItOnce) {
