@@ -270,6 +270,12 @@ private:
     bool translateBandLevel(RowByWalk& walk, std::vector<int>& map);
 
     // --- tooltips (dbiproviderimpl_tooltips.cpp)
+    // Adds the records of a level to those of their rows, by row id; a level that can't be read
+    // adds nothing.
+    bool readAttributeLevel(const QueryParam& param,
+                            const QueryPath& rowByPath,
+                            const std::vector<std::vector<int>>& bandMaps,
+                            std::map<int, std::vector<OverTimeData>>& perRow);
     // Lines of a tooltip: the attribute, and its value as a text.
     using TooltipTexts = std::vector<std::pair<const DicerDataSource::ExtraArgs*, std::string>>;
     TooltipTexts readTooltip(const DicerDataSource* ds, int id);

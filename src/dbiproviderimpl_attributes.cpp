@@ -80,6 +80,25 @@ bool DbiProviderImpl::translateBandLevel(RowByWalk& walk, std::vector<int>& map)
     return readBandMap(parts[0], attribute, map);
 }
 
+bool DbiProviderImpl::readAttributeLevel(const QueryParam& param,
+                                         const QueryPath& rowByPath,
+                                         const std::vector<std::vector<int>>& bandMaps,
+                                         std::map<int, std::vector<OverTimeData>>& perRow) {
+    std::vector<OverTimeData> current;
+    std::vector<OverTimeDataSeries> series;
+    const bool wasRead = getOverTimeDataForRowLevel(param, rowByPath, current, series);
+    if (isCanceled()) return false;
+    if (!wasRead) return true;
+    for (OverTimeData& record : current) {
+        if (record.dbIndexes.empty()) continue;
+        int summaryId = -1;
+        if (!findRow(translated(record.dbIndexes, bandMaps), summaryId)) return false;
+        if (!LF_CHECK_AS(summaryId >= 0, "summaryRow")) return false;
+        perRow[summaryId].push_back(std::move(record));
+    }
+    return true;
+}
+
 bool DbiProviderImpl::getAttrOverTimeData(const QueryParam& param,
                                           std::vector<OverTimeData>& data) {
     if (isCanceled() || param.dds == nullptr) return false;
@@ -92,18 +111,7 @@ bool DbiProviderImpl::getAttrOverTimeData(const QueryParam& param,
     for (RowByWalk walk(param.rowByDS); !walk.atEnd(); walk.next()) {
         if (!translateBandLevel(walk, bandMaps.emplace_back()) || isCanceled()) return false;
         if (!isApplicableRowByLevel(param, walk.level())) continue;
-        std::vector<OverTimeData> current;
-        std::vector<OverTimeDataSeries> series;
-        const bool wasRead = getOverTimeDataForRowLevel(param, walk.path(), current, series);
-        if (isCanceled()) return false;
-        if (!wasRead) continue;
-        for (OverTimeData& record : current) {
-            if (record.dbIndexes.empty()) continue;
-            int summaryId = -1;
-            if (!findRow(translated(record.dbIndexes, bandMaps), summaryId)) return false;
-            if (!LF_CHECK_AS(summaryId >= 0, "summaryRow")) return false;
-            perRow[summaryId].push_back(std::move(record));
-        }
+        if (!readAttributeLevel(param, walk.path(), bandMaps, perRow)) return false;
     }
     for (const auto& [row, records] : perRow)
         aggregateOvertimeData(data[static_cast<std::size_t>(row)], records, agAverage);

@@ -19,7 +19,6 @@ namespace lanefeed_tool {
 namespace {
 
 using lanefeed_1::DicerDataSource;
-using lanefeed_1::IDicerProvider;
 using lanefeed_1::TLViewpointParser;
 using LayerInfo = TLViewpointParser::LayerInfo;
 
@@ -52,6 +51,7 @@ std::vector<LineSource> lineSources(const DicerDataSource& tooltip) {
 
 std::vector<std::string> tablesOf(const std::vector<LineSource>& lines) {
     std::vector<std::string> tables;
+    tables.reserve(lines.size());
     for (const LineSource& line : lines)
         tables.push_back(line.table);
     return tables;

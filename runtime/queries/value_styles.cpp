@@ -104,14 +104,14 @@ std::string readList(const variant_bag_t& element, ValueStyleList& styles) {
             return "unknown attribute \"" + it.get_name() + "\"; write query alone";
     for (auto it = element.begin<variant_bag_t>(); !it.at_end(); it.next()) {
         ValueStyle style;
-        const std::string number = "style " + std::to_string(styles.size() + 1);
+        const std::string place = "style " + std::to_string(styles.size() + 1) + ": ";
         const std::string error = readStyle(it.get_value(), style);
-        if (!error.empty()) return number + ": " + error;
+        if (!error.empty()) return place + error;
         const bool isRepeated =
             std::any_of(styles.begin(), styles.end(), [&](const ValueStyle& other) {
                 return other.text == style.text && other.isPattern == style.isPattern;
             });
-        if (isRepeated) return number + ": \"" + style.text + "\" stands above already";
+        if (isRepeated) return place + "\"" + style.text + "\" stands above already";
         styles.push_back(std::move(style));
     }
     return styles.empty() ? "it has no <style>" : std::string();
@@ -125,7 +125,7 @@ std::string namedAttribute(const std::string& id, const QueriesById& queries, st
         return {};
     }
     const auto info = dataface_1::IInfoQuery::cast(found->second);
-    const std::string attribute = info.is_null() ? std::string() : attributeOf(*info);
+    std::string attribute = info.is_null() ? std::string() : attributeOf(*info);
     if (attribute.empty())
         error =
             "its query shows no attribute; name an infoQuery with <dbPath>TABLE::PATH</dbPath> and "

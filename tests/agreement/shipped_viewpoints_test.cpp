@@ -73,12 +73,16 @@ protected:
         parse(bag);
     }
 
-    // A layer over the whole trace: each row, then each series with its filled buckets.
-    std::string series(std::size_t area, std::size_t layer, basekit2::u32_t bins = 10) {
+    // A layer over the whole trace: one tree for each row, in `rows`. The answer is what went
+    // wrong, empty for nothing.
+    std::string ask(std::size_t area,
+                    std::size_t layer,
+                    basekit2::u32_t bins,
+                    sptr_t<dataface_1::ITableTree>& rows,
+                    std::vector<sptr_t<dataface_1::ITableTree>>& forest) {
         TLViewpointParser::RowSet& rowSet = m_parser.m_areas.at(area).rowSets.at(0);
         const sptr_t<IDicerProvider> provider = IDicerProvider::create(m_result);
         provider->setResult(static_cast<int>(area) + 1, m_result, &rowSet, "shipped", 0);
-        sptr_t<dataface_1::ITableTree> rows;
         if (!provider->getRowSummary(rows, -1, true, true)) return "no rows";
         if (!m_parser.isApplicable(rowSet.layers.at(layer), provider.get()))
             return "not applicable";
@@ -92,9 +96,15 @@ protected:
             source.m_dataType == DicerDataSource::dsDerived ? IDicerProvider::otDerived
             : source.m_dataType == DicerDataSource::dsInfo  ? IDicerProvider::otAttribute
                                                             : IDicerProvider::otTime;
+        return provider->getOverTimeData(param, route, forest) ? "" : "no data";
+    }
+
+    // Each row, then each series with its filled buckets.
+    std::string series(std::size_t area, std::size_t layer, basekit2::u32_t bins = 10) {
+        sptr_t<dataface_1::ITableTree> rows;
         std::vector<sptr_t<dataface_1::ITableTree>> forest;
-        if (!provider->getOverTimeData(param, route, forest)) return "no data";
-        std::string text;
+        std::string text = ask(area, layer, bins, rows, forest);
+        if (!text.empty()) return text;
         const std::vector<sptr_t<dataface_1::ITableRow>> all = allRows(rows);
         for (std::size_t i = 0; i < forest.size(); ++i)
             text += nameOf(rows, all.at(i)) + "\n" + seriesText(forest[i]);
@@ -270,6 +280,27 @@ TEST_F(ShippedViewpoints, TheExampleOfTheDocumentationWorks) {
     EXPECT_EQ(series(0, 0),
               "app\n  Busy time: 0=100 1=100 2=200 3=200 4=200 5=100 6=200 7=100 8=100 9=100\n");
     EXPECT_EQ(series(0, 1), "app\n  ui: 0=100 2=100 3=100 4=100\n  io: 1=100 6=100\n");
+}
+
+TEST_F(ShippedViewpoints, StylesOfValuesColourTheirSeries) {
+    basekit2::variant_bag_t bag;
+    const std::string viewpoint =
+        "<viewpoint><area><rowSet><rowBy useGridQuery='false' query='thread'/>"
+        "<layer type='Overtime'><drawBy query='timeByCategory'/></layer></rowSet></area>"
+        "</viewpoint>";
+    ASSERT_TRUE(is_success(load_variant_bag_from_string2(bag, viewpoint, "viewpoint")));
+    parse(bag);
+    sptr_t<dataface_1::ITableTree> rows;
+    std::vector<sptr_t<dataface_1::ITableTree>> forest;
+    ASSERT_EQ(ask(0, 0, 10, rows, forest), "");
+    std::string colors;
+    for (const sptr_t<dataface_1::IColumnInfo>& column : allColumns(forest.at(0))) {
+        basekit2::variant_t color;
+        if (column->getContent(dataface_1::ccStyle, color))
+            colors += columnName(column) + "=" + std::to_string(color.get<basekit2::u32_t>());
+    }
+    // Blue, green, red, alpha from the top; ui and io have no style.
+    EXPECT_EQ(colors, "gc=" + std::to_string(0x2828C6FFU));
 }
 
 }  // namespace
