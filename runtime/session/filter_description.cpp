@@ -80,7 +80,7 @@ private:
     }
 
     std::string value(const Condition& condition) {
-        const std::string text = storelink1::utils::variantToString(condition.value);
+        std::string text = storelink1::utils::variantToString(condition.value);
         if (condition.value.is_null() || text == "-1") return "none";
         if (condition.value.can_get<const char*>()) return inQuotes(text);
         const std::string leaf = leafTable(condition);

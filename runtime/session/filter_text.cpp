@@ -292,7 +292,7 @@ bool readFilterTexts(const sptr_t<dataface_1::IInputData>& result,
     TextReader reader(result, filters, facts);
     for (const std::string& text : texts) {
         if (reader.read(text, error)) continue;
-        error = text + ": " + error;
+        error.insert(0, text + ": ");
         return false;
     }
     filters->setFilter(name, reader.filter());

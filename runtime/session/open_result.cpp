@@ -95,6 +95,7 @@ sptr_t<dataface_1::IInputData> openResult(const std::string& path,
     sptr_t<dataface_1::IQueryLibrary> library =
         makeLibrary(store.database, options, styles, outcome);
     if (library.is_null()) return {};
+    if (store.filterError.failed()) outcome.warnings.push_back(store.filterError.text);
     if (options.installMessages) installShippedCatalogs();
     return basekit2::make_object<ResultData>(std::move(library), std::move(styles),
                                              std::move(store));

@@ -17,7 +17,6 @@ namespace lanefeed_runtime {
 namespace {
 
 using basekit2::s64_t;
-using basekit2::variant_t;
 using dataface_1::IQueryFilterBuilder;
 using Condition = QueryFilter::Condition;
 using ErrorKind = StoreError::Kind;
@@ -86,15 +85,17 @@ private:
     }
 
     bool writeMembers(const Group& group, int level) {
-        for (const Condition& condition : group.conditions)
-            if (!writeCondition(condition, level)) return false;
-        for (const auto& filter : group.filters)
-            if (!writeFilter(*filter, level)) return false;
-        for (const Group& inner : group.groups) {
-            begin(level, kGroups[inner.kind]);
-            if (!m_insert.run() || !writeMembers(inner, level + 1)) return false;
-        }
-        return true;
+        const auto writesAll = [](const auto& members, const auto& write) {
+            return std::all_of(members.begin(), members.end(), write);
+        };
+        return writesAll(group.conditions,
+                         [&](const Condition& one) { return writeCondition(one, level); }) &&
+               writesAll(group.filters,
+                         [&](const auto& one) { return writeFilter(*one, level); }) &&
+               writesAll(group.groups, [&](const Group& one) {
+                   begin(level, kGroups[one.kind]);
+                   return m_insert.run() && writeMembers(one, level + 1);
+               });
     }
 
     bool writeCondition(const Condition& condition, int level) {
@@ -181,7 +182,7 @@ private:
                 isFilter ? static_cast<int>(IQueryFilterBuilder::groupIncluded) : groupOf(row.kind);
             if (inner.kind < 0 || !readMembers(inner, level + 1)) return false;
             if (isFilter) {
-                group.filters.push_back(basekit2::make_object<QueryFilter>(std::move(inner)));
+                group.filters.emplace_back(basekit2::make_object<QueryFilter>(std::move(inner)));
             } else {
                 group.groups.push_back(std::move(inner));
             }
@@ -330,7 +331,7 @@ StoreError writeFilters(const ResultFacts& facts, const FilterMap& filters, bool
     }
     if (replaceFilters(*connection, filters) && connection->run("commit")) return {};
     isReadOnly = connection->cause() == Connection::Cause::readOnly;
-    const StoreError error = writeError(*connection, facts.file);
+    StoreError error = writeError(*connection, facts.file);
     connection->run("rollback");
     return error;
 }

@@ -38,7 +38,7 @@ basekit2::variant_t plain(const basekit2::variant_t& value) {
 
 // A list of queries stands for its first one.
 sptr_t<IInfoQuery> attributeOf(const sptr_t<dataface_1::IQuery>& query) {
-    const sptr_t<IInfoQuery> info = IInfoQuery::cast(query);
+    sptr_t<IInfoQuery> info = IInfoQuery::cast(query);
     if (!info.is_null()) return info;
     const auto list = dataface_1::IVectorQuery::cast(query);
     return list.is_null() ? info : IInfoQuery::cast(list->getDefaultQuery());

@@ -55,11 +55,10 @@ private:
     // What a band asks of its instances holds for the kinds of bands on which such instances stand.
     FilterNode bandNode() {
         const std::vector<int> tables = instanceTables();
-        std::vector<FilterNode> held;
+        std::vector<FilterNode> held = otherTypes(tables);
+        held.reserve(held.size() + tables.size());
         for (const int table : tables)
             held.push_back(holding(table));
-        for (const FilterNode& type : otherTypes(tables))
-            held.push_back(type);
         FilterNode instances = tables.empty() ? FilterNode() : anyOf(std::move(held));
         return allOf({rowNode(m_catalog.bands()), std::move(instances)});
     }

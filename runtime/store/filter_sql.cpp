@@ -10,6 +10,7 @@
 #include "store/store_session.h"
 
 #include <algorithm>
+#include <fmt/format.h>
 #include <limits>
 #include <utility>
 
@@ -100,8 +101,8 @@ private:
             const int target = columnAt(table, hop).references;
             const std::string reference = columnText(table, hop, at);
             at = nextAlias();
-            text += "(" + reference + " is not null and " + reference + " in (" +
-                    selectRows(target, at);
+            text +=
+                fmt::format("({0} is not null and {0} in ({1}", reference, selectRows(target, at));
             close += "))";
             table = target;
         }
@@ -146,9 +147,8 @@ private:
         std::vector<std::string> parts;
         for (const storelink1::time_interval_t& span : node.spans) {
             if (span.start > kMost) break;
-            parts.push_back("(" + alias + ".\"end_tsc\" >= " + std::to_string(span.start) +
-                            " and " + alias + ".\"start_tsc\" < " +
-                            std::to_string(std::min(span.end, kMost)) + ")");
+            parts.push_back(fmt::format("({0}.\"end_tsc\" >= {1} and {0}.\"start_tsc\" < {2})",
+                                        alias, span.start, std::min(span.end, kMost)));
         }
         return parts.empty() ? kFalse : chain(std::move(parts), " or ");
     }
@@ -168,7 +168,7 @@ private:
             const std::string rows = select(hop);
             table = columnAt(table, hop).references;
             at = nextAlias();
-            condition = at + ".\"rowid\" in (" + rows + ")";
+            condition = fmt::format("{}.\"rowid\" in ({})", at, rows);
         }
         return "(" + alias + ".\"rowid\" in (" + select(path.column) + "))";
     }

@@ -3,6 +3,7 @@
 
 #include "session/filter_text.h"
 #include "session/open_result.h"
+#include "store/sqlite_handle.h"
 #include "support/store_text.h"
 #include "support/temp_directory.h"
 #include "support/trace_text.h"
@@ -133,6 +134,24 @@ TEST_F(ApplySelection, LastsWithTheResult) {
     EXPECT_EQ(saveFilters(m_result).kind, FilterOutcome::done);
     open();
     EXPECT_EQ(described(), "");
+}
+
+TEST_F(ApplySelection, TellsOfFiltersThatAreNotUnderstood) {
+    const std::string first = answer();
+    select({"thread=worker"});
+    applySelection(m_result);
+    saveFilters(m_result);
+    {
+        std::string error;
+        const auto connection = Connection::open(m_file, Connection::Mode::write, error);
+        ASSERT_TRUE(connection->run("update filters set level = 7"));
+    }
+    OpenOutcome outcome;
+    m_result = openResult(m_file, {}, outcome);
+    EXPECT_TRUE(outcome.isOpened());
+    ASSERT_EQ(outcome.warnings.size(), 1U);
+    EXPECT_NE(outcome.warnings.front().find(m_file), std::string::npos);
+    EXPECT_EQ(answer(), first);
 }
 
 }  // namespace
