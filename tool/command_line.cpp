@@ -43,6 +43,13 @@ void addQueryFiles(CLI::App& verb, ViewOptions& options) {
         ->option_text("FILE");
 }
 
+void addFilters(CLI::App& verb, ViewOptions& options) {
+    verb.add_option("--filter", options.filters,
+                    "Keep what fits, for this call: thread=main,worker* or name!=idle or "
+                    "time=1s..2s; repeated: all of them")
+        ->option_text("FILTER");
+}
+
 void addViewpoint(CLI::App& verb, ViewOptions& options) {
     verb.add_option("--viewpoint", options.viewpoint,
                     "Viewpoint to apply: a file, or a shipped one by name, such as processes "
@@ -80,6 +87,7 @@ CLI::App* addInfo(CLI::App& app, ViewOptions& options) {
     CLI::App* verb =
         app.add_subcommand("info", "Tell what a result holds and what was left out of it");
     verb->add_option("result", options.result, "Result file")->required()->option_text("NAME.lft");
+    addFilters(*verb, options);
     addFormat(*verb, options.format);
     verb->footer("Example: lanefeed info build.lft --format json");
     return verb;
@@ -108,6 +116,7 @@ CLI::App* addViewpointVerb(CLI::App& app, ViewOptions& options) {
                    "Print a commented viewpoint to start from, with what the result holds")
         ->excludes(check);
     addViewpoint(*verb, options);
+    addFilters(*verb, options);
     addFormat(*verb, options.format);
     verb->footer(
         "Examples:\n"
@@ -129,9 +138,52 @@ CLI::App* addRows(CLI::App& app, ViewOptions& options) {
     CLI::App* verb = app.add_subcommand("rows", "Print the rows of an area");
     verb->add_option("result", options.result, "Result file")->required()->option_text("NAME.lft");
     addViewpoint(*verb, options);
+    addFilters(*verb, options);
     addArea(*verb, options);
+    verb->add_option("--sort", options.sort,
+                     "Sort by a column: name, start, end or one of values; :desc turns it round")
+        ->option_text("COLUMN[:desc]");
+    verb->add_flag("--visible", options.visible,
+                   "Only the rows that filters leave, with the ids they have without --filter");
     addFormat(*verb, options.format);
-    verb->footer("Example: lanefeed rows build.lft --format csv");
+    verb->footer("Example: lanefeed rows build.lft --sort name --format csv");
+    return verb;
+}
+
+CLI::App* addSelect(CLI::App& app, ViewOptions& view, SelectOptions& options) {
+    CLI::App* verb =
+        app.add_subcommand("select", "Select time, rows or an object; every later answer follows");
+    verb->add_option("result", view.result, "Result file, which keeps the selection")
+        ->required()
+        ->option_text("NAME.lft");
+    CLI::Option* time =
+        verb->add_option("--time", view.time, "Span from the first tick, such as 1.2s..3.4s")
+            ->option_text("A..B");
+    CLI::Option* rows =
+        verb->add_option("--rows", options.rows, "Ids of rows, as 'lanefeed rows' prints them")
+            ->option_text("N,N...");
+    CLI::Option* attr =
+        verb->add_option("--attr", options.attr,
+                         "Object of a layer, such as a name of slices, by its number or its name")
+            ->excludes(time)
+            ->excludes(rows)
+            ->option_text("LAYER:ID");
+    verb->add_flag("--exclude", options.exclude, "Leave the time or the rows out instead");
+    verb->add_flag("--dive", options.dive, "Take what the layer's diveBy names of the object")
+        ->needs(attr);
+    verb->add_flag("--replace", options.replace, "In place of what was selected, not within it");
+    verb->add_flag("--clear", options.clear, "Drop all filters of the result")
+        ->excludes(time)
+        ->excludes(rows)
+        ->excludes(attr);
+    addViewpoint(*verb, view);
+    addArea(*verb, view);
+    addFormat(*verb, view.format);
+    verb->footer(
+        "Examples:\n"
+        "  lanefeed select build.lft --time 1s..2s\n"
+        "  lanefeed select build.lft --rows 3,5 --exclude\n"
+        "  lanefeed select build.lft --clear");
     return verb;
 }
 
@@ -140,6 +192,7 @@ CLI::App* addOvertime(CLI::App& app, ViewOptions& options) {
         app.add_subcommand("overtime", "Print the over-time series of an area's layers");
     verb->add_option("result", options.result, "Result file")->required()->option_text("NAME.lft");
     addViewpoint(*verb, options);
+    addFilters(*verb, options);
     addArea(*verb, options);
     verb->add_option("--layer", options.layer, "Layer of the area, from 0 (default: all)")
         ->check(CLI::Range(0, std::numeric_limits<int>::max()))
@@ -171,6 +224,7 @@ CLI::App* addTooltip(CLI::App& app, ViewOptions& view, TooltipOptions& options) 
     CLI::App* verb = app.add_subcommand("tooltip", "Tell about what is under the pointer");
     verb->add_option("result", view.result, "Result file")->required()->option_text("NAME.lft");
     addViewpoint(*verb, view);
+    addFilters(*verb, view);
     addArea(*verb, view);
     verb->add_option("--layer", view.layer,
                      "Layer of the area, from 0 (default: the first one that has a tooltip)")
@@ -255,12 +309,14 @@ int runCommandLine(int count, const char* const* arguments) {
     ImportOptions import;
     ViewOptions view;
     TooltipOptions tooltip;
+    SelectOptions select;
     std::vector<std::pair<CLI::App*, std::function<int()>>> verbs;
     verbs.emplace_back(addImport(app, import), [&import] { return runImport(import); });
     verbs.emplace_back(addInfo(app, view), [&view] { return runInfo(view); });
     verbs.emplace_back(addQueries(app, view), [&view] { return runQueries(view); });
     verbs.emplace_back(addViewpointVerb(app, view), [&view] { return runViewpointVerb(view); });
     verbs.emplace_back(addRows(app, view), [&view] { return runRows(view); });
+    verbs.emplace_back(addSelect(app, view, select), [&] { return runSelect(view, select); });
     verbs.emplace_back(addOvertime(app, view), [&view] { return runOvertime(view); });
     verbs.emplace_back(addTooltip(app, view, tooltip), [&] { return runTooltip(view, tooltip); });
 

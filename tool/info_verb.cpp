@@ -2,10 +2,10 @@
 // Tested by tests/tool/series_facts_test.cpp.
 
 #include "failure.h"
+#include "filter_print.h"
 #include "json_text.h"
+#include "session.h"
 #include "verbs.h"
-
-#include <dataface_1/filters.h>
 
 #include <algorithm>
 #include <cctype>
@@ -13,7 +13,7 @@
 #include <cstdint>
 #include <fmt/format.h>
 #include <iostream>
-#include <store/open_store.h>
+#include <session/open_result.h>
 #include <store/result_facts.h>
 #include <store/schema.h>
 #include <string>
@@ -114,13 +114,9 @@ std::string plainText(const std::string& json) {
 }  // namespace
 
 int runInfo(const ViewOptions& options) {
-    lanefeed_runtime::StoreError error;
-    const lanefeed_runtime::OpenStore store = lanefeed_runtime::openStore(options.result, error);
-    if (store.failed()) {
-        const bool notUnderstood = error.kind == lanefeed_runtime::StoreError::Kind::notUnderstood;
-        throw Failure(notUnderstood ? exitNotUnderstood : exitFailure, error.text);
-    }
-    const std::vector<Fact> facts = allFacts(*store.facts);
+    const Session session(options);
+    std::vector<Fact> facts = allFacts(*lanefeed_runtime::resultFacts(session.input()));
+    facts.emplace_back("filters", filtersJson(session.input()));
     if (options.format == Format::json) {
         printJson(facts);
         return exitOk;

@@ -2,12 +2,14 @@
 
 #include "layer_series.h"
 
+#include "area_view.h"
+#include "asked_span.h"
 #include "failure.h"
 #include "session.h"
 #include "verbs.h"
 
 #include <algorithm>
-#include <charconv>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <fmt/format.h>
@@ -16,7 +18,6 @@
 #include <optional>
 #include <queryparam.h>
 #include <session/open_result.h>
-#include <store/result_facts.h>
 
 namespace lanefeed_tool {
 
@@ -27,43 +28,6 @@ using lanefeed_1::DicerDataSource;
 using lanefeed_1::IDicerProvider;
 using lanefeed_1::TLViewpointParser;
 using LayerInfo = TLViewpointParser::LayerInfo;
-
-bool readTime(const std::string& text, std::int64_t& time) {
-    const char* end = text.data() + text.size();
-    const auto read = std::from_chars(text.data(), end, time);
-    return read.ec == std::errc() && read.ptr == end;
-}
-
-// Where the importer found 99 % of the instances.
-TickSpan contentSpan(const Session& session, const AreaView& area) {
-    const auto facts = lanefeed_runtime::resultFacts(session.input());
-    std::int64_t start = 0;
-    std::int64_t end = 0;
-    if (!facts || !readTime(facts->entry("contentStart"), start) ||
-        !readTime(facts->entry("contentEnd"), end)) {
-        throw Failure(
-            exitUsage,
-            "--time content: the result does not tell where its content lies; write A..B");
-    }
-    // Both are times of the trace; pane tick 0 is the first tick of the result.
-    const std::int64_t base = facts->origin + static_cast<std::int64_t>(facts->firstTick);
-    const auto ticks = [&](std::int64_t time) {
-        const auto tick =
-            static_cast<std::uint64_t>(std::max(time, base)) - static_cast<std::uint64_t>(base);
-        return std::min(tick, area.time().duration);
-    };
-    // What happens at the end of the content belongs to it.
-    TickSpan span{ticks(start), std::min(ticks(end) + 1, area.time().duration)};
-    if (span.start == area.time().duration) --span.start;
-    if (span.end <= span.start) span.end = span.start + 1;
-    return span;
-}
-
-TickSpan spanOf(const Session& session, const AreaView& area, const std::string& text) {
-    if (text.empty() || text == "whole") return {0, area.time().duration};
-    if (text == "content") return contentSpan(session, area);
-    return parseTimeSpan(text, area.time());
-}
 
 constexpr std::uint64_t kDefaultBins = 100;
 
@@ -91,9 +55,18 @@ std::string layerName(const LayerInfo& layer) {
     return query.is_null() ? std::string("unnamed") : lanefeed_1::getString(query->getName());
 }
 
+// What the unit kinds of queries are called.
+std::string unitOfKind(int kind) {
+    constexpr std::array<const char*, 4> kNames{"value", "percent", "count", "value"};
+    return kind >= 0 && static_cast<std::size_t>(kind) < kNames.size()
+               ? kNames[static_cast<std::size_t>(kind)]
+               : "value";
+}
+
 std::string unitOf(const DicerDataSource& source) {
     if (source.m_timeScaleMs > 0) return "value";
     switch (source.m_dataType) {
+    case DicerDataSource::dsDerived: return unitOfKind(source.m_derivedQuery->getUnitKind());
     case DicerDataSource::dsTime: return "percent";
     case DicerDataSource::dsCount:
     case DicerDataSource::dsInstanceCount: return "count";
@@ -101,10 +74,13 @@ std::string unitOf(const DicerDataSource& source) {
     }
 }
 
+// Time and counts are summed; a derived value is computed from them, an attribute is read as it is.
 IDicerProvider::overtime_type_t routeOf(const DicerDataSource& source) {
-    if (source.m_dataType == DicerDataSource::dsDerived) return IDicerProvider::otDerived;
-    return source.m_dataType == DicerDataSource::dsInfo ? IDicerProvider::otAttribute
-                                                        : IDicerProvider::otTime;
+    switch (source.m_dataType) {
+    case DicerDataSource::dsDerived: return IDicerProvider::otDerived;
+    case DicerDataSource::dsInfo: return IDicerProvider::otAttribute;
+    default: return IDicerProvider::otTime;
+    }
 }
 
 // A percentage of the bucket width as the ticks that it was made from.
@@ -136,7 +112,7 @@ public:
         : m_session(session),
           m_area(area),
           m_options(options),
-          m_span(spanOf(session, area, options.time)),
+          m_span(askedSpan(session, area, options.time)),
           m_bins(binsOf(options.bins, m_span)) {}
 
     // Empty when the layer can be served, else why not.
@@ -162,13 +138,20 @@ public:
         answer.rows.resize(m_area.rows().size());
         request(layer, answer);
         answer.stats.cells = filledCells(answer);
-        if (m_options.ticks && answer.unit == "percent") toTicks(answer);
+        // Other percentages are no share of time.
+        if (m_options.ticks && layer.drawBy.ds.m_dataType == DicerDataSource::dsTime &&
+            answer.unit == "percent")
+            toTicks(answer);
         return answer;
     }
 
 private:
     void request(const LayerInfo& layer, LayerSeries& answer) {
-        const bool keepZeros = answer.unit == "value";
+        // Filters leave no row; there is nothing to ask for.
+        if (m_area.isFilteredOut()) return;
+        // Where a value is no sum, 0 is one like any other.
+        const bool keepZeros =
+            answer.unit == "value" || layer.drawBy.ds.m_dataType == DicerDataSource::dsDerived;
         lanefeed_1::QueryParam param;
         param.dds = &layer.drawBy.ds;
         param.rowByDS = m_area.rowSource();

@@ -2,6 +2,7 @@
 // provider; the answer is kept as plain series and printed as a table with curves, csv or JSON.
 // Tested by tests/tool/series_facts_test.cpp.
 
+#include "area_view.h"
 #include "curve.h"
 #include "failure.h"
 #include "json_text.h"

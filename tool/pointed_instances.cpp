@@ -5,6 +5,7 @@
 
 #include "pointed_instances.h"
 
+#include "area_view.h"
 #include "failure.h"
 #include "session.h"
 

@@ -90,7 +90,7 @@ std::vector<Series> readSeries(const sptr_t<dataface_1::ITableTree>& table,
         if (bucket < 0) continue;
         for (std::size_t i = 0; i < columns.size(); ++i) {
             variant_t cell;
-            if (!row->getContent(columns[i], dataface_1::ccValue, cell)) continue;
+            if (!row->getContent(columns[i], dataface_1::ccValue, cell) || cell.is_null()) continue;
             const double value = cell.get<double>();
             if (value != 0 || keepZeros) all[i].values[static_cast<std::size_t>(bucket)] = value;
         }

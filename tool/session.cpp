@@ -5,6 +5,9 @@
 #include "failure.h"
 #include "log_output.h"
 
+#include <dataface_1/filters.h>
+#include <storelink1/database.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -12,9 +15,12 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <session/apply_selection.h>
+#include <session/filter_text.h>
 #include <session/open_result.h>
 #include <session/shipped_viewpoints.h>
 #include <store/result_facts.h>
+#include <store/schema.h>
 #include <typeinfo>
 #include <utility>
 
@@ -22,13 +28,13 @@ namespace lanefeed_tool {
 
 namespace {
 
-using basekit2::generic_iterator_t;
 using basekit2::sptr_t;
-using basekit2::variant_t;
-using dataface_1::IColumnInfo;
-using dataface_1::ITableRow;
 using lanefeed_1::IDicerProvider;
 using lanefeed_1::TLViewpointParser;
+
+constexpr const char* kGlobalFilter = "global";
+// Holds the filters of one call, until they are part of the global one.
+constexpr const char* kCallFilter = "call_filter";
 
 sptr_t<dataface_1::IInputData> open(const ViewOptions& options) {
     lanefeed_runtime::OpenOptions how;
@@ -39,16 +45,6 @@ sptr_t<dataface_1::IInputData> open(const ViewOptions& options) {
     if (outcome.isOpened() && !input.is_null()) return input;
     throw openFailure(outcome);
 }
-
-// Name of what a column shows.
-std::string columnName(IColumnInfo& column) {
-    sptr_t<dataface_1::IQuery> query = column.getQuery();
-    const auto vector = dataface_1::IVectorQuery::cast(query);
-    if (!vector.is_null()) query = vector->getDefaultQuery();
-    return query.is_null() ? std::string() : query->getName();
-}
-
-constexpr int kNameColumnBit = 1;
 
 }  // namespace
 
@@ -90,6 +86,42 @@ Session::Session(const ViewOptions& options)
       m_input(open(options)),
       m_log(basekit2::make_object<lanefeed_1::ParseLogger>()) {
     dataface_1::lookup(m_input, m_library);
+    applyFilters(options.filters);
+}
+
+void Session::applyFilters(const std::vector<std::string>& texts) {
+    if (texts.empty()) return;
+    std::string error;
+    if (!lanefeed_runtime::readFilterTexts(m_input, texts, kCallFilter, error))
+        throw Failure(exitUsage, "--filter " + error);
+    const lanefeed_runtime::FilterOutcome outcome =
+        lanefeed_runtime::applySelection(m_input, kCallFilter);
+    if (outcome.kind == lanefeed_runtime::FilterOutcome::failed)
+        throw Failure(exitFailure, outcome.text);
+}
+
+bool Session::isFiltered() const {
+    sptr_t<dataface_1::IFilterRegistry> filters;
+    return dataface_1::lookup(m_input, filters) && filters->hasFilter(kGlobalFilter);
+}
+
+bool Session::leavesAnything() const {
+    sptr_t<storelink1::IPerfDatabase> performance;
+    if (!dataface_1::lookup(m_input, performance)) return false;
+    const sptr_t<storelink1::IDatabase> database = performance->getDatabase(m_input);
+    const auto& tables = lanefeed_runtime::schemaTables();
+    return std::any_of(tables.begin(), tables.end(), [&](const lanefeed_runtime::TableDef& def) {
+        const std::string name(def.name);
+        if (def.role != lanefeed_runtime::TableRole::instance || !database->isTableExist(name))
+            return false;
+        const sptr_t<storelink1::IQuery> query = database->createQuery(name, 0);
+        if (query.is_null()) return false;
+        query->addColumn("rowid");
+        query->addFilter(kGlobalFilter);
+        const storelink1::QueryMutexHolder lock(database.get());
+        const auto records = query->execute();
+        return !records.is_null() && !records->atEnd();
+    });
 }
 
 std::string Session::viewpointText() {
@@ -147,9 +179,13 @@ bool Session::holdsDataFor(const TLViewpointParser::RowSet* rowSet, IDicerProvid
 }
 
 void Session::noteEmpty() const {
-    if (!isEmpty()) return;
-    std::cerr << "lanefeed: note: " << m_options.result
-              << " holds no instances; there are no series\n";
+    if (isEmpty()) {
+        std::cerr << "lanefeed: note: " << m_options.result
+                  << " holds no instances; there is nothing to show\n";
+    } else if (isFiltered() && !leavesAnything()) {
+        std::cerr << "lanefeed: note: the filters in force leave nothing of " << m_options.result
+                  << "; 'lanefeed info' shows them, 'lanefeed select --clear' drops them\n";
+    }
 }
 
 void Session::requireWholeReads() const {
@@ -166,93 +202,6 @@ sptr_t<IDicerProvider> Session::boundProvider(int area) {
     provider->setResult(area, m_input, rowSets.empty() ? nullptr : &rowSets.front(),
                         m_viewpointName, 0);
     return provider;
-}
-
-AreaView::AreaView(Session& session, int index) {
-    std::vector<TLViewpointParser::Area>& areas = session.viewpoint().m_areas;
-    if (index < 0 || index >= static_cast<int>(areas.size())) {
-        throw Failure(exitUsage,
-                      fmt::format("--area {}: {} has {} area{}{}", index, session.viewpointName(),
-                                  areas.size(), areas.size() == 1 ? "" : "s",
-                                  areas.empty() ? "" : ", counted from 0"));
-    }
-    TLViewpointParser::Area& area = areas[static_cast<std::size_t>(index)];
-    if (!area.rowSets.empty()) m_rowSet = &area.rowSets.front();
-    m_provider = session.boundProvider(index);
-
-    basekit2::u64_t first = 0;
-    basekit2::u64_t last = 0;
-    basekit2::u64_t ticksPerSecond = 0;
-    if (!m_provider->getResultTscRange(first, last, ticksPerSecond)) {
-        throw Failure(exitNotUnderstood, "the result tells no time range; import the trace again");
-    }
-    m_firstTick = first;
-    m_time = {ticksPerSecond, last - first + 1};
-    m_empty = session.isEmpty() || !session.holdsDataFor(m_rowSet, *m_provider);
-    if (m_rowSet != nullptr && !m_rowSet->rowBys.empty() && m_provider->hasRowBy()) {
-        m_rowSource = &m_rowSet->rowBys.front().ds;
-    }
-    readRows(session, index);
-}
-
-void AreaView::readRows(const Session& session, int index) {
-    if (m_empty) return;
-    if (m_rowSource == nullptr) {
-        RowInfo whole;
-        whole.end = m_time.duration - 1;
-        m_rows.push_back(whole);
-        m_order.push_back(0);
-        return;
-    }
-    if (!m_provider->getRowSummary(m_table, -1, true, true) || m_table.is_null()) {
-        throw Failure(
-            exitFailure,
-            fmt::format("{}: the rows of area {} could not be read; the log above says why, and "
-                        "'lanefeed info' tells what the result holds",
-                        session.resultName(), index));
-    }
-    for (auto it = m_table->getColumns(nullptr); !it.at_end(); it.next())
-        m_columns.push_back(it.current());
-    addRows(m_table->getRows(nullptr), -1, 0);
-    m_provider->getSortOrder(m_order);
-    // The order tells of the rows at the top; with rows below them ids are in order already.
-    if (m_order.size() != m_rows.size()) {
-        m_order.resize(m_rows.size());
-        for (std::size_t i = 0; i < m_order.size(); ++i)
-            m_order[i] = static_cast<int>(i);
-    }
-}
-
-void AreaView::addRows(const generic_iterator_t<sptr_t<ITableRow>>& rows, int parent, int level) {
-    for (; !rows.at_end(); rows.next()) {
-        const sptr_t<ITableRow> row = rows.current();
-        RowInfo info;
-        info.id = static_cast<int>(m_rows.size());
-        info.parent = parent;
-        info.level = level;
-        readCells(*row, info);
-        m_rows.push_back(info);
-        generic_iterator_t<sptr_t<ITableRow>> children;
-        if (row->getChildren(children, nullptr, false) == dataface_1::ITreeNode::ecsfSuccess) {
-            addRows(children, info.id, level + 1);
-        }
-    }
-}
-
-void AreaView::readCells(ITableRow& row, RowInfo& info) const {
-    variant_t cell;
-    if (row.getContent(nullptr, dataface_1::ccId, cell)) info.dbIndex = cell.get<basekit2::s32_t>();
-    for (const sptr_t<IColumnInfo>& column : m_columns) {
-        if (!row.getContent(column, dataface_1::ccValue, cell)) continue;
-        const std::string name = columnName(*column);
-        if ((column->getType() & kNameColumnBit) != 0) {
-            info.name = cell.get<std::string>();
-        } else if (name == IDicerProvider::startTime) {
-            info.start = cell.get<basekit2::u64_t>();
-        } else if (name == IDicerProvider::endTime) {
-            info.end = cell.get<basekit2::u64_t>();
-        }
-    }
 }
 
 }  // namespace lanefeed_tool

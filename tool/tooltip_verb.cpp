@@ -1,6 +1,7 @@
 // lanefeed tooltip: what a pane tells about the things under its pointer. Times are ticks from the
 // first one of the result, half open. Tested by tests/tool/tooltip_test.cpp.
 
+#include "area_view.h"
 #include "failure.h"
 #include "json_text.h"
 #include "pointed_instances.h"

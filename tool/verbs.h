@@ -28,9 +28,12 @@ struct ViewOptions {
     std::string check;                 // viewpoint file to check; empty: none
     bool newViewpoint = false;         // write a template
     std::vector<std::string> queries;  // further files of query definitions
+    std::vector<std::string> filters;  // in force for this call alone
     bool strict = false;               // a viewpoint with messages is an error
     int area = 0;                      // from 0, as in the viewpoint
     int layer = -1;                    // from 0; -1: all
+    std::string sort;                  // COLUMN[:desc] of the rows; empty: as a pane does first
+    bool visible = false;              // only rows that the filters in force leave
     std::string time;                  // empty: the whole result
     std::optional<long long> bins;     // none: 100, or as many as the span has ticks
     bool ticks = false;                // series of time in whole ticks
@@ -47,6 +50,17 @@ struct TooltipOptions {
     long long limit = 10;  // instances shown
 };
 
+// What is selected, on top of what the reading verbs have in common: `time` and one of these, or
+// `clear`.
+struct SelectOptions {
+    std::string rows;  // ids, as in 3,5
+    std::string attr;  // LAYER:ID
+    bool exclude = false;
+    bool dive = false;
+    bool replace = false;
+    bool clear = false;
+};
+
 int runImport(const ImportOptions& options);
 int runInfo(const ViewOptions& options);
 int runQueries(const ViewOptions& options);
@@ -54,6 +68,7 @@ int runViewpoint(const ViewOptions& options);
 int runViewpointCheck(const ViewOptions& options);
 int runNewViewpoint(const ViewOptions& options);
 int runRows(const ViewOptions& options);
+int runSelect(const ViewOptions& view, const SelectOptions& options);
 int runOvertime(const ViewOptions& options);
 int runTooltip(const ViewOptions& view, const TooltipOptions& options);
 
