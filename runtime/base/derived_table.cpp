@@ -318,7 +318,7 @@ private:
             Derived derived;
             derived.query = IDerivedQuery::cast(it.current());
             if (derived.query.is_null()) return invalid("derived query", __LINE__);
-            const error_code_t err = processor->getProgram(derived.query, derived.program);
+            error_code_t err = processor->getProgram(derived.query, derived.program);
             if (!err.succeeded()) return err;
             for (auto input = derived.program->getInputs(); !input.at_end(); input.next())
                 derived.inputs.push_back(placeOf(input.current()));
