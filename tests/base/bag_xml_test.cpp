@@ -40,21 +40,6 @@ std::string loaded(const std::string& xml, const std::string& root) {
     EXPECT_EQ(shown(bag), "old{}") << "a failed load changed the bag";
     return err.expression();
 }
-
-TEST(VariantBag, KeepsOrderAndRepeatedNames) {
-    variant_bag_t bag("root");
-    bag.add("a", 1);
-    bag.add("b", "x");
-    bag.add("a", 2);
-    bag.add("sub", variant_bag_t("other name")).add("inner", true);
-    EXPECT_EQ(shown(bag), "root{a:6=1;b:12=x;a:6=2;sub{inner:0=true;}}");
-    EXPECT_EQ(*bag.get<variant_t>("a"), variant_t(1));
-    EXPECT_EQ(bag.get<variant_t>("sub"), nullptr);
-    EXPECT_EQ(bag.get<variant_bag_t>("missing"), nullptr);
-    bag.add("self", bag);
-    EXPECT_EQ(bag.get<variant_bag_t>("self")->get<variant_bag_t>("self"), nullptr);
-}
-
 TEST(BagXml, TypesOnlyWhatIsMarked) {
     EXPECT_EQ(loaded("<v a='true' b='false' c='True' d='5' e='#ff00ff'/>", "v"),
               "v{a:0=true;b:0=false;c:12=True;d:12=5;e:12=#ff00ff;}");
@@ -122,23 +107,6 @@ TEST(BagXml, ReadsWhatItWrote) {
         ASSERT_EQ(loaded(xml, "root"), shown(bag)) << xml;
     }
 }
-
-TEST(BagXml, LeavesOutWhatHasNoPrintedFormAndRefusesWhatXmlCannotHold) {
-    variant_bag_t bag;
-    bag.add("nothing", variant_t());
-    std::string xml;
-    ASSERT_TRUE(is_success(save_variant_bag_to_string2(bag, xml, "bag")));
-    EXPECT_EQ(xml, "<bag />");
-    variant_bag_t named;
-    named.add("two words", 1);
-    EXPECT_FALSE(save_variant_bag_to_string2(named, xml, "bag").succeeded());
-    EXPECT_FALSE(save_variant_bag_to_string2(bag, xml, "").succeeded());
-    variant_bag_t zero;
-    zero.add("a", std::string("x\0y", 3));
-    EXPECT_FALSE(save_variant_bag_to_string2(zero, xml, "bag").succeeded());
-    EXPECT_EQ(xml, "<bag />") << "a failed save changed the text";
-}
-
 TEST(BagXml, ReplacesAFileOnlyByAWholeOne) {
     const TempDirectory folder;
     const std::string name = folder.file("dump.xml");

@@ -1,8 +1,6 @@
 // Small services: conversions, splitting, messages, environment, errors, types, loggers.
 #include "support/captured_log.h"
-#include "support/environment_guard.h"
 
-#include <basekit2/environment.h>
 #include <basekit2/error_code.h>
 #include <basekit2/type_id.h>
 #include <logagent_1/log.h>
@@ -10,7 +8,6 @@
 #include <platkit_2_18/debug.h>
 #include <platkit_2_18/i18n.h>
 #include <platkit_2_18/strings.h>
-#include <settingstore2/message_catalogs.h>
 
 #include <gtest/gtest.h>
 
@@ -108,32 +105,6 @@ TEST(Messages, PutArgumentsIn) {
     two.add("%1");
     EXPECT_EQ(message_t("%3").as_ustring(two), "%1");
 }
-
-TEST(Messages, SourceIsNullUntilAHostSetsOne) {
-    class Source : public settingstore2::IMessageCatalogSource {
-    public:
-        basekit2::sptr_t<platkit_2_18::i18n::catalog_t> getCatalog(const std::string&) override {
-            return nullptr;
-        }
-    };
-    EXPECT_TRUE(settingstore2::getMessageCatalogSource().is_null());
-    const auto source = basekit2::make_object<Source>();
-    settingstore2::setMessageCatalogSource(source);
-    EXPECT_EQ(settingstore2::getMessageCatalogSource(), source);
-    settingstore2::setMessageCatalogSource(nullptr);
-    EXPECT_TRUE(settingstore2::getMessageCatalogSource().is_null());
-}
-
-TEST(Environment, GivesAnEmptyTextForAnUnsetVariable) {
-    const lanefeed_test::EnvironmentGuard unset("LANEFEED_TEST_VARIABLE");
-    EXPECT_EQ(basekit2::get_environ_value("LANEFEED_TEST_VARIABLE"), "");
-    {
-        const lanefeed_test::EnvironmentGuard set("LANEFEED_TEST_VARIABLE", "a b");
-        EXPECT_EQ(basekit2::get_environ_value("LANEFEED_TEST_VARIABLE"), "a b");
-    }
-    EXPECT_EQ(basekit2::get_environ_value("LANEFEED_TEST_VARIABLE"), "");
-}
-
 TEST(ErrorCode, TellsSuccessFromNothingFromFailure) {
     const error_code_t nothing = error_code_t::noResult;
     const error_code_t bare = error_code_t::failure;

@@ -94,38 +94,6 @@ TEST(MemoryTable, BothKindsOfRowsAnswerAlike) {
     EXPECT_EQ(tableText(nestedVectorTable(), options), expected);
     EXPECT_EQ(tableText(nestedTable(facekit_1_x::createSparseRow), options), expected);
 }
-
-TEST(MemoryTable, ColumnsAnswerTheirKindAndProperties) {
-    const sptr_t<ITableTree> tree = nestedVectorTable();
-    const auto busy = lanefeed_test::columnNamed(tree, "busy");
-    variant_t out;
-    EXPECT_EQ(busy->getType(), 20);
-    EXPECT_TRUE(busy->getContent(dataface_1::ccStyle, out));
-    EXPECT_EQ(out, variant_t(0xFF0000FFU));
-    EXPECT_TRUE(busy->getContent(dataface_1::ccId, out));
-    EXPECT_EQ(out, variant_t(3));
-    EXPECT_FALSE(busy->getContent(dataface_1::ccValue, out));
-    const auto row = lanefeed_test::allRows(tree)[1];
-    EXPECT_TRUE(row->getContent(busy, dataface_1::ccStyle, out));
-    EXPECT_EQ(out, variant_t(9U));
-    const auto read = lanefeed_test::columnNamed(tree, "read");
-    EXPECT_TRUE(row->getContent(read, dataface_1::ccSecondValue, out));
-    EXPECT_EQ(out, variant_t(2.5));
-}
-
-TEST(MemoryTable, ReferencesOnNodesKeepTheTable) {
-    sptr_t<ITableTree> tree = nestedVectorTable();
-    const auto rows = tree->getRows(nullptr);
-    const auto columns = tree->getColumns(nullptr);
-    tree.reset();
-    const sptr_t<ITableRow> row = rows.current();
-    const sptr_t<IColumnInfo> column = columns.current();
-    variant_t out;
-    EXPECT_TRUE(row->getContent(column, dataface_1::ccValue, out));
-    EXPECT_EQ(out, variant_t("p"));
-    EXPECT_EQ(column->getTableTree(), row->getTableTree());
-}
-
 TEST(MemoryTable, RefusesWrongNodesAloud) {
     const auto tree = facekit_1_x::createTableTree();
     const auto other = facekit_1_x::createTableTree();

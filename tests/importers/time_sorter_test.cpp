@@ -1,8 +1,6 @@
 // The sort by time, in memory and through its file, against a stable sort of everything.
 #include "common/time_sorter.h"
 
-#include "trace_event_json/event_record.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -65,35 +63,5 @@ TEST(TimeSorter, saysWhereItCannotWrite) {
     EXPECT_EQ(sorter.error().kind, ImportError::Kind::failed);
     EXPECT_NE(sorter.error().text.find("/nowhere/at/all"), std::string::npos);
 }
-
-TEST(EventRecord, comesBackAsItWas) {
-    for (const char phase : std::string("BEXiCbFst")) {
-        EventRecord record;
-        record.phase = phase;
-        record.thread = 1;
-        record.name = 2;
-        record.category = 3;
-        record.end = {-5, 6};
-        record.key = "cat\x1fId\x1f-";
-        record.values = {{1, 2.5}, {9, -1e300}};
-        record.args = R"({"a":1})";
-        std::string bytes;
-        packRecord(record, bytes);
-        EventRecord back;
-        unpackRecord(bytes, back);
-        EXPECT_EQ(back.phase, phase);
-        EXPECT_EQ(back.thread, 1U);
-        EXPECT_EQ(back.name, 2U);
-        EXPECT_EQ(back.category, 3U);
-        EXPECT_EQ(back.args, record.args);
-        EXPECT_EQ(back.end == record.end, phase == 'X');
-        EXPECT_EQ(back.key == record.key, EventRecord::hasKey(phase));
-        if (phase != 'C') continue;
-        ASSERT_EQ(back.values.size(), 2U);
-        EXPECT_EQ(back.values[1].series, 9U);
-        EXPECT_EQ(back.values[1].value, -1e300);
-    }
-}
-
 }  // namespace
 }  // namespace lanefeed_importers

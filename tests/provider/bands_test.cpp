@@ -36,18 +36,6 @@ TEST_F(Bands, FindsABandTableOnlyWhereThereAreBandsOfIt) {
     EXPECT_FALSE(m_provider->isBandTableExist("dd_thread"));
     EXPECT_TRUE(m_log.contains("query, at file: "));
 }
-
-TEST_F(Bands, LooksForTheLastTableOfAPath) {
-    m_db->tables["slice_data"];
-    bind();
-    EXPECT_TRUE(m_provider->isTableExist("dd_task.dd_thread"));
-    EXPECT_TRUE(m_provider->isInstanceDataExist("slice_data", "whatever"));
-    EXPECT_FALSE(m_provider->isInstanceDataExist("counter_data", "dd_thread"));
-    EXPECT_TRUE(m_log.empty());
-    EXPECT_FALSE(m_provider->isTableExist("dd_core"));
-    EXPECT_TRUE(m_log.contains("ret && !rowByAttrTable.empty()"));
-}
-
 TEST_F(Bands, KnowsAGroupingByBandByItsTablePathAndDepth) {
     DicerDataSource source;
     source.set("dd_thread", "dd_band", "", "");

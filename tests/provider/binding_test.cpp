@@ -63,35 +63,6 @@ TEST_F(Binding, KnowsNothingBeforeAResult) {
     EXPECT_EQ(m_provider->getRowLevel(0), -1);
     EXPECT_TRUE(m_log.contains("summaryRow"));
 }
-
-TEST_F(Binding, TakesTheTimeBaseFromTheDatabase) {
-    bind();
-    EXPECT_EQ(m_provider->getDuration(), 999U);
-    EXPECT_EQ(m_provider->getRowCount(), 1);
-    EXPECT_FALSE(m_provider->hasRowBy());
-    EXPECT_EQ(m_provider->addBase(5), 1005U);
-    EXPECT_EQ(m_provider->subtractBase(1005), 5U);
-    EXPECT_EQ(m_provider->subtractBase(999), 0U);
-    EXPECT_EQ(m_provider->addBase(m_provider->subtractBase(999)), 1000U);
-    EXPECT_TRUE(m_log.empty());
-}
-
-TEST_F(Binding, KeepsTheQueryLibraryOfAnEarlierResult) {
-    bind();
-    m_input->offered.erase(basekit2::type_id_t<dataface_1::IQueryLibrary>::id());
-    bind();
-    EXPECT_EQ(m_provider->getQueryLibrary(), m_library);
-    EXPECT_TRUE(m_log.empty());
-}
-
-TEST_F(Binding, EndsQuietlyEnoughWithoutADatabase) {
-    m_input->offered.erase(basekit2::type_id_t<storelink1::IPerfDatabase>::id());
-    bind();
-    EXPECT_TRUE(m_log.contains("!m_perfDb.is_null()"));
-    EXPECT_EQ(m_provider->getRowCount(), 0);
-    EXPECT_EQ(m_provider->getDuration(), 0U);
-}
-
 TEST_F(Binding, SortsRowBysIntoChoicesAndJoins) {
     m_db->tables["dd_core"];
     TLViewpointParser::RowSet rowSet;
@@ -144,37 +115,6 @@ TEST_F(Binding, ShowsOneRowWithoutAPrincipalRowBy) {
     EXPECT_EQ(other->getRowCount(), 1);
     EXPECT_TRUE(other->hasRowBy());
 }
-
-TEST_F(Binding, ReportsAJoinWithoutAChoice) {
-    TLViewpointParser::RowSet rowSet;
-    rowSet.rowBys = {rowBy(rowFacts("dd_thread"), true)};
-    bind(&rowSet);
-    EXPECT_TRUE(m_log.contains("principalRowByIndex >= 0, at file: "));
-    EXPECT_TRUE(m_provider->getRowByChoices().at_end());
-}
-
-TEST_F(Binding, ReportsAPrincipalRowByWhoseLaterChoiceHasNoTable) {
-    TLViewpointParser::RowSet rowSet;
-    rowSet.rowBys = {rowBy(rowFacts("dd_thread")), rowBy(rowFacts("dd_unknown"))};
-    bind(&rowSet);
-    EXPECT_TRUE(m_log.contains("ret && !rowByAttrTable.empty()"));
-    EXPECT_TRUE(m_log.contains("!m_rowByAttrTable.empty(), at file: "));
-    EXPECT_EQ(m_provider->getAttrPath(nullptr), "");
-    EXPECT_EQ(m_provider->getRowCount(), 0);
-}
-
-TEST_F(Binding, PicksNoRowByForAQueryWithoutAGrid) {
-    TLViewpointParser::RowSet rowSet;
-    rowSet.rowBys = {rowBy(rowFacts("dd_thread"))};
-    bind(&rowSet);
-    EXPECT_TRUE(
-        m_provider->getRowByUsingQuery(0, rowSet.rowBys[0].ds.m_defaultQuery).m_path.empty());
-    EXPECT_TRUE(m_log.empty());
-    m_provider->getRowByUsingQuery(1, nullptr);
-    EXPECT_TRUE(m_log.contains(
-        "principalRowByIndex >= 0 && principalRowByIndex < (int)m_rowByOptions.size()"));
-}
-
 TEST_F(Binding, PicksTheRowByThatTheGridNamesAmongAChoiceAndItsJoins) {
     m_db->tables["dd_core"];
     const auto grid = basekit2::make_object<FakeGrid>();
@@ -197,29 +137,6 @@ TEST_F(Binding, PicksTheRowByThatTheGridNamesAmongAChoiceAndItsJoins) {
     EXPECT_EQ(picked(1), "");
     EXPECT_TRUE(m_log.empty());
 }
-
-TEST_F(Binding, GivesTheWholePathDownToEachApplicableLevel) {
-    QueryFacts outer = rowFacts("dd_process");
-    QueryFacts middle = rowFacts("dd_thread");
-    middle.next = infoQuery(rowFacts("dd_core"));
-    outer.next = infoQuery(middle);
-    const DicerDataSource source = rowBy(outer).ds;
-    const auto pathSizes = [&](const QueryParam& param) {
-        std::vector<DbiProbe::QueryPath> paths;
-        EXPECT_TRUE(m_provider->getApplicableRowBy(param, paths));
-        std::vector<std::size_t> sizes;
-        for (const auto& path : paths)
-            sizes.push_back(path.size());
-        return sizes;
-    };
-    QueryParam param;
-    EXPECT_EQ(pathSizes(param), (std::vector<std::size_t>{0}));
-    param.rowByDS = &source;
-    EXPECT_EQ(pathSizes(param), (std::vector<std::size_t>{1, 2, 3}));
-    param.applicableRowLevels = {1};
-    EXPECT_EQ(pathSizes(param), (std::vector<std::size_t>{2}));
-}
-
 TEST_F(Binding, CannotOpenAFile) {
     EXPECT_FALSE(m_provider->openDataFile("x.lft"));
     EXPECT_TRUE(m_log.contains("DbiProviderImpl::openDataFile not implemented"));

@@ -31,36 +31,12 @@ TEST(Check, LogsTheConditionWithPlaceAndFunctionAndGoesOn) {
               "number > 0, at file: tests/provider/check_test.cpp:" + std::to_string(positiveLine));
     EXPECT_NE(entry.function.find("positive(int)"), std::string::npos) << entry.function;
 }
-
-TEST(Check, PutsValuesBehindTheText) {
-    const CapturedLog log;
-    const std::string error = "no such table";
-    EXPECT_FALSE(LF_CHECK_AS(false, "rs && !rs->atEnd()", error, 7, "end"));
-    EXPECT_EQ(log.count("rs && !rs->atEnd() 'no such table' '7' 'end', at file: "), 1);
-}
-
-TEST(Check, ReportsForTheCallerOfAHelper) {
-    const CapturedLog log;
-    const lanefeed_1::Place place{"src/caller.cpp", 42, "caller()"};
-    EXPECT_FALSE(lanefeed_1::checked(false, place, "sl1::InvalidColIdx != attrId"));
-    EXPECT_EQ(log.count("sl1::InvalidColIdx != attrId, at file: src/caller.cpp:42"), 1);
-    EXPECT_EQ(log.entries().front().function, "caller()");
-}
-
 TEST(Check, AlertsWithoutACondition) {
     const CapturedLog log;
     LF_ALERT("Master table skipped");
     EXPECT_EQ(log.lines(40000).size(), 1U);
     EXPECT_TRUE(log.contains("Master table skipped, at file: "));
 }
-
-TEST(Check, IsQuietBelowTheLevelOfTheLogger) {
-    const CapturedLog log(log4cplus::FATAL_LOG_LEVEL);
-    EXPECT_FALSE(positive(0));
-    EXPECT_FALSE(lanefeed_1::isLogged(lanefeed_1::logError));
-    EXPECT_TRUE(log.empty());
-}
-
 // Asked once per process, hence in a process of its own.
 TEST(CheckDeathTest, CallsTheAssertionHandlerWhenTheEnvironmentAsksForIt) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";

@@ -189,15 +189,6 @@ TEST_F(MasterTableRoad, ServesAnAreaWithoutRowsWithOneRecordOnly) {
     EXPECT_TRUE(m_log.contains("m_rowCount == 1 && currentArray.size() == 1"));
     EXPECT_FALSE(m_log.contains(kSkipped));
 }
-
-TEST_F(MasterTableRoad, IsNotTakenForAttributes) {
-    bindRows({10, 20});
-    m_source.m_dataType = DicerDataSource::dsInfo;
-    EXPECT_EQ(read(), "0:stored 1:stored7 ");
-    EXPECT_EQ(m_mgr->asked, 0);
-    EXPECT_TRUE(m_log.empty());
-}
-
 TEST_F(MasterTableRoad, EndsQuietlyWhenCancelledInAReduction) {
     bindRows({10, 20});
     m_table->reductions = {{basekit2::error_code_t::failure, {}, {}}};

@@ -45,16 +45,6 @@ protected:
 
     std::vector<basekit2::sptr_t<dataface_1::ITableTree>> m_forest;
 };
-
-TEST_F(OverTimeFlow, GivesOneTreePerRow) {
-    ASSERT_TRUE(ask(request()));
-    EXPECT_EQ(stored(), "0..1000/10");
-    ASSERT_EQ(m_forest.size(), 1U);
-    EXPECT_EQ(value(0), 8);
-    EXPECT_EQ(value(1), -1);
-    EXPECT_TRUE(m_log.empty());
-}
-
 TEST_F(OverTimeFlow, WidensARequestFinerThanTheLayersResolution) {
     // 1000 ticks per millisecond, cut to whole ticks.
     m_source.m_resolutionMs = 0.1509;
@@ -76,19 +66,6 @@ TEST_F(OverTimeFlow, WidensARequestFinerThanTheLayersResolution) {
     ASSERT_FALSE(ask(request()) && m_forest.empty());
     EXPECT_EQ(m_db->calls.back().bins, 1);
 }
-
-TEST_F(OverTimeFlow, ReadsWhatTheClientAskedForInDebugging) {
-    m_source.m_resolutionMs = 0.15;
-    {
-        const EnvironmentGuard empty("LANEFEED_DEBUG_BUCKETS", "");
-        ask(request());
-        EXPECT_EQ(stored(), "0..1050/7");
-    }
-    const EnvironmentGuard on("LANEFEED_DEBUG_BUCKETS", "1");
-    ask(request());
-    EXPECT_EQ(stored(), "0..1000/10");
-}
-
 TEST_F(OverTimeFlow, ReportsAWideningToMoreBucketsThanAskedFor) {
     m_source.m_resolutionMs = 0.15;
     QueryParam param = request();
@@ -152,18 +129,6 @@ TEST_F(OverTimeFlow, NormalisesToTheTimeScale) {
     ASSERT_TRUE(ask(request()));
     EXPECT_DOUBLE_EQ(value(0), 2 * unscaled);
 }
-
-TEST_F(OverTimeFlow, ScalesOnlyTreesThatAreThere) {
-    ASSERT_TRUE(ask(request()));
-    const auto tree = m_forest[0];
-    m_forest = {nullptr, tree};
-    EXPECT_TRUE(lanefeed_1::BaseProviderImpl::applyTimeScaleMult(2, m_forest));
-    EXPECT_TRUE(m_forest[0].is_null());
-    EXPECT_NE(m_forest[1], tree);
-    m_forest.clear();
-    EXPECT_TRUE(lanefeed_1::BaseProviderImpl::applyTimeScaleMult(2, m_forest));
-}
-
 TEST_F(OverTimeFlow, ShowsNothingWhereTheStoreHasNothing) {
     m_db->answers = {{{}, {}, false}};
     const int lookups = m_input->asked;

@@ -172,13 +172,5 @@ TEST_F(OverTime, FailsWithoutARowTableOrWithARowBeyondTheArea) {
     EXPECT_EQ(read(rowRequest()), "failed");
     EXPECT_TRUE(m_log.contains("summaryId >= 0 && summaryId < m_rowCount"));
 }
-
-TEST_F(OverTime, LeavesOutALevelThatCannotBeRead) {
-    bind();
-    putNestedRows();
-    m_source.m_defaultQuery.reset();  // no object type, so that no query can be made
-    EXPECT_EQ(read(rowRequest()), "0:[] 1:[] 2:[] 3:[]");
-}
-
 }  // namespace
 }  // namespace lanefeed_test

@@ -45,26 +45,17 @@ TEST_F(Rows, AreReadUnderTheRestriction) {
     EXPECT_NE(read.find(" dd_thread.name=thread 30 dd_thread.name=thread 10"), std::string::npos)
         << read;
 }
-
-TEST_F(Rows, AreReadUnderTheFilterThatIsAskedFor) {
-    bindRows({10});
-    const auto filterOf = [&](bool useGlobalFilter) {
-        basekit2::sptr_t<dataface_1::ITableTree> table;
-        EXPECT_TRUE(m_provider->getRowSummary(table, -1, false, useGlobalFilter));
-        return table->getColumns(nullptr).current()->getQuery()->getId();
-    };
-    EXPECT_EQ(filterOf(true), "timelineNameQuery_name_global");
-    EXPECT_EQ(filterOf(false), "timelineNameQuery_name");
-}
-
 TEST_F(Rows, AreDumpedUnderTheNumberOfTheArea) {
     const TempDirectory folder;
     const auto back = std::filesystem::current_path();
     std::filesystem::current_path(folder.path());
-    {
-        const EnvironmentGuard on("LANEFEED_SAVE_DATA", "1");
+    for (const char* value : {"", "1"}) {
+        EXPECT_TRUE(folder.names().empty());
+        const EnvironmentGuard asks("LANEFEED_SAVE_DATA", value);
         bindRows({10});
     }
+    const EnvironmentGuard on("LANEFEED_SAVE_DATA", "1");
+    DbiProbe::dumpTableTreeToFile(nullptr, "nothing");
     std::filesystem::current_path(back);
     EXPECT_EQ(folder.names(), (std::vector<std::string>{"timeline_row_summary3.xml"}));
 }

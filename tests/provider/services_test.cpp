@@ -1,44 +1,20 @@
 #include "common/tracescope.h"
-#include "provider_fixture.h"
-#include "support/temp_directory.h"
+#include "messages/message_catalogs.h"
 #include "texts.h"
 
-#include <facekit_1_x/table_building.h>
 #include <settingstore2/message_catalogs.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
 
 namespace lanefeed_test {
 namespace {
 
-class FakeCatalog : public platkit_2_18::i18n::catalog_t {
-public:
-    explicit FakeCatalog(std::map<std::string, std::string> texts) : m_texts(std::move(texts)) {}
-    bool has_message(const std::string& key) const override { return m_texts.count(key) != 0; }
-    platkit_2_18::i18n::message_t message(const std::string& key) const override {
-        return platkit_2_18::i18n::message_t(m_texts.at(key));
-    }
-
-private:
-    std::map<std::string, std::string> m_texts;
-};
-
-class FakeCatalogs : public settingstore2::IMessageCatalogSource {
-public:
-    basekit2::sptr_t<platkit_2_18::i18n::catalog_t> getCatalog(const std::string& name) override {
-        const auto found = texts.find(name);
-        if (found == texts.end()) return {};
-        return basekit2::make_object<FakeCatalog>(found->second);
-    }
-
-    std::map<std::string, std::map<std::string, std::string>> texts;
-};
-
 class CatalogsInForce {
 public:
-    explicit CatalogsInForce(const basekit2::sptr_t<FakeCatalogs>& source)
+    explicit CatalogsInForce(const basekit2::sptr_t<settingstore2::IMessageCatalogSource>& source)
         : m_old(settingstore2::getMessageCatalogSource()) {
         settingstore2::setMessageCatalogSource(source);
     }
@@ -51,17 +27,19 @@ private:
 };
 
 TEST(Texts, ComeFromTheFirstCatalogThatKnowsTheKey) {
-    const auto catalogs = basekit2::make_object<FakeCatalogs>();
-    catalogs->texts["storelink1"] = {{"%A", "store a"}, {"%B", "store b"}, {"%C", "store c"}};
-    catalogs->texts["viewpoint"] = {{"%A", "view a"}, {"%B", "view b"}};
-    catalogs->texts["slicer2"] = {{"%A", "slicer a"}};
-    const CatalogsInForce inForce(catalogs);
-    EXPECT_EQ(lanefeed_1::getString("%A"), "slicer a");
-    EXPECT_EQ(lanefeed_1::getString("%B"), "view b");
-    EXPECT_EQ(lanefeed_1::getString("%C"), "store c");
+    const auto text = [](const std::string& name, const std::string& keys) {
+        std::string xml = "<messageCatalog name='" + name + "'>";
+        for (const char key : keys)
+            xml += std::string("<message key='%") + key + "'>" + name + "</message>";
+        return xml + "</messageCatalog>";
+    };
+    std::vector<std::string> errors;
+    const CatalogsInForce inForce(lanefeed_runtime::readCatalogs(
+        {text("storelink1", "ABC"), text("viewpoint", "AB"), text("slicer2", "A")}, errors));
+    EXPECT_EQ(lanefeed_1::getString("%A"), "slicer2");
+    EXPECT_EQ(lanefeed_1::getString("%B"), "viewpoint");
+    EXPECT_EQ(lanefeed_1::getString("%C"), "storelink1");
     EXPECT_EQ(lanefeed_1::getString("%D"), "%D");
-    catalogs->texts.erase("slicer2");
-    EXPECT_EQ(lanefeed_1::getString("%A"), "view a");
     settingstore2::setMessageCatalogSource(nullptr);
     EXPECT_EQ(lanefeed_1::getString("%A"), "%A");
 }
@@ -113,60 +91,5 @@ TEST(TraceScope, TellsTheHooksOnlyWhenAllAreThereAndTheDomainIsEnabled) {
 }
 
 using Profile = ProviderTest;
-
-TEST_F(Profile, NamesTheStagesOfAnOverTimeRequest) {
-    bind();
-    m_db->answers = {{{record({}, {1})}, series({"all"}), false}};
-    profilerDomain.enabled = true;
-    profiled.clear();
-    lanefeed_1::setProfilingHooks(writingHooks());
-    std::vector<basekit2::sptr_t<dataface_1::ITableTree>> forest;
-    EXPECT_TRUE(m_provider->getOverTimeData(request(), lanefeed_1::IDicerProvider::otTime, forest));
-    lanefeed_1::setProfilingHooks({});
-    EXPECT_NE(profiled.find("begin DbiProviderImpl::getOverTimeData\nend\n"
-                            "begin BaseProviderImpl::arrayToForest\nend\n"),
-              std::string::npos)
-        << profiled;
-}
-
-// A table that must not be read.
-class UntouchableTree : public dataface_1::ITableTree {
-public:
-    basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::ITableRow>> getRows(
-        relay2::IProgress* /*progress*/) override {
-        ADD_FAILURE() << "rows were read";
-        return {};
-    }
-    basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::IColumnInfo>> getColumns(
-        relay2::IProgress* /*progress*/) override {
-        ADD_FAILURE() << "columns were read";
-        return {};
-    }
-    void setMessenger(relay2::IMessenger* /*messenger*/) override {}
-};
-
-TEST(TableDump, IsWrittenOnlyWhenTheEnvironmentAsksForIt) {
-    const TempDirectory folder;
-    const auto back = std::filesystem::current_path();
-    std::filesystem::current_path(folder.path());
-    {
-        const EnvironmentGuard empty("LANEFEED_SAVE_DATA", "");
-        lanefeed_1::BaseProviderImpl::dumpTableTreeToFile(basekit2::make_object<UntouchableTree>(),
-                                                          "quiet");
-        EXPECT_FALSE(std::filesystem::exists("quiet.xml"));
-    }
-    {
-        const EnvironmentGuard on("LANEFEED_SAVE_DATA", "1");
-        lanefeed_1::BaseProviderImpl::dumpTableTreeToFile(nullptr, "none");
-        EXPECT_FALSE(std::filesystem::exists("none.xml"));
-        lanefeed_1::BaseProviderImpl::dumpTableTreeToFile(facekit_1_x::createTableTree(), "rows7");
-    }
-    std::ifstream file("rows7.xml");
-    std::stringstream text;
-    text << file.rdbuf();
-    EXPECT_NE(text.str().find("<bag"), std::string::npos) << text.str();
-    std::filesystem::current_path(back);
-}
-
 }  // namespace
 }  // namespace lanefeed_test

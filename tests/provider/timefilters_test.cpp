@@ -43,35 +43,6 @@ TEST(PauseRanges, MergesWhatTouchesThenDropsWhatIsNarrow) {
     EXPECT_EQ(merged({{0, 2}, {5, 6}}, 4), "");
     EXPECT_EQ(merged({}, 4), "");
 }
-
-TEST(PauseRanges, TellsASpanWhollyInsideOneRange) {
-    const std::set<TimeRange> ranges{{10, 20}, {20, 30}, {50, 60}};
-    EXPECT_TRUE(lanefeed_1::isInPause(ranges, 10, 20));
-    EXPECT_TRUE(lanefeed_1::isInPause(ranges, 21, 30));
-    EXPECT_FALSE(lanefeed_1::isInPause(ranges, 15, 25));  // across a border, though the next begins
-    EXPECT_FALSE(lanefeed_1::isInPause(ranges, 9, 12));
-    EXPECT_FALSE(lanefeed_1::isInPause(ranges, 55, 61));
-    EXPECT_FALSE(lanefeed_1::isInPause({}, 1, 2));
-    // Ranges are told apart by their ends alone; the first of two stays.
-    std::set<TimeRange> sameEnd{{10, 20}};
-    sameEnd.insert({5, 20});
-    EXPECT_EQ(sameEnd.size(), 1U);
-    EXPECT_FALSE(lanefeed_1::isInPause(sameEnd, 6, 8));
-}
-
-TEST(PauseRanges, NeedsTwoColumns) {
-    const CapturedLog log;
-    std::set<TimeRange> ranges;
-    const auto table = facekit_1_x::createTableTree();
-    lanefeed_1::fillPauserangesSet(ranges, table);
-    EXPECT_EQ(log.count("!colIt.at_end()"), 1);
-    const auto column = facekit_1_x::createColumn(facekit_1_x::columnPlain, nullptr, table);
-    table->addColumn(column, nullptr, 0);
-    lanefeed_1::fillPauserangesSet(ranges, table);
-    EXPECT_EQ(log.count("!colIt.at_end()"), 2);
-    EXPECT_TRUE(ranges.empty());
-}
-
 TEST_F(TimeFilters, GivesPausesOfTheWindowInPaneTicks) {
     // The first reaches in from before the result; two touch the ends of the window; of those
     // inside one is as wide as a bin, the other by a tick less.
@@ -127,27 +98,6 @@ TEST_F(TimeFilters, ReadsARangeOnceUntilSpanBinsOrPausesChange) {
     ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
     EXPECT_EQ(m_db->pauseReads, 5);
 }
-
-TEST_F(TimeFilters, KeepsOneKeyForBothKindsOfRanges) {
-    m_db->pauses = {{1000, 1100}};
-    bind();
-    QueryParam older = request();
-    basekit2::sptr_t<ITableTree> filtered;
-    ASSERT_TRUE(m_provider->getFilteredRanges(older, filtered));
-    QueryParam newer = request();
-    newer.binCount = 5;
-    basekit2::sptr_t<ITableTree> paused;
-    ASSERT_TRUE(m_provider->getPauseRangesData(newer, paused));
-    // The other kind, read under an older key, is served under the new one.
-    basekit2::sptr_t<ITableTree> served;
-    ASSERT_TRUE(m_provider->getFilteredRanges(newer, served));
-    EXPECT_EQ(served, filtered);
-    // News of pauses leaves the filter ranges alone.
-    m_provider->updateSBFilterData();
-    ASSERT_TRUE(m_provider->getFilteredRanges(newer, served));
-    EXPECT_EQ(served, filtered);
-}
-
 TEST_F(TimeFilters, RefusesAnEmptyWindowAndNoBins) {
     bind();
     QueryParam param = request();

@@ -71,20 +71,6 @@ TEST_F(TimelineProvider, PutsEachQueryInPlaceOfThoseOfTheSource) {
     EXPECT_EQ(m_db->calls[0].objectType, storelink1::ITimelineQuery::otPoint);
     EXPECT_EQ(m_db->calls[1].objectType, storelink1::ITimelineQuery::otInterval);
 }
-
-TEST_F(TimelineProvider, LeavesOutAQueryWithoutAnAnswer) {
-    QueryFacts waiting = named("waiting");
-    waiting.attributes["timelineRequiredFilter"] = "absent";
-    putQueries({timeQuery(waiting), timeQuery(named("two"))});
-    ASSERT_TRUE(m_timeline->getOverTimeData(request(), IDicerProvider::otTime, m_forest));
-    ASSERT_EQ(m_forest.size(), 1U);
-    EXPECT_EQ(columnCount(), 2);
-    m_forest.clear();
-    putQueries({timeQuery(waiting), timeQuery(waiting)});
-    EXPECT_TRUE(m_timeline->getOverTimeData(request(), IDicerProvider::otTime, m_forest));
-    EXPECT_TRUE(m_forest.empty());
-}
-
 TEST_F(TimelineProvider, KeepsWhatOnlyOneOfTwoForestsHas) {
     using Forest = std::vector<basekit2::sptr_t<dataface_1::ITableTree>>;
     const Forest trees{facekit_1_x::createTableTree(), facekit_1_x::createTableTree(),

@@ -180,21 +180,6 @@ TEST_F(TimelineQuery, FindsTheObjectTypeFromTheMostSpecificText) {
     EXPECT_EQ(objectTypeOf(param), 0);
     EXPECT_TRUE(m_log.contains("param.dds->m_defaultQuery"));
 }
-
-TEST_F(TimelineQuery, RunsOnTheFilteredDatabaseWhereTheFilterConcernsTheTable) {
-    bind();
-    m_db->filters = {"global"};
-    EXPECT_EQ(ask(request()).database, m_db->getTimelineDatabase().get());
-    m_db->filteredTables = {"slice_data"};
-    m_db->filters = {"selection"};
-    EXPECT_EQ(ask(request()).database, m_db->getTimelineDatabase().get());
-    m_db->filters = {"global"};
-    const auto* filtered = ask(request()).database;
-    EXPECT_NE(filtered, m_db->getTimelineDatabase().get());
-    EXPECT_EQ(ask(request()).database, filtered);
-    EXPECT_EQ(m_db->filteredDatabases, 1);
-}
-
 TEST_F(TimelineQuery, CopiesSparseSeriesIntoDenseOnes) {
     storelink1::OverTimeData src;
     src.key = {4, 5};

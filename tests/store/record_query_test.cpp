@@ -1,6 +1,5 @@
 // Conditions, order, keys and types of the relational face.
 #include "support/cancel_at_poll.h"
-#include "support/random_seed.h"
 #include "support/store_text.h"
 #include "support/trace_text.h"
 
@@ -8,7 +7,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <random>
 
 namespace lanefeed_runtime {
 namespace {
@@ -117,51 +115,6 @@ TEST_F(RecordQueryTest, GivesOneRecordPerKey) {
     EXPECT_TRUE(unordered->addKeyColumn("attr"));
     EXPECT_EQ(recordsText(unordered->execute(), 2), "a 1\nc 6\nb 11\n");
 }
-
-TEST_F(RecordQueryTest, AgreesWithAWalkOverAllRows) {
-    std::mt19937 random(lanefeed_test::randomSeed());
-    std::string text;
-    struct Row {
-        int start, thread, task;
-    };
-    std::vector<Row> rows;
-    for (int i = 0; i < 400; ++i) {
-        const Row row = {static_cast<int>(random() % 200), static_cast<int>(random() % 4),
-                         static_cast<int>(random() % 6)};
-        rows.push_back(row);
-        text += "thread t" + std::to_string(row.thread) + " " + std::to_string(row.start) +
-                "..999 n" + std::to_string(row.task) + "\n";
-    }
-    TextResult result("thread t0 0..1000 n9\n" + text);
-    rows.insert(rows.begin(), {0, 0, 9});
-    std::stable_sort(rows.begin(), rows.end(),
-                     [](const Row& a, const Row& b) { return a.start < b.start; });
-    for (int round = 0; round < 50; ++round) {
-        const auto made = result.database().createQuery("slice_data", 0);
-        made->addColumn("start_tsc");
-        made->addColumn("dd_task.name");
-        std::vector<int> threads;
-        std::vector<int> tasks;
-        for (auto i = random() % 3; i > 0; --i) {
-            threads.push_back(static_cast<int>(random() % 5));
-            made->addCondition("dd_band::dd_thread.name", 1, "t" + std::to_string(threads.back()));
-        }
-        for (auto i = random() % 4; i > 0; --i) {
-            tasks.push_back(static_cast<int>(random() % 10));
-            made->addCondition("attr.name", 1, "n" + std::to_string(tasks.back()));
-        }
-        const auto takes = [](const std::vector<int>& values, int value) {
-            return values.empty() || std::find(values.begin(), values.end(), value) != values.end();
-        };
-        std::string expected;
-        for (const Row& row : rows) {
-            if (takes(threads, row.thread) && takes(tasks, row.task))
-                expected += std::to_string(row.start + 1) + " n" + std::to_string(row.task) + "\n";
-        }
-        ASSERT_EQ(recordsText(made->execute(), 2), expected);
-    }
-}
-
 TEST_F(RecordQueryTest, TakesVeryManyValues) {
     const auto made = query({"rowid"});
     for (int i = 3; i < 60000; ++i)

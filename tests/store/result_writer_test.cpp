@@ -75,40 +75,6 @@ TEST_F(ResultWriterTest, OrdersByStartAndKeepsEqualStartsAsAdded) {
     EXPECT_EQ(rowsOf(finish(), "slice_data", {"rowid", "attr.name"}),
               "1 a\n2 c\n3 b1\n4 b2\n5 b3\n");
 }
-
-TEST_F(ResultWriterTest, WritesMoreRowsThanFitIntoMemory) {
-    WriterOptions options;
-    options.target = m_directory.file("big.lft");
-    options.sortMemory = 10000;
-    auto writer = ResultWriter::create(options, m_error);
-    writer->setFact(result_keys::kTicksPerSecond, "1000");
-    constexpr std::int64_t kRows = 20011;
-    for (std::int64_t i = 0; i < kRows; ++i) {
-        InstanceRow row;
-        row.begin = i * 7919 % kRows;
-        row.end = row.begin + 1;
-        row.count = row.begin;
-        ASSERT_TRUE(writer->add(i % 2 == 0 ? TableId::sliceData : TableId::asyncData, row));
-    }
-    EXPECT_EQ(writer->instanceCount(), static_cast<std::uint64_t>(kRows));
-    ASSERT_TRUE(writer->finish()) << writer->error().text;
-    OpenStore store = openStore(options.target, m_error);
-    std::int64_t rows = 0;
-    for (const char* table : {"slice_data", "async_data"}) {
-        const auto query = store.database->createQuery(table, 0);
-        query->addColumn("start_tsc");
-        query->addColumn("count");
-        std::uint64_t last = 0;
-        for (const auto set = query->execute(); !set->atEnd(); set->next(), ++rows) {
-            const auto start = set->current()->getField(0).get<basekit2::u64_t>();
-            EXPECT_GE(start, last);
-            EXPECT_EQ(start, set->current()->getField(1).get<basekit2::u64_t>() + 1);
-            last = start;
-        }
-    }
-    EXPECT_EQ(rows, kRows);
-}
-
 TEST_F(ResultWriterTest, AddsAnAttributeOnceByKey) {
     bool added = false;
     const int first = m_writer->attribute(TableId::thread, "k", {{"name", "one"}}, &added);

@@ -35,8 +35,6 @@ struct QueryFacts {
     QueryList members;                              // of a derived or vector query
     std::vector<slicekit_1_0::rpn_step_t> formula;  // of a derived query
     Query otherKind;                                // answers the casts that this query doesn't
-    basekit2::sptr_t<dataface_1::IExpression> min;
-    basekit2::sptr_t<dataface_1::IExpression> max;
 };
 
 // The operations of every query, out of its facts.
@@ -78,12 +76,8 @@ public:
         return true;
     }
     std::string getFlatGroupingName() const override { return facts.flatGrouping; }
-    basekit2::sptr_t<dataface_1::IExpression> getMinExpression() const override {
-        return facts.min;
-    }
-    basekit2::sptr_t<dataface_1::IExpression> getMaxExpression() const override {
-        return facts.max;
-    }
+    basekit2::sptr_t<dataface_1::IExpression> getMinExpression() const override { return {}; }
+    basekit2::sptr_t<dataface_1::IExpression> getMaxExpression() const override { return {}; }
     Query restricted(const basekit2::generic_iterator_t<basekit2::variant_t>& values) override {
         QueryFacts narrowed = facts;
         narrowed.values.clear();
@@ -99,12 +93,8 @@ class FakeDataQuery : public FakeQuery<Kind> {
 public:
     using FakeQuery<Kind>::FakeQuery;
     std::string getInstanceTable() const override { return this->facts.table; }
-    basekit2::sptr_t<dataface_1::IExpression> getMinExpression() const override {
-        return this->facts.min;
-    }
-    basekit2::sptr_t<dataface_1::IExpression> getMaxExpression() const override {
-        return this->facts.max;
-    }
+    basekit2::sptr_t<dataface_1::IExpression> getMinExpression() const override { return {}; }
+    basekit2::sptr_t<dataface_1::IExpression> getMaxExpression() const override { return {}; }
     std::string getGrouping() const override { return this->facts.grouping; }
     bool isGlobalGrouping() const override { return this->facts.globalGrouping; }
 };

@@ -107,16 +107,6 @@ TEST(Rebucket, RefusesSpansThatDoNotContainTheRequest) {
     EXPECT_EQ(log.count("actualStart <= requestedStart"), 1);
     EXPECT_EQ(data.seriesSet[0].values, (Values{10, 20}));
 }
-
-TEST(Rebucket, KeepsWhatItDidBeforeATooWideSeries) {
-    const CapturedLog log;
-    OverTimeData data = dataOf({{10, 20}, {1, 2, 3, 4, 5}});
-    EXPECT_FALSE(bucketmath::rebucket(data, 4, 0, 100, 0, 100));
-    EXPECT_EQ(log.count("toWidth >= fromWidth"), 1);
-    EXPECT_EQ(data.seriesSet[0].values, (Values{5, 5, 10, 10}));
-    EXPECT_EQ(data.seriesSet[1].values.size(), 5U);
-}
-
 TEST(Rebucket, StaysInsideItsArraysOnOddSpans) {
     const basekit2::u64_t last = std::numeric_limits<basekit2::u64_t>::max();
     struct {
@@ -248,24 +238,6 @@ TEST(AggregateOvertimeData, FailsOnShapesThatDiffer) {
     EXPECT_FALSE(bucketmath::aggregateOvertimeData(data, {dataOf({{1}}), dataOf({{2}})}, agMax));
     EXPECT_EQ(log.count("Unsupported aggregation type"), 1);
 }
-
-TEST(AggregateOvertimeData, TakesTheFirstRecordWhenAllAreEmpty) {
-    std::vector<OverTimeData> records(2);
-    records[0].row = 4;
-    records[0].dbIndexes = {8, 9};
-    OverTimeData data = dataOf({{1}});
-    EXPECT_TRUE(bucketmath::aggregateOvertimeData(data, records, agAverage));
-    EXPECT_EQ(data.row, 4);
-    EXPECT_TRUE(data.seriesSet.empty());
-    EXPECT_EQ(data.dbIndexes, (std::vector<int>{8, 9}));
-}
-
-TEST(IsOvertimeArrayEmpty, LooksAtSeriesAndNotAtTheirValues) {
-    EXPECT_TRUE(bucketmath::isOvertimeArrayEmpty({}));
-    EXPECT_TRUE(bucketmath::isOvertimeArrayEmpty({dataOf({}), dataOf({})}));
-    EXPECT_FALSE(bucketmath::isOvertimeArrayEmpty({dataOf({}), dataOf({Values{}})}));
-}
-
 TEST(WholeBinWidth, CutsToWholeTicks) {
     EXPECT_EQ(bucketmath::wholeBinWidth(5, 15, 3), 3U);
     EXPECT_EQ(bucketmath::wholeBinWidth(5, 15, 0), 0U);

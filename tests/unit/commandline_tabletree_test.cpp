@@ -83,17 +83,6 @@ TEST(CommandLineTable, StandsABucketCountOfZero) {
         lanefeed_test::tableText(createCommandLineTableTree(overtime({1}, param), nullptr, param)),
         "?  ?  cpu  cpu.read\n-  -  10   10\n");
 }
-
-TEST(CommandLineTable, ReadsColumnsOfItsSourceToo) {
-    const QueryParam param = lanefeed_test::windowOf(0, 10, 1);
-    const auto source = overtime({1}, param);
-    const auto tree = createCommandLineTableTree(source, nullptr, param);
-    variant_t value;
-    EXPECT_TRUE(tree->getRows(nullptr).current()->getContent(
-        lanefeed_test::columnNamed(source, "timeBin"), dataface_1::ccValue, value));
-    EXPECT_EQ(value, variant_t(0));
-}
-
 TEST(CommandLineTable, KeepsTheContractOfTables) {
     const QueryParam param = lanefeed_test::windowOf(0, 30, 3);
     EXPECT_TRUE(lanefeed_test::keepsTableContract([&param] {

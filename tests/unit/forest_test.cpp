@@ -167,18 +167,6 @@ busy
     thread=joined
 )");
 }
-
-TEST_F(Forest, PassesOverExtrasThatAreNoAttributeButCountsThem) {
-    OverTimeData data = record({series({"a", "b", "c"}, {1, 2, 3})});
-    QueryFacts time = factsOf("time");
-    auto& extras = data.seriesSet[0].ds.m_extras;
-    extras.insert(extras.begin() + 1, DicerDataSource::ExtraArgs());
-    extras[1].query = basekit2::make_object<FakeDataQuery<dataface_1::ITimeQuery>>(time);
-    offerMappers();
-    EXPECT_EQ(columnsOf(data, queriesOf(data)), "timeBin row 3\nbusy\n  process=a #" + colorOf(1) +
-                                                    "\n    thread=c #" + colorOf(3) + "\n");
-}
-
 TEST_F(Forest, FoldsChainsIntoOneQuery) {
     QueryFacts chained = factsOf("process");
     chained.next = namedQuery("thread");
@@ -209,22 +197,6 @@ TEST_F(Forest, PaintsExpansionValuesAsConfigured) {
     // Values without an id are not asked for.
     EXPECT_EQ(m_factory->asked, (std::vector<std::string>{"process", "thread"}));
 }
-
-TEST_F(Forest, AsksOncePerQueryForAMapper) {
-    offerMappers();
-    m_factory->answer = error_code_t::noResult;
-    const OverTimeData data = record({series({"lfd", "main"}, {1, 7})});
-    const auto queries = queriesOf(data);
-    const CapturedLog log;
-    columnsOf(data, queries);
-    columnsOf(data, queries);
-    EXPECT_EQ(m_factory->asked.size(), 2U);
-    EXPECT_TRUE(log.empty());
-    m_factory->answer = error_code_t::failure;
-    columnsOf(data, queriesOf(data));
-    EXPECT_EQ(log.count("err.succeeded()"), 2);
-}
-
 TEST_F(Forest, TellsWhyAValueHasNoColour) {
     offerMappers();
     const OverTimeData data = record({series({"lfd"}, {1})});

@@ -122,14 +122,6 @@ TEST(OvertimeTable, KeepsABucketThatReachesOutOfAPauseByATick) {
     EXPECT_EQ(rowCount(120, 129), 6U);
     EXPECT_EQ(rowCount(121, 130), 6U);
 }
-
-TEST(OvertimeTable, HasNoRowForMissingDataAlsoWhenZerosAreKept) {
-    const Series series{{kNoData, 0}, {kNoData, kNoData}};
-    QueryParam param = tenTickBuckets(series);
-    param.keepZeroValues = true;
-    EXPECT_EQ(lanefeed_test::allRows(tableOf(series, 1, param)).size(), 1U);
-}
-
 TEST(OvertimeTable, PlacesPausesByWholeTicksOfABucket) {
     // 3 ticks a bucket over 11 ticks: the fourth bucket is that of 9..12.
     const Series series{{1, 2, 3, 4}};
@@ -141,14 +133,6 @@ TEST(OvertimeTable, PlacesPausesByWholeTicksOfABucket) {
                   .size(),
               0U);
 }
-
-TEST(OvertimeTable, TakesSeriesOfUnequalLengths) {
-    const Series series{{}, {1, 2}, {1, 2, 3}, {7}};
-    const auto tree = tableOf(series, 1, windowOf(0, 20, 2));
-    EXPECT_EQ(lanefeed_test::allRows(tree).size(), 2U);
-    EXPECT_TRUE(lanefeed_test::allRows(tableOf({})).empty());
-}
-
 TEST(OvertimeTable, ReadsAColumnWithoutSeriesAsZero) {
     EXPECT_EQ(tableText(tableOf(Series{{4}})),
               "timeBin  cpu  cpu.read  io\n0        4    4         0\n");
@@ -210,18 +194,6 @@ TEST(OvertimeTable, SumsRowsWithoutTheScale) {
     EXPECT_EQ(out, variant_t("untouched"));
     EXPECT_EQ(cell(tree, reduced(tree, {}), "io"), 0);
 }
-
-TEST(OvertimeTable, ASumKeepsItsTableAlive) {
-    auto tree = tableOf({{1, 2}});
-    const auto cpu = lanefeed_test::columnNamed(tree, "cpu");
-    const auto sum = reduced(tree, lanefeed_test::allRows(tree));
-    tree.reset();
-    EXPECT_EQ(lanefeed_test::allRows(sum->getTableTree()).size(), 2U);
-    variant_t value;
-    EXPECT_TRUE(sum->getContent(cpu, ccValue, value));
-    EXPECT_EQ(value, variant_t(3.0));
-}
-
 TEST(OvertimeTable, RefusesToSumWhatIsNotItsOwn) {
     const auto tree = tableOf({{1, 2}});
     const auto other = tableOf({{1, 2}});
@@ -248,13 +220,6 @@ TEST(OvertimeTable, SumsFromTheFirstRowOfAUsedIterator) {
     EXPECT_EQ(cell(tree, reducible->reduce(nullptr, nullptr), "cpu"), 0);
     EXPECT_EQ(log.count("iterator does not support reset()"), 1);
 }
-
-TEST(OvertimeTable, IsNoneWithoutColumns) {
-    EXPECT_TRUE(
-        createOvertimeTableTree(nullptr, nullptr, recordOf({{4}}), 1, windowOf(0, 10, 1), nullptr)
-            .is_null());
-}
-
 TEST(OvertimeTable, KeepsTheContractOfTables) {
     EXPECT_TRUE(lanefeed_test::keepsTableContract([] {
         return tableOf({{1, kNoData, 3}, {kNoData, kNoData, 4}}, 3);

@@ -68,15 +68,6 @@ TEST_F(RowSummaryBuild, FailsLoudlyWithoutWhatItNeeds) {
     EXPECT_TRUE(buildThreads().is_null());
     EXPECT_EQ(log.count("rs && !rs->atEnd() ' Error: disk on fire, SQL: SELECT'"), 1);
 }
-
-TEST_F(RowSummaryBuild, FailsWithoutADatabase) {
-    m_bound.input->offered.erase(basekit2::type_id_t<storelink1::IPerfDatabase>::id());
-    addThread(7, "main");
-    const CapturedLog log;
-    EXPECT_TRUE(buildThreads().is_null());
-    EXPECT_EQ(log.count("tq,"), 1);
-}
-
 TEST_F(RowSummaryBuild, FindsRowsByEachOfTheirNumbers) {
     for (const int id : {30, 10, 20})
         addThread(id, "t");
@@ -100,16 +91,6 @@ TEST_F(RowSummaryBuild, FindsRowsByEachOfTheirNumbers) {
     EXPECT_EQ(table->getRowByDbIndexes({}), nullptr);
     EXPECT_TRUE(log.contains("!indexes.empty()"));
 }
-
-TEST_F(RowSummaryBuild, FindsTheFirstOfEqualPlacesAndTheLastOfEqualPaths) {
-    for (const int id : {5, 6, 5})
-        addThread(id, "t");
-    const Table table = buildThreads();
-    EXPECT_EQ(table->getRowByDbId(0, 5), table->getRow(0));
-    EXPECT_EQ(table->getRowByDbIndexes({5}), table->getRow(2));
-    EXPECT_EQ(table->getRowDbIndexBySummaryId(2), 5);
-}
-
 TEST_F(RowSummaryBuild, NestsRowsAsTheGridDoes) {
     const Table table = buildOnGrid({{1, "lfd", 3, {{7, "main", 2, {}}, {1, "io", 1, {}}}},
                                      {2, "sh", {}, {{7, "main", 5, {}}}}},
@@ -133,15 +114,6 @@ TEST_F(RowSummaryBuild, NestsRowsAsTheGridDoes) {
     EXPECT_EQ(table->getRowByDbIndexes({2, 7, 7}), nullptr);
     EXPECT_EQ(table->getRow(0)->getChildRowByDbIndex(7), table->getRow(1));
 }
-
-TEST_F(RowSummaryBuild, FindsTheLastOfEqualChildren) {
-    const Table table =
-        buildOnGrid({{1, "lfd", {}, {{7, "first", {}, {}}, {8, "t", {}, {}}, {7, "last", {}, {}}}}},
-                    bandFacts("dd_process"));
-    EXPECT_EQ(table->getRowByDbIndexes({1, 7}), table->getRow(3));
-    EXPECT_EQ(table->getRowByDbId(1, 7), table->getRow(1));
-}
-
 TEST_F(RowSummaryBuild, IndexesAFlatGroupingAtOneLevel) {
     QueryFacts facts = bandFacts("dd_process");
     facts.flatGrouping = "flat";

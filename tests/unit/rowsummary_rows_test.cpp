@@ -106,16 +106,6 @@ TEST_F(RowSummaryRows, AnswerNothingOnceTheirTableIsGone) {
     EXPECT_EQ(row->getChildren(children, nullptr, false), dataface_1::ITreeNode::ecsfSuccess);
     EXPECT_TRUE(children.at_end());
 }
-
-TEST_F(RowSummaryRows, IteratorsKeepTheTable) {
-    addThread(7, "main");
-    Table table = buildThreads();
-    const auto rows = table->getRows(nullptr);
-    table.reset();
-    variant_t out;
-    EXPECT_TRUE(rows.current()->getContent(nullptr, ccId, out));
-}
-
 TEST_F(RowSummaryRanges, SpanAllLivesOfAThingWithinTheStartOfTheResult) {
     addThread(1, "early");
     addThread(2, "twice");
@@ -130,21 +120,6 @@ twice  200        600
 late   900        1500
 )");
 }
-
-TEST_F(RowSummaryRanges, BeginWithTheResultInEveryRecord) {
-    addThread(1, "t");
-    addBand("dd_thread", 1, 900, 1100);
-    addBand("dd_thread", 2, 1500, 1600);
-    addBand("dd_thread", 2, 950, 980);
-    const Table table = buildThreads();
-    lanefeed_1::RowSummaryTableTree::tsc_range_t range;
-    EXPECT_TRUE(table->getTscRange(1, "dd_thread", range));
-    EXPECT_EQ(range.start, 1000U);
-    EXPECT_TRUE(table->getTscRange(2, "dd_thread", range));
-    EXPECT_EQ(range.start, 1000U);
-    EXPECT_EQ(range.end, 1600U);
-}
-
 TEST_F(RowSummaryRanges, FollowTheFirstGroupingByBandAlone) {
     addThread(1, "known");
     addThread(2, "unknown");
@@ -154,13 +129,6 @@ TEST_F(RowSummaryRanges, FollowTheFirstGroupingByBandAlone) {
     EXPECT_EQ(tableText(build({rowBy(bandFacts("dd_thread")), rowBy(bandFacts("dd_process"))})),
               "name     startTime  endTime\nknown    100        200\nunknown  0          999\n");
 }
-
-TEST_F(RowSummaryRanges, TakeTheTicksOfTheResultWhateverTheirReadAnswers) {
-    addThread(1, "t");
-    m_bound.database->timeRangeAnswer = false;
-    EXPECT_EQ(tableText(buildThreads()), "name  startTime  endTime\nt     0          999\n");
-}
-
 TEST_F(RowSummaryRanges, AreReadForEachLevelOfTheChains) {
     addThread(1, "t");
     addBand("dd_thread", 1, 1100, 1200);

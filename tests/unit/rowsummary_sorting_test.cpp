@@ -15,17 +15,6 @@ using dataface_1::ccValue;
 using dataface_1::cell_contents_t;
 using Order = std::vector<int>;
 
-// Equal to any query when restrictions are to be compared and names are not.
-class SelectiveQuery : public FakeInfoQuery {
-public:
-    using FakeInfoQuery::FakeInfoQuery;
-    bool isEqualTo(const sptr_t<dataface_1::IQuery>& /*other*/,
-                   bool restrictions,
-                   bool names) override {
-        return restrictions && !names;
-    }
-};
-
 class RowSummarySorting : public RowTableTest {
 protected:
     static Order sorted(const Table& table, const char* column, bool ascending) {
@@ -140,26 +129,6 @@ TEST_F(RowSummarySorting, StartsByTheColumnOfTheQueryElseByTheFirstValue) {
               "name down");
     table->initialSorting(nullptr);
     EXPECT_EQ(sortOrder(table), (Order{1, 0}));
-}
-
-TEST_F(RowSummarySorting, ComparesColumnsByTheirRestrictionsAndNotByName) {
-    const auto grid = facekit_1_x::createTableTree();
-    const auto query = basekit2::make_object<SelectiveQuery>(bandFacts("restricted"));
-    const auto column = facekit_1_x::createColumn(facekit_1_x::columnTimeBin, query, grid);
-    grid->addColumn(column, nullptr, 0);
-    const auto table = basekit2::make_object<lanefeed_1::RowSummaryTableTree>();
-    ASSERT_TRUE(table->init(m_bound.input, grid,
-                            dataface_1::IVectorQuery::pushBack(nullptr, infoQuery({})),
-                            m_bound.provider.get(), nullptr));
-    EXPECT_EQ(initial(Table(table), namedQuery("elsewhere")), "restricted down");
-}
-
-TEST_F(RowSummarySorting, AddsToTheOrderThatItIsGiven) {
-    addThread(1, "b");
-    const Table table = buildThreads();
-    Order order{99};
-    table->getSortOrder(order);
-    EXPECT_EQ(order, (Order{99, 0}));
 }
 
 TEST_F(RowSummarySorting, HasNoFirstOrderWithoutAColumn) {

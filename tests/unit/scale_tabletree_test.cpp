@@ -65,19 +65,6 @@ TEST(ScaleTable, ScalesEveryKindOfNumericColumn) {
               "2    3    4  5  16   20\n1.5  1.5  3  3  1.5  3\n");
     EXPECT_TRUE(createScaleTableTree(nullptr, 2).is_null());
 }
-
-TEST(ScaleTable, HidesThatItsSourceCanBeReduced) {
-    const auto source = createOvertimeTableTree(lanefeed_test::seriesColumns({"cpu"}), nullptr,
-                                                lanefeed_test::recordOf({{1, 2}}), 100,
-                                                lanefeed_test::windowOf(0, 20, 2), nullptr);
-    const auto tree = createScaleTableTree(source, 0.5);
-    sptr_t<dataface_1::IReducibleTableTree> reducible;
-    EXPECT_TRUE(basekit2::lookup_interface(source.get(), reducible));
-    reducible.reset();
-    EXPECT_FALSE(basekit2::lookup_interface(tree.get(), reducible));
-    EXPECT_EQ(lanefeed_test::tableText(tree), "timeBin  cpu\n0        50\n1        100\n");
-}
-
 TEST(ScaleTable, KeepsTheContractOfTables) {
     EXPECT_TRUE(
         lanefeed_test::keepsTableContract([] { return createScaleTableTree(mixedTable(), 3); }));

@@ -44,25 +44,5 @@ TEST(Applicable, NeedsTheTablesOfALayerAndOfItsTooltip) {
             << cases[i].first;
     EXPECT_FALSE(parser.isApplicable(rowSet.layers.at(0), nullptr));
 }
-
-TEST(Applicable, NeedsATableWhoseBandTypeTheStoreKnows) {
-    const auto store = basekit2::make_object<lanefeed_test::FakeDatabase>();
-    store->tables = {{"slice_data", {}}, {"loose_data", {}}};
-    store->bandKinds = {{"slice_data", 0}, {"empty_data", 0}};
-    const auto input = basekit2::make_object<lanefeed_test::FakeInput>();
-    input->offer<storelink1::IPerfDatabase>(
-        basekit2::make_object<lanefeed_test::FakePerfDatabase>(store));
-    const auto provider = IDicerProvider::create(input);
-    provider->setResult(0, input, nullptr, "", 0);
-    const auto applies = [&provider](const char* table) {
-        TLViewpointParser::LayerInfo layer;
-        layer.drawBy.ds.set("", table, "", "");
-        return TLViewpointParser().isApplicable(layer, provider.get());
-    };
-    EXPECT_TRUE(applies("slice_data"));
-    EXPECT_FALSE(applies("loose_data")) << "no band type";
-    EXPECT_FALSE(applies("empty_data")) << "no table";
-}
-
 }  // namespace
 }  // namespace lanefeed_1

@@ -24,23 +24,6 @@ TEST(DicerDataSource, TakesTheBandOfABandTableOnly) {
     EXPECT_EQ(ds.m_band, "dd_thread");
     EXPECT_EQ(log.count("!parts.empty()"), 1);
 }
-
-TEST(DicerDataSource, TakesAnEmptyValueOfAnExtraForNone) {
-    DicerDataSource ds;
-    const auto query = lanefeed_test::infoQuery({});
-    ds.addExtra(query, "path", "table", "attr", std::string(), "suffix");
-    ds.addExtra(query, "path", "table", "attr", std::string("one"), "suffix");
-    ds.addExtra(query, "path", "table", "attr", std::vector<std::string>{"", "two"}, "suffix");
-    ASSERT_EQ(ds.m_extras.size(), 3U);
-    EXPECT_EQ(ds.m_extras[0].values, std::vector<std::string>());
-    EXPECT_EQ(ds.m_extras[1].values, std::vector<std::string>{"one"});
-    EXPECT_EQ(ds.m_extras[2].values, (std::vector<std::string>{"", "two"}));
-    const ExtraArgs& extra = ds.m_extras[0];
-    EXPECT_EQ(extra.query, query);
-    EXPECT_EQ(extra.path + "/" + extra.table + "/" + extra.attr + "/" + extra.suffix,
-              "path/table/attr/suffix");
-}
-
 // Each entry is less than the next by an earlier field, while all later fields say the opposite.
 TEST(ExtraArgs, OrdersByQueryThenTextsThenValues) {
     auto low = lanefeed_test::infoQuery({});

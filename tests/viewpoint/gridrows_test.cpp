@@ -70,14 +70,6 @@ class RowGroups : public fakes::ViewpointTest {
 protected:
     const sptr_t<basekit2::ref_counted_t<FakeGrid>> m_grid = basekit2::make_object<FakeGrid>();
 };
-
-TEST_F(RowGroups, BeginWithARowThatDoesNotContinueOne) {
-    std::string text;
-    for (const auto& group : m_parser.getAllRowbys(rowsOf("abCdeF")))
-        text += names(group) + ".";
-    EXPECT_EQ(text, "ab.Cde.F.");
-}
-
 TEST_F(RowGroups, GiveALayerTheFirstOfEachWithoutAGrid) {
     EXPECT_EQ(names(m_parser.getAllLayerRowBy({}, rowsOf("AbCD"))), "ACD");
     LayerInfo lifetime;

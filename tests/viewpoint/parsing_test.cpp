@@ -76,11 +76,5 @@ TEST_F(Parsing, ThrowsANumberThatCannotBeRead) {
         EXPECT_TRUE(m_parser.m_areas.empty()) << "the area being read is not kept";
     }
 }
-
-TEST_F(Parsing, FilesMessagesOfARulerUnderAreaZero) {
-    parse("<ruler><layer/><layer><sound/></layer></ruler>");
-    EXPECT_EQ(m_logger->layerMessages[0][2].size(), 1U);
-}
-
 }  // namespace
 }  // namespace lanefeed_1

@@ -4,9 +4,7 @@
 namespace lanefeed_1 {
 namespace {
 
-using lanefeed_test::FakeDataQuery;
 using basekit2::sptr_t;
-using basekit2::variant_t;
 using lanefeed_test::CapturedLog;
 using lanefeed_test::FakeDerivedQuery;
 using lanefeed_test::FakeVectorQuery;
@@ -21,25 +19,6 @@ public:
     using FakeVectorQuery::FakeVectorQuery;
     basekit2::notype_ptr_t adapt_to_pointer(unsigned int) override { return {}; }
 };
-
-// A value, or a failure; nothing without a result.
-class FakeExpression : public dataface_1::IExpression {
-public:
-    FakeExpression(variant_t value, bool succeeds)
-        : m_value(std::move(value)), m_succeeds(succeeds) {}
-    bool evaluate(variant_t& out, const sptr_t<dataface_1::IInputData>& input) override {
-        out = m_value;
-        return m_succeeds && !input.is_null();
-    }
-
-private:
-    variant_t m_value;
-    bool m_succeeds;
-};
-
-sptr_t<dataface_1::IExpression> expression(const variant_t& value, bool succeeds = true) {
-    return basekit2::make_object<FakeExpression>(value, succeeds);
-}
 
 class Resolving : public fakes::ViewpointTest {
 protected:
@@ -102,29 +81,6 @@ TEST_F(Resolving, ReportsAColourOfARowThatIsNoText) {
     EXPECT_EQ(log.count("can_get<const char*>()"), 1);
 }
 
-// A query of several kinds: each case takes one more kind in front.
-TEST_F(Resolving, TakesTheFirstKindOfADrawQueryThatHolds) {
-    const auto also = [](const sptr_t<dataface_1::IQuery>& other) {
-        QueryFacts facts;
-        facts.otherKind = other;
-        facts.members = {infoQuery({}), infoQuery({})};
-        return facts;
-    };
-    sptr_t<dataface_1::IQuery> query = makeQuery<FakeDataQuery<dataface_1::IDataQuery>>({});
-    const std::pair<int, sptr_t<dataface_1::IQuery>> cases[] = {
-        {2, query},
-        {0, query = makeQuery<FakeVectorQuery>(also(query))},
-        {6, query = makeQuery<FakeDerivedQuery>(also(query))},
-        {5, query = makeQuery<FakeDataQuery<dataface_1::IInstanceCountQuery>>(also(query))},
-        {4, query = makeQuery<FakeDataQuery<dataface_1::ICountQuery>>(also(query))},
-        {3, query = makeQuery<FakeDataQuery<dataface_1::ITimeQuery>>(also(query))},
-        {1, query = infoQuery(also(query))}};
-    for (const auto& [type, several] : cases) {
-        m_library->vectors["it"] = vectorOf({several});
-        EXPECT_EQ(parseOneLayer("", R"(<drawBy query="it"/>)").drawBy.ds.m_dataType, type);
-    }
-}
-
 TEST_F(Resolving, WantsTwoMembersOfALifetimePair) {
     const CapturedLog log;
     TLViewpointParser::DrawBy drawBy;
@@ -136,22 +92,6 @@ TEST_F(Resolving, WantsTwoMembersOfALifetimePair) {
     EXPECT_EQ(log.count("it.current()"), 1);
     EXPECT_EQ(drawBy.displayName, "");
 }
-
-TEST_F(Resolving, TakesWhatCannotBeEvaluatedForZero) {
-    EXPECT_EQ(m_parser.evaluateExpression(expression(9)), 0.0) << "no result";
-    m_parser.m_result = m_result;
-    EXPECT_EQ(m_parser.evaluateExpression(expression(9)), 9.0);
-    EXPECT_EQ(m_parser.evaluateExpression(expression("9")), 0.0);
-    EXPECT_EQ(m_parser.evaluateExpression(expression(basekit2::u64_t{1} << 63U)), 0x1p63);
-    QueryFacts facts;
-    facts.max = expression(9, false);
-    TLViewpointParser::DrawBy drawBy;
-    drawBy.ds.m_min = drawBy.ds.m_max = 4;
-    m_parser.getMinMax(basekit2::make_object<lanefeed_test::FakeInfoQuery>(facts).get(), drawBy);
-    EXPECT_EQ(drawBy.ds.m_min, 4) << "no expression leaves the value";
-    EXPECT_EQ(drawBy.ds.m_max, 0);
-}
-
 TEST_F(Resolving, AsksTheDefaultQueryForADisplayAttributeThatDoesNotFit) {
     QueryFacts facts;
     facts.attributes = {{"timelineFormat", "inner"}, {"timelinePenWidth", 5}, {"markerSize", 5}};
