@@ -40,6 +40,7 @@ std::string loaded(const std::string& xml, const std::string& root) {
     EXPECT_EQ(shown(bag), "old{}") << "a failed load changed the bag";
     return err.expression();
 }
+
 TEST(BagXml, TypesOnlyWhatIsMarked) {
     EXPECT_EQ(loaded("<v a='true' b='false' c='True' d='5' e='#ff00ff'/>", "v"),
               "v{a:0=true;b:0=false;c:12=True;d:12=5;e:12=#ff00ff;}");
@@ -107,6 +108,7 @@ TEST(BagXml, ReadsWhatItWrote) {
         ASSERT_EQ(loaded(xml, "root"), shown(bag)) << xml;
     }
 }
+
 TEST(BagXml, ReplacesAFileOnlyByAWholeOne) {
     const TempDirectory folder;
     const std::string name = folder.file("dump.xml");

@@ -8,6 +8,7 @@
 #include <platkit_2_18/debug.h>
 #include <platkit_2_18/i18n.h>
 #include <platkit_2_18/strings.h>
+#include <settingstore2/message_catalogs.h>
 
 #include <gtest/gtest.h>
 
@@ -105,6 +106,7 @@ TEST(Messages, PutArgumentsIn) {
     two.add("%1");
     EXPECT_EQ(message_t("%3").as_ustring(two), "%1");
 }
+
 TEST(ErrorCode, TellsSuccessFromNothingFromFailure) {
     const error_code_t nothing = error_code_t::noResult;
     const error_code_t bare = error_code_t::failure;

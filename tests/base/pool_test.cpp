@@ -75,6 +75,7 @@ TEST(Pool, GivesEachBlockToOneOwnerAtATime) {
     }
     EXPECT_EQ(broken, std::vector<int>(4));
 }
+
 // The holder is made before the thread touches the pool, so it is destroyed after the lists.
 TEST(Pool, ServesObjectsThatOutliveTheListsOfTheirThread) {
     class Object : public basekit2::serializable_object_interface_t {};

@@ -94,6 +94,7 @@ TEST(MemoryTable, BothKindsOfRowsAnswerAlike) {
     EXPECT_EQ(tableText(nestedVectorTable(), options), expected);
     EXPECT_EQ(tableText(nestedTable(facekit_1_x::createSparseRow), options), expected);
 }
+
 TEST(MemoryTable, RefusesWrongNodesAloud) {
     const auto tree = facekit_1_x::createTableTree();
     const auto other = facekit_1_x::createTableTree();

@@ -36,6 +36,7 @@ TEST_F(Bands, FindsABandTableOnlyWhereThereAreBandsOfIt) {
     EXPECT_FALSE(m_provider->isBandTableExist("dd_thread"));
     EXPECT_TRUE(m_log.contains("query, at file: "));
 }
+
 TEST_F(Bands, KnowsAGroupingByBandByItsTablePathAndDepth) {
     DicerDataSource source;
     source.set("dd_thread", "dd_band", "", "");

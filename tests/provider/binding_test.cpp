@@ -1,4 +1,5 @@
 #include "provider_fixture.h"
+#include "support/fake_grid.h"
 
 namespace lanefeed_test {
 namespace {
@@ -18,35 +19,15 @@ QueryFacts rowFacts(const std::string& path, const std::string& attr = "name") {
 }
 
 // A grid that knows one row-by.
-class FakeGrid : public slicekit_1_0::IGridViewpointParser {
+class PickingGrid : public FakeGridParser {
 public:
-    basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::IVectorQuery>> getGroupings()
-        override {
-        return {};
-    }
-    basekit2::sptr_t<dataface_1::IVectorQuery> getDefaultVectorQuery() override { return {}; }
-    basekit2::error_code_t getGrouping(
-        int /*grouping*/, basekit2::sptr_t<dataface_1::IVectorQuery>& /*out*/) override {
-        return {};
-    }
-    basekit2::error_code_t createQuery(
-        const basekit2::sptr_t<dataface_1::IVectorQuery>& /*grouping*/,
-        basekit2::sptr_t<slicekit_1_0::IGridQuery>& /*out*/) override {
-        return basekit2::error_code_t::failure;
-    }
-    int getQueryFlags() override { return 0; }
-    void setColumnBy(const basekit2::sptr_t<dataface_1::IVectorQuery>& /*columns*/) override {}
-    basekit2::sptr_t<dataface_1::IQuery> getRowByForLevel(
-        const basekit2::sptr_t<dataface_1::IQuery>& /*query*/, int /*level*/) override {
-        return {};
-    }
-    basekit2::sptr_t<dataface_1::IQuery> getRowByQuery(
-        const basekit2::sptr_t<dataface_1::IQuery>& query, int level) override {
+    PickingGrid() : FakeGridParser("", nullptr) {}
+    Query getRowByQuery(const Query& query, int level) override {
         return query == asked && level == 1 ? rowBy : nullptr;
     }
 
-    basekit2::sptr_t<dataface_1::IQuery> asked;
-    basekit2::sptr_t<dataface_1::IQuery> rowBy;
+    Query asked;
+    Query rowBy;
 };
 
 TEST_F(Binding, KnowsNothingBeforeAResult) {
@@ -63,6 +44,7 @@ TEST_F(Binding, KnowsNothingBeforeAResult) {
     EXPECT_EQ(m_provider->getRowLevel(0), -1);
     EXPECT_TRUE(m_log.contains("summaryRow"));
 }
+
 TEST_F(Binding, SortsRowBysIntoChoicesAndJoins) {
     m_db->tables["dd_core"];
     TLViewpointParser::RowSet rowSet;
@@ -115,9 +97,10 @@ TEST_F(Binding, ShowsOneRowWithoutAPrincipalRowBy) {
     EXPECT_EQ(other->getRowCount(), 1);
     EXPECT_TRUE(other->hasRowBy());
 }
+
 TEST_F(Binding, PicksTheRowByThatTheGridNamesAmongAChoiceAndItsJoins) {
     m_db->tables["dd_core"];
-    const auto grid = basekit2::make_object<FakeGrid>();
+    const auto grid = basekit2::make_object<PickingGrid>();
     TLViewpointParser::RowSet rowSet;
     rowSet.gridQuery = grid;
     rowSet.rowBys = {rowBy(rowFacts("dd_core")), rowBy(rowFacts("dd_thread")),
@@ -137,6 +120,7 @@ TEST_F(Binding, PicksTheRowByThatTheGridNamesAmongAChoiceAndItsJoins) {
     EXPECT_EQ(picked(1), "");
     EXPECT_TRUE(m_log.empty());
 }
+
 TEST_F(Binding, CannotOpenAFile) {
     EXPECT_FALSE(m_provider->openDataFile("x.lft"));
     EXPECT_TRUE(m_log.contains("DbiProviderImpl::openDataFile not implemented"));

@@ -31,12 +31,14 @@ TEST(Check, LogsTheConditionWithPlaceAndFunctionAndGoesOn) {
               "number > 0, at file: tests/provider/check_test.cpp:" + std::to_string(positiveLine));
     EXPECT_NE(entry.function.find("positive(int)"), std::string::npos) << entry.function;
 }
+
 TEST(Check, AlertsWithoutACondition) {
     const CapturedLog log;
     LF_ALERT("Master table skipped");
     EXPECT_EQ(log.lines(40000).size(), 1U);
     EXPECT_TRUE(log.contains("Master table skipped, at file: "));
 }
+
 // Asked once per process, hence in a process of its own.
 TEST(CheckDeathTest, CallsTheAssertionHandlerWhenTheEnvironmentAsksForIt) {
     testing::FLAGS_gtest_death_test_style = "threadsafe";

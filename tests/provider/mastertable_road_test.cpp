@@ -189,6 +189,7 @@ TEST_F(MasterTableRoad, ServesAnAreaWithoutRowsWithOneRecordOnly) {
     EXPECT_TRUE(m_log.contains("m_rowCount == 1 && currentArray.size() == 1"));
     EXPECT_FALSE(m_log.contains(kSkipped));
 }
+
 TEST_F(MasterTableRoad, EndsQuietlyWhenCancelledInAReduction) {
     bindRows({10, 20});
     m_table->reductions = {{basekit2::error_code_t::failure, {}, {}}};

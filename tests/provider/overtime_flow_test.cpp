@@ -66,6 +66,7 @@ TEST_F(OverTimeFlow, WidensARequestFinerThanTheLayersResolution) {
     ASSERT_FALSE(ask(request()) && m_forest.empty());
     EXPECT_EQ(m_db->calls.back().bins, 1);
 }
+
 TEST_F(OverTimeFlow, ReportsAWideningToMoreBucketsThanAskedFor) {
     m_source.m_resolutionMs = 0.15;
     QueryParam param = request();
@@ -129,6 +130,7 @@ TEST_F(OverTimeFlow, NormalisesToTheTimeScale) {
     ASSERT_TRUE(ask(request()));
     EXPECT_DOUBLE_EQ(value(0), 2 * unscaled);
 }
+
 TEST_F(OverTimeFlow, ShowsNothingWhereTheStoreHasNothing) {
     m_db->answers = {{{}, {}, false}};
     const int lookups = m_input->asked;

@@ -45,6 +45,7 @@ TEST_F(Rows, AreReadUnderTheRestriction) {
     EXPECT_NE(read.find(" dd_thread.name=thread 30 dd_thread.name=thread 10"), std::string::npos)
         << read;
 }
+
 TEST_F(Rows, AreDumpedUnderTheNumberOfTheArea) {
     const TempDirectory folder;
     const auto back = std::filesystem::current_path();

@@ -43,6 +43,7 @@ TEST(PauseRanges, MergesWhatTouchesThenDropsWhatIsNarrow) {
     EXPECT_EQ(merged({{0, 2}, {5, 6}}, 4), "");
     EXPECT_EQ(merged({}, 4), "");
 }
+
 TEST_F(TimeFilters, GivesPausesOfTheWindowInPaneTicks) {
     // The first reaches in from before the result; two touch the ends of the window; of those
     // inside one is as wide as a bin, the other by a tick less.
@@ -98,6 +99,7 @@ TEST_F(TimeFilters, ReadsARangeOnceUntilSpanBinsOrPausesChange) {
     ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
     EXPECT_EQ(m_db->pauseReads, 5);
 }
+
 TEST_F(TimeFilters, RefusesAnEmptyWindowAndNoBins) {
     bind();
     QueryParam param = request();

@@ -71,6 +71,7 @@ TEST_F(TimelineProvider, PutsEachQueryInPlaceOfThoseOfTheSource) {
     EXPECT_EQ(m_db->calls[0].objectType, storelink1::ITimelineQuery::otPoint);
     EXPECT_EQ(m_db->calls[1].objectType, storelink1::ITimelineQuery::otInterval);
 }
+
 TEST_F(TimelineProvider, KeepsWhatOnlyOneOfTwoForestsHas) {
     using Forest = std::vector<basekit2::sptr_t<dataface_1::ITableTree>>;
     const Forest trees{facekit_1_x::createTableTree(), facekit_1_x::createTableTree(),

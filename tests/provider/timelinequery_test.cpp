@@ -180,6 +180,7 @@ TEST_F(TimelineQuery, FindsTheObjectTypeFromTheMostSpecificText) {
     EXPECT_EQ(objectTypeOf(param), 0);
     EXPECT_TRUE(m_log.contains("param.dds->m_defaultQuery"));
 }
+
 TEST_F(TimelineQuery, CopiesSparseSeriesIntoDenseOnes) {
     storelink1::OverTimeData src;
     src.key = {4, 5};

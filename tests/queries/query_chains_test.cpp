@@ -31,13 +31,6 @@ sptr_t<IQuery> restrictTo(const sptr_t<IQuery>& query, const std::vector<variant
     return IInfoQuery::restrict(query, make_iterator(values));
 }
 
-std::vector<std::string> valuesOf(const sptr_t<IQuery>& query) {
-    std::vector<std::string> values;
-    for (auto it = IInfoQuery::cast(query)->getValues(0); !it.at_end(); it.next())
-        values.push_back(it.current().get<std::string>());
-    return values;
-}
-
 TEST(QueryChains, CombinationIsTheFirstLinkWithoutAChain) {
     const LibraryText loaded = loadLibrary({kDefinitions});
     const sptr_t<IQuery> time = loaded.find("time");
@@ -67,28 +60,6 @@ TEST(QueryChains, CombinationsWithoutIdsDifferByTheirChains) {
     };
     EXPECT_TRUE(IQuery::areEqual(expandedBy("name"), expandedBy("name"), true, true));
     EXPECT_FALSE(IQuery::areEqual(expandedBy("name"), expandedBy("category"), false, false));
-}
-
-TEST(QueryChains, NarrowingChangesTheValuesAndNothingElse) {
-    const LibraryText loaded = loadLibrary({kDefinitions});
-    const sptr_t<IQuery> category = loaded.find("category");
-    const sptr_t<IQuery> narrow = restrictTo(category, {variant_t("io"), variant_t("gc")});
-    EXPECT_THAT(valuesOf(narrow), ElementsAre("io", "gc"));
-    EXPECT_TRUE(IInfoQuery::cast(category)->getValues(0).is_null()) << "the original stays";
-    const sptr_t<IInfoQuery> info = IInfoQuery::cast(narrow);
-    EXPECT_EQ(info->getId(), "category");
-    EXPECT_EQ(info->getName(), "category");
-    EXPECT_EQ(info->getInstanceTable(), "slice_data");
-    EXPECT_EQ(info->getAttributeTable(), "dd_category");
-    EXPECT_EQ(info->getAttributeName(), "name");
-    EXPECT_THAT(chainIds(narrow), ElementsAre("category", "name"));
-    EXPECT_TRUE(
-        attribute(restrictTo(loaded.find("name"), {variant_t("a")}), "hideZeroDataOnExpansion")
-            .get<bool>());
-
-    EXPECT_THAT(valuesOf(IInfoQuery::restrict(narrow, nullptr)), ElementsAre());
-    EXPECT_THAT(valuesOf(restrictTo(narrow, {})), ElementsAre());
-    EXPECT_EQ(restrictTo(loaded.find("time"), {variant_t("a")}), nullptr) << "no info query";
 }
 
 TEST(QueryChains, EqualityByIdWithRestrictionsAndNamesOnRequest) {

@@ -10,18 +10,13 @@ namespace {
 using basekit2::sptr_t;
 using dataface_1::IDataQuery;
 using dataface_1::IInfoQuery;
-using dataface_1::IInstanceCountQuery;
 using dataface_1::IQuery;
 using dataface_1::IVectorQuery;
 using ::testing::ElementsAre;
 
 const char* const kDefinitions = R"(
     <infoQuery id="a"/><infoQuery id="b"/>
-    <timeQuery id="time"><dbPath>slice_data</dbPath></timeQuery>
-    <vectorQuery id="life" displayName="%Life">
-      <infoQuery id="start"><displayAttributes lifetimeStart="true"/></infoQuery>
-      <infoQuery id="end"><displayAttributes lifetimeEnd="true"/></infoQuery>
-    </vectorQuery>)";
+    <timeQuery id="time"><dbPath>slice_data</dbPath></timeQuery>)";
 
 sptr_t<IVectorQuery> resolve(const std::string& xml) {
     return loadLibrary({kDefinitions}).library->resolveQuery(element(xml), nullptr);
@@ -37,15 +32,6 @@ TEST(QueryLibrary, AnElementNamesQueriesByAttributeAndByChildren) {
                 ElementsAre("a", "b", "own"));
     EXPECT_THAT(memberIds(resolve("<infoQuery id='self'/>")), ElementsAre("self"));
     EXPECT_THAT(memberIds(resolve("<queryRef>a</queryRef>")), ElementsAre("a"));
-}
-
-TEST(QueryLibrary, APairIsOneQueryThatTheElementNames) {
-    const sptr_t<IVectorQuery> outer = resolve("<drawBy query='life'/>");
-    EXPECT_EQ(outer->getCount(), 1);
-    const sptr_t<IVectorQuery> pair = IVectorQuery::cast(outer->getDefaultQuery());
-    EXPECT_THAT(memberIds(pair), ElementsAre("start", "end"));
-    EXPECT_EQ(pair->getName(), "%Life");
-    EXPECT_TRUE(attribute(pair->getDefaultQuery(), "lifetimeStart").get<bool>());
 }
 
 TEST(QueryLibrary, UnknownQueriesAreNullAloneAndKeepTheirPlaceAmongOthers) {
@@ -77,42 +63,6 @@ TEST(QueryLibrary, ABrokenInnerDefinitionIsLoggedAndCountsAsUnknown) {
     log.clear();
     EXPECT_NE(resolve("<drawBy query='a'><displayAttributes markerSize='x'/></drawBy>"), nullptr);
     EXPECT_EQ(log.count("display attribute \"markerSize\" is \"x\""), 1);
-}
-
-// Texts as programs generate them: declaration, line feed, one piece without white space.
-sptr_t<IQuery> generated(const std::string& text) {
-    const std::string xml = "<?xml version='1.0' encoding='UTF-8'?>\n" + text;
-    basekit2::variant_bag_t bag;
-    const std::string root = text.substr(1, text.find(' ') - 1);
-    EXPECT_TRUE(is_success(basekit2::load_variant_bag_from_string2(bag, xml, root)));
-    sptr_t<IQuery> query;
-    EXPECT_TRUE(loadLibrary({}).library->createQuery(bag, query, nullptr)) << text;
-    return query;
-}
-
-TEST(QueryLibrary, GeneratedInfoQueries) {
-    const sptr_t<IInfoQuery> info = IInfoQuery::cast(generated(
-        "<infoQuery id=\"internal\" displayName=\"internal\"><dbPath>dd_band::dd_thread</dbPath>"
-        "<displayDbPathSuffix>name</displayDbPathSuffix></infoQuery>"));
-    EXPECT_EQ(info->getId(), "internal");
-    EXPECT_EQ(info->getInstanceTable(), "dd_band");
-    EXPECT_EQ(info->getAttributeTable(), "dd_thread");
-    EXPECT_EQ(info->getAttributeName(), "name");
-
-    const sptr_t<IInfoQuery> bare = IInfoQuery::cast(
-        generated("<infoQuery id=\"q\" displayName=\"true\"><dbPath>dd_band::dd_thread</dbPath>"
-                  "<displayDbPathSuffix></displayDbPathSuffix></infoQuery>"));
-    EXPECT_EQ(bare->getAttributeName(), "");
-    EXPECT_EQ(bare->getName(), "true") << "a name stays text, whatever it looks like";
-
-    const sptr_t<IInfoQuery> name = IInfoQuery::cast(
-        generated("<infoQuery id=\"timelineNameQuery_startTime_tsc\" displayName=\"startTime\">"
-                  "<valueType>tsc</valueType></infoQuery>"));
-    EXPECT_EQ(name->getName(), "startTime");
-    EXPECT_EQ(name->getInstanceTable(), "");
-    EXPECT_EQ(name->getAttributeTable(), "");
-    EXPECT_EQ(attribute(name, "valueType").get<std::string>(), "tsc");
-    EXPECT_TRUE(name->getValues(1).is_null());
 }
 
 TEST(QueryLibrary, CreateQueryLeavesItsAnswerAloneWhenItFails) {

@@ -115,6 +115,7 @@ TEST_F(RecordQueryTest, GivesOneRecordPerKey) {
     EXPECT_TRUE(unordered->addKeyColumn("attr"));
     EXPECT_EQ(recordsText(unordered->execute(), 2), "a 1\nc 6\nb 11\n");
 }
+
 TEST_F(RecordQueryTest, TakesVeryManyValues) {
     const auto made = query({"rowid"});
     for (int i = 3; i < 60000; ++i)

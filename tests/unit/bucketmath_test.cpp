@@ -107,6 +107,7 @@ TEST(Rebucket, RefusesSpansThatDoNotContainTheRequest) {
     EXPECT_EQ(log.count("actualStart <= requestedStart"), 1);
     EXPECT_EQ(data.seriesSet[0].values, (Values{10, 20}));
 }
+
 TEST(Rebucket, StaysInsideItsArraysOnOddSpans) {
     const basekit2::u64_t last = std::numeric_limits<basekit2::u64_t>::max();
     struct {
@@ -167,25 +168,6 @@ TEST(RebucketToLowerWidth, LeavesEqualWidthAndDropsWhatHasNoTarget) {
     EXPECT_EQ(folded({10, 20}, 6, agSum), (Values{10, 0, 10, 20, 0, 20}));
 }
 
-TEST(RebucketToLowerWidth, KeepsTheTotalOfAFoldByAWholeFactor) {
-    std::mt19937 random(lanefeed_test::randomSeed());
-    for (int round = 0; round < 200; ++round) {
-        const int factor = std::uniform_int_distribution<int>(1, 20)(random);
-        const int toCount = std::uniform_int_distribution<int>(1, 50)(random);
-        const Values source = randomValues(random, static_cast<std::size_t>(factor * toCount));
-        const basekit2::u64_t end = 7000 + 11 * static_cast<basekit2::u64_t>(factor * toCount);
-        OverTimeData data = dataOf({source, source});
-        bucketmath::rebucketToLowerWidth(data, toCount, 7000, end, agSum);
-        ASSERT_NEAR(sum(data.seriesSet[0].values), sum(source), 1e-6) << factor << " " << toCount;
-        data = dataOf({source});
-        bucketmath::rebucketToLowerWidth(data, toCount, 7000, end, agAverage);
-        if (factor > 1) {
-            ASSERT_NEAR(sum(data.seriesSet[0].values) * factor, sum(source), 1e-6)
-                << factor << " " << toCount;
-        }
-    }
-}
-
 TEST(AggregateValue, FollowsItsType) {
     double value = 3;
     bucketmath::aggregateValue(value, 4, 0.5, agAverage);
@@ -238,6 +220,7 @@ TEST(AggregateOvertimeData, FailsOnShapesThatDiffer) {
     EXPECT_FALSE(bucketmath::aggregateOvertimeData(data, {dataOf({{1}}), dataOf({{2}})}, agMax));
     EXPECT_EQ(log.count("Unsupported aggregation type"), 1);
 }
+
 TEST(WholeBinWidth, CutsToWholeTicks) {
     EXPECT_EQ(bucketmath::wholeBinWidth(5, 15, 3), 3U);
     EXPECT_EQ(bucketmath::wholeBinWidth(5, 15, 0), 0U);

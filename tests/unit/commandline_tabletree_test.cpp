@@ -83,6 +83,7 @@ TEST(CommandLineTable, StandsABucketCountOfZero) {
         lanefeed_test::tableText(createCommandLineTableTree(overtime({1}, param), nullptr, param)),
         "?  ?  cpu  cpu.read\n-  -  10   10\n");
 }
+
 TEST(CommandLineTable, KeepsTheContractOfTables) {
     const QueryParam param = lanefeed_test::windowOf(0, 30, 3);
     EXPECT_TRUE(lanefeed_test::keepsTableContract([&param] {

@@ -167,6 +167,7 @@ busy
     thread=joined
 )");
 }
+
 TEST_F(Forest, FoldsChainsIntoOneQuery) {
     QueryFacts chained = factsOf("process");
     chained.next = namedQuery("thread");
@@ -197,6 +198,7 @@ TEST_F(Forest, PaintsExpansionValuesAsConfigured) {
     // Values without an id are not asked for.
     EXPECT_EQ(m_factory->asked, (std::vector<std::string>{"process", "thread"}));
 }
+
 TEST_F(Forest, TellsWhyAValueHasNoColour) {
     offerMappers();
     const OverTimeData data = record({series({"lfd"}, {1})});

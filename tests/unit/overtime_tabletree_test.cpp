@@ -99,19 +99,6 @@ TEST(OvertimeTable, DropsWhatIsNotAboveZeroUnlessAskedToKeepIt) {
     EXPECT_EQ(cell(tree, lanefeed_test::allRows(tree)[2], "cpu"), -6);
 }
 
-TEST(OvertimeTable, HasNoRowForABucketInsideAPause) {
-    const Series series{{1, 2, 3, 4, 5, 6}};
-    // 115..145 holds the buckets of 120 and 130; those of 110 and 140 reach out of it.
-    const auto tree =
-        tableOf(series, 1, tenTickBuckets(series), lanefeed_test::spansTable({{115, 145}}));
-    EXPECT_EQ(tableText(tree, {false, false, {"timeBin", "cpu"}}), R"(timeBin  cpu
-0        1
-1        2
-4        5
-5        6
-)");
-}
-
 TEST(OvertimeTable, KeepsABucketThatReachesOutOfAPauseByATick) {
     const Series series{{1, 2, 3, 4, 5, 6}};
     const auto rowCount = [&series](basekit2::u64_t start, basekit2::u64_t end) {
@@ -122,6 +109,7 @@ TEST(OvertimeTable, KeepsABucketThatReachesOutOfAPauseByATick) {
     EXPECT_EQ(rowCount(120, 129), 6U);
     EXPECT_EQ(rowCount(121, 130), 6U);
 }
+
 TEST(OvertimeTable, PlacesPausesByWholeTicksOfABucket) {
     // 3 ticks a bucket over 11 ticks: the fourth bucket is that of 9..12.
     const Series series{{1, 2, 3, 4}};
@@ -133,6 +121,7 @@ TEST(OvertimeTable, PlacesPausesByWholeTicksOfABucket) {
                   .size(),
               0U);
 }
+
 TEST(OvertimeTable, ReadsAColumnWithoutSeriesAsZero) {
     EXPECT_EQ(tableText(tableOf(Series{{4}})),
               "timeBin  cpu  cpu.read  io\n0        4    4         0\n");
@@ -194,6 +183,7 @@ TEST(OvertimeTable, SumsRowsWithoutTheScale) {
     EXPECT_EQ(out, variant_t("untouched"));
     EXPECT_EQ(cell(tree, reduced(tree, {}), "io"), 0);
 }
+
 TEST(OvertimeTable, RefusesToSumWhatIsNotItsOwn) {
     const auto tree = tableOf({{1, 2}});
     const auto other = tableOf({{1, 2}});
@@ -220,6 +210,7 @@ TEST(OvertimeTable, SumsFromTheFirstRowOfAUsedIterator) {
     EXPECT_EQ(cell(tree, reducible->reduce(nullptr, nullptr), "cpu"), 0);
     EXPECT_EQ(log.count("iterator does not support reset()"), 1);
 }
+
 TEST(OvertimeTable, KeepsTheContractOfTables) {
     EXPECT_TRUE(lanefeed_test::keepsTableContract([] {
         return tableOf({{1, kNoData, 3}, {kNoData, kNoData, 4}}, 3);

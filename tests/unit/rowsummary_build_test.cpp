@@ -68,29 +68,7 @@ TEST_F(RowSummaryBuild, FailsLoudlyWithoutWhatItNeeds) {
     EXPECT_TRUE(buildThreads().is_null());
     EXPECT_EQ(log.count("rs && !rs->atEnd() ' Error: disk on fire, SQL: SELECT'"), 1);
 }
-TEST_F(RowSummaryBuild, FindsRowsByEachOfTheirNumbers) {
-    for (const int id : {30, 10, 20})
-        addThread(id, "t");
-    const Table table = buildThreads();
-    ASSERT_FALSE(table.is_null());
-    EXPECT_EQ(table->getFlatRowCount(), 3);
-    EXPECT_EQ(table->getRow(1)->getDbIndex(), 10);
-    EXPECT_EQ(table->getRow(1)->getSummaryId(), 1);
-    EXPECT_EQ(table->getRow(-1), nullptr);
-    EXPECT_EQ(table->getRow(3), nullptr);
-    EXPECT_EQ(table->getRowByDbId(0, 20), table->getRow(2));
-    EXPECT_EQ(table->getRowByDbId(1, 20), nullptr);
-    EXPECT_EQ(table->getRowByDbId(0, 25), nullptr);
-    EXPECT_EQ(table->getRowByDbIndexes({30}), table->getRow(0));
-    EXPECT_EQ(table->getRowByDbIndexes({30, 10}), nullptr);
-    EXPECT_EQ(table->getRowByDbIndexes({31}), nullptr);
-    EXPECT_EQ(table->getRowDbIndexBySummaryId(2), 20);
-    EXPECT_EQ(table->getRowDbIndexBySummaryId(3), -1);
-    EXPECT_EQ(table->getRowMaxLevel(), 0);
-    const CapturedLog log;
-    EXPECT_EQ(table->getRowByDbIndexes({}), nullptr);
-    EXPECT_TRUE(log.contains("!indexes.empty()"));
-}
+
 TEST_F(RowSummaryBuild, NestsRowsAsTheGridDoes) {
     const Table table = buildOnGrid({{1, "lfd", 3, {{7, "main", 2, {}}, {1, "io", 1, {}}}},
                                      {2, "sh", {}, {{7, "main", 5, {}}}}},
@@ -114,6 +92,7 @@ TEST_F(RowSummaryBuild, NestsRowsAsTheGridDoes) {
     EXPECT_EQ(table->getRowByDbIndexes({2, 7, 7}), nullptr);
     EXPECT_EQ(table->getRow(0)->getChildRowByDbIndex(7), table->getRow(1));
 }
+
 TEST_F(RowSummaryBuild, IndexesAFlatGroupingAtOneLevel) {
     QueryFacts facts = bandFacts("dd_process");
     facts.flatGrouping = "flat";

@@ -106,6 +106,7 @@ TEST_F(RowSummaryRows, AnswerNothingOnceTheirTableIsGone) {
     EXPECT_EQ(row->getChildren(children, nullptr, false), dataface_1::ITreeNode::ecsfSuccess);
     EXPECT_TRUE(children.at_end());
 }
+
 TEST_F(RowSummaryRanges, SpanAllLivesOfAThingWithinTheStartOfTheResult) {
     addThread(1, "early");
     addThread(2, "twice");
@@ -120,6 +121,7 @@ twice  200        600
 late   900        1500
 )");
 }
+
 TEST_F(RowSummaryRanges, FollowTheFirstGroupingByBandAlone) {
     addThread(1, "known");
     addThread(2, "unknown");
@@ -129,6 +131,7 @@ TEST_F(RowSummaryRanges, FollowTheFirstGroupingByBandAlone) {
     EXPECT_EQ(tableText(build({rowBy(bandFacts("dd_thread")), rowBy(bandFacts("dd_process"))})),
               "name     startTime  endTime\nknown    100        200\nunknown  0          999\n");
 }
+
 TEST_F(RowSummaryRanges, AreReadForEachLevelOfTheChains) {
     addThread(1, "t");
     addBand("dd_thread", 1, 1100, 1200);

@@ -1,10 +1,8 @@
-// Sums of children into parents: missing data, shapes that differ, and totals of random trees.
+// Sums of children into parents: missing data and shapes that differ.
 
 #include "row_tables.h"
-#include "support/random_seed.h"
 
 #include <cmath>
-#include <random>
 
 namespace lanefeed_test {
 namespace {
@@ -24,22 +22,6 @@ protected:
         return RowSummaryTableTree::sumOverTimeData(target, source);
     }
     static Values firstSeries(const OverTimeData& data) { return data.seriesSet.at(0).values; }
-
-    // Rows below `depth` levels with ids from `nextId` on.
-    static std::vector<GridRow> randomRows(std::mt19937& random, int depth, int& nextId) {
-        std::vector<GridRow> rows;
-        for (int i = std::uniform_int_distribution<int>(1, 3)(random); i > 0; --i) {
-            rows.push_back({nextId++, "r", {}, {}});
-            if (depth > 0) rows.back().children = randomRows(random, depth - 1, nextId);
-        }
-        return rows;
-    }
-    static double leafSum(const std::vector<GridRow>& rows) {
-        double total = 0;
-        for (const GridRow& row : rows)
-            total += row.children.empty() ? row.id : leafSum(row.children);
-        return total;
-    }
 };
 
 TEST_F(RowSummarySums, TakeMissingDataForZeroOnceSomethingIsAdded) {
@@ -78,33 +60,6 @@ TEST_F(RowSummarySums, RefuseSeriesThatAreNotTheSame) {
     // What came before the difference has been added each time.
     EXPECT_EQ(firstSeries(target), Values{4});
     EXPECT_EQ(target.seriesSet[1].values, Values{2});
-}
-
-TEST_F(RowSummarySums, ReachFromTheLeavesToTheTop) {
-    std::mt19937 random(randomSeed());
-    for (int round = 0; round < 10; ++round) {
-        int nextId = 1;
-        const std::vector<GridRow> rows = randomRows(random, 3, nextId);
-        const Table table = buildOnGrid(rows, flatFacts());
-        ASSERT_FALSE(table.is_null());
-        std::vector<OverTimeData> data(static_cast<std::size_t>(table->getFlatRowCount()));
-        for (int i = 0; i < table->getFlatRowCount(); ++i) {
-            basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::ITableRow>> children;
-            table->getRow(i)->getChildren(children, nullptr, false);
-            const double own = table->getRow(i)->getDbIndex();
-            if (children.at_end()) data[static_cast<std::size_t>(i)] = recordOf({{own, kNoData}});
-        }
-        ASSERT_TRUE(table->recursiveAggregation(data));
-        double top = 0;
-        for (const auto& row : allRows(table)) {
-            if (!row->getParent().is_null()) continue;
-            basekit2::variant_t id;
-            row->getContent(nullptr, dataface_1::ccId, id);
-            top += firstSeries(data[static_cast<std::size_t>(
-                table->getRowByDbId(0, id.get<int>())->getSummaryId())])[0];
-        }
-        EXPECT_EQ(top, leafSum(rows));
-    }
 }
 
 TEST_F(RowSummarySums, AreForFlatGroupingsAlone) {

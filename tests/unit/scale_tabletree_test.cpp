@@ -65,6 +65,7 @@ TEST(ScaleTable, ScalesEveryKindOfNumericColumn) {
               "2    3    4  5  16   20\n1.5  1.5  3  3  1.5  3\n");
     EXPECT_TRUE(createScaleTableTree(nullptr, 2).is_null());
 }
+
 TEST(ScaleTable, KeepsTheContractOfTables) {
     EXPECT_TRUE(
         lanefeed_test::keepsTableContract([] { return createScaleTableTree(mixedTable(), 3); }));

@@ -24,6 +24,7 @@ TEST(DicerDataSource, TakesTheBandOfABandTableOnly) {
     EXPECT_EQ(ds.m_band, "dd_thread");
     EXPECT_EQ(log.count("!parts.empty()"), 1);
 }
+
 // Each entry is less than the next by an earlier field, while all later fields say the opposite.
 TEST(ExtraArgs, OrdersByQueryThenTextsThenValues) {
     auto low = lanefeed_test::infoQuery({});

@@ -1,9 +1,9 @@
+#include "support/fake_grid.h"
 #include "viewpoint_text.h"
 
 namespace lanefeed_1 {
 namespace {
 
-using basekit2::error_code_t;
 using basekit2::sptr_t;
 using dataface_1::IVectorQuery;
 using lanefeed_test::FakeDataQuery;
@@ -16,18 +16,9 @@ using RowBy = TLViewpointParser::RowBy;
 using RowSet = TLViewpointParser::RowSet;
 
 // Picks one query for every layer, and offers groupings.
-class FakeGrid : public slicekit_1_0::IGridViewpointParser {
+class PickingGrid : public lanefeed_test::FakeGridParser {
 public:
-    basekit2::generic_iterator_t<sptr_t<IVectorQuery>> getGroupings() override {
-        return basekit2::make_iterator(groupings);
-    }
-    sptr_t<IVectorQuery> getDefaultVectorQuery() override { return {}; }
-    error_code_t getGrouping(int, sptr_t<IVectorQuery>&) override { return {}; }
-    error_code_t createQuery(const sptr_t<IVectorQuery>&,
-                             sptr_t<slicekit_1_0::IGridQuery>&) override {
-        return {};
-    }
-    int getQueryFlags() override { return 0; }
+    PickingGrid() : FakeGridParser("", nullptr) {}
     void setColumnBy(const sptr_t<IVectorQuery>& query) override {
         columns = query;
         ++columnsSet;
@@ -36,11 +27,7 @@ public:
                                                 int level) override {
         return level == 1 ? picked : sptr_t<dataface_1::IQuery>();
     }
-    sptr_t<dataface_1::IQuery> getRowByQuery(const sptr_t<dataface_1::IQuery>&, int) override {
-        return {};
-    }
 
-    std::vector<sptr_t<IVectorQuery>> groupings;
     sptr_t<dataface_1::IQuery> picked;
     sptr_t<IVectorQuery> columns;
     int columnsSet = 0;
@@ -68,7 +55,8 @@ std::string names(const std::vector<RowBy>& rows) {
 
 class RowGroups : public fakes::ViewpointTest {
 protected:
-    const sptr_t<basekit2::ref_counted_t<FakeGrid>> m_grid = basekit2::make_object<FakeGrid>();
+    const sptr_t<basekit2::ref_counted_t<PickingGrid>> m_grid =
+        basekit2::make_object<PickingGrid>();
 };
 TEST_F(RowGroups, GiveALayerTheFirstOfEachWithoutAGrid) {
     EXPECT_EQ(names(m_parser.getAllLayerRowBy({}, rowsOf("AbCD"))), "ACD");

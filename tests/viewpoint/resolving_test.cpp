@@ -92,6 +92,7 @@ TEST_F(Resolving, WantsTwoMembersOfALifetimePair) {
     EXPECT_EQ(log.count("it.current()"), 1);
     EXPECT_EQ(drawBy.displayName, "");
 }
+
 TEST_F(Resolving, AsksTheDefaultQueryForADisplayAttributeThatDoesNotFit) {
     QueryFacts facts;
     facts.attributes = {{"timelineFormat", "inner"}, {"timelinePenWidth", 5}, {"markerSize", 5}};
