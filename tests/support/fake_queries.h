@@ -34,7 +34,6 @@ struct QueryFacts {
     std::string flatGrouping;                       // name of a flat grouping
     QueryList members;                              // of a derived or vector query
     std::vector<slicekit_1_0::rpn_step_t> formula;  // of a derived query
-    Query otherKind;                                // answers the casts that this query doesn't
 };
 
 // The operations of every query, out of its facts.
@@ -42,11 +41,6 @@ template <class Kind>
 class FakeQuery : public Kind {
 public:
     explicit FakeQuery(QueryFacts queryFacts) : facts(std::move(queryFacts)) {}
-    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override {
-        basekit2::notype_ptr_t own = Kind::adapt_to_pointer(type);
-        if (!own.is_null() || facts.otherKind.is_null()) return own;
-        return facts.otherKind->adapt_to_pointer(type);
-    }
     std::string getId() const override { return facts.id; }
     std::string getName() const override { return facts.name; }
     Query getExpansionQuery() const override { return facts.next; }
