@@ -90,6 +90,5 @@ TEST(TraceScope, TellsTheHooksOnlyWhenAllAreThereAndTheDomainIsEnabled) {
     EXPECT_EQ(profiled, "begin disabled inside\n");
 }
 
-using Profile = ProviderTest;
 }  // namespace
 }  // namespace lanefeed_test

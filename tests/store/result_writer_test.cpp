@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace lanefeed_runtime {
 namespace {
 
@@ -145,6 +147,16 @@ TEST_F(ResultWriterTest, RefusesTimesWhoseDifferencesOverflow) {
     EXPECT_TRUE(slice(kMaxTime - 1, kMaxTime, "last"));
     EXPECT_FALSE(finish().isTableExist("flow_data"));
     EXPECT_EQ(m_store.facts->lastTick, std::uint64_t{1} << 62);
+}
+
+TEST_F(ResultWriterTest, RoundsValuesOfCountersIntoTheirCount) {
+    InstanceRow row;
+    row.end = 1;
+    for (const double value : {2.5, -0.4, 1e300, std::nan("")}) {
+        row.value = value;
+        m_writer->add(TableId::counterData, row);
+    }
+    EXPECT_EQ(rowsOf(finish(), "counter_data", {"count"}), "3\n0\n9200000000000000000\n0\n");
 }
 
 TEST_F(ResultWriterTest, AsksForAClock) {
