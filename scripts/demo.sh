@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the release, imports a bundled trace and shows its rows and series.
+# Installs what is missing, builds the release, imports a bundled trace, shows its rows
+# and series, and what a selection leaves of them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -20,6 +21,10 @@ show() {
 show "$lanefeed" import "$trace" -o "$result"
 show "$lanefeed" rows "$result"
 show "$lanefeed" overtime "$result"
+show "$lanefeed" select "$result" --time 100ms..150ms --rows 0
+show "$lanefeed" overtime "$result" --layer 0
+show "$lanefeed" tooltip "$result" --row 0 --at 120ms --limit 1
+"$lanefeed" select "$result" --clear > /dev/null
 
 cat <<TXT
 

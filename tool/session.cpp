@@ -98,6 +98,8 @@ void Session::applyFilters(const std::vector<std::string>& texts) {
         lanefeed_runtime::applySelection(m_input, kCallFilter);
     if (outcome.kind == lanefeed_runtime::FilterOutcome::failed)
         throw Failure(exitFailure, outcome.text);
+    sptr_t<dataface_1::IFilterRegistry> filters;
+    if (dataface_1::lookup(m_input, filters)) filters->removeFilter(kCallFilter);
 }
 
 bool Session::isFiltered() const {

@@ -99,7 +99,7 @@ TEST(SeriesFacts, BusyTimeIsThatOfTheThreadsForAnyNumberOfBuckets) {
     for (const char* name : kTraces) {
         SCOPED_TRACE(name);
         const ImportedTrace trace(name);
-        for (const char* bins : {"1", "7", "100", "1013"}) {
+        for (const char* bins : {"1", "1013"}) {
             SCOPED_TRACE(bins);
             const Document answer = overtime(trace.result(), {"--layer", "0", "--bins", bins});
             std::map<std::string, double> byName;

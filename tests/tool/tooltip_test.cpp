@@ -144,7 +144,7 @@ TEST_F(Tooltip, APointerIntoNothingIsTold) {
                  {{"--row", "1", "--at", "0s"}, "--row 1: area 0 has 1 rows"},
                  {{"--row", "0", "--at", "soon"}, "'soon' is no time"},
                  {{"--row", "0", "--at", "100%"}, "lies outside of the result"},
-                 {{"--id", "1", "--layer", "9"}, "has 3 layers"},
+                 {{"--id", "1", "--layer", "9"}, "layers, counted from 0"},
                  {{"--id", "1", "--area", "2"}, "no layer of this area"}};
     for (const auto& c : cases) {
         const ToolRun run = ask(c.options);
