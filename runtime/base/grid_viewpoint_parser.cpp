@@ -84,7 +84,7 @@ public:
     }
     sptr_t<IVectorQuery> getDefaultVectorQuery() override {
         sptr_t<IVectorQuery> grouping;
-        (void)getGrouping(static_cast<int>(m_section.defaultGrouping), grouping);
+        (void)getGrouping(0, grouping);
         return grouping;
     }
     error_code_t getGrouping(int grouping, sptr_t<IVectorQuery>& out) override {

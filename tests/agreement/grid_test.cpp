@@ -133,7 +133,7 @@ TEST_F(Grids, PickAnAlternativeForALayerAndADefaultGrouping) {
         <rowBy/><rowBy query='nobody'/></rowSet>)")));
     EXPECT_EQ(basekit2::iterator_util::get_item_count(m_grid->getGroupings()), 4);
     sptr_t<IVectorQuery> grouping;
-    EXPECT_TRUE(is_success(m_grid->getGrouping(1, grouping)));
+    EXPECT_TRUE(is_success(m_grid->getGrouping(0, grouping)));
     EXPECT_EQ(grouping, m_grid->getDefaultVectorQuery());
     EXPECT_TRUE(is_success(m_grid->getGrouping(2, grouping)) && grouping->getCount() == 0);
     EXPECT_TRUE(is_success(m_grid->getGrouping(3, grouping)) && grouping.is_null());
@@ -143,8 +143,8 @@ TEST_F(Grids, PickAnAlternativeForALayerAndADefaultGrouping) {
         EXPECT_EQ(query, m_grid->getRowByQuery(m_library->findQuery(id, nullptr), level));
         return query.is_null() ? "none" : query->getId();
     };
-    EXPECT_EQ(picked("sliceName", 1) + picked("busyTime", 1), "bySlicesbySlices");
-    EXPECT_EQ(picked("instantCount", 1) + picked("busyTime", 0), "threadthread");
+    EXPECT_EQ(picked("sliceName", 0) + picked("busyTime", 0), "bySlicesbySlices");
+    EXPECT_EQ(picked("instantCount", 0) + picked("busyTime", 1), "threadthread");
     EXPECT_EQ(picked("busyTime", 2) + picked("busyTime", -1) + picked("none", 1), "nonenonenone");
 }
 

@@ -75,9 +75,11 @@ private:
         const variant_t* flag = child.get<variant_t>("useGridQuery");
         if (flag != nullptr) m_isForGrid = !flag->can_get<bool>() || flag->get<bool>();
         if (isRowSet() && !m_isForGrid) return;
-        if (flagOf(child, "default", false)) m_section.defaultGrouping = m_section.groupings.size();
-        m_section.groupings.push_back(
-            namesQueries(child) ? m_library.resolveQuery(child, m_messenger) : makeVectorQuery({}));
+        const sptr_t<IVectorQuery> grouping =
+            namesQueries(child) ? m_library.resolveQuery(child, m_messenger) : makeVectorQuery({});
+        const bool isFirst = flagOf(child, "default", false);
+        m_section.groupings.insert(
+            isFirst ? m_section.groupings.begin() : m_section.groupings.end(), grouping);
     }
 
     error_code_t readColumnBy(const variant_bag_t& child) {

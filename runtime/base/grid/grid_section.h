@@ -14,10 +14,9 @@ namespace lanefeed_runtime {
 
 // What a section of a viewpoint says of a grid. docs/VIEWPOINTS.md tells the elements.
 struct GridSection {
-    // One for each rowBy. Null where no query is known under what it names, and an empty list where
-    // it names none: that is for whoever asks for the groupings to tell.
+    // One for each rowBy, the default one first. Null where no query is known under what it names,
+    // and an empty list where it names none: that is for whoever asks for the groupings to tell.
     std::vector<basekit2::sptr_t<dataface_1::IVectorQuery>> groupings;
-    std::size_t defaultGrouping = 0;
     bool namesColumns = false;  // the section has a columnBy
     std::vector<GridColumnRequest> columns;
 };
