@@ -122,6 +122,23 @@ TEST(StoreTimeline, RecordsCarryTheirAttributeAndThatOfTheirBand) {
     }
 }
 
+TEST(StoreTimeline, ValuesOfInstancesAreFilteredToo) {
+    TextResult result(kTrace);
+    lanefeed_test::QueryFacts facts;
+    facts.table = "counter_data";
+    facts.path = "value";
+    const auto builder = result.store().filters->createQueryFilterBuilder();
+    builder->addCondition(basekit2::make_object<lanefeed_test::FakeInfoQuery>(facts), false, 7.5);
+    result.store().filters->setQueryFilter("global", builder->build());
+    const auto query = result.database().createTimelineQuery();
+    query->setSource(ITimelineQuery::qtAttribute, "counter_data", "value", "");
+    std::vector<storelink1::OverTimeData> data;
+    std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
+    query->getOverTimeData(1, 101, 10, data, metadata, nullptr);
+    ASSERT_EQ(data.size(), 1U);
+    EXPECT_EQ(data[0].series[0], (storelink1::OverTimeDataSeries{{1, 7.5}}));
+}
+
 TEST(StoreTimeline, RequiredFiltersNarrowWhatGlobalLeaves) {
     TextResult result("thread main 0..10 a 20..30 b\nthread worker 40..70 a\n");
     const auto filters = result.store().filters;
