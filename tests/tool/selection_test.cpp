@@ -201,7 +201,7 @@ TEST_F(Selection, OfBundledTracesIsTakenBackToTheByte) {
         const char* trace;
         std::vector<std::string> selected;
     } cases[] = {{"node20-workers.json", {"--time", "20%..30%"}},
-                 {"fuchsia_trace.json.gz", {"--rows", "0"}},
+                 {"flow.json.gz", {"--rows", "0"}},
                  {"uftrace-threads.json.gz", {"--attr", "1:2"}}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.trace);
