@@ -100,6 +100,21 @@ TEST_F(Tooltip, PointingFindsTheInnermostFirstAndSaysWhatIsLeftOut) {
         << json.out;
 }
 
+TEST_F(Tooltip, FiltersLeaveOutWhatTheyHide) {
+    import(event("\"outer\"", 0, 100) + "," + event("\"inner\"", 10, 20));
+    const auto at = [this](const std::string& time, const std::string& filter) {
+        return ask({"--row", "0", "--at", time, "--filter", filter, "--format", "csv"}).out;
+    };
+    EXPECT_TRUE(contains(at("15us", "name!=inner"), ",Slice,outer"));
+    EXPECT_FALSE(contains(at("15us", "name!=inner"), "inner"));
+    // An instance that reaches into the kept time is there, but not in time that is cut out.
+    EXPECT_TRUE(contains(at("5us", "time=0us..8us"), ",Slice,outer"));
+    EXPECT_FALSE(contains(at("9us", "time=0us..8us"), "outer"));
+    const ToolRun hidden = ask({"--id", "2", "--filter", "time=0us..8us"});
+    EXPECT_EQ(hidden.exit, 2);
+    EXPECT_TRUE(contains(hidden.err, "--id 2: the filters in force leave this instance"));
+}
+
 // Rows by an attribute of bands, lines by the id of the value, and times.
 TEST_F(Tooltip, AViewpointMayNameAnyAttribute) {
     import(event("\"a\"", 5, 10) + "," + event("\"b\"", 7, 3));
