@@ -121,6 +121,28 @@ TEST_F(Grids, ComputeDerivedColumnsForEachRow) {
               "  main    5     1\n");
 }
 
+// As in a layer over the whole result: counts alone are hundredfold, unless a time goes with them
+// that the result holds.
+TEST_F(Grids, ComputePercentagesAsLayersDo) {
+    open(kTrace);
+    const auto column = [](const std::string& id, const std::string& formula,
+                           const std::string& members) {
+        return "<derivedQuery id='" + id + "' unit='percent'><formula>" + formula +
+               "</formula><queryRef>sliceCount</queryRef>" + members + "</derivedQuery>";
+    };
+    EXPECT_EQ(tableText(rowsOf(
+                  "<gridQuery><rowBy query='process'/><columnBy>" +
+                  column("counts", "sliceCount / 2", "") +
+                  column("mixed", "sliceCount + 0 * busyTime", "<queryRef>busyTime</queryRef>") +
+                  column("partly", "sliceCount + gone",
+                         "<timeQuery id='gone'><dbPath>gone_data</dbPath>"
+                         "</timeQuery>") +
+                  "</columnBy></gridQuery>")),
+              "name   counts  mixed  partly\n"
+              "alpha  200     4      400\n"
+              "beta   50      1      100\n");
+}
+
 // Of a grouping with a way over the slices, a layer of slices takes that and all others the bands.
 TEST_F(Grids, PickAnAlternativeForALayerAndADefaultGrouping) {
     open(kTrace);

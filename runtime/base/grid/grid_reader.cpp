@@ -28,6 +28,7 @@ namespace {
 
 constexpr const char* kGlobalFilter = "global";
 constexpr unsigned kRecordsPerPoll = 4096;
+constexpr int kPercentUnit = 1;
 constexpr double kNoData = std::numeric_limits<double>::quiet_NaN();
 
 std::string pathOf(const IInfoQuery& query) {
@@ -286,14 +287,29 @@ void GridReader::fillColumns(GridContents& contents) const {
             column.totals = m_sums[plan.reads.front()];
         } else {
             column.isWhole = false;
-            column.totals = derived(plan, contents.rows.size());
+            column.totals =
+                derived(plan, countFactor(*derivedQuery(column.query), plan), contents.rows.size());
         }
         contents.columns.push_back(std::move(column));
     }
 }
 
+// In a percentage of counts alone each counts a hundredfold, as in a layer; a time that the result
+// does not hold makes no difference there.
+double GridReader::countFactor(const IQuery& query, const Column& column) const {
+    const bool hasTime =
+        std::any_of(column.reads.begin(), column.reads.end(), [this](std::size_t read) {
+            const ColumnSource& source = m_reads[read].source;
+            return source.type == ITimelineQuery::qtTime &&
+                   m_request.database->isTableExist(source.table);
+        });
+    return query.getUnitKind() == kPercentUnit && !hasTime ? 100.0 : 1.0;
+}
+
 // An input without data counts as 0, since no time and no count is 0; a row without any has none.
-GridReader::Totals GridReader::derived(const Column& column, std::size_t rows) const {
+GridReader::Totals GridReader::derived(const Column& column,
+                                       double countFactor,
+                                       std::size_t rows) const {
     const double percent = 100.0 / static_cast<double>(m_lastTick - m_firstTick + 1);
     Totals totals(rows, kNoData);
     std::vector<double> inputs(column.reads.size());
@@ -303,7 +319,7 @@ GridReader::Totals GridReader::derived(const Column& column, std::size_t rows) c
             const double sum = m_sums[column.reads[i]][row];
             const bool isTime = m_reads[column.reads[i]].source.type == ITimelineQuery::qtTime;
             hasData = hasData || !std::isnan(sum);
-            inputs[i] = std::isnan(sum) ? 0 : sum * (isTime ? percent : 1);
+            inputs[i] = std::isnan(sum) ? 0 : sum * (isTime ? percent : countFactor);
         }
         if (hasData) totals[row] = column.program->evaluate(inputs);
     }

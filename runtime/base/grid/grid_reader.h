@@ -69,7 +69,8 @@ private:
     bool isKept(const Totals& totals) const;
     void makeRows(GridContents& contents);
     void fillColumns(GridContents& contents) const;
-    Totals derived(const Column& column, std::size_t rows) const;
+    double countFactor(const dataface_1::IQuery& query, const Column& column) const;
+    Totals derived(const Column& column, double countFactor, std::size_t rows) const;
     void nameRows(GridContents& contents) const;
 
     const GridRequest& m_request;
