@@ -32,9 +32,10 @@ protected:
         m_db->answers = {{records, series({"a"}), false}};
     }
     // Values of bucket 0 by row: "0:- 1:15"; "-" is a row without series.
-    std::string read(const DicerDataSource* rows) {
+    std::string read(const DicerDataSource* rows, const std::set<int>& levels = {}) {
         lanefeed_1::QueryParam param = request();
         param.rowByDS = rows;
+        param.applicableRowLevels = levels;
         std::vector<OverTimeData> data;
         m_db->calls.clear();
         m_log.clear();
@@ -68,6 +69,7 @@ TEST_F(Attributes, TakeIndexesAsTheyAreWhereRowsAreBands) {
     const auto bands = bandRows("dd_counter");
     EXPECT_EQ(read(&bands.ds), "0:- 1:6");
     EXPECT_EQ(m_db->reads.size(), reads);
+    EXPECT_EQ(read(&bands.ds, {1}), "0:- 1:-") << "no level that is wanted";
     // Without rows it is a plain over-time request.
     bind();
     EXPECT_EQ(read(nullptr), "0:6");

@@ -26,7 +26,7 @@ const char* const kDefinitions = R"(<queryLibrary>
     <derivedQuery id="half" unit="percent"><queryRef>count</queryRef>
       <formula>count / 2</formula></derivedQuery>
     <derivedQuery id="mixed" unit="percent"><queryRef>count</queryRef><queryRef>busy</queryRef>
-      <formula>count + busy</formula></derivedQuery>
+      <queryRef>instances</queryRef><formula>count + busy + instances</formula></derivedQuery>
     <derivedQuery id="three"><queryRef>instances</queryRef><queryRef>mean</queryRef>
       <formula>instances + mean</formula></derivedQuery>
     <derivedQuery id="partly"><queryRef>missing</queryRef><queryRef>count</queryRef>
@@ -124,7 +124,7 @@ TEST_F(Derived, InputsOfAPercentageAreHundredfoldUnlessOneIsATime) {
     draw("half");
     EXPECT_EQ(ask(), "timeBin  half\n0        100\n1        200\n");
     draw("mixed");
-    EXPECT_EQ(ask(), "timeBin  mixed\n0        4\n1        8\n");
+    EXPECT_EQ(ask(), "timeBin  mixed\n0        6\n1        12\n");
 }
 
 TEST_F(Derived, ReadsInputsInTheResolutionOfTheLayer) {

@@ -225,6 +225,13 @@ TEST_F(Forest, TellsWhyAValueHasNoColour) {
     EXPECT_EQ(color, 5U);
     EXPECT_TRUE(basekit2::is_success(ask(column, 1)));
     EXPECT_NE(color, 5U);
+    // Whether there is a mapper is asked once for each query.
+    const auto unmapped = facekit_1_x::createColumn(20, queries[0][2], tree);
+    m_factory->asked.clear();
+    m_factory->answer = error_code_t::noResult;
+    for (int time = 0; time < 2; ++time)
+        EXPECT_EQ(ask(unmapped, 1).value(), error_code_t::noResult);
+    EXPECT_EQ(m_factory->asked, std::vector<std::string>{"thread"});
 }
 
 TEST_F(Forest, GivesEachRecordTheColumnsOfTheFirstFilledOne) {
@@ -303,6 +310,7 @@ TEST_F(Forest, ConvertsQueriesToSources) {
              basekit2::make_object<FakeDataQuery<dataface_1::ITimeQuery>>(time),
              basekit2::make_object<FakeDataQuery<dataface_1::ITimeQuery>>(missing),
              basekit2::make_object<FakeDataQuery<dataface_1::IInstanceCountQuery>>(count),
+             basekit2::make_object<FakeDataQuery<dataface_1::IDataQuery>>(count),
              basekit2::make_object<FakeDataQuery<dataface_1::ICountQuery>>(count)})
         queries = IVectorQuery::pushBack(queries, query);
     std::vector<DicerDataSource> sources;

@@ -23,12 +23,14 @@ public:
         columns = query;
         ++columnsSet;
     }
-    sptr_t<dataface_1::IQuery> getRowByForLevel(const sptr_t<dataface_1::IQuery>&,
+    sptr_t<dataface_1::IQuery> getRowByForLevel(const sptr_t<dataface_1::IQuery>& layer,
                                                 int level) override {
+        askedFor = layer;
         return level == 1 ? picked : sptr_t<dataface_1::IQuery>();
     }
 
     sptr_t<dataface_1::IQuery> picked;
+    sptr_t<dataface_1::IQuery> askedFor;
     sptr_t<IVectorQuery> columns;
     int columnsSet = 0;
 };
@@ -60,6 +62,7 @@ protected:
 };
 TEST_F(RowGroups, GiveALayerTheFirstOfEachWithoutAGrid) {
     EXPECT_EQ(names(m_parser.getAllLayerRowBy({}, rowsOf("AbCD"))), "ACD");
+    EXPECT_EQ(names(m_parser.getAllLayerRowBy({}, rowsOf("abC"))), "aC") << "the first opens one";
     LayerInfo lifetime;
     lifetime.drawBy.isLifetime = true;
     const std::tuple<LayerInfo, const char*, int, const char*> cases[] = {
@@ -74,8 +77,15 @@ TEST_F(RowGroups, GiveALayerTheRowThatAGridPicks) {
     RowSet rowSet = rowsOf("ABcdEf");
     rowSet.gridQuery = m_grid;
     m_grid->picked = rowSet.rowBys[2].ds.m_defaultQuery;
-    EXPECT_EQ(names(m_parser.getAllLayerRowBy({}, rowSet)), "Ac");
-    EXPECT_EQ(m_parser.getLayerRowBy({}, rowSet, 1).displayName, "c");
+    LayerInfo layer;
+    layer.drawBy.ds.m_vectorQuery = vectorOf({infoQuery({})});
+    EXPECT_EQ(names(m_parser.getAllLayerRowBy(layer, rowSet)), "Ac");
+    EXPECT_EQ(m_grid->askedFor, layer.drawBy.ds.m_vectorQuery);
+    m_grid->askedFor.reset();
+    EXPECT_EQ(m_parser.getLayerRowBy(layer, rowSet, 1).displayName, "c");
+    EXPECT_EQ(m_grid->askedFor, layer.drawBy.ds.m_vectorQuery);
+    layer.drawBy.isLifetime = true;
+    EXPECT_EQ(names(m_parser.getAllLayerRowBy(layer, rowSet)), "ABE") << "whatever the grid picks";
     EXPECT_EQ(m_parser.getLayerRowBy({}, rowSet, 2).displayName, "");
     m_grid->picked = infoQuery({});
     EXPECT_EQ(names(m_parser.getAllLayerRowBy({}, rowSet)), "A");
@@ -131,7 +141,8 @@ TEST_F(RowGroups, BecomeRecordsUpToTheFirstThatCannotBeRead) {
         std::string rows;
         for (const RowBy& row : rowSet.rowBys)
             rows += row.ds.m_table + "::" + row.ds.m_path + "." + row.ds.m_attr +
-                    (row.continuesGroup ? "+" : "") + (row.valid ? " " : "invalid");
+                    (row.continuesGroup ? "+" : "") + (row.valid ? " " : "invalid") +
+                    (row.ds.m_defaultQuery.is_null() ? "without query" : "");
         EXPECT_EQ(rows,
                   "dd_band::dd_a.name dd_band::dd_b.name+ dd_band::dd_c.name+ "
                   "dd_band::dd_e.name ");
