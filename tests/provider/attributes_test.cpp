@@ -26,6 +26,7 @@ protected:
         facts.name = "Process";
         facts.table = "dd_band";
         facts.path = path;
+        facts.attr = "name";
         return rowBy(facts);
     }
     void answer(const std::vector<storelink1::OverTimeData>& records) {
@@ -73,6 +74,14 @@ TEST_F(Attributes, TakeIndexesAsTheyAreWhereRowsAreBands) {
     // Without rows it is a plain over-time request.
     bind();
     EXPECT_EQ(read(nullptr), "0:6");
+}
+
+TEST_F(Attributes, LeaveOutALevelThatCannotBeRead) {
+    answer({record({1}, {10})});
+    m_db->answers[0].refusesExpansions = true;
+    m_source.addExtra(infoQuery({}), "dd_task", "slice_data", "name", "main", "");
+    EXPECT_EQ(read(), "0:- 1:-");
+    EXPECT_TRUE(m_log.empty());
 }
 
 TEST_F(Attributes, FailForARecordWithoutARow) {

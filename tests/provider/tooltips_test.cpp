@@ -1,6 +1,8 @@
+#include "messages/message_catalogs.h"
 #include "provider_fixture.h"
 
 #include <basekit2/type_id.h>
+#include <settingstore2/message_catalogs.h>
 
 namespace lanefeed_test {
 namespace {
@@ -69,6 +71,28 @@ TEST_F(Tooltips, HoldWhatWasPreparedInTheOrderOfTheAttributes) {
     EXPECT_TRUE(m_log.empty());
 }
 
+TEST_F(Tooltips, LocaliseValuesButNotTheNamesBeforeThem) {
+    m_provider->cacheTooltipData(&m_ds);
+    std::vector<std::string> errors;
+    const auto before = settingstore2::getMessageCatalogSource();
+    settingstore2::setMessageCatalogSource(lanefeed_runtime::readCatalogs(
+        {"<messageCatalog name='viewpoint'><message key='%Name'>Name</message>"
+         "<message key='zero'>none</message></messageCatalog>"},
+        errors));
+    EXPECT_EQ(m_provider->getTooltip(&m_ds, 0), "\n%Name: none");
+    EXPECT_EQ(items(0), "%Name=none;");
+    settingstore2::setMessageCatalogSource(before);
+}
+
+TEST_F(Tooltips, PrepareAnAttributeWithoutATableUnderAKeyThatNobodyAsksFor) {
+    DicerDataSource bare;
+    bare.addExtra({}, "", "", "name", "", "");
+    m_db->attributeValues["name"] = m_db->attributeValues[".name"] = {{7, "main"}};
+    m_provider->cacheTooltipData(&bare);
+    EXPECT_EQ(m_db->retrievers.back(), ".name cached");
+    EXPECT_EQ(m_provider->getTooltip(&bare, 7), "\n");
+}
+
 TEST_F(Tooltips, ReadTheirCacheSwitchForEachAttribute) {
     const EnvironmentGuard off(kCacheOff, "1");
     m_provider->cacheTooltipData(&m_ds);
@@ -126,9 +150,12 @@ TEST_F(Tooltips, ReadTheValueThatAFilterIsMadeOf) {
 }
 
 TEST_F(Tooltips, HatchByTheIndexOfAnAttributeAndTellTheObjectOfABand) {
-    QueryFacts facts;
-    facts.path = "dd_task.dd_module";
-    m_ds.m_defaultQuery = infoQuery(facts);
+    class Shown : public FakeInfoQuery {
+    public:
+        using FakeInfoQuery::FakeInfoQuery;
+        std::string getDisplayText() const override { return "dd_task.dd_module"; }
+    };
+    m_ds.m_defaultQuery = basekit2::make_object<Shown>(QueryFacts());
     m_db->attributeValues["dd_task.dd_module"] = {
         {1, basekit2::u64_t{3}}, {2, variant_t()}, {3, "three"}, {4, -2}};
     std::vector<IntervalHatch> hatches;

@@ -258,6 +258,13 @@ TEST_F(Forest, GivesEachRecordTheColumnsOfTheFirstFilledOne) {
     EXPECT_EQ(m_bound.database->pauseReads, 1);
 }
 
+TEST_F(Forest, LeavesOutBucketsInPauses) {
+    m_bound.database->pauses = {{0, 5000}};
+    BaseProviderImpl::Forest forest;
+    ASSERT_TRUE(forestOf({record({series({"lfd"}, {1})})}, forest));
+    EXPECT_TRUE(allRows(forest[0]).empty());
+}
+
 TEST_F(Forest, NeedsARecordWithSeries) {
     BaseProviderImpl::Forest forest;
     const CapturedLog log;
