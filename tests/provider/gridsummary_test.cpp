@@ -6,6 +6,8 @@
 #include "support/table_text.h"
 #include "support/temp_directory.h"
 
+#include <facekit_1_x/table_building.h>
+
 #include <filesystem>
 
 namespace lanefeed_test {
@@ -86,6 +88,16 @@ TEST_F(GridSummary, IsReadUnderTheFilterAndNestsAsTheGridDoes) {
     EXPECT_EQ(m_provider->getRowDbIndexByUniqueId(0), 1);
     ASSERT_TRUE(summary(1));
     EXPECT_EQ(m_grid->lastGrouping, m_grid->groupings[1]);
+    // By the column of the first grouping, whatever grouping the rows are of.
+    m_grid->groupings[0] = vectorOf({namedQuery("name")});
+    ASSERT_TRUE(summary(1, true));
+    order.clear();
+    m_provider->getSortOrder(order);
+    EXPECT_EQ(order, (std::vector<int>{2, 1, 0}));
+    lanefeed_1::IDicerProvider::SortInfo info;
+    ASSERT_TRUE(m_provider->getDefaultSortOrder(info));
+    EXPECT_EQ(info.column, columnNamed(m_table, "name"));
+    EXPECT_FALSE(info.ascending);
     EXPECT_TRUE(m_log.empty());
 }
 
@@ -121,6 +133,10 @@ TEST_F(GridSummary, IsRestrictedToRequiredDataThatAreReadOnce) {
 TEST_F(GridSummary, TellsWhatItCouldNotGet) {
     m_rowSet.requiredData = m_required;
     bind(&m_rowSet);
+    const auto grouping = m_required->groupings;
+    m_required->groupings.clear();
+    expectFailure("grouping,");
+    m_required->groupings = grouping;
     m_requiredTable->refuses = true;
     expectFailure("err.succeeded() && filter");
     m_requiredTable->makesFilters = false;
@@ -152,9 +168,20 @@ TEST_F(GridSummary, FailsWithoutATableAndKeepsNoHalfReadData) {
     const auto rows = m_grid->table;
     m_grid->table.reset();
     expectFailure("err.succeeded() && tree");
+    const auto holes = basekit2::make_object<FakeGrid>(rows);
+    holes->nullRow = true;
+    m_grid->table = holes;
+    expectFailure("bRet,");
     m_grid->table = rows;
     EXPECT_TRUE(summary());
     EXPECT_EQ(m_calls.size(), 4U);  // the required data were kept
+    // Nothing to start by: what was asked with stays.
+    m_grid->table = facekit_1_x::createTableTree();
+    ASSERT_TRUE(summary());
+    lanefeed_1::IDicerProvider::SortInfo info;
+    info.content = dataface_1::ccId;
+    EXPECT_FALSE(m_provider->getDefaultSortOrder(info));
+    EXPECT_EQ(info.content, dataface_1::ccId);
 }
 
 TEST_F(GridSummary, ShowsTheRowsThatTheFilterLeaves) {
@@ -162,10 +189,14 @@ TEST_F(GridSummary, ShowsTheRowsThatTheFilterLeaves) {
     ASSERT_TRUE(summary());
     const auto table = m_provider->m_rowSummaryTable;
     m_registry->names = {"global"};
-    m_grid->table = gridTable({{1, "a", 3, {}}, {3, "c", 6, {}}}, m_grid->groupings[0]);
+    m_grid->table =
+        gridTable({{1, "a", 3, {{11, "a1", 3, {}}}}, {3, "c", 6, {}}}, m_grid->groupings[0]);
+    m_calls.clear();
     std::vector<int> rows;
     ASSERT_TRUE(m_provider->getVisibleRows(rows, 1));
-    EXPECT_EQ(rows, (std::vector<int>{0, 3}));
+    EXPECT_EQ(rows, (std::vector<int>{0, 1, 3}));
+    EXPECT_EQ(m_calls,
+              (Calls{"rows create", "rows clear", "rows filter global", "rows execute 5"}));
     EXPECT_EQ(m_grid->lastGrouping, m_grid->groupings[1]);
     EXPECT_EQ(m_provider->m_rowSummaryTable, table);
     EXPECT_EQ(m_provider->getRowCount(), 4);

@@ -165,14 +165,25 @@ TEST_F(Selections, OfADiveAreTheValueInTheStoreUnderANameOfTheirOwn) {
     EXPECT_EQ(probe->asked, "slice_data::dd_category.name#1");
     EXPECT_TRUE(m_log.empty());
 
+    const auto refused = [&](const DicerDataSource* of, const char* text) {
+        EXPECT_TRUE(probe->createDiveFilter(of, 1).is_null()) << text;
+        EXPECT_TRUE(m_log.contains(text)) << text;
+    };
+    m_registry->refused = {FakeRegistry::queryFilter};
+    refused(&source, "qf,");
+    m_registry->refused = {FakeRegistry::queryBuilder};
+    refused(&source, "qfBuilder,");
+    m_registry->refused.clear();
+    refused(nullptr, "dds,");
     probe->value = variant_t();
     EXPECT_FALSE(probe->filterOnAttrId(&source, 12, true, ""));
     EXPECT_TRUE(m_log.contains("val.get_type() != bk2::vtNull"));
     EXPECT_FALSE(m_registry->hasFilter(dive));
     source.m_infoQueries.clear();
     source.m_defaultQuery.reset();
-    EXPECT_TRUE(probe->createDiveFilter(&source, 12).is_null());
-    EXPECT_TRUE(m_log.contains("diveQuery"));
+    refused(&source, "diveQuery,");
+    loseRegistry();
+    refused(&source, "filterRegistry,");
 }
 
 TEST_F(Selections, OfValuesHaveTheSignOfTheFirst) {
@@ -196,6 +207,9 @@ TEST_F(Selections, OfValuesHaveTheSignOfTheFirst) {
     EXPECT_EQ(filterOf({"a", ""}), "null");
     EXPECT_EQ(m_log.count("!rName.empty()"), 2);
     EXPECT_TRUE(m_registry->calls.empty());
+    m_registry->refused = {FakeRegistry::queryBuilder};
+    EXPECT_EQ(filterOf({"a"}), "null");
+    EXPECT_TRUE(m_log.contains("qfBuilder"));
     m_library->refuses = true;
     EXPECT_EQ(filterOf({"a"}), "null");
     EXPECT_TRUE(m_log.contains("filterQuery"));
@@ -240,6 +254,10 @@ TEST_F(Selections, OfRowsAreDroppedFirstThenNegatedWhenRowsAreExcluded) {
     refused({1}, "qfBuilder");
     m_registry->refused = {FakeRegistry::queryFilter};
     refused({1}, "qf");
+    // Rows that cannot be taken the other way round leave no selection.
+    m_registry->refused = {FakeRegistry::filterOfFilter};
+    EXPECT_TRUE(m_provider->filterOnRows({1}, true));
+    EXPECT_EQ(m_registry->takeCalls(), dropped);
     m_provider->m_rowSummaryTable.reset();
     refused({1}, "qf");
     loseRegistry();

@@ -1,5 +1,6 @@
 #include "common/pauseranges.h"
 #include "provider_fixture.h"
+#include "support/fake_grid.h"
 
 #include <facekit_1_x/table_building.h>
 
@@ -44,6 +45,36 @@ TEST(PauseRanges, MergesWhatTouchesThenDropsWhatIsNarrow) {
     EXPECT_EQ(merged({}, 4), "");
 }
 
+TEST(PauseRanges, AreReadUpToWhatIsNoRange) {
+    const CapturedLog log;
+    const auto table = facekit_1_x::createTableTree();
+    const auto addColumn = [&](const char* name) {
+        const auto column =
+            facekit_1_x::createColumn(facekit_1_x::columnPlain, namedQuery(name), table);
+        table->addColumn(column, nullptr, 0);
+        return column;
+    };
+    const auto start = addColumn("startTime");
+    EXPECT_EQ(rangesText(table), "");
+    EXPECT_EQ(log.count("!colIt.at_end(),"), 1);
+    const auto end = addColumn("endTime");
+    const auto addRow = [&](const basekit2::variant_t& last) {
+        const auto row = facekit_1_x::createVectorRow(nullptr, table);
+        row->setContent(start, dataface_1::ccValue, 5);
+        row->setContent(end, dataface_1::ccValue, last);
+        table->addRow(row, nullptr);
+    };
+    addRow(9);
+    const auto holes = basekit2::make_object<FakeGrid>(table);
+    holes->nullRow = true;
+    EXPECT_EQ(rangesText(holes), "[5,9]");
+    EXPECT_EQ(log.count("row,"), 1);
+    addRow("soon");
+    addRow(7);
+    EXPECT_EQ(rangesText(table), "[5,9]");
+    EXPECT_EQ(log.count("bRet,"), 1);
+}
+
 TEST_F(TimeFilters, GivesPausesOfTheWindowInPaneTicks) {
     // The first reaches in from before the result; two touch the ends of the window; of those
     // inside one is as wide as a bin, the other by a tick less.
@@ -56,8 +87,10 @@ TEST_F(TimeFilters, GivesPausesOfTheWindowInPaneTicks) {
     basekit2::sptr_t<ITableTree> table;
     ASSERT_TRUE(m_provider->getPauseRangesData(param, table));
     EXPECT_EQ(rangesText(table), "[0,250][350,395][400,700]");
-    EXPECT_FALSE(lanefeed_1::BaseProviderImpl::getColumnByName(table, "startTime").is_null());
-    EXPECT_FALSE(lanefeed_1::BaseProviderImpl::getColumnByName(table, "endTime").is_null());
+    std::string columns;
+    for (auto it = table->getColumns(nullptr); !it.at_end(); it.next())
+        columns += it.current()->getQuery()->getId() + " ";
+    EXPECT_EQ(columns, "timelineNameQuery_startTime_tsc timelineNameQuery_endTime_tsc ");
 }
 
 TEST_F(TimeFilters, GivesFilterSpansOutsideTheWindowToo) {
@@ -82,6 +115,13 @@ TEST_F(TimeFilters, ReadsARangeOnceUntilSpanBinsOrPausesChange) {
     basekit2::sptr_t<ITableTree> first;
     basekit2::sptr_t<ITableTree> again;
     ASSERT_TRUE(m_provider->getPauseRangesData(param, first));
+    ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
+    EXPECT_EQ(first, again);
+    EXPECT_EQ(m_db->pauseReads, 1);
+    // A read of one kind makes its span and bins those of both.
+    param.binCount = 15;
+    ASSERT_TRUE(m_provider->getFilteredRanges(param, again));
+    EXPECT_NE(first, again);
     ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
     EXPECT_EQ(first, again);
     EXPECT_EQ(m_db->pauseReads, 1);

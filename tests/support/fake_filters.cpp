@@ -20,7 +20,8 @@ std::string textOf(const sptr_t<Face>& filter) {
 
 class QueryBuilder : public dataface_1::IQueryFilterBuilder {
 public:
-    explicit QueryBuilder(bool refuses) : m_refuses(refuses) {}
+    QueryBuilder(bool refuses, bool refusesFilters)
+        : m_refuses(refuses), m_refusesFilters(refusesFilters) {}
     void setMode(int mode) override { m_text += "mode " + std::to_string(mode) + " "; }
     void beginGroup(int kind) override { m_text += "{" + std::to_string(kind) + " "; }
     void addCondition(const sptr_t<dataface_1::IQuery>& query,
@@ -35,7 +36,10 @@ public:
         const bool isText = value.get_type() == basekit2::vtString;
         m_text += (excluded ? "!=" : "=") + (isText ? "'" + text + "'" : text) + " ";
     }
-    void addFilter(const sptr_t<IQueryFilter>& filter) override { m_text += textOf(filter) + " "; }
+    void addFilter(const sptr_t<IQueryFilter>& filter) override {
+        m_text += textOf(filter) + " ";
+        m_refuses = m_refuses || m_refusesFilters;
+    }
     void endGroup() override {
         m_text.back() = '}';
         m_text += ' ';
@@ -48,6 +52,7 @@ public:
 
 private:
     bool m_refuses;
+    bool m_refusesFilters;
     std::string m_text;
 };
 
@@ -71,7 +76,8 @@ private:
 
 sptr_t<dataface_1::IQueryFilterBuilder> FakeRegistry::createQueryFilterBuilder() {
     if (refused.count(queryBuilder) != 0) return {};
-    return basekit2::make_object<QueryBuilder>(refused.count(queryFilter) != 0);
+    return basekit2::make_object<QueryBuilder>(refused.count(queryFilter) != 0,
+                                               refused.count(filterOfFilter) != 0);
 }
 
 sptr_t<dataface_1::ITimeFilterBuilder> FakeRegistry::createTimeFilterBuilder() {

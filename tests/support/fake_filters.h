@@ -25,8 +25,8 @@ using FakeTimeFilter = FakeFilter<dataface_1::ITimeFilter>;
 // "-1..2" for spans that are kept or cut out.
 class FakeRegistry : public dataface_1::IFilterRegistry {
 public:
-    // What may be refused.
-    enum Step { timeBuilder, timeFilter, queryBuilder, queryFilter };
+    // What may be refused; the last is a query filter that another is part of.
+    enum Step { timeBuilder, timeFilter, queryBuilder, queryFilter, filterOfFilter };
 
     basekit2::sptr_t<dataface_1::IQueryFilterBuilder> createQueryFilterBuilder() override;
     void removeFilter(const std::string& name) override;

@@ -70,18 +70,19 @@ TEST_F(RowSummaryBuild, FailsLoudlyWithoutWhatItNeeds) {
 }
 
 TEST_F(RowSummaryBuild, NestsRowsAsTheGridDoes) {
+    addBand("dd_process", 2, 1100, 1200);
     const Table table = buildOnGrid({{1, "lfd", 3, {{7, "main", 2, {}}, {1, "io", 1, {}}}},
                                      {2, "sh", {}, {{7, "main", 5, {}}}}},
                                     bandFacts("dd_process"));
     ASSERT_FALSE(table.is_null());
-    EXPECT_EQ(tableText(table, {true, false, {"name", "busy", "startTime"}}),
-              R"(#    name  busy  startTime
-1    lfd   3     0
-  7  main  2     0
-  1  io    1     0
-2    sh    -     0
-  7  main  5     0
+    EXPECT_EQ(tableText(table, {true, false, {}}), R"(#    name  busy  startTime  endTime
+1    lfd   3     0          999
+  7  main  2     0          999
+  1  io    1     0          999
+2    sh    -     100        200
+  7  main  5     0          999
 )");
+    EXPECT_EQ(columnNamed(table, "name")->getType(), 3);
     EXPECT_EQ(table->getRowMaxLevel(), 1);
     EXPECT_EQ(table->getRow(2)->getLevel(), 1);
     EXPECT_EQ(table->getRow(2)->getParent().get(), table->getRow(0));
@@ -91,6 +92,16 @@ TEST_F(RowSummaryBuild, NestsRowsAsTheGridDoes) {
     EXPECT_EQ(table->getRowByDbIndexes({2, 1}), nullptr);
     EXPECT_EQ(table->getRowByDbIndexes({2, 7, 7}), nullptr);
     EXPECT_EQ(table->getRow(0)->getChildRowByDbIndex(7), table->getRow(1));
+}
+
+TEST_F(RowSummaryBuild, FindsTheFirstOfOnePlaceAndTheLastByPath) {
+    const Table table =
+        buildOnGrid({{1, "a", {}, {{7, "x", {}, {}}, {7, "y", {}, {}}}}, {1, "b", {}, {}}},
+                    bandFacts("dd_process"));
+    EXPECT_EQ(table->getRowByDbId(0, 1), table->getRow(0));
+    EXPECT_EQ(table->getRowByDbIndexes({1}), table->getRow(3));
+    EXPECT_EQ(table->getRowByDbId(1, 7), table->getRow(1));
+    EXPECT_EQ(table->getRow(0)->getChildRowByDbIndex(7), table->getRow(2));
 }
 
 TEST_F(RowSummaryBuild, IndexesAFlatGroupingAtOneLevel) {

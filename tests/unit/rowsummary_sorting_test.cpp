@@ -2,6 +2,8 @@
 
 #include "row_tables.h"
 
+#include <facekit_1_x/table_building.h>
+
 #include <limits>
 
 namespace lanefeed_test {
@@ -60,9 +62,10 @@ TEST_F(RowSummarySorting, OrdersEachLevelByItself) {
         buildOnGrid({{1, "b", {}, {{4, "y", {}, {}}, {5, "x", {}, {}}}}, {2, "a", {}, {}}},
                     bandFacts("dd_process"));
     EXPECT_EQ(sorted(table, "name", true), (Order{1, 0}));
-    Order children{99};
-    table->getRow(0)->getSortOrder(children);
-    EXPECT_EQ(children, (Order{99, 1, 0}));
+    Order all{99};
+    table->getSortOrder(all);
+    table->getRow(0)->getSortOrder(all);
+    EXPECT_EQ(all, (Order{99, 1, 0, 1, 0}));
 }
 
 TEST_F(RowSummarySorting, SortsNamesByTheKindThatTheRowsAskFor) {
@@ -129,6 +132,21 @@ TEST_F(RowSummarySorting, StartsByTheColumnOfTheQueryElseByTheFirstValue) {
               "name down");
     table->initialSorting(nullptr);
     EXPECT_EQ(sortOrder(table), (Order{1, 0}));
+}
+
+TEST_F(RowSummarySorting, StartsByTheFirstOfSeveralValuesAtTheTop) {
+    const auto grid = facekit_1_x::createTableTree();
+    const auto add = [&](const char* name, const sptr_t<dataface_1::IColumnInfo>& parent) {
+        const auto column =
+            facekit_1_x::createColumn(facekit_1_x::columnSeries, namedQuery(name), grid);
+        grid->addColumn(column, parent, 0);
+        return column;
+    };
+    add("read", add("busy", nullptr));
+    add("idle", nullptr);
+    const Table table = buildOn(grid, vectorOf({infoQuery(bandFacts("dd_process"))}));
+    EXPECT_EQ(tableText(table), "busy  busy.read  idle  startTime  endTime\n");
+    EXPECT_EQ(initial(table, nullptr), "busy down");
 }
 
 TEST_F(RowSummarySorting, HasNoFirstOrderWithoutAColumn) {
