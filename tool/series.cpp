@@ -4,6 +4,7 @@
 
 #include <dataface_1/query_kinds.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <limits>
 #include <optional>
@@ -46,7 +47,8 @@ void readParts(const sptr_t<IColumnInfo>& column, std::vector<std::string>& part
     readParts(child, parts);
 }
 
-Series namedSeries(const sptr_t<IColumnInfo>& column, int bins) {
+// Without values, which come with the first cell that has one.
+Series namedSeries(const sptr_t<IColumnInfo>& column) {
     Series series;
     readParts(column, series.parts);
     for (const std::string& part : series.parts)
@@ -54,8 +56,27 @@ Series namedSeries(const sptr_t<IColumnInfo>& column, int bins) {
     const sptr_t<IQuery> query = columnQuery(*column);
     if (series.parts.empty() && !query.is_null())
         series.name = lanefeed_1::getString(query->getName());
-    series.values.assign(static_cast<std::size_t>(bins), std::numeric_limits<double>::quiet_NaN());
     return series;
+}
+
+void setValue(Series& series, int bucket, int bins, double value) {
+    if (series.values.empty())
+        series.values.assign(static_cast<std::size_t>(bins),
+                             std::numeric_limits<double>::quiet_NaN());
+    series.values[static_cast<std::size_t>(bucket)] = value;
+}
+
+// Every row has a column for each value that any row is expanded by; those that say nothing of a
+// row would be most of the answer. A series of its own stays, without data as well.
+void dropEmpty(std::vector<Series>& all, int bins) {
+    for (Series& series : all) {
+        if (series.parts.empty() && series.values.empty())
+            series.values.assign(static_cast<std::size_t>(bins),
+                                 std::numeric_limits<double>::quiet_NaN());
+    }
+    all.erase(std::remove_if(all.begin(), all.end(),
+                             [](const Series& series) { return series.values.empty(); }),
+              all.end());
 }
 
 // Bucket of a row of the table; -1 when its time-bin cell can't be read.
@@ -81,7 +102,7 @@ std::vector<Series> readSeries(const sptr_t<dataface_1::ITableTree>& table,
             timeBin = column;
         } else {
             columns.push_back(column);
-            all.push_back(namedSeries(column, bins));
+            all.push_back(namedSeries(column));
         }
     }
     for (auto it = table->getRows(nullptr); !it.at_end(); it.next()) {
@@ -92,9 +113,10 @@ std::vector<Series> readSeries(const sptr_t<dataface_1::ITableTree>& table,
             variant_t cell;
             if (!row->getContent(columns[i], dataface_1::ccValue, cell) || cell.is_null()) continue;
             const double value = cell.get<double>();
-            if (value != 0 || keepZeros) all[i].values[static_cast<std::size_t>(bucket)] = value;
+            if (value != 0 || keepZeros) setValue(all[i], bucket, bins, value);
         }
     }
+    dropEmpty(all, bins);
     return all;
 }
 

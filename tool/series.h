@@ -15,9 +15,9 @@ struct Series {
     std::vector<double> values;      // one per bucket; NaN: no data
 };
 
-// Series of one row, in the order of the table's columns. `bins`: buckets that were asked for.
-// With keepZeros a cell of 0 is a value, else it stands for a bucket without data. A null table
-// has no series.
+// Series of one row, in the order of the table's columns; of those of an expansion, the ones that
+// have data. `bins`: buckets that were asked for. With keepZeros a cell of 0 is a value, else it
+// stands for a bucket without data. A null table has no series.
 std::vector<Series> readSeries(const basekit2::sptr_t<dataface_1::ITableTree>& table,
                                int bins,
                                bool keepZeros);
