@@ -263,6 +263,12 @@ TEST_F(Grids, LeaveOutRowsWithoutDataWhereColumnsAreRequired) {
     EXPECT_EQ(tableText(rowsOf("<requiredData><rowBy query='processAndThread'/>"
                                "<columnBy query='instantCount'/></requiredData>")),
               "name    %InstantCount\nalpha   1\n  main  1\n");
+    EXPECT_EQ(tableText(rowsOf("<gridQuery><rowBy query='processAndThread'/>"
+                               "<columnBy query='instantCount' required='true'/>"
+                               "<columnBy query='sliceCount'/></gridQuery>")),
+              "name    %InstantCount  %SliceCount\n"
+              "alpha   1              3\n"
+              "  main  1              3\n");
     // A table that the result does not have gives no totals and, required, no rows.
     EXPECT_EQ(tableText(rowsOf("<gridQuery><rowBy query='process'/><columnBy query='asyncCount'/>"
                                "</gridQuery>")),

@@ -45,6 +45,15 @@ TEST(ValueStyles, PatternsStandForTexts) {
     EXPECT_FALSE(fitsPattern(std::string(20000, 'a'), "*a*a*a*a*a*a*b"));
 }
 
+TEST(ValueStyles, BelongToTheLastTableOfAPath) {
+    const LibraryText loaded =
+        loadLibrary({"<infoQuery id='process'><dbPath>dd_band::dd_thread.dd_process</dbPath>"
+                     "<displayDbPathSuffix>name</displayDbPathSuffix></infoQuery>"});
+    const auto query = dataface_1::IInfoQuery::cast(loaded.find("process"));
+    ASSERT_FALSE(query.is_null());
+    EXPECT_EQ(lanefeed_runtime::attributeOf(*query), "dd_process.name");
+}
+
 TEST(ValueStyles, ErrorsNameTheirPlace) {
     const auto errorOf = [](const std::string& styles) {
         const LibraryText loaded = loadLibrary({kCategory + styles});
