@@ -96,7 +96,8 @@ public:
     // Appends the ids of the rows that the global filter leaves, read anew; all without one, and 0
     // for an area without rows. False also when it leaves none.
     bool getVisibleRows(std::vector<int>& rows, int grouping) override;
-    // Replaces the filter "selection" by those rows, or by all but them. False leaves it empty.
+    // Replaces the filter "selection" by those rows, or by all but them. False leaves it empty, but
+    // in an area without rows as it was.
     bool filterOnRows(const std::vector<int>& rows, bool exclude) override;
     bool getRowSummary(basekit2::sptr_t<dataface_1::ITableTree>& table,
                        int grouping,

@@ -224,7 +224,9 @@ TEST_F(Selections, OfValuesHaveTheSignOfTheFirst) {
 }
 
 TEST_F(Selections, OfRowsAreDroppedFirstThenNegatedWhenRowsAreExcluded) {
+    bind();
     EXPECT_FALSE(m_provider->filterOnRows({0}, false));  // no choice of rows
+    EXPECT_TRUE(m_registry->calls.empty());
     bindRows({10, 30, 20});
     m_registry->takeCalls();
     const Calls dropped = {"remove selection", "clear selection"};
