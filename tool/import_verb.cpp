@@ -34,8 +34,7 @@ void onInterrupt(int /*signal*/) {
     g_interrupted.store(true, std::memory_order_relaxed);
 }
 
-// Lets signals ask for the end of the import, for as long as it lives. The write behind a size
-// limit fails with an error then, instead of ending the program.
+// Lets signals ask for the end of the import, for as long as it lives.
 class SignalScope {
 public:
     SignalScope() {
@@ -44,13 +43,10 @@ public:
         sigemptyset(&action.sa_mask);
         for (std::size_t i = 0; i < kSignals.size(); ++i)
             sigaction(kSignals[i], &action, &m_before[i]);
-        action.sa_handler = SIG_IGN;
-        sigaction(SIGXFSZ, &action, &m_sizeBefore);
     }
     ~SignalScope() {
         for (std::size_t i = 0; i < kSignals.size(); ++i)
             sigaction(kSignals[i], &m_before[i], nullptr);
-        sigaction(SIGXFSZ, &m_sizeBefore, nullptr);
     }
     SignalScope(const SignalScope&) = delete;
     SignalScope& operator=(const SignalScope&) = delete;
@@ -58,7 +54,6 @@ public:
 private:
     static constexpr std::array<int, 3> kSignals{{SIGINT, SIGTERM, SIGHUP}};
     std::array<struct sigaction, 3> m_before{};
-    struct sigaction m_sizeBefore = {};
 };
 
 void dropEnding(std::string& name, std::string_view ending) {

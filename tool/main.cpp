@@ -4,11 +4,14 @@
 #include "command_line.h"
 #include "failure.h"
 
+#include <csignal>
 #include <exception>
 #include <iostream>
 #include <new>
 
 int main(int count, char** arguments) {
+    // A write beyond a size limit is to fail with an error, as on a full disk, whatever the verb.
+    std::signal(SIGXFSZ, SIG_IGN);
     try {
         const int code = lanefeed_tool::runCommandLine(count, arguments);
         std::cout.flush();

@@ -42,6 +42,8 @@ sptr_t<dataface_1::IInputData> open(const ViewOptions& options) {
     lanefeed_runtime::OpenOutcome outcome;
     sptr_t<dataface_1::IInputData> input =
         lanefeed_runtime::openResult(options.result, how, outcome);
+    for (const std::string& warning : outcome.warnings)
+        std::cerr << "lanefeed: warning: " << warning << '\n';
     if (outcome.isOpened() && !input.is_null()) return input;
     throw openFailure(outcome);
 }

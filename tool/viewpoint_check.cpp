@@ -36,11 +36,18 @@ bool isGridRow(const LinedDocument& document, std::size_t rowBy) {
     return grid;
 }
 
-// What these hold is known to the grid alone.
 bool isOfGrid(const LinedDocument& document, std::size_t position) {
     const std::string& name = document.at(position).name;
     return name == "gridQuery" || name == "requiredData" || name == "columnBy" ||
            (name == "rowBy" && isGridRow(document, position));
+}
+
+// What stands in such an element is known to the grid alone.
+bool isWithinGrid(const LinedDocument& document, std::size_t position) {
+    for (std::size_t at = position; at != 0; at = document.at(at).parent) {
+        if (isOfGrid(document, at)) return true;
+    }
+    return false;
 }
 
 std::string trimmed(const std::string& text) {
@@ -71,10 +78,12 @@ DocumentCheck::DocumentCheck(const LinedDocument& document,
 void DocumentCheck::checkElement(std::size_t position) {
     const LinedElement& element = m_document.at(position);
     checkQueries(position);
-    if (isOfGrid(m_document, position)) return;
     for (std::size_t at = element.parent; at != 0; at = m_document.at(at).parent) {
-        if (isOfGrid(m_document, at) || lanefeed_runtime::isQueryElement(m_document.at(at).name))
-            return;
+        if (lanefeed_runtime::isQueryElement(m_document.at(at).name)) return;
+    }
+    if (isWithinGrid(m_document, position)) {
+        if (wordsOf(element.name) != nullptr) checkAttributes(position);
+        return;
     }
     if (lanefeed_runtime::isQueryElement(element.name)) checkDefinition(position);
     if (element.name == "displayAttributes") {

@@ -31,8 +31,9 @@ bool readNumber(std::string_view text, long double& value) {
     return parsed.ec == std::errc() && parsed.ptr == end && value >= 0 && std::isfinite(value);
 }
 
-// Ticks of one edge; false when it can't be read.
+// Ticks of one edge, given as 0; false when it can't be read.
 bool readEdge(std::string_view text, const TimeScale& scale, long double& ticks) {
+    if (text == "0") return true;  // the same in every unit
     if (endsWith(text, "%")) {
         if (!readNumber(text.substr(0, text.size() - 1), ticks)) return false;
         ticks = ticks / 100.0L * static_cast<long double>(scale.duration);

@@ -68,10 +68,12 @@ std::shared_ptr<StoreSession> readSession(const std::string& file,
     if (isRead) return session;
     const std::string text = session->connection->message();
     cause = session->connection->cause();
-    error =
-        session->connection->isDamage()
-            ? damage(file, text)
-            : StoreError{Kind::cannotRead, file + ": cannot be read: " + text + "; check the disk"};
+    const char* remedy = cause == Connection::Cause::busy
+                             ? "; another program is changing it, try again when it has ended"
+                             : "; check the disk";
+    error = session->connection->isDamage()
+                ? damage(file, text)
+                : StoreError{Kind::cannotRead, file + ": cannot be read: " + text + remedy};
     return nullptr;
 }
 

@@ -122,7 +122,8 @@ std::unique_ptr<Connection> Connection::open(const std::string& file,
         sqlite3_open_v2(file.c_str(), &handle, access | SQLITE_OPEN_NOMUTEX, nullptr);
     std::unique_ptr<Connection> connection(new Connection(handle));
     if (status == SQLITE_OK) {
-        if (mode == Mode::write) sqlite3_busy_timeout(handle, kBusyMilliseconds);
+        // Readers too: for a moment nobody may read while another program keeps filters.
+        sqlite3_busy_timeout(handle, kBusyMilliseconds);
         return connection;
     }
     error = handle != nullptr ? connection->message() : sqlite3_errstr(status);

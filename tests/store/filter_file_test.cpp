@@ -10,12 +10,14 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace lanefeed_runtime {
@@ -166,6 +168,16 @@ TEST_F(FilterFileTest, TellsOfAFileInUseOrReplaced) {
         const StoreError error = writeFilters(*store.facts, {{"new", rich()}}, isReadOnly);
         EXPECT_NE(error.text.find("another program"), std::string::npos) << error.text;
         EXPECT_FALSE(isReadOnly);
+        StoreError opening;
+        openStore(m_file, opening);
+        EXPECT_NE(opening.text.find("another program"), std::string::npos) << opening.text;
+        // A change in progress is waited for.
+        std::thread end([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            other->run("rollback");
+        });
+        EXPECT_EQ(names(), std::vector<std::string>{"old"});
+        end.join();
     }
     fs::remove(m_file);
     lanefeed_test::writeTraceText(m_file, "thread main 0..9 c 10..19 d 30..40 e\n");

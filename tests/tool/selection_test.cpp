@@ -4,6 +4,7 @@
 #include "tool/run_tool.h"
 
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <map>
 #include <rapidjson/document.h>
@@ -18,6 +19,16 @@ using Sums = std::map<std::string, double>;
 
 bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
+}
+
+// Leaves a tree in the file that no reader can make sense of.
+void spoilFilters(const std::string& result) {
+    sqlite3* file = nullptr;
+    ASSERT_EQ(sqlite3_open(result.c_str(), &file), SQLITE_OK);
+    const char* change = "update filters set level = 9 where level = 1";
+    EXPECT_EQ(sqlite3_exec(file, change, nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_GT(sqlite3_changes(file), 0);
+    sqlite3_close(file);
 }
 
 // Two threads; times in microseconds, a tick is a nanosecond. "b" is inside of "a".
@@ -223,6 +234,26 @@ TEST_F(Selection, OfBundledTracesIsTakenBackToTheByte) {
         ASSERT_EQ(runTool({"select", result, "--clear"}).exit, 0);
         EXPECT_TRUE(answers() == first);
     }
+}
+
+TEST_F(Selection, IsAsItWasWhenItCannotBeWrittenAndToldWhenItCannotBeRead) {
+    select({"--rows", "0"});
+    const Sums before = busy();
+    RunOptions full;
+    full.fileSizeLimit = 0;
+    const ToolRun failed = runTool({"select", m_result, "--time", "10us..20us"}, full);
+    EXPECT_EQ(failed.exit, 1) << failed.err;
+    EXPECT_TRUE(contains(failed.err, "the filters can't be kept")) << failed.err;
+    EXPECT_EQ(busy(), before);
+
+    spoilFilters(m_result);
+    for (const char* verb : {"rows", "info", "overtime"}) {
+        const ToolRun told = run(verb, {});
+        EXPECT_EQ(told.exit, 0);
+        EXPECT_TRUE(contains(told.err, "the filters in it are not understood")) << told.err;
+    }
+    ASSERT_EQ(run("select", {"--clear"}).exit, 0);
+    EXPECT_EQ(run("rows", {}).err, "");
 }
 
 TEST_F(Selection, RowsAreSortedByAnyColumnWithinTheirLevel) {

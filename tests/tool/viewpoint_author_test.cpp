@@ -93,6 +93,30 @@ TEST(ViewpointAuthor, ACheckNamesTheLineOfEachFaultAndWhatToWrite) {
     EXPECT_EQ(json["messages"][7]["line"].GetInt(), 9);
 }
 
+TEST(ViewpointAuthor, ACheckReadsTheWordsOfAGrid) {
+    ScratchFolder folder;
+    const std::string file = folder.write("grid.xml", R"(<viewpoint><area>
+  <rowSet>
+    <gridQuery defualt="true">
+      <rowBy query="processAndThread" default="yes"/>
+      <columnBy query="busyTime" requird="true"/>
+    </gridQuery>
+    <layer type="Overtime"><drawBy query="busyTime"/></layer>
+  </rowSet></area><area><rowSet>
+    <rowBy useGridQry="false" query="process"/>
+    <rowBy useGridQuery="nope" query="thread"/></rowSet></area>
+</viewpoint>)");
+    const std::string report = runTool({"viewpoint", "--check", file}).out;
+    expectLine(report,
+               file + ":3: ", "unknown attribute \"defualt\" of <gridQuery>; it takes none");
+    expectLine(report, file + ":4: ", "default=\"yes\" of <rowBy>: write true or false");
+    expectLine(report, file + ":5: ", "\"requird\" of <columnBy>; did you mean 'required'");
+    expectLine(report, file + ":9: ", "did you mean 'useGridQuery'");
+    expectLine(report, file + ":10: ", "useGridQuery=\"nope\" of <rowBy>: write true or false");
+    const std::string shipped = LANEFEED_SOURCE_DIR "/runtime/session/viewpoints/processes.xml";
+    EXPECT_EQ(runTool({"viewpoint", "--check", shipped}).exit, 0);
+}
+
 TEST(ViewpointAuthor, ACheckTellsBrokenXmlAndNumbersThatEndTheParse) {
     ScratchFolder folder;
     const ToolRun broken =
