@@ -168,7 +168,7 @@ CLI::App* addSelect(CLI::App& app, ViewOptions& view, SelectOptions& options) {
             ->excludes(time)
             ->excludes(rows)
             ->option_text("LAYER:ID");
-    verb->add_flag("--exclude", options.exclude, "Leave the time or the rows out instead");
+    verb->add_flag("--exclude", options.exclude, "Leave out what is named instead");
     verb->add_flag("--dive", options.dive, "Take what the layer's diveBy names of the object")
         ->needs(attr);
     verb->add_flag("--replace", options.replace, "In place of what was selected, not within it");

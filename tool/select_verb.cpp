@@ -61,8 +61,8 @@ void checkOptions(const ViewOptions& view, const SelectOptions& options) {
     std::string wrong;
     if (!time && !rows && !attr && !options.clear)
         wrong = "say what to select: --time A..B, --rows N,N, --attr LAYER:ID, or --clear";
-    else if (options.exclude && !time && !rows)
-        wrong = "--exclude goes with --time or --rows";
+    else if (options.exclude && options.clear)
+        wrong = "--exclude goes with a selection, not with --clear";
     else if (options.exclude && time && rows)
         wrong = "--exclude takes either --time or --rows; select twice";
     else if (options.clear && options.replace)
@@ -151,6 +151,10 @@ bool apply(Session& session, AreaView& area, const SelectOptions& options, bool 
                                                "selection now, and the filters in force stay as "
                                                "they were",
                                                session.resultName()));
+    }
+    if (options.exclude && !options.attr.empty()) {
+        const FilterOutcome excluded = lanefeed_runtime::excludeSelection(result, name);
+        if (excluded.kind != FilterOutcome::done) throw Failure(exitFailure, excluded.text);
     }
     const FilterOutcome applied =
         lanefeed_runtime::applySelection(result, name,

@@ -57,6 +57,11 @@ sptr_t<TimeFilter> joined(const sptr_t<TimeFilter>& a, const sptr_t<TimeFilter>&
     return basekit2::make_object<TimeFilter>(std::move(ranges));
 }
 
+FilterOutcome nothingSelected(const std::string& name) {
+    return {FilterOutcome::nothingSelected,
+            "nothing is selected: there is no filter \"" + name + "\""};
+}
+
 }  // namespace
 
 FilterOutcome applySelection(const sptr_t<IInputData>& result,
@@ -65,15 +70,27 @@ FilterOutcome applySelection(const sptr_t<IInputData>& result,
     const sptr_t<FilterRegistry> filters = registryOf(result);
     if (filters.is_null()) return noRegistry();
     const NamedFilter selection = filters->filter(name);
-    if (selection.isEmpty()) {
-        return {FilterOutcome::nothingSelected,
-                "nothing is selected: there is no filter \"" + name + "\""};
-    }
+    if (selection.isEmpty()) return nothingSelected(name);
     NamedFilter global;
     if (mode == SelectionMode::narrow) global = filters->filter(kGlobalFilter);
     global.query = joined(global.query, selection.query);
     global.time = joined(global.time, selection.time);
     filters->setFilter(kGlobalFilter, global);
+    return {};
+}
+
+FilterOutcome excludeSelection(const sptr_t<IInputData>& result, const std::string& name) {
+    const sptr_t<FilterRegistry> filters = registryOf(result);
+    if (filters.is_null()) return noRegistry();
+    NamedFilter selection = filters->filter(name);
+    if (selection.query.is_null()) return nothingSelected(name);
+    QueryFilter::Group others;
+    others.kind = dataface_1::IQueryFilterBuilder::groupNegated;
+    others.filters.push_back(selection.query);
+    QueryFilter::Group root;
+    root.groups.push_back(std::move(others));
+    selection.query = basekit2::make_object<QueryFilter>(std::move(root));
+    filters->setFilter(name, selection);
     return {};
 }
 

@@ -37,6 +37,11 @@ FilterOutcome applySelection(const basekit2::sptr_t<dataface_1::IInputData>& res
                              const std::string& name = "selection",
                              SelectionMode mode = SelectionMode::narrow);
 
+// Turns what a named filter asks of queries around: it then keeps what it left out. Its time part
+// stays. nothingSelected without such a part.
+FilterOutcome excludeSelection(const basekit2::sptr_t<dataface_1::IInputData>& result,
+                               const std::string& name = "selection");
+
 // Writes all named filters into the file of the result, in place of those that were there, in one
 // transaction. Names that carry an address of this process stay out.
 FilterOutcome saveFilters(const basekit2::sptr_t<dataface_1::IInputData>& result);

@@ -109,6 +109,17 @@ TEST_F(ApplySelection, ChangesAnswersOnceItIsApplied) {
     clearFilters(m_result);
     EXPECT_EQ(answer(), first);
     EXPECT_EQ(described(), "");
+    // What is named can be left out instead, and twice is as it was.
+    select({"thread=worker"});
+    EXPECT_EQ(excludeSelection(m_result).kind, FilterOutcome::done);
+    applySelection(m_result);
+    EXPECT_EQ(answer(), "1 3 | 1 2 | 1 3 | 1 | ");
+    EXPECT_EQ(excludeSelection(m_result).kind, FilterOutcome::done);
+    applySelection(m_result, "selection", SelectionMode::replace);
+    EXPECT_EQ(answer(), "2 4 | | 2 | 2 | ");
+    select({"time=0ns..65ns"});
+    EXPECT_EQ(excludeSelection(m_result).kind, FilterOutcome::nothingSelected);
+    clearFilters(m_result);
 }
 
 TEST_F(ApplySelection, LastsWithTheResult) {

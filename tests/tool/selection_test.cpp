@@ -103,6 +103,7 @@ TEST_F(Selection, OfTimeRowsOrAnObjectIsAllThatIsLeft) {
         {{"--rows", "0,1"}, {{m_main, 100000}, {m_worker, 80000}}},
         {{"--rows", "0", "--time", "50us..100us"}, {{m_main, 50000}}},
         {{"--attr", "1:3"}, {{m_worker, 40000}}},
+        {{"--attr", "1:3", "--exclude"}, {{m_main, 100000}, {m_worker, 40000}}},
         {{"--attr", "1:b"}, {{m_main, 30000}}},
     };
     for (const auto& c : cases) {
@@ -152,7 +153,7 @@ TEST_F(Selection, ThatFailsChangesNothingAndSaysWhy) {
         {{"--attr", "one"}, "LAYER:ID"},
         {{"--time", "1s..2s"}, "outside"},
         {{"--rows", "0", "--attr", "1:1"}, "excludes"},
-        {{"--attr", "1:1", "--exclude"}, "--exclude goes with"},
+        {{"--exclude", "--clear"}, "--exclude goes with"},
         {{"--dive", "--time", "1us..2us"}, "--attr"},
         {{}, "say what to select"},
     };
