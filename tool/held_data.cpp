@@ -3,6 +3,7 @@
 #include "held_data.h"
 
 #include <slicekit_1_0/prerequisites.h>
+#include <storelink1/database.h>
 
 namespace lanefeed_tool {
 
@@ -19,6 +20,18 @@ bool HeldData::holds(const std::string& id) const {
     prerequisites.addPrerequisiteQuery(m_input, m_library->resolveQuery(reference, nullptr),
                                        PrerequisiteHelper::group_and);
     return prerequisites.arePrerequisitesValid();
+}
+
+bool HeldData::hasBands(const std::string& type) const {
+    basekit2::sptr_t<storelink1::IPerfDatabase> performance;
+    if (!dataface_1::lookup(m_input, performance)) return false;
+    const basekit2::sptr_t<storelink1::IDatabase> database = performance->getDatabase(m_input);
+    const auto query = database->createQuery("dd_band::" + type, 0);
+    if (query.is_null()) return false;
+    query->addColumn("rowid");
+    const storelink1::QueryMutexHolder lock(database.get());
+    const auto records = query->execute();
+    return !records.is_null() && !records->atEnd();
 }
 
 }  // namespace lanefeed_tool

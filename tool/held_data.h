@@ -14,6 +14,9 @@ public:
 
     bool holds(const std::string& id) const;
 
+    // Whether a band is a row of this type, such as "dd_thread".
+    bool hasBands(const std::string& type) const;
+
 private:
     basekit2::sptr_t<dataface_1::IInputData> m_input;
     basekit2::sptr_t<dataface_1::IQueryLibrary> m_library;

@@ -51,19 +51,26 @@ DicerDataSource objectSource(AreaView& area, int layer, const std::string& optio
 
 namespace {
 
+// Null when the result has no table that the path leads to.
+sptr_t<storelink1::IQuery> tableQuery(const sptr_t<dataface_1::IInputData>& result,
+                                      const std::string& path) {
+    sptr_t<storelink1::IPerfDatabase> performance;
+    if (!dataface_1::lookup(result, performance)) return nullptr;
+    return performance->getDatabase(result)->createQuery(path, 2);
+}
+
 // Names of a table with their rows, in the order of the rows.
 std::vector<std::pair<int, std::string>> namesOf(const sptr_t<dataface_1::IInputData>& result,
                                                  const std::string& table) {
     std::vector<std::pair<int, std::string>> names;
-    sptr_t<storelink1::IPerfDatabase> performance;
-    if (!dataface_1::lookup(result, performance)) return names;
-    const sptr_t<storelink1::IDatabase> database = performance->getDatabase(result);
-    const sptr_t<storelink1::IQuery> query = database->createQuery(table, 2);
+    const sptr_t<storelink1::IQuery> query = tableQuery(result, table);
     if (query.is_null()) return names;
     const basekit2::u16_t id = query->addColumn("rowid");
     const basekit2::u16_t name = query->addColumn("name");
     if (name == storelink1::InvalidColIdx) return names;
-    const storelink1::QueryMutexHolder lock(database.get());
+    sptr_t<storelink1::IPerfDatabase> performance;
+    dataface_1::lookup(result, performance);
+    const storelink1::QueryMutexHolder lock(performance->getDatabase(result).get());
     const auto records = query->execute();
     for (; !records.is_null() && !records->atEnd(); records->next()) {
         const storelink1::IConstRecord& record = *records->current();
@@ -80,6 +87,11 @@ int objectId(const sptr_t<dataface_1::IInputData>& result,
              const DicerDataSource& source,
              const std::string& text,
              const std::string& option) {
+    if (tableQuery(result, source.m_path).is_null()) {
+        throw Failure(exitUsage, option +
+                                     ": the layer draws numbers and tells no objects apart; "
+                                     "take one that is broken down by an attribute");
+    }
     int id = 0;
     const auto read = std::from_chars(text.data(), text.data() + text.size(), id);
     if (read.ec == std::errc() && read.ptr == text.data() + text.size()) {

@@ -30,6 +30,7 @@ struct AreaPiece {
     const char* caption;
     const char* comment;
     const char* rows;  // query
+    const char* band;  // type of the bands that it is about
     std::vector<LayerPiece> layers;
 };
 
@@ -40,6 +41,7 @@ const std::vector<AreaPiece>& allPieces() {
          "A row for each thread, and what its slices do on it. query=\"process\" makes a row for "
          "each process instead.",
          "thread",
+         "dd_thread",
          {{"Busy time", "busyTime", ""},
           {"Time by slice", "timeByName", "sliceName, sliceCategory"},
           {"Slices", "sliceCount", ""}}},
@@ -47,16 +49,19 @@ const std::vector<AreaPiece>& allPieces() {
          "Instants",
          "Points in time, counted in each bucket.",
          "thread",
+         "dd_thread",
          {{"Instants", "instantCount", "instantName"}}},
         {"counters",
          "Counters",
          "A row for each counter, with its value as a curve.",
          "counterTrack",
+         "dd_counter",
          {{"Value", "counterValue", ""}}},
         {"asynchronous",
          "Asynchronous operations",
          "A row for each track; operations on it may overlap.",
          "asyncTrack",
+         "dd_track",
          {{"Time with operations", "asyncBusyTime", "asyncName"},
           {"Operations", "asyncCount", ""}}}};
     return kPieces;
@@ -114,7 +119,8 @@ std::vector<AreaPiece> fittingPieces(const HeldData* held) {
     std::vector<AreaPiece> fitting;
     std::copy_if(allPieces().begin(), allPieces().end(), std::back_inserter(fitting),
                  [held](const AreaPiece& area) {
-                     return held != nullptr && held->holds(area.layers.front().query);
+                     return held != nullptr && held->holds(area.layers.front().query) &&
+                            held->hasBands(area.band);
                  });
     return fitting.empty() ? allPieces() : fitting;
 }

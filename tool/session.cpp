@@ -188,7 +188,9 @@ void Session::noteEmpty() const {
                   << " holds no instances; there is nothing to show\n";
     } else if (isFiltered() && !leavesAnything()) {
         std::cerr << "lanefeed: note: the filters in force leave nothing of " << m_options.result
-                  << "; 'lanefeed info' shows them, 'lanefeed select --clear' drops them\n";
+                  << (m_options.filters.empty()
+                          ? "; 'lanefeed info' shows them, 'lanefeed select --clear' drops them\n"
+                          : "; leave --filter out for what is selected alone\n");
     }
 }
 

@@ -38,7 +38,8 @@ constexpr const char* kTrace = R"([
   {"ph":"X","pid":1,"tid":1,"name":"a","ts":0,"dur":100},
   {"ph":"X","pid":1,"tid":1,"name":"b","ts":10,"dur":30},
   {"ph":"X","pid":1,"tid":2,"name":"c","ts":20,"dur":40},
-  {"ph":"X","pid":1,"tid":2,"name":"d","ts":80,"dur":40}])";
+  {"ph":"X","pid":1,"tid":2,"name":"d","ts":80,"dur":40},
+  {"ph":"C","pid":1,"tid":1,"name":"n","ts":10,"args":{"v":1}}])";
 
 class Selection : public ::testing::Test {
 protected:
@@ -151,6 +152,7 @@ TEST_F(Selection, ThatFailsChangesNothingAndSaysWhy) {
         {{"--attr", "1:nobody"}, "has no 'nobody'"},
         {{"--attr", "9:1"}, "layers, counted from 0"},
         {{"--attr", "one"}, "LAYER:ID"},
+        {{"--area", "1", "--attr", "0:1"}, "the layer draws numbers"},
         {{"--time", "1s..2s"}, "outside"},
         {{"--rows", "0", "--attr", "1:1"}, "excludes"},
         {{"--exclude", "--clear"}, "--exclude goes with"},
