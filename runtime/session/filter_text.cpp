@@ -248,9 +248,16 @@ private:
         QueryFilter::Group group;
         group.kind = parts.excludes ? IQueryFilterBuilder::groupExcluded
                                     : IQueryFilterBuilder::groupIncluded;
-        for (const Pattern& pattern : patternsOf(parts.values))
+        for (const Pattern& pattern : patternsOf(parts.values)) {
+            if (pattern.pieces.size() > 1) {
+                error = "'" + parts.column +
+                        "' is a column of values, not of names; write one in " + "place of '" +
+                        pattern.written + "'";
+                return false;
+            }
             group.conditions.push_back(
                 {target.table, target.paths.front(), "", false, pattern.pieces.front()});
+        }
         m_root.groups.push_back(std::move(group));
         return true;
     }

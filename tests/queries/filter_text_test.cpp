@@ -113,6 +113,7 @@ TEST_F(FilterText, TellsWhatItDoesNotTake) {
         {"time=5", "write A..B"},
         {"time=9s..10s", "outside of the result"},
         {"busyTime=1", "is no column"},
+        {"counterValue=2*", "a column of values"},
     };
     std::string error;
     ASSERT_TRUE(readFilterTexts(m_result, {"thread=worker1"}, "text", error));
