@@ -262,7 +262,8 @@ TEST_F(Selection, IsAsItWasWhenItCannotBeWrittenAndToldWhenItCannotBeRead) {
 TEST_F(Selection, RowsAreSortedByAnyColumnWithinTheirLevel) {
     const auto names = [this](const std::vector<std::string>& options) {
         std::vector<std::string> all;
-        for (const Value& row : json("rows", options).GetArray())
+        const Document rows = json("rows", options);
+        for (const Value& row : rows.GetArray())
             all.emplace_back(row["name"].GetString());
         return all;
     };
