@@ -14,7 +14,7 @@ namespace {
 
 template <class Own, class Part>
 sptr_t<Own> ownPart(const std::string& name, const sptr_t<Part>& part) {
-    const sptr_t<Own> own(dynamic_cast<Own*>(part.get()));
+    sptr_t<Own> own(dynamic_cast<Own*>(part.get()));
     if (own.is_null() && !part.is_null())
         logError("filter \"" + name + "\": made by another registry, so it is not taken");
     return own;
