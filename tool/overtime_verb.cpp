@@ -80,6 +80,24 @@ void printJson(const AreaView& area, const std::vector<LayerSeries>& layers) {
     std::cout << "\n]\n";
 }
 
+// A line for each bucket with data.
+std::string csvLines(const LayerSeries& layer,
+                     const RowInfo& row,
+                     const Series& series,
+                     bool several) {
+    std::string out;
+    for (int bucket = 0; bucket < layer.bins; ++bucket) {
+        const double value = series.values[static_cast<std::size_t>(bucket)];
+        if (std::isnan(value)) continue;
+        fmt::format_to(std::back_inserter(out), "{},{},{},{},{},{},{}", row.id, csvField(row.name),
+                       csvField(series.name), bucket, layer.bucketStart(bucket),
+                       layer.bucketEnd(bucket),
+                       valueText(value, layer.unit == "ticks", Format::csv));
+        out += several ? fmt::format(",{}\n", layer.layer) : "\n";
+    }
+    return out;
+}
+
 void printCsvLines(const AreaView& area, const std::vector<LayerSeries>& layers) {
     // With several layers a column behind the others tells them apart.
     const bool several = layers.size() > 1;
@@ -87,19 +105,8 @@ void printCsvLines(const AreaView& area, const std::vector<LayerSeries>& layers)
     for (const LayerSeries& layer : layers) {
         for (const int position : area.order()) {
             const RowInfo& row = area.rows()[static_cast<std::size_t>(position)];
-            for (const Series& series : layer.rows[static_cast<std::size_t>(row.id)]) {
-                std::string out;
-                for (int bucket = 0; bucket < layer.bins; ++bucket) {
-                    const double value = series.values[static_cast<std::size_t>(bucket)];
-                    if (std::isnan(value)) continue;
-                    fmt::format_to(std::back_inserter(out), "{},{},{},{},{},{},{}", row.id,
-                                   csvField(row.name), csvField(series.name), bucket,
-                                   layer.bucketStart(bucket), layer.bucketEnd(bucket),
-                                   valueText(value, layer.unit == "ticks", Format::csv));
-                    out += several ? fmt::format(",{}\n", layer.layer) : "\n";
-                }
-                std::cout << out;
-            }
+            for (const Series& series : layer.rows[static_cast<std::size_t>(row.id)])
+                std::cout << csvLines(layer, row, series, several);
         }
     }
 }

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fmt/format.h>
 #include <fstream>
 #include <iostream>
@@ -21,6 +20,7 @@
 #include <session/shipped_viewpoints.h>
 #include <store/result_facts.h>
 #include <store/schema.h>
+#include <system_error>
 #include <typeinfo>
 #include <utility>
 
@@ -66,7 +66,8 @@ std::string readViewpointFile(const std::string& path) {
     // A folder opens and fails at the first read.
     if (file) text.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     if (!file || errno != 0) {
-        const std::string reason = errno != 0 ? std::strerror(errno) : "it can't be read";
+        const std::string reason =
+            errno != 0 ? std::generic_category().message(errno) : "it can't be read";
         throw Failure(exitFailure,
                       fmt::format("{}: {}; name a viewpoint file that can be read", path, reason));
     }

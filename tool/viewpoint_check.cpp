@@ -20,7 +20,6 @@ namespace lanefeed_tool {
 
 namespace {
 
-using basekit2::variant_bag_t;
 using basekit2::variant_t;
 using lanefeed_runtime::elementText;
 using lanefeed_runtime::entryText;
@@ -121,9 +120,9 @@ void DocumentCheck::checkAttributes(std::size_t position) {
                                                    : "; known: " + joined(known)));
             continue;
         }
-        const AttributeWord& known_word =
+        const AttributeWord& knownWord =
             words.attributes[static_cast<std::size_t>(word - known.begin())];
-        const std::string advice = valueAdvice(known_word.kind, it.get_value());
+        const std::string advice = valueAdvice(knownWord.kind, it.get_value());
         if (!advice.empty())
             addMessage(position, fmt::format("{}=\"{}\" of <{}>: {}", name,
                                              entryText(*element.bag, name), element.name, advice));
