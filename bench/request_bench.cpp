@@ -6,12 +6,9 @@
 //   ./request_bench --benchmark_repetitions=9 --benchmark_report_aggregates_only=true
 
 #include "idicerprovider.h"
-#include "parse_logger.h"
-#include "session/open_result.h"
-#include "session/shipped_viewpoints.h"
 #include "store/result_writer.h"
+#include "thread_pane.h"
 #include "traces.h"
-#include "viewpointparser.h"
 
 #include <benchmark/benchmark.h>
 
@@ -29,17 +26,14 @@ namespace {
 
 using basekit2::sptr_t;
 using dataface_1::IColumnInfo;
-using dataface_1::IInputData;
 using dataface_1::ITableRow;
 using dataface_1::ITableTree;
 using lanefeed_1::IDicerProvider;
-using lanefeed_1::TLViewpointParser;
 using lanefeed_bench::Call;
 using lanefeed_bench::Trace;
 using lanefeed_runtime::TableId;
 
 constexpr int kBuckets = 1000;
-constexpr std::size_t kThreads = 0;   // area of the shipped viewpoint
 constexpr std::size_t kBusyTime = 0;  // layers of that area
 constexpr std::size_t kTimeByName = 1;
 
@@ -82,27 +76,9 @@ bool writeResult(const Trace& trace, const std::string& file) {
 }
 
 // A provider bound to the rows of threads.
-class Pane {
+class Pane : public lanefeed_bench::ThreadPane {
 public:
-    explicit Pane(const std::string& file) {
-        lanefeed_runtime::OpenOutcome outcome;
-        m_input = lanefeed_runtime::openResult(file, {}, outcome);
-        sptr_t<dataface_1::IQueryLibrary> library;
-        dataface_1::lookup(m_input, library);
-        basekit2::variant_bag_t bag;
-        std::string error;
-        lanefeed_runtime::readViewpoint(lanefeed_runtime::shippedViewpointText("trace_events"), bag,
-                                        error);
-        m_parser.parseViewpoint(bag, library, nullptr, m_input,
-                                basekit2::make_object<lanefeed_1::ParseLogger>());
-        m_provider = IDicerProvider::create(m_input);
-        m_provider->setResult(kThreads, m_input, &rowSet(), "trace_events", 0);
-        sptr_t<ITableTree> rows;
-        m_provider->getRowSummary(rows, -1, true, false);
-    }
-    ~Pane() { m_provider.reset(); }  // holds copies of what the parser owns
-    Pane(const Pane&) = delete;
-    Pane& operator=(const Pane&) = delete;
+    using ThreadPane::ThreadPane;
 
     std::vector<sptr_t<ITableTree>> request(std::size_t layer) {
         lanefeed_1::QueryParam param;
@@ -117,13 +93,6 @@ public:
         if (!m_provider->getOverTimeData(param, IDicerProvider::otTime, trees)) trees.clear();
         return trees;
     }
-
-private:
-    TLViewpointParser::RowSet& rowSet() { return m_parser.m_areas[kThreads].rowSets.front(); }
-
-    sptr_t<IInputData> m_input;
-    TLViewpointParser m_parser;
-    sptr_t<IDicerProvider> m_provider;
 };
 
 struct Sum {

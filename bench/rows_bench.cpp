@@ -6,11 +6,8 @@
 //   ./rows_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
 
 #include "idicerprovider.h"
-#include "parse_logger.h"
-#include "session/open_result.h"
-#include "session/shipped_viewpoints.h"
 #include "store/result_writer.h"
-#include "viewpointparser.h"
+#include "thread_pane.h"
 
 #include <benchmark/benchmark.h>
 
@@ -28,13 +25,10 @@
 namespace {
 
 using basekit2::sptr_t;
-using dataface_1::ITableTree;
 using lanefeed_1::IDicerProvider;
-using lanefeed_1::TLViewpointParser;
 using lanefeed_runtime::TableId;
 
 constexpr int kBands = 100'000;
-constexpr std::size_t kThreads = 0;  // area of the shipped viewpoint
 
 struct Band {
     std::string name;
@@ -88,31 +82,10 @@ bool writeResult(const std::vector<Band>& bands, const std::string& file) {
 }
 
 // A provider bound to the rows of threads.
-class Pane {
+class Pane : public lanefeed_bench::ThreadPane {
 public:
-    explicit Pane(const std::string& file) {
-        lanefeed_runtime::OpenOutcome outcome;
-        m_input = lanefeed_runtime::openResult(file, {}, outcome);
-        dataface_1::lookup(m_input, m_library);
-        basekit2::variant_bag_t bag;
-        std::string error;
-        lanefeed_runtime::readViewpoint(lanefeed_runtime::shippedViewpointText("trace_events"), bag,
-                                        error);
-        m_parser.parseViewpoint(bag, m_library, nullptr, m_input,
-                                basekit2::make_object<lanefeed_1::ParseLogger>());
-        m_provider = IDicerProvider::create(m_input);
-        m_provider->setResult(kThreads, m_input, &m_parser.m_areas[kThreads].rowSets.front(),
-                              "trace_events", 0);
-        readRows();
-    }
-    ~Pane() { m_provider.reset(); }  // holds copies of what the parser owns
-    Pane(const Pane&) = delete;
-    Pane& operator=(const Pane&) = delete;
+    using ThreadPane::ThreadPane;
 
-    int readRows() {
-        m_provider->getRowSummary(m_table, -1, true, false);
-        return m_provider->getRowCount();
-    }
     // Display order by a column: 0 name, 1 start.
     std::vector<int> sort(int columnIndex, bool ascending) {
         auto columns = m_table->getColumns(nullptr);
@@ -166,12 +139,6 @@ private:
         registry()->setQueryFilter("global", builder.build());
         m_provider->filterChanged("global");
     }
-
-    sptr_t<dataface_1::IInputData> m_input;
-    sptr_t<dataface_1::IQueryLibrary> m_library;
-    TLViewpointParser m_parser;
-    sptr_t<IDicerProvider> m_provider;
-    sptr_t<ITableTree> m_table;
 };
 
 struct Stage {
