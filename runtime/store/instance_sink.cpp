@@ -48,6 +48,7 @@ std::int64_t cellOf(InstanceField field, const InstanceRow& row, bool hasValue) 
     case InstanceField::value: return bitsOf(row.value);
     case InstanceField::sourceStart: return row.sourceBegin;
     case InstanceField::sourceBand: return row.sourceBand;
+    case InstanceField::core: return row.core;
     }
     return -1;
 }

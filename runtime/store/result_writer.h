@@ -83,6 +83,7 @@ struct InstanceRow {
     // Transitions: where it comes from. The row itself is where it arrives.
     std::int64_t sourceBegin = 0;
     int sourceBand = -1;
+    int core = -1;  // row in dd_core
 };
 
 class ResultWriter {

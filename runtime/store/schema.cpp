@@ -36,6 +36,16 @@ std::vector<ColumnDef> instanceColumns(std::string_view attributeTable,
     return all;
 }
 
+// Those of a table of transitions: a row is where one arrives, two columns tell where it leaves.
+std::vector<ColumnDef> transitionColumns(std::string_view attributeTable,
+                                         std::initializer_list<ColumnDef> more) {
+    std::vector<ColumnDef> all = instanceColumns(
+        attributeTable, {{"multi_band_start_tsc", kInteger, {}, Field::sourceStart},
+                         {"multi_band_index", kInteger, "dd_band", Field::sourceBand}});
+    all.insert(all.end(), more);
+    return all;
+}
+
 std::vector<TableDef> declareTables() {
     constexpr TableRole kAttribute = TableRole::attribute;
     constexpr TableRole kInstance = TableRole::instance;
@@ -46,6 +56,7 @@ std::vector<TableDef> declareTables() {
     const ColumnDef start = value(columns::kStart, kInteger);
     const ColumnDef end = value(columns::kEnd, kInteger);
     const ColumnDef category = {"dd_category", kInteger, "dd_category", Field::category};
+    const ColumnDef core = {"dd_core", kInteger, "dd_core", Field::core};
     const ColumnDef args = {"args", kInteger, "args", Field::args};
     return {
         {TableId::result, "result", TableRole::side, {value("key", kText), value("value", kText)}},
@@ -65,6 +76,8 @@ std::vector<TableDef> declareTables() {
          kAttribute,
          {name, label, value("unit", kText), process, sort},
          5},
+        {TableId::core, "dd_core", kAttribute, {name, label, value("number", kInteger), sort}, 3},
+        {TableId::state, "dd_state", kAttribute, {name}},
         {TableId::task, "dd_task", kAttribute, {name}},
         {TableId::marker, "dd_marker", kAttribute, {name}},
         {TableId::flow, "dd_flow", kAttribute, {name}},
@@ -73,7 +86,7 @@ std::vector<TableDef> declareTables() {
          "dd_band",
          TableRole::band,
          {reference("dd_thread"), reference("dd_process"), reference("dd_track"),
-          reference("dd_counter"), start, end},
+          reference("dd_counter"), reference("dd_core"), start, end},
          7},
         {TableId::args, "args", TableRole::side, {value("json", kText)}},
         {TableId::pauses, "pauses", TableRole::side, {start, end}},
@@ -89,11 +102,14 @@ std::vector<TableDef> declareTables() {
         {TableId::asyncData, "async_data", kInstance, instanceColumns("dd_task", {category, args})},
         {TableId::counterData, "counter_data", kInstance,
          instanceColumns("dd_counter", {{"value", kReal, {}, Field::value}})},
-        {TableId::flowData, "flow_data", kInstance,
-         instanceColumns("dd_flow", {{"multi_band_start_tsc", kInteger, {}, Field::sourceStart},
-                                     {"multi_band_index", kInteger, "dd_band", Field::sourceBand},
-                                     category,
-                                     args})},
+        {TableId::flowData, "flow_data", kInstance, transitionColumns("dd_flow", {category, args})},
+        {TableId::runningData, "running_data", kInstance, instanceColumns("dd_thread", {})},
+        {TableId::idleData, "idle_data", kInstance, instanceColumns("dd_state", {})},
+        {TableId::stateData, "state_data", kInstance, instanceColumns("dd_state", {core})},
+        {TableId::interruptData, "interrupt_data", kInstance,
+         instanceColumns("dd_task", {category})},
+        {TableId::wakeupData, "wakeup_data", kInstance, transitionColumns("dd_flow", {core})},
+        {TableId::migrationData, "migration_data", kInstance, transitionColumns("dd_thread", {})},
     };
 }
 

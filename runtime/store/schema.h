@@ -10,7 +10,7 @@ namespace lanefeed_runtime {
 
 // Stand in the head of every result file. A file of another version is refused, never converted.
 inline constexpr std::int32_t kApplicationId = 0x4C465452;  // "LFTR"
-inline constexpr std::int32_t kSchemaVersion = 1;
+inline constexpr std::int32_t kSchemaVersion = 2;
 
 enum class TableRole {
     attribute,  // "rowid", "name" and what else tells of a thing: processes, threads, slice names
@@ -25,6 +25,8 @@ enum class TableId {
     thread,
     track,
     counter,
+    core,
+    state,
     task,
     marker,
     flow,
@@ -38,6 +40,12 @@ enum class TableId {
     asyncData,
     counterData,
     flowData,
+    runningData,
+    idleData,
+    stateData,
+    interruptData,
+    wakeupData,
+    migrationData,
 };
 
 enum class ColumnType { integer, real, text };
@@ -54,7 +62,8 @@ enum class InstanceField {
     args,         // row id in args
     value,        // of a counter
     sourceStart,  // tick at which a transition leaves
-    sourceBand    // row id in dd_band of the band that it leaves
+    sourceBand,   // row id in dd_band of the band that it leaves
+    core          // row id in dd_core
 };
 
 // Names that several rooms need.

@@ -17,7 +17,7 @@ TEST(Schema, StandsInTheOrderOfItsIds) {
         EXPECT_EQ(findTable(def.name), &def);
         EXPECT_TRUE(names.insert(def.name).second) << def.name;
     }
-    EXPECT_EQ(schemaTables().back().id, TableId::flowData);
+    EXPECT_EQ(schemaTables().back().id, TableId::migrationData);
 }
 
 TEST(Schema, RefersToTablesThatAreThere) {
