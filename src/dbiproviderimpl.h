@@ -165,6 +165,8 @@ protected:
     basekit2::sptr_t<storelink1::ITimelineDatabase> getTimelineDb(const std::string& table);
     bool getObjectType(const QueryParam& param, storelink1::ITimelineQuery::ObjectType& type);
     bool getQueryType(const QueryParam& param, storelink1::ITimelineQuery::QueryType& type);
+    // Splits a query on records by the expansions of a source. The helper is fresh; `metadata`, one
+    // entry per series, may be null.
     bool applyExpansionHelper(const DicerDataSource* ds,
                               const basekit2::sptr_t<storelink1::IQuery>& query,
                               ExpansionHelper& expansionHelper,

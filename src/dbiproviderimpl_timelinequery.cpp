@@ -1,14 +1,17 @@
 // An over-time request as a bucketed query of the store: its source, kind and object type, its
 // groupings and expansions, the timeline database that it runs on; and the way of the answer back
-// into dense series. Shared by the reads level by level and the building of master tables. Tested
-// by tests/provider/timelinequery_test.cpp.
+// into dense series. Shared by the reads level by level and the building of master tables. Also the
+// expansions of those requests that read record by record. Tested by
+// tests/provider/timelinequery_test.cpp, the latter by tests/provider/expansions_test.cpp.
 
 #include "dbiproviderimpl.h"
 
 #include "common/check.h"
 #include "common/names.h"
 #include "common/queryattribute.h"
+#include "common/seriesname.h"
 #include "common/valuekind.h"
+#include "expansionhelper.h"
 
 #include <facekit_1_x/conversions.h>
 #include <platkit_2_18/strings.h>
@@ -47,13 +50,6 @@ bool addExpansion(ITimelineQuery& query, const DicerDataSource::ExtraArgs& extra
         LF_ALERT(text.c_str());
     }
     return false;
-}
-
-std::string joinNames(const std::vector<std::string>& parts) {
-    std::string name;
-    for (std::size_t i = 0; i < parts.size(); ++i)
-        name += (i == 0 ? "" : ":") + parts[i];
-    return name;
 }
 
 // Sparse values to one per bucket; none at all stay none.
@@ -169,6 +165,25 @@ basekit2::sptr_t<storelink1::ITimelineDatabase> DbiProviderImpl::getTimelineDb(
     return m_filteredDb;
 }
 
+bool DbiProviderImpl::applyExpansionHelper(
+    const DicerDataSource* ds,
+    const basekit2::sptr_t<storelink1::IQuery>& query,
+    ExpansionHelper& expansionHelper,
+    std::vector<storelink1::OverTimeDataSeriesMetadata>* metadata) {
+    for (const DicerDataSource::ExtraArgs& extra : ds->m_extras) {
+        if (dataface_1::IInfoQuery::cast(extra.query).is_null()) continue;
+        const bool ret =
+            expansionHelper.addExpansion(extra.table, extra.path, extra.attr, extra.values);
+        if (!LF_CHECK(ret)) return false;
+    }
+    const dataface_1::IQuery* source = ds->m_defaultQuery.get();
+    expansionHelper.setDefaultSeriesName(source != nullptr ? source->getName() : std::string());
+    const bool ret = expansionHelper.applyExpansions(query);
+    if (!LF_CHECK(ret)) return false;
+    if (metadata != nullptr) expansionHelper.getEmptySeries(*metadata);
+    return true;
+}
+
 void DbiProviderImpl::copyOvertimeData(
     const QueryParam& param,
     const DicerDataSource* ds,
@@ -193,7 +208,7 @@ void DbiProviderImpl::copyOvertimeData(
         if (i < metadata.size()) {
             series.nameParts = metadata[i].nameParts;
             series.idParts = metadata[i].idParts;
-            series.name = joinNames(series.nameParts);
+            series.name = seriesName(series.nameParts);
         }
         copyValues(src[i], param.binCount, series.values);
         series.ds = *ds;

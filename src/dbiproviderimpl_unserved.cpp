@@ -36,14 +36,6 @@ bool DbiProviderImpl::getTransitionData(const QueryParam& /*param*/,
     return false;
 }
 
-bool DbiProviderImpl::applyExpansionHelper(
-    const DicerDataSource* /*ds*/,
-    const basekit2::sptr_t<storelink1::IQuery>& /*query*/,
-    ExpansionHelper& /*expansionHelper*/,
-    std::vector<storelink1::OverTimeDataSeriesMetadata>* /*metadata*/) {
-    return false;
-}
-
 bool DbiProviderImpl::getCountData(const QueryParam& /*param*/, Forest& /*trees*/) {
     return false;
 }
