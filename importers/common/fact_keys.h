@@ -21,6 +21,27 @@ inline constexpr std::string_view kCounterTracks = "counterTracks";
 inline constexpr std::string_view kCounterSamples = "counterSamples";
 inline constexpr std::string_view kAsyncPairs = "asyncPairs";
 inline constexpr std::string_view kFlowArrows = "flowArrows";
+// Of scheduler traces. JSON object: name of an event to count.
+inline constexpr std::string_view kEventKinds = "eventKinds";
+inline constexpr std::string_view kSwitches = "switches";
+// The task that leaves isn't the one that came: events were lost.
+inline constexpr std::string_view kSwitchesOutOfStep = "switchesOutOfStep";
+inline constexpr std::string_view kRunningIntervals = "runningIntervals";
+// Of the running intervals: those of no length, which are not stored.
+inline constexpr std::string_view kEmptyIntervals = "emptyIntervals";
+inline constexpr std::string_view kRunningTotal = "runningTotal";  // nanoseconds
+inline constexpr std::string_view kWakeups = "wakeups";
+inline constexpr std::string_view kMigrations = "migrations";
+inline constexpr std::string_view kInterruptPairs = "interruptPairs";
+inline constexpr std::string_view kOrphanInterruptEnds = "orphanInterruptEnds";
+inline constexpr std::string_view kUnclosedInterrupts = "unclosedInterrupts";
+inline constexpr std::string_view kOrphanAsyncEnds = "orphanAsyncEnds";
+inline constexpr std::string_view kUnclosedAsync = "unclosedAsync";
+inline constexpr std::string_view kCores = "cores";
+// Events with a time before that of the event before them.
+inline constexpr std::string_view kClockJumps = "clockJumps";
+// Spans that are not stored since they would end before they begin.
+inline constexpr std::string_view kBackwardSpans = "backwardSpans";
 // Of all timed events, kept or not. Absent, with the spans below, for a trace without any.
 inline constexpr std::string_view kFirstTime = "firstTime";
 inline constexpr std::string_view kLastTime = "lastTime";
