@@ -8,6 +8,7 @@
 #include "common/check.h"
 #include "common/names.h"
 #include "common/tablepath.h"
+#include "common/valuefilter.h"
 
 namespace lanefeed_1 {
 
@@ -16,32 +17,11 @@ namespace {
 using basekit2::sptr_t;
 using dataface_1::IInfoQuery;
 using dataface_1::IQueryFilter;
-using dataface_1::IQueryFilterBuilder;
-
-constexpr char kExclusionMark = '!';
 
 // What a click dives into; null when that is no attribute.
 sptr_t<IInfoQuery> diveQueryOf(const DicerDataSource& ds) {
     return ds.m_infoQueries.empty() ? IInfoQuery::cast(ds.m_defaultQuery)
                                     : ds.m_infoQueries.front();
-}
-
-// One sign for the whole list, that of its first value; a mark on a later one is cut off and says
-// nothing. False at an empty value.
-bool addValues(const std::vector<std::string>& values,
-               const sptr_t<IInfoQuery>& filterQuery,
-               IQueryFilterBuilder& builder) {
-    if (!LF_CHECK_AS(!values.empty() && !values.front().empty(), "!rName.empty()")) return false;
-    const bool excluded = values.front().front() == kExclusionMark;
-    builder.beginGroup(excluded ? IQueryFilterBuilder::groupExcluded
-                                : IQueryFilterBuilder::groupIncluded);
-    for (const std::string& rName : values) {
-        if (!LF_CHECK(!rName.empty())) return false;
-        const bool marked = rName.front() == kExclusionMark;
-        builder.addCondition(filterQuery, excluded, marked ? rName.substr(1) : rName);
-    }
-    builder.endGroup();
-    return true;
 }
 
 }  // namespace
@@ -117,8 +97,7 @@ sptr_t<IQueryFilter> BaseProviderImpl::createRestrictionsFilter(
     }
     const auto qfBuilder = filterRegistry->createQueryFilterBuilder();
     if (!LF_CHECK(qfBuilder)) return {};
-    qfBuilder->setMode(IQueryFilterBuilder::modeValueList);
-    return addValues(values, filterQuery, *qfBuilder) ? qfBuilder->build() : nullptr;
+    return valueFilter(values, filterQuery, *qfBuilder);
 }
 
 void BaseProviderImpl::getTimelineFilterNames(std::string& base,

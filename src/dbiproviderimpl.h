@@ -16,6 +16,7 @@
 namespace lanefeed_1 {
 
 class ExpansionHelper;
+class IntervalReader;
 class RowByWalk;
 class RowSummaryTableTree;
 
@@ -23,6 +24,7 @@ class RowSummaryTableTree;
 //   binding to a result, row-by choices       dbiproviderimpl.cpp
 //   series of all rows                        dbiproviderimpl_overtime.cpp
 //   a request as a store query                dbiproviderimpl_timelinequery.cpp
+//   bars, one table per row                   dbiproviderimpl_intervals.cpp
 //   tooltips, attribute values, hatches       dbiproviderimpl_tooltips.cpp
 //   series of an attribute                    dbiproviderimpl_attributes.cpp
 //   what is not served                        dbiproviderimpl_unserved.cpp
@@ -67,7 +69,7 @@ public:
     // The entry of the base, which the read below would hide.
     using BaseProviderImpl::getOverTimeData;
 
-    // --- bars (dbiproviderimpl_unserved.cpp); the styles in use are left as they are
+    // --- bars (dbiproviderimpl_intervals.cpp); the styles in use are left as they are
     bool getTaskData(const QueryParam& param,
                      Forest& trees,
                      basekit2::generic_iterator_t<basekit2::variant_t>* values) override;
@@ -175,7 +177,7 @@ protected:
     // --- series of an attribute (dbiproviderimpl_attributes.cpp)
     bool getAttrOverTimeData(const QueryParam& param, std::vector<OverTimeData>& data) override;
 
-    // --- bars (dbiproviderimpl_unserved.cpp)
+    // --- bars (dbiproviderimpl_intervals.cpp)
     bool getIntervalDataForRowLevel(const QueryParam& param,
                                     const std::vector<std::string>& rowByInstanceTables,
                                     const std::vector<std::string>& rowByAttrTables,
@@ -263,6 +265,17 @@ private:
     bool restrictToRequiredData(slicekit_1_0::IGridQuery& query,
                                 dataface_1::IFilterRegistry& registry);
     bool readRequiredData();
+
+    // --- bars (dbiproviderimpl_intervals.cpp)
+    // Reads level by level into the trees of the rows.
+    bool readIntervalLevels(const QueryParam& param, Forest& trees);
+    // Narrows a query to the values that its source is restricted to.
+    bool addIntervalFilter(storelink1::IQuery& query,
+                           const basekit2::sptr_t<dataface_1::IQuery>& source);
+    // Hands every record to the reader.
+    bool readIntervals(storelink1::IDatabase& db,
+                       storelink1::IQuery& query,
+                       IntervalReader& reader);
 
     // --- series of an attribute (dbiproviderimpl_attributes.cpp)
     // Attribute of each row of a band's table, by row id; -1 for none.

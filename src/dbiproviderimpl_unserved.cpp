@@ -1,35 +1,9 @@
-// Requests that the providers of this version don't serve: bars, transitions, counts and master
-// tables. Each answers what it answers on a failure.
+// Requests that the providers of this version don't serve: transitions, counts and master tables.
+// Each answers what it answers on a failure.
 
 #include "dbiproviderimpl.h"
 
 namespace lanefeed_1 {
-
-bool DbiProviderImpl::getTaskData(const QueryParam& /*param*/,
-                                  Forest& /*trees*/,
-                                  basekit2::generic_iterator_t<basekit2::variant_t>* /*values*/) {
-    return false;
-}
-
-bool DbiProviderImpl::getIntervalData(
-    const QueryParam& /*param*/,
-    Forest& /*trees*/,
-    basekit2::generic_iterator_t<basekit2::variant_t>* /*values*/) {
-    return false;
-}
-
-bool DbiProviderImpl::getIntervalDataForRowLevel(
-    const QueryParam& /*param*/,
-    const std::vector<std::string>& /*rowByInstanceTables*/,
-    const std::vector<std::string>& /*rowByAttrTables*/,
-    std::vector<InstanceDataInternal>& /*result*/) {
-    return false;
-}
-
-basekit2::sptr_t<dataface_1::IQueryFilter> DbiProviderImpl::getFilterForQuery(
-    const basekit2::sptr_t<dataface_1::IQuery>& /*query*/) {
-    return {};
-}
 
 bool DbiProviderImpl::getTransitionData(const QueryParam& /*param*/,
                                         std::vector<Transition>& /*transitions*/) {

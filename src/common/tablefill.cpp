@@ -1,5 +1,5 @@
 // Answer tables by a list of columns and rows of cells. Tested by
-// tests/provider/timefilters_test.cpp.
+// tests/provider/timefilters_test.cpp and tests/provider/intervals_test.cpp.
 
 #include "common/tablefill.h"
 
@@ -18,12 +18,20 @@ TableFill::TableFill(BaseProviderImpl& provider, std::initializer_list<Column> c
     }
 }
 
-void TableFill::addRow(std::initializer_list<basekit2::variant_t> cells) {
-    const auto row = facekit_1_x::createVectorRow(m_rowQuery, m_table);
+TableFill::Row TableFill::addRow(std::initializer_list<basekit2::variant_t> cells,
+                                 const Row& parent) {
+    const Row row = facekit_1_x::createVectorRow(m_rowQuery, m_table);
     auto column = m_columns.begin();
     for (const basekit2::variant_t& cell : cells)
         row->setContent(*column++, dataface_1::ccValue, cell);
-    m_table->addRow(row, nullptr);
+    m_table->addRow(row, parent);
+    return row;
+}
+
+void TableFill::setCell(facekit_1_x::IWriteableTableRow& row,
+                        std::size_t column,
+                        const basekit2::variant_t& value) const {
+    row.setContent(m_columns[column], dataface_1::ccValue, value);
 }
 
 }  // namespace lanefeed_1
