@@ -20,8 +20,15 @@ struct Fit {
 };
 
 // The first table that a result has decides.
-constexpr std::array<Fit, 3> kFits = {
-    {{"slice_data", "trace_events"}, {"counter_data", "counters"}, {"async_data", "asynchronous"}}};
+constexpr std::array<Fit, 9> kFits = {{{"state_data", "scheduler"},
+                                       {"running_data", "scheduler"},
+                                       {"wakeup_data", "scheduler"},
+                                       {"slice_data", "trace_events"},
+                                       {"marker_data", "trace_events"},
+                                       {"interrupt_data", "scheduler"},
+                                       {"migration_data", "scheduler"},
+                                       {"counter_data", "counters"},
+                                       {"async_data", "asynchronous"}}};
 constexpr const char* kGeneral = "trace_events";
 
 std::string nameOf(const BuiltInDocument& document) {

@@ -15,8 +15,8 @@ std::vector<std::string> shippedViewpointNames();
 std::string shippedViewpointText(const std::string& name);
 
 // Name of the shipped viewpoint that fits an open result best, told by the instance tables that it
-// has: the one whose first area has something to show. A result without any instances gets the
-// general one, "trace_events"; a null result gets an empty name.
+// has: one that shows all kinds of them, if possible in its first area. A result without any
+// instances gets the general one, "trace_events"; a null result gets an empty name.
 std::string fittingViewpoint(const basekit2::sptr_t<dataface_1::IInputData>& result);
 
 // A viewpoint of XML text as the bag that a viewpoint parser takes. False when the text is no XML

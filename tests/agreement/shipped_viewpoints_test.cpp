@@ -61,6 +61,7 @@ protected:
     }
 
     void parse(const basekit2::variant_bag_t& viewpoint) {
+        m_parser = HostParser();  // one parser takes one ruler
         m_logger = basekit2::make_object<lanefeed_1::ParseLogger>();
         m_parser.parseViewpoint(viewpoint, m_library, nullptr, m_result, m_logger);
     }

@@ -139,6 +139,9 @@ TEST_F(OpenResult, TheViewpointThatFitsHasSomethingToShow) {
     EXPECT_EQ(fitting("thread main 0..100 a\ncounter load 0=5 10=7"), "trace_events");
     EXPECT_EQ(fitting("counter load 0=5 10=7"), "counters");
     EXPECT_EQ(fitting("track upload 3..9 part"), "asynchronous");
+    EXPECT_EQ(fitting("thread main 0..100 a\nstate main 0..50 Running"), "scheduler");
+    EXPECT_EQ(fitting("core 0 0..100 -\ninterrupt 0 1..2 timer"), "scheduler");
+    EXPECT_EQ(fitting("counter load 0=5\nmarker main 5 tick"), "trace_events");
     EXPECT_EQ(fitting(""), "trace_events");
 }
 

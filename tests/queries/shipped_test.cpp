@@ -97,23 +97,24 @@ TEST(Shipped, EveryDefinitionIsListedWithALineOfHelp) {
 
 TEST(Shipped, ViewpointsNameKnownQueries) {
     EXPECT_THAT(lanefeed_runtime::shippedViewpointNames(),
-                ElementsAre("asynchronous", "counters", "processes", "trace_events"));
+                ElementsAre("asynchronous", "counters", "processes", "scheduler", "trace_events"));
     for (const sptr_t<IQuery>& query : shownQueries())
         EXPECT_FALSE(IInfoQuery::cast(query).is_null() && IDataQuery::cast(query).is_null() &&
                      IDerivedQuery::cast(query).is_null())
             << query->getId();
 }
 
-// The columns of a table that hold a row of another table.
-std::set<std::string> referredTables(const lanefeed_runtime::TableDef& def) {
-    std::set<std::string> names;
-    for (const lanefeed_runtime::ColumnDef& column : def.columns)
-        names.insert(std::string(column.references));
-    return names;
-}
-
 std::string joined(const std::string& path, const std::string& column) {
     return column.empty() ? path : path + "." + column;
+}
+
+// The table that a part of a path leads to: a column, or the table that a column refers to.
+const lanefeed_runtime::TableDef* referredTable(const lanefeed_runtime::TableDef& def,
+                                                const std::string& part) {
+    for (const lanefeed_runtime::ColumnDef& column : def.columns)
+        if (column.name == part || column.references == part)
+            return lanefeed_runtime::findTable(column.references);
+    return nullptr;
 }
 
 // Every part of a path but the last refers to a table; the last may be a column of any kind.
@@ -122,11 +123,10 @@ void expectPath(const lanefeed_runtime::TableDef& from,
                 const std::string& id) {
     const std::size_t dot = path.find('.');
     const std::string part = path.substr(0, dot);
-    const bool refers = referredTables(from).count(part) != 0;
+    const lanefeed_runtime::TableDef* next = referredTable(from, part);
     const bool isColumn = lanefeed_runtime::columnIndex(from, part) >= 0;
-    EXPECT_TRUE(refers || (isColumn && dot == std::string::npos)) << id << ": " << path;
-    if (refers && dot != std::string::npos)
-        expectPath(*lanefeed_runtime::findTable(part), path.substr(dot + 1), id);
+    EXPECT_TRUE(next != nullptr || (isColumn && dot == std::string::npos)) << id << ": " << path;
+    if (next != nullptr && dot != std::string::npos) expectPath(*next, path.substr(dot + 1), id);
 }
 
 TEST(Shipped, QueriesNameTablesAndColumnsOfTheSchema) {
@@ -147,6 +147,61 @@ TEST(Shipped, QueriesNameTablesAndColumnsOfTheSchema) {
         expectPath(*lanefeed_runtime::findTable(first), display.substr(first.size() + 1),
                    query->getId());
     }
+}
+
+std::string textOf(const variant_bag_t& bag, const std::string& name) {
+    const auto* value = bag.get<basekit2::variant_t>(name);
+    return value == nullptr ? std::string() : value->get<std::string>();
+}
+
+std::vector<sptr_t<IInfoQuery>> infosOf(const LibraryText& loaded,
+                                        const variant_bag_t& layer,
+                                        const std::string& element) {
+    std::vector<sptr_t<IInfoQuery>> infos;
+    const auto* bag = layer.get<variant_bag_t>(element);
+    if (bag == nullptr) return infos;
+    for (auto it = loaded.library->resolveQuery(*bag, nullptr)->getQueries(); !it.at_end();
+         it.next())
+        infos.push_back(IInfoQuery::cast(it.current()));
+    return infos;
+}
+
+// Bars, markers and lines are read by an attribute of their instances. All that is known of one is
+// the id of its value; so tooltips go from there, and colours come from the same table.
+TEST(Shipped, BarsMarkersAndLinesAreToldByTheirValue) {
+    const std::set<std::string> kinds{"RowInterval", "RowIntervalNested", "EventMarker",
+                                      "Transition"};
+    const LibraryText loaded = shippedLibrary();
+    std::set<std::string> seen;
+    for (const std::string& name : lanefeed_runtime::shippedViewpointNames())
+        visit(shippedViewpoint(name), [&](const variant_bag_t& layer) {
+            if (layer.get_name() != "layer" || kinds.count(textOf(layer, "type")) == 0) return;
+            seen.insert(textOf(layer, "type"));
+            const std::string place = name + ", layer " + textOf(layer, "displayName");
+            const auto drawn = infosOf(loaded, layer, "drawBy");
+            ASSERT_EQ(drawn.size(), 1U) << place;
+            ASSERT_NE(drawn[0], nullptr) << place << " draws by no attribute";
+            const std::string leaf = drawn[0]->getAttributeTable();
+            const auto* table = lanefeed_runtime::findTable(drawn[0]->getInstanceTable());
+            ASSERT_NE(table, nullptr) << place;
+            EXPECT_EQ(lanefeed_runtime::columnIndex(*table, "multi_band_index") >= 0,
+                      textOf(layer, "type") == "Transition")
+                << place;
+            const int attr = lanefeed_runtime::columnIndex(*table, "attr");
+            EXPECT_EQ(table->columns.at(static_cast<std::size_t>(attr)).references, leaf) << place;
+            EXPECT_FALSE(drawn[0]->getAttributeName().empty()) << place << " has no names";
+            const auto tooltips = infosOf(loaded, layer, "tooltipBy");
+            EXPECT_FALSE(tooltips.empty()) << place;
+            for (const sptr_t<IInfoQuery>& line : tooltips) {
+                EXPECT_EQ(line->getDisplayText().substr(0, leaf.size()), leaf)
+                    << place << ", " << line->getId();
+                EXPECT_EQ(line->getAttributeTable(), leaf)
+                    << place << " hides without " << line->getAttributeTable();
+            }
+            for (const sptr_t<IInfoQuery>& color : infosOf(loaded, layer, "colorBy"))
+                EXPECT_EQ(color->getInstanceTable(), drawn[0]->getInstanceTable()) << place;
+        });
+    EXPECT_EQ(seen, kinds);
 }
 
 TEST(Shipped, EveryCaptionHasItsText) {

@@ -1,5 +1,6 @@
 #include "support/trace_text.h"
 
+#include <array>
 #include <map>
 #include <sstream>
 #include <stdexcept>
@@ -16,6 +17,27 @@ struct Span {
     std::int64_t end = 0;
 };
 
+// Words whose lines are a row and spans on it.
+struct Spans {
+    const char* verb;
+    TableId row;
+    TableId table;
+    TableId names;
+};
+
+constexpr std::array<Spans, 5> kSpans = {
+    {{"thread", TableId::thread, TableId::sliceData, TableId::task},
+     {"track", TableId::track, TableId::asyncData, TableId::task},
+     {"core", TableId::core, TableId::runningData, TableId::thread},
+     {"state", TableId::thread, TableId::stateData, TableId::state},
+     {"interrupt", TableId::core, TableId::interruptData, TableId::task}}};
+
+const Spans* spansOf(const std::string& verb) {
+    for (const Spans& spans : kSpans)
+        if (verb == spans.verb) return &spans;
+    return nullptr;
+}
+
 class TextReader {
 public:
     explicit TextReader(ResultWriter& writer) : m_writer(writer) {}
@@ -28,16 +50,18 @@ public:
         if (verb == "process") {
             m_process = word(words);
             processId();
-        } else if (verb == "thread") {
-            readSlices(words, TableId::thread, TableId::sliceData);
-        } else if (verb == "track") {
-            readSlices(words, TableId::track, TableId::asyncData);
+        } else if (const Spans* spans = spansOf(verb)) {
+            readSpans(words, *spans);
         } else if (verb == "counter") {
             readCounter(words);
         } else if (verb == "marker") {
             readMarkers(words);
         } else if (verb == "flow") {
-            readFlow(words);
+            readTransition(words, TableId::flowData);
+        } else if (verb == "wakeup") {
+            readTransition(words, TableId::wakeupData);
+        } else if (verb == "migration") {
+            readMigration(words);
         } else if (verb == "pause") {
             const Span span = spanOf(word(words));
             check(m_writer.addPause(span.begin, span.end));
@@ -79,13 +103,18 @@ private:
         return {timeOf(text.substr(0, dots)), end.empty() ? kToEnd : timeOf(end)};
     }
 
-    // name*count@category{args}
+    // name*count@category%core{args}
     void readName(std::string text, TableId names, InstanceRow& row) {
         const std::size_t args = text.find('{');
         if (args != std::string::npos) {
             row.args = m_writer.addArgs(text.substr(args));
             check(row.args > 0);
             text.resize(args);
+        }
+        const std::size_t core = text.find('%');
+        if (core != std::string::npos) {
+            row.core = rowId(TableId::core, text.substr(core + 1));
+            text.resize(core);
         }
         const std::size_t category = text.find('@');
         if (category != std::string::npos) {
@@ -97,7 +126,7 @@ private:
             row.count = timeOf(text.substr(count + 1));
             text.resize(count);
         }
-        row.attr = m_writer.named(names, text);
+        row.attr = names == TableId::thread ? rowId(names, text) : m_writer.named(names, text);
     }
 
     int processId() {
@@ -108,6 +137,11 @@ private:
     }
 
     int rowId(TableId type, const std::string& name) {
+        if (type == TableId::core) {
+            const auto number = static_cast<int>(timeOf(name));
+            return m_writer.attribute(
+                type, name, {{"name", "core " + name}, {"number", number}, {"sort", number}});
+        }
         const int process = processId();
         const int known = m_writer.find(type, m_process + "/" + name);
         if (known > 0) return known;
@@ -122,8 +156,8 @@ private:
         return m_writer.band(type, rowId(type, name));
     }
 
-    void readSlices(std::istringstream& words, TableId type, TableId table) {
-        const int band = bandOf(type, word(words));
+    void readSpans(std::istringstream& words, const Spans& spans) {
+        const int band = bandOf(spans.row, word(words));
         std::string text;
         while (words >> text) {
             const Span span = spanOf(text);
@@ -131,8 +165,10 @@ private:
             row.begin = span.begin;
             row.end = span.end;
             row.band = band;
-            readName(word(words), TableId::task, row);
-            check(m_writer.add(table, row));
+            const std::string name = word(words);
+            const bool isIdle = spans.table == TableId::runningData && name == "-";
+            readName(isIdle ? "Idle" : name, isIdle ? TableId::state : spans.names, row);
+            check(m_writer.add(isIdle ? TableId::idleData : spans.table, row));
         }
     }
 
@@ -169,7 +205,7 @@ private:
         }
     }
 
-    void readFlow(std::istringstream& words) {
+    void readTransition(std::istringstream& words, TableId table) {
         InstanceRow row;
         row.sourceBand = bandOf(TableId::thread, word(words));
         row.sourceBegin = timeOf(word(words));
@@ -177,7 +213,18 @@ private:
         row.begin = timeOf(word(words));
         row.end = row.begin;
         readName(word(words), TableId::flow, row);
-        check(m_writer.add(TableId::flowData, row));
+        check(m_writer.add(table, row));
+    }
+
+    void readMigration(std::istringstream& words) {
+        InstanceRow row;
+        row.attr = rowId(TableId::thread, word(words));
+        row.sourceBand = bandOf(TableId::core, word(words));
+        row.sourceBegin = timeOf(word(words));
+        row.band = bandOf(TableId::core, word(words));
+        row.begin = timeOf(word(words));
+        row.end = row.begin;
+        check(m_writer.add(TableId::migrationData, row));
     }
 
     // What follows on the thread goes to this band.

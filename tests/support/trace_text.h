@@ -17,13 +17,18 @@ namespace lanefeed_test {
 //   counter load  0=5  10=7.5  20=0       samples, each good until the next one
 //   marker main  5 gc  9 gc               points on a thread
 //   flow main 5 worker 9 wake             from a thread at a time to a thread at a time
+//   core 0  0..10 main  10..20 -          threads that run on a core; "-" for none: it is idle
+//   state main  0..10 Running%0  10..20 Sleeping      states of a thread, "%" the core it runs on
+//   interrupt 0  12..13 timer@irq         on a core
+//   wakeup main 5 worker 9 wake%0         as a flow; "%" the core that it is woken for
+//   migration main 0 5 1 9                a thread, from a core at a time to a core at a time
 //   pause 20..30
 //   alive main 0..50                      life time of a thread; more than one are several bands
 //
-// A name may go on with "*3" (count), "@io" (category) and "{...}" (arguments, without blanks), in
-// this order. ".." before nothing ("10..") lasts to the end of the trace. Times are trace times: in
-// the result the first one is tick 1, so with a first time of 0 times of the text are those of the
-// pane.
+// A name may go on with "*3" (count), "@io" (category), "%0" (core) and "{...}" (arguments, without
+// blanks), in this order. ".." before nothing ("10..") lasts to the end of the trace. Times are
+// trace times: in the result the first one is tick 1, so with a first time of 0 times of the text
+// are those of the pane.
 void addTraceText(lanefeed_runtime::ResultWriter& writer, const std::string& text);
 
 // Writes the text into a new file. Throws std::runtime_error with the line that it doesn't take.
