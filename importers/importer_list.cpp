@@ -5,6 +5,7 @@
 #include "common/byte_source.h"
 #include "common/clean_text.h"
 #include "common/fact_keys.h"
+#include "ftrace_text/ftrace_importer.h"
 #include "trace_event_json/trace_event_importer.h"
 
 #include <relay2/progress.h>
@@ -118,6 +119,7 @@ const std::vector<std::unique_ptr<Importer>>& importers() {
     static const std::vector<std::unique_ptr<Importer>> all = [] {
         std::vector<std::unique_ptr<Importer>> list;
         list.push_back(std::make_unique<TraceEventImporter>());
+        list.push_back(std::make_unique<FtraceImporter>());
         return list;
     }();
     return all;

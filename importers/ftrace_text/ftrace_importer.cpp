@@ -1,0 +1,20 @@
+// Traces of the kernel as text, plain or in a page. Tested by tests/importers/ftrace_text_test.cpp.
+#include "ftrace_text/ftrace_importer.h"
+
+#include "common/byte_source.h"
+#include "ftrace_text/ftrace_lines.h"
+
+namespace lanefeed_importers {
+
+bool FtraceImporter::accepts(std::string_view head) const {
+    return beginsLikeHtml(head) || hasTraceLines(head);
+}
+
+ImportOutcome FtraceImporter::import(ByteSource& source,
+                                     lanefeed_runtime::ResultWriter& writer,
+                                     const ImportOptions& options) const {
+    FtraceLines lines(beginsLikeHtml(source.head()));
+    return importLines(source, writer, options, lines);
+}
+
+}  // namespace lanefeed_importers

@@ -1,0 +1,137 @@
+// One line after the other: events go to the scheduler's trace, all else is counted. A text in
+// which nothing is understood is refused with its first line, so that other columns never make an
+// empty result. Tested by tests/importers/ftrace_text_test.cpp.
+#include "ftrace_text/ftrace_lines.h"
+
+#include "common/clean_text.h"
+#include "ftrace_text/trace_line.h"
+#include "scheduler/mark_text.h"
+#include "scheduler/scheduler_trace.h"
+
+#include <charconv>
+#include <fmt/format.h>
+
+namespace lanefeed_importers {
+namespace {
+
+// Lines without any event after which the text is none of this format.
+constexpr std::uint64_t kPatience = 1000;
+constexpr std::string_view kRemedy =
+    "record with `trace-cmd record -e sched_switch -e sched_wakeup -e sched_wakeup_new "
+    "-e sched_migrate_task -e irq` and give what `trace-cmd report` prints";
+
+bool isBlankOrComment(std::string_view text) {
+    const std::size_t begin = text.find_first_not_of(" \t");
+    return begin == std::string_view::npos || text[begin] == '#';
+}
+
+// "CPU:0 [LOST 12 EVENTS]", "CPU:1 [12 EVENTS DROPPED]", the latter also without a number.
+bool isLoss(std::string_view text, std::uint64_t& events) {
+    events = 0;
+    if (text.substr(0, 4) != "CPU:") return false;
+    const std::size_t open = text.find(" [");
+    if (open == std::string_view::npos || text.back() != ']') return false;
+    std::string_view inside = text.substr(open + 2, text.size() - open - 3);
+    const bool lost = inside.substr(0, 5) == "LOST ";
+    if (lost) inside.remove_prefix(5);
+    const auto [end, failure] =
+        std::from_chars(inside.data(), inside.data() + inside.size(), events);
+    if (failure == std::errc()) inside.remove_prefix(static_cast<std::size_t>(end - inside.data()));
+    return lost ? inside == " EVENTS" : inside == " EVENTS DROPPED" || inside == "EVENTS DROPPED";
+}
+
+// As one short line.
+std::string shown(std::string_view text) {
+    constexpr std::size_t kLength = 160;
+    std::string line = cleanText(text.substr(0, kLength));
+    for (char& c : line) {
+        if (static_cast<unsigned char>(c) < 0x20) c = ' ';
+    }
+    return line + (text.size() > kLength ? "..." : "");
+}
+
+}  // namespace
+
+bool FtraceLines::line(const TextLine& line, SchedulerTrace& trace) {
+    std::string_view text = line.text;
+    if (m_isPage && !m_page.take(line.text, text)) return true;
+    if (isBlankOrComment(text)) return true;
+    return event(text, line, trace);
+}
+
+bool FtraceLines::event(std::string_view text, const TextLine& line, SchedulerTrace& trace) {
+    TraceLine event;
+    if (line.cut || !parseTraceLine(text, event)) return leaveOut(text, line, trace);
+    trace.event(event.event, {event.time, event.core, event.pid,
+                              event.process < 0 ? kUnknownTgid : event.process,
+                              isTaskName(event.name) ? event.name : std::string_view()});
+    const KernelEvent kind = kernelEventOf(event.event);
+    if (kind == KernelEvent::mark) {
+        if (!tellMark(event.payload, trace)) trace.skip(skip_reasons::kBadPayload);
+    } else if (!trace.kernelEvent(kind, event.payload) && kind == KernelEvent::switchTo) {
+        note(m_firstOddSwitch, text, line);
+    }
+    return true;
+}
+
+bool FtraceLines::leaveOut(std::string_view text, const TextLine& line, SchedulerTrace& trace) {
+    std::uint64_t lost = 0;
+    if (isLoss(text, lost)) {
+        trace.skip("lostEvents");
+        m_lostEvents += lost;
+        ++m_losses;
+        return true;
+    }
+    trace.skip(skip_reasons::kNoEvent);
+    note(m_firstOdd, text, line);
+    return trace.events() > 0 || ++m_odd < kPatience;
+}
+
+void FtraceLines::note(Place& place, std::string_view text, const TextLine& line) {
+    if (place.line == 0) place = {line.number, shown(text)};
+}
+
+ImportError FtraceLines::error(const SchedulerTrace& trace) const {
+    if (m_isPage && !m_page.found()) {
+        return ImportError::badInput(
+            "no trace in this page, which would begin with a line \"# tracer\"; give a page that "
+            "systrace wrote, or the text of `trace-cmd report`");
+    }
+    if (trace.events() == 0 && m_firstOdd.line != 0) {
+        return ImportError::badInput(
+            fmt::format("line {} is no event of a kernel trace: \"{}\"; {}", m_firstOdd.line,
+                        m_firstOdd.text, kRemedy));
+    }
+    if (trace.switches() == 0 && m_firstOddSwitch.line != 0) {
+        return ImportError::badInput(
+            fmt::format("line {} has a sched_switch with other fields than expected: \"{}\"; {}",
+                        m_firstOddSwitch.line, m_firstOddSwitch.text, kRemedy));
+    }
+    return {};
+}
+
+std::vector<std::string> FtraceLines::warnings() const {
+    if (m_losses == 0) return {};
+    return {
+        fmt::format("the tracer lost events {} times, {} of them at least; states and slices "
+                    "around these places are not those of the program",
+                    m_losses, m_lostEvents)};
+}
+
+bool hasTraceLines(std::string_view head) {
+    TraceLine event;
+    while (!head.empty()) {
+        const std::size_t end = head.find('\n');
+        std::string_view line = head.substr(0, end);
+        head.remove_prefix(end == std::string_view::npos ? head.size() : end + 1);
+        if (line.substr(0, 8) == "# tracer" || line.substr(0, 5) == "cpus=") return true;
+        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+        // Also in columns that are refused, for the message to speak of this format.
+        if (line.find(" sched_switch: ") != std::string_view::npos || parseTraceLine(line, event)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+}  // namespace lanefeed_importers
