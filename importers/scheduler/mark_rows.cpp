@@ -3,6 +3,7 @@
 #include "scheduler/mark_rows.h"
 
 #include "common/clean_text.h"
+#include "common/counts_by_name.h"
 #include "scheduler/task_rows.h"
 
 #include <fmt/format.h>
@@ -57,13 +58,18 @@ int MarkRows::nameRow(std::uint32_t name) {
     return row;
 }
 
-void MarkRows::point(std::uint32_t task, std::int64_t time, std::string_view name) {
+void MarkRows::point(std::uint32_t task,
+                     std::int64_t time,
+                     std::string_view name,
+                     std::string_view text) {
     ++m_points;
     InstanceRow row;
     row.begin = time;
     row.end = time;
     row.band = m_tasks.threadBand(task);
     row.attr = m_writer.named(TableId::marker, shownName(name));
+    if (!text.empty())
+        row.args = m_writer.addArgs(fmt::format("{{\"text\":{}}}", jsonQuoted(text)));
     m_writer.add(TableId::markerData, row);
 }
 

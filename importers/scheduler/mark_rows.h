@@ -27,7 +27,8 @@ public:
     void begin(std::uint32_t task, std::int64_t time, std::string_view name);
     // Without name: of the innermost begin.
     void end(std::uint32_t task, std::int64_t time, std::string_view name);
-    void point(std::uint32_t task, std::int64_t time, std::string_view name);
+    // `text` is kept as arguments, unless it is empty.
+    void point(std::uint32_t task, std::int64_t time, std::string_view name, std::string_view text);
     void asyncBegin(int tgid, std::int64_t time, std::string_view name, std::string_view cookie);
     void asyncEnd(int tgid, std::int64_t time, std::string_view name, std::string_view cookie);
     void counter(int tgid, std::int64_t time, std::string_view name, double value);

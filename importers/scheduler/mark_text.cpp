@@ -25,7 +25,7 @@ bool tellMark(std::string_view payload, SchedulerTrace& trace) {
         break;
     case MarkPayload::Kind::asyncBegin: trace.asyncBegin(process, mark.name, mark.value); break;
     case MarkPayload::Kind::asyncEnd: trace.asyncEnd(process, mark.name, mark.value); break;
-    case MarkPayload::Kind::text: trace.mark(mark.name); break;
+    case MarkPayload::Kind::text: trace.mark(mark.name, mark.value); break;
     }
     return true;
 }

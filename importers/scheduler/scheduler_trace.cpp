@@ -25,8 +25,9 @@ std::string interruptName(KernelEvent kind, const InterruptPayload& interrupt) {
 
 }  // namespace
 
-SchedulerTrace::SchedulerTrace(lanefeed_runtime::ResultWriter& writer)
+SchedulerTrace::SchedulerTrace(lanefeed_runtime::ResultWriter& writer, bool texts)
     : m_writer(writer),
+      m_texts(texts),
       m_tasks(writer),
       m_states(m_tasks, writer),
       m_lanes(m_tasks, m_states, writer),
@@ -151,8 +152,8 @@ void SchedulerTrace::markEnd(std::string_view name) {
     m_marks.end(m_task, m_now.time, name);
 }
 
-void SchedulerTrace::mark(std::string_view name) {
-    m_marks.point(m_task, m_now.time, name);
+void SchedulerTrace::mark(std::string_view name, std::string_view text) {
+    m_marks.point(m_task, m_now.time, name, m_texts ? text : std::string_view());
 }
 
 void SchedulerTrace::asyncBegin(int tgid, std::string_view name, std::string_view cookie) {

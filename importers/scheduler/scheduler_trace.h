@@ -40,7 +40,8 @@ struct EventHead {
 //   trace.finish();
 class SchedulerTrace {
 public:
-    explicit SchedulerTrace(lanefeed_runtime::ResultWriter& writer);
+    // `texts`: keep what is said besides the name of a mark.
+    explicit SchedulerTrace(lanefeed_runtime::ResultWriter& writer, bool texts = true);
 
     // To be called for every event of the text. The operations below, of which most events need
     // none, tell what it was.
@@ -64,7 +65,7 @@ public:
     void markProcess(int tgid);  // the thread of the event belongs to it
     void markBegin(std::string_view name);
     void markEnd(std::string_view name);  // without name: closes the innermost begin
-    void mark(std::string_view name);
+    void mark(std::string_view name, std::string_view text = {});
     void asyncBegin(int tgid, std::string_view name, std::string_view cookie);
     void asyncEnd(int tgid, std::string_view name, std::string_view cookie);
     void counter(int tgid, std::string_view name, double value);
@@ -94,6 +95,7 @@ private:
     void setCount(std::string_view key, std::uint64_t count);
 
     lanefeed_runtime::ResultWriter& m_writer;
+    bool m_texts;
     TaskRows m_tasks;
     ThreadStates m_states;
     CoreLanes m_lanes;

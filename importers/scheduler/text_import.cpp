@@ -25,7 +25,7 @@ public:
           m_writer(writer),
           m_options(options),
           m_parser(parser),
-          m_trace(writer),
+          m_trace(writer, options.args),
           m_lines(source, [this] { return goOn(); }) {}
 
     ImportOutcome go();
