@@ -94,6 +94,8 @@ public:
 
     // As stored with the result.
     virtual std::string_view name() const = 0;
+    // For people, behind "known are": what it reads and what makes such a file.
+    virtual std::string_view description() const = 0;
     // By the first unpacked bytes of a file, at most a few kilobytes.
     virtual bool accepts(std::string_view head) const = 0;
     // Writes instances and facts; the caller finishes the writer. Failures of the writer are left
@@ -105,6 +107,9 @@ public:
 
 // All formats, in the order in which they are asked.
 const std::vector<std::unique_ptr<Importer>>& importers();
+
+// The descriptions of all of them, as the end of a sentence.
+std::string knownFormats();
 
 ImportOutcome importTrace(const ImportRequest& request);
 

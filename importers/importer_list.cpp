@@ -4,8 +4,10 @@
 
 #include "common/byte_source.h"
 #include "common/clean_text.h"
+#include "common/counts_by_name.h"
 #include "common/fact_keys.h"
 #include "ftrace_text/ftrace_importer.h"
+#include "perf_script/perf_script_importer.h"
 #include "trace_event_json/trace_event_importer.h"
 
 #include <relay2/progress.h>
@@ -68,14 +70,8 @@ ImportError named(ImportError error, const ImportRequest& request) {
 
 std::string jsonArray(const std::vector<std::string>& texts) {
     std::string json;
-    for (const std::string& text : texts) {
-        std::string safe;
-        for (const char c : cleanText(text)) {
-            if (c == '"' || c == '\\') safe += '\\';
-            safe += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
-        }
-        json += fmt::format("{}\"{}\"", json.empty() ? "" : ",", safe);
-    }
+    for (const std::string& text : texts)
+        json += fmt::format("{}{}", json.empty() ? "" : ",", jsonQuoted(text));
     return "[" + json + "]";
 }
 
@@ -120,9 +116,17 @@ const std::vector<std::unique_ptr<Importer>>& importers() {
         std::vector<std::unique_ptr<Importer>> list;
         list.push_back(std::make_unique<TraceEventImporter>());
         list.push_back(std::make_unique<FtraceImporter>());
+        list.push_back(std::make_unique<PerfScriptImporter>());
         return list;
     }();
     return all;
+}
+
+std::string knownFormats() {
+    std::string texts;
+    for (const auto& importer : importers())
+        texts += fmt::format("{}{}", texts.empty() ? "" : "; ", importer->description());
+    return texts;
 }
 
 ImportOutcome importTrace(const ImportRequest& request) {
@@ -132,9 +136,8 @@ ImportOutcome importTrace(const ImportRequest& request) {
     const Importer* importer = importerFor(*source);
     if (!importer) {
         outcome.error = ImportError::badInput(
-            fmt::format("{}: no known trace format at byte 0; give a trace event file, which is "
-                        "JSON (plain or as .gz)",
-                        request.source));
+            fmt::format("{}: no known trace format at byte 0; known are {}, plain or as .gz",
+                        request.source, knownFormats()));
         return outcome;
     }
     WriterOptions writing;

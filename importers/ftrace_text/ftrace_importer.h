@@ -9,6 +9,9 @@ namespace lanefeed_importers {
 class FtraceImporter : public Importer {
 public:
     std::string_view name() const override { return "ftrace_text"; }
+    std::string_view description() const override {
+        return "text of the kernel's function tracer (trace-cmd report, tracefs, systrace pages)";
+    }
     bool accepts(std::string_view head) const override;
     ImportOutcome import(ByteSource& source,
                          lanefeed_runtime::ResultWriter& writer,

@@ -6,8 +6,6 @@
 
 #include "common/clean_text.h"
 
-#include <algorithm>
-
 namespace lanefeed_importers {
 namespace {
 
@@ -32,7 +30,7 @@ Assembler::Assembler(CollectedTrace& trace, lanefeed_runtime::ResultWriter& writ
       m_writer(writer),
       m_rows(trace.tracks, writer),
       m_activity(trace.events->size()),
-      m_held(trace.tracks.threads().size()),
+      m_order(writer),
       m_samples(trace.series.size()),
       m_taskRows(trace.names.size(), -1),
       m_markerRows(trace.names.size(), -1),
@@ -96,22 +94,8 @@ void Assembler::sliceEnd(const EventRecord& record) {
     m_trace.counts.keep('B');
     m_trace.counts.keep('E');
     m_activity.lastedFrom(rounded(m_closed.begin));
-    hold(record.thread, sliceRow(m_rows.threadBand(record.thread), m_now, m_closed, record.args));
-}
-
-void Assembler::hold(std::uint32_t thread, const InstanceRow& row) {
-    const auto last = [](const InstanceRow& slice) { return std::max(slice.begin, slice.end - 1); };
-    std::vector<InstanceRow>& held = m_held[thread];
-    if (!held.empty() && (held.back().begin != row.begin || last(held.back()) != last(row))) {
-        letGo(held);
-    }
-    held.push_back(row);
-}
-
-void Assembler::letGo(std::vector<InstanceRow>& rows) {
-    for (auto row = rows.rbegin(); row != rows.rend(); ++row)
-        m_writer.add(TableId::sliceData, *row);
-    rows.clear();
+    m_order.add(record.thread,
+                sliceRow(m_rows.threadBand(record.thread), m_now, m_closed, record.args));
 }
 
 void Assembler::mark(const EventRecord& record, int band) {
@@ -216,8 +200,7 @@ void Assembler::addSample(std::uint32_t series, const Sample& sample, std::int64
 }
 
 void Assembler::finish() {
-    for (std::vector<InstanceRow>& rows : m_held)
-        letGo(rows);
+    m_order.finish();
     for (std::uint32_t i = 0; i < m_samples.size(); ++i) {
         if (m_samples[i].present) addSample(i, m_samples[i], lanefeed_runtime::kToEnd);
     }

@@ -2,6 +2,7 @@
 
 #include "common/activity.h"
 #include "common/open_slices.h"
+#include "common/slice_order.h"
 #include "common/track_rows.h"
 #include "trace_event_json/collected_trace.h"
 #include "trace_event_json/event_record.h"
@@ -45,8 +46,6 @@ private:
     };
 
     void sliceEnd(const EventRecord& record);
-    void hold(std::uint32_t thread, const lanefeed_runtime::InstanceRow& row);
-    void letGo(std::vector<lanefeed_runtime::InstanceRow>& rows);
     void mark(const EventRecord& record, int band);
     void asyncBegin(const TraceTime& time, const EventRecord& record);
     void asyncEnd(const EventRecord& record);
@@ -72,9 +71,7 @@ private:
     TrackRows m_rows;
     Activity m_activity;
     OpenSlices m_openSlices;
-    // Slices of the same ticks, by thread, the innermost first: they close in that order, but the
-    // result has what begins later behind.
-    std::vector<std::vector<lanefeed_runtime::InstanceRow>> m_held;
+    SliceOrder m_order;
     std::unordered_map<std::string, std::vector<OpenAsync>> m_openAsync;
     std::unordered_map<std::string, FlowPoint> m_flows;
     std::vector<Sample> m_samples;                  // by series

@@ -1,29 +1,15 @@
 // The accounts of an import as JSON. Tested by tests/importers/trace_facts_test.cpp.
 #include "trace_event_json/trace_counts.h"
 
-#include "common/clean_text.h"
+#include "common/counts_by_name.h"
 
 #include <fmt/format.h>
 
 namespace lanefeed_importers {
 namespace {
 
-// A text that stands in quotes: phases may be anything.
-std::string quoted(std::string_view text) {
-    std::string json = "\"";
-    for (const char c : cleanText(text)) {
-        if (c == '"' || c == '\\') json += '\\';
-        if (static_cast<unsigned char>(c) < 0x20) {
-            json += fmt::format("\\u{:04x}", static_cast<unsigned>(c));
-        } else {
-            json += c;
-        }
-    }
-    return json + '"';
-}
-
 void append(std::string& json, std::string_view key, const std::string& value) {
-    json += fmt::format("{}{}:{}", json.empty() ? "" : ",", quoted(key), value);
+    json += fmt::format("{}{}:{}", json.empty() ? "" : ",", jsonQuoted(key), value);
 }
 
 void append(std::string& json, std::string_view phase, const TraceCounts::Phase& count) {

@@ -1,0 +1,154 @@
+// Lines of "perf script" into the model of scheduler traces. What is no such line is counted; a
+// text in which none is found is refused with what its first line lacks.
+// Tested by tests/importers/perf_script_test.cpp.
+#include "perf_script/perf_script_importer.h"
+
+#include "perf_script/perf_line.h"
+#include "scheduler/scheduler_trace.h"
+#include "scheduler/text_import.h"
+
+#include <algorithm>
+#include <fmt/format.h>
+
+namespace lanefeed_importers {
+namespace {
+
+constexpr const char* kRecording =
+    "record with: perf record -a -e sched:sched_switch,sched:sched_wakeup,sched:sched_wakeup_new,"
+    "sched:sched_migrate_task,irq:* and print with: perf script --ns -F "
+    "comm,pid,tid,cpu,time,event,trace";
+
+// Lines of another text that are read before it is refused.
+constexpr std::uint64_t kPatience = 1000;
+
+constexpr std::string_view kCallChain = "callChain";
+
+bool isComment(std::string_view line) {
+    const std::size_t at = line.find_first_not_of(" \t");
+    return at == std::string_view::npos || line[at] == '#';
+}
+
+const char* wordsOf(PerfFault fault) {
+    switch (fault) {
+    case PerfFault::noCore: return "has no core such as [000] between thread and time";
+    case PerfFault::noTime: return "has no time in seconds behind the core";
+    case PerfFault::noThread: return "has no thread before the core";
+    case PerfFault::noEvent: return "has no event behind the time";
+    case PerfFault::otherText: break;
+    }
+    return "is no line of perf script";
+}
+
+class PerfParser : public LineParser {
+public:
+    bool line(const TextLine& line, SchedulerTrace& trace) override;
+    ImportError error(const SchedulerTrace& trace) const override;
+    std::vector<std::string> warnings() const override;
+
+private:
+    void event(SchedulerTrace& trace);
+    bool otherLine(const TextLine& line, SchedulerTrace& trace);
+
+    PerfLine m_columns;
+    std::uint64_t m_otherLines = 0;
+    std::uint64_t m_firstOther = 0;  // line
+    PerfFault m_fault = PerfFault::otherText;
+    std::uint64_t m_scheduler = 0;  // events that make rows
+    std::uint64_t m_callChainLines = 0;
+};
+
+bool PerfParser::line(const TextLine& line, SchedulerTrace& trace) {
+    if (!parsePerfLine(line.text, m_columns)) return otherLine(line, trace);
+    event(trace);
+    return true;
+}
+
+void PerfParser::event(SchedulerTrace& trace) {
+    EventHead head;
+    head.time = m_columns.time;
+    head.core = m_columns.core;
+    head.tid = m_columns.tid;
+    // That of a task that was gone is somebody else's.
+    if (m_columns.pid > 0 && m_columns.tid > 0) head.tgid = m_columns.pid;
+    head.comm = m_columns.comm;
+    trace.event(m_columns.wholeEvent, head);
+    const KernelEvent kind = kernelEventOf(m_columns.event);
+    if (kind == KernelEvent::other || kind == KernelEvent::mark) return;
+    if (trace.kernelEvent(kind, m_columns.payload)) ++m_scheduler;
+}
+
+// False when it is clear that the text is another tool's.
+bool PerfParser::otherLine(const TextLine& line, SchedulerTrace& trace) {
+    if (isComment(line.text)) return true;
+    if (isCallChainLine(line.text)) {
+        ++m_callChainLines;
+        trace.skip(kCallChain);
+    } else {
+        trace.skip(skip_reasons::kNoEvent);
+    }
+    if (m_firstOther == 0) {
+        m_firstOther = line.number;
+        m_fault = perfFaultOf(line.text);
+    }
+    ++m_otherLines;
+    return trace.events() > 0 || m_otherLines < kPatience;
+}
+
+ImportError PerfParser::error(const SchedulerTrace& trace) const {
+    if (trace.events() > 0) return {};
+    if (m_firstOther == 0) {
+        return ImportError::badInput(
+            fmt::format("holds comments alone and no event; {}", kRecording));
+    }
+    return ImportError::badInput(
+        fmt::format("line {} {}; {}", m_firstOther, wordsOf(m_fault), kRecording));
+}
+
+std::vector<std::string> PerfParser::warnings() const {
+    std::vector<std::string> texts;
+    if (m_scheduler == 0) {
+        texts.push_back(fmt::format(
+            "no event of the scheduler is in it, so the result is empty; {}", kRecording));
+    }
+    if (m_callChainLines > 0) {
+        texts.push_back(
+            fmt::format("{} lines of call chains are left out; print without them by "
+                        "-F comm,pid,tid,cpu,time,event,trace",
+                        m_callChainLines));
+    }
+    return texts;
+}
+
+// Takes the first line off.
+std::string_view nextLine(std::string_view& text) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    const std::string_view line = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    return line;
+}
+
+}  // namespace
+
+// Also text whose lines lack a column, in order to tell which. The head may consist of comments.
+bool PerfScriptImporter::accepts(std::string_view head) const {
+    bool lines = false;
+    bool faulty = false;
+    PerfLine columns;
+    for (std::string_view rest = head; !rest.empty();) {
+        const std::string_view line = nextLine(rest);
+        if (isComment(line)) continue;
+        if (parsePerfLine(line, columns)) return true;
+        faulty = faulty || perfFaultOf(line) != PerfFault::otherText;
+        lines = true;
+    }
+    return lines ? faulty : head.find("# cmdline :") != std::string_view::npos;
+}
+
+ImportOutcome PerfScriptImporter::import(ByteSource& source,
+                                         lanefeed_runtime::ResultWriter& writer,
+                                         const ImportOptions& options) const {
+    PerfParser parser;
+    return importLines(source, writer, options, parser);
+}
+
+}  // namespace lanefeed_importers
