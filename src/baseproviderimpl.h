@@ -49,7 +49,7 @@ struct IntervalHatch {
 //   selections in time and row, pause ranges    baseproviderimpl_timefilters.cpp
 //   select, dive and restriction filters        baseproviderimpl_attrfilters.cpp
 //   generated queries, paths, columns by name   baseproviderimpl_queries.cpp
-//   what is not served                          baseproviderimpl_unserved.cpp
+//   transitions to a table                      baseproviderimpl_transitions.cpp
 class BaseProviderImpl : public IDicerProvider {
 public:
     using aggregation_type_t = lanefeed_1::aggregation_type_t;
@@ -199,7 +199,9 @@ public:
         const basekit2::sptr_t<dataface_1::ITableTree>& tree, const std::string& name);
     static std::string getColumnName(const basekit2::sptr_t<dataface_1::IColumnInfo>& column);
 
-    // --- transitions to a table (baseproviderimpl_unserved.cpp)
+    // --- transitions to a table (baseproviderimpl_transitions.cpp)
+    // A row for each line into the row that is asked for, with those kept beside it below; an empty
+    // table when there are none.
     bool getTransitionData(const QueryParam& param,
                            basekit2::sptr_t<dataface_1::ITableTree>& out) override;
 

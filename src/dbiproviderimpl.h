@@ -27,6 +27,7 @@ class RowSummaryTableTree;
 //   bars, one table per row                   dbiproviderimpl_intervals.cpp
 //   tooltips, attribute values, hatches       dbiproviderimpl_tooltips.cpp
 //   series of an attribute                    dbiproviderimpl_attributes.cpp
+//   lines between rows                        dbiproviderimpl_transitions.cpp
 //   what is not served                        dbiproviderimpl_unserved.cpp
 //   row summary, visible rows, sorting        dbiproviderimpl_rows.cpp
 //   the row summary of a grid                 dbiproviderimpl_gridrows.cpp
@@ -77,7 +78,8 @@ public:
                          Forest& trees,
                          basekit2::generic_iterator_t<basekit2::variant_t>* values) override;
 
-    // --- lines into one row (dbiproviderimpl_unserved.cpp)
+    // --- lines into one row (dbiproviderimpl_transitions.cpp)
+    // The table form of the base, which the read below would hide.
     using BaseProviderImpl::getTransitionData;
 
     // --- counts (dbiproviderimpl_unserved.cpp)
@@ -186,7 +188,9 @@ protected:
     basekit2::sptr_t<dataface_1::IQueryFilter> getFilterForQuery(
         const basekit2::sptr_t<dataface_1::IQuery>& query);
 
-    // --- lines into one row (dbiproviderimpl_unserved.cpp)
+    // --- lines into one row (dbiproviderimpl_transitions.cpp)
+    // Appends the lines that arrive at the row whose id the request has as its row level; a row of
+    // another level than the bands has none. A cancel is no failure: what was read is the answer.
     bool getTransitionData(const QueryParam& param, std::vector<Transition>& transitions) override;
 
     // --- counts (dbiproviderimpl_unserved.cpp)
@@ -278,9 +282,11 @@ private:
                        IntervalReader& reader);
 
     // --- series of an attribute (dbiproviderimpl_attributes.cpp)
-    // Attribute of each row of a band's table, by row id; -1 for none.
+    // Attribute of each row of a band's table, by row id; -1 for none. failure: said of a table that
+    // can't be read or is empty. False on a cancel, too, but for one between two records.
     bool readBandMap(const std::string& bandTable,
                      const std::string& attribute,
+                     const std::string& failure,
                      std::vector<int>& map);
     // Replaces a level that is an attribute of bands by the bands; the map leads back.
     bool translateBandLevel(RowByWalk& walk, std::vector<int>& map);

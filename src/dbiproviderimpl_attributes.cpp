@@ -39,6 +39,7 @@ std::vector<int> translated(std::vector<int> indexes, const std::vector<BandMap>
 
 bool DbiProviderImpl::readBandMap(const std::string& bandTable,
                                   const std::string& attribute,
+                                  const std::string& failure,
                                   std::vector<int>& map) {
     const auto db = getDb(m_result);
     if (db.is_null()) return false;
@@ -54,7 +55,7 @@ bool DbiProviderImpl::readBandMap(const std::string& bandTable,
     const auto rs = bandQuery->execute(m_progress, error, sql);
     if (isCanceled()) return false;
     if (!LF_CHECK_AS(rs && !rs->atEnd(), "rs && !rs->atEnd()",
-                     "Failed to get band->row mapping." + (" Error: " + error) + ", SQL: " + sql))
+                     failure + " Error: " + error + ", SQL: " + sql))
         return false;
     for (; !rs->atEnd() && !isCanceled(); rs->next()) {
         const storelink1::IConstRecord& record = *rs->current();
@@ -77,7 +78,7 @@ bool DbiProviderImpl::translateBandLevel(RowByWalk& walk, std::vector<int>& map)
         createInfoQuery(info->getId(), info->getName(), names::kBandTable, parts[0], "");
     if (!LF_CHECK(newQuery)) return false;
     walk.replaceQuery(newQuery);
-    return readBandMap(parts[0], attribute, map);
+    return readBandMap(parts[0], attribute, "Failed to get band->row mapping.", map);
 }
 
 bool DbiProviderImpl::readAttributeLevel(const QueryParam& param,

@@ -1,14 +1,9 @@
-// Requests that the providers of this version don't serve: transitions, counts and master tables.
-// Each answers what it answers on a failure.
+// Requests that the providers of this version don't serve: counts and master tables. Each answers
+// what it answers on a failure.
 
 #include "dbiproviderimpl.h"
 
 namespace lanefeed_1 {
-
-bool DbiProviderImpl::getTransitionData(const QueryParam& /*param*/,
-                                        std::vector<Transition>& /*transitions*/) {
-    return false;
-}
 
 bool DbiProviderImpl::getCountData(const QueryParam& /*param*/, Forest& /*trees*/) {
     return false;

@@ -205,11 +205,21 @@ private:
         }
     }
 
+    // A thread of the process at hand, or "process/thread".
+    int bandOfFlow(const std::string& name) {
+        const std::size_t slash = name.find('/');
+        if (slash == std::string::npos) return bandOf(TableId::thread, name);
+        const std::string process = std::exchange(m_process, name.substr(0, slash));
+        const int band = bandOf(TableId::thread, name.substr(slash + 1));
+        m_process = process;
+        return band;
+    }
+
     void readTransition(std::istringstream& words, TableId table) {
         InstanceRow row;
-        row.sourceBand = bandOf(TableId::thread, word(words));
+        row.sourceBand = bandOfFlow(word(words));
         row.sourceBegin = timeOf(word(words));
-        row.band = bandOf(TableId::thread, word(words));
+        row.band = bandOfFlow(word(words));
         row.begin = timeOf(word(words));
         row.end = row.begin;
         readName(word(words), TableId::flow, row);

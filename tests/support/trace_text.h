@@ -16,7 +16,7 @@ namespace lanefeed_test {
 //   track upload  3..9 part               async slices on a track of their own
 //   counter load  0=5  10=7.5  20=0       samples, each good until the next one
 //   marker main  5 gc  9 gc               points on a thread
-//   flow main 5 worker 9 wake             from a thread at a time to a thread at a time
+//   flow main 5 other/worker 9 wake       from a thread at a time to one (of a process) at a time
 //   core 0  0..10 main  10..20 -          threads that run on a core; "-" for none: it is idle
 //   state main  0..10 Running%0  10..20 Sleeping      states of a thread, "%" the core it runs on
 //   interrupt 0  12..13 timer@irq         on a core
