@@ -187,24 +187,40 @@ CLI::App* addSelect(CLI::App& app, ViewOptions& view, SelectOptions& options) {
     return verb;
 }
 
-CLI::App* addOvertime(CLI::App& app, ViewOptions& options) {
-    CLI::App* verb =
-        app.add_subcommand("overtime", "Print the over-time series of an area's layers");
+void addWindow(CLI::App& verb, ViewOptions& options) {
+    verb.add_option("--layer", options.layer, "Layer of the area, from 0 (default: all)")
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()))
+        ->option_text("N");
+    verb.add_option("--time", options.time,
+                    "Span from the first tick, such as 1.2s..3.4s or 10%..20%; 'content' for where "
+                    "99 % of the instances lie (default: whole)")
+        ->option_text("A..B");
+    verb.add_option("--bins", options.bins,
+                    "Number of buckets (default 100, fewer for a span of fewer ticks)")
+        ->option_text("N");
+}
+
+// What the verbs that print layers have in common.
+CLI::App* addLayerVerb(CLI::App& app,
+                       ViewOptions& options,
+                       const std::string& name,
+                       const std::string& help) {
+    CLI::App* verb = app.add_subcommand(name, help);
     verb->add_option("result", options.result, "Result file")->required()->option_text("NAME.lft");
     addViewpoint(*verb, options);
     addFilters(*verb, options);
     addArea(*verb, options);
-    verb->add_option("--layer", options.layer, "Layer of the area, from 0 (default: all)")
-        ->check(CLI::Range(0, std::numeric_limits<int>::max()))
-        ->option_text("N");
-    verb->add_option(
-            "--time", options.time,
-            "Span from the first tick, such as 1.2s..3.4s or 10%..20%; 'content' for where "
-            "99 % of the instances lie (default: whole)")
-        ->option_text("A..B");
-    verb->add_option("--bins", options.bins,
-                     "Number of buckets (default 100, fewer for a span of fewer ticks)")
-        ->option_text("N");
+    addWindow(*verb, options);
+    verb->add_flag("--stats", options.stats,
+                   "Tell on stderr, as JSON, how each layer was served and what became of its "
+                   "instances");
+    addFormat(*verb, options.format);
+    return verb;
+}
+
+CLI::App* addOvertime(CLI::App& app, ViewOptions& options) {
+    CLI::App* verb =
+        addLayerVerb(app, options, "overtime", "Print the over-time series of an area's layers");
     verb->add_flag_callback(
             "--unit-ticks", [&options] { options.ticks = true; }, "The same as --unit ticks")
         ->group("");
@@ -213,10 +229,38 @@ CLI::App* addOvertime(CLI::App& app, ViewOptions& options) {
             "own (default) or ticks: series of time as whole ticks")
         ->check(CLI::IsMember({"own", "ticks"}))
         ->option_text("UNIT");
-    verb->add_flag("--stats", options.stats, "Tell on stderr, as JSON, how each layer was served");
-    addFormat(*verb, options.format);
     verb->footer(
         "Example: lanefeed overtime build.lft --layer 1 --time 1s..2s --bins 200 --format csv");
+    return verb;
+}
+
+CLI::App* addIntervals(CLI::App& app, ViewOptions& options) {
+    CLI::App* verb = addLayerVerb(app, options, "intervals",
+                                  "Print the bars and markers of an area's layers, thinned to what "
+                                  "can be seen");
+    verb->footer("Example: lanefeed intervals sched.lft --time 1s..1.1s --format csv");
+    return verb;
+}
+
+CLI::App* addTasks(CLI::App& app, ViewOptions& options) {
+    CLI::App* verb =
+        addLayerVerb(app, options, "tasks", "Print the nested bars of an area's layers");
+    verb->footer("Example: lanefeed tasks build.lft --time 1.2s..1.21s");
+    return verb;
+}
+
+CLI::App* addTransitions(CLI::App& app, ViewOptions& options) {
+    CLI::App* verb =
+        addLayerVerb(app, options, "transitions", "Print the lines between the rows of an area");
+    verb->footer("Example: lanefeed transitions sched.lft --time 1s..1.1s --format json --stats");
+    return verb;
+}
+
+CLI::App* addCounts(CLI::App& app, ViewOptions& options) {
+    CLI::App* verb = addLayerVerb(app, options, "counts",
+                                  "Print how many instances of an area's layers are active, with "
+                                  "the peak of each bucket");
+    verb->footer("Example: lanefeed counts sched.lft --bins 50");
     return verb;
 }
 
@@ -318,6 +362,10 @@ int runCommandLine(int count, const char* const* arguments) {
     verbs.emplace_back(addRows(app, view), [&view] { return runRows(view); });
     verbs.emplace_back(addSelect(app, view, select), [&] { return runSelect(view, select); });
     verbs.emplace_back(addOvertime(app, view), [&view] { return runOvertime(view); });
+    verbs.emplace_back(addIntervals(app, view), [&view] { return runIntervals(view); });
+    verbs.emplace_back(addTasks(app, view), [&view] { return runTasks(view); });
+    verbs.emplace_back(addTransitions(app, view), [&view] { return runTransitions(view); });
+    verbs.emplace_back(addCounts(app, view), [&view] { return runCounts(view); });
     verbs.emplace_back(addTooltip(app, view, tooltip), [&] { return runTooltip(view, tooltip); });
 
     checkVerb(app, count, arguments);

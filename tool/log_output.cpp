@@ -85,22 +85,36 @@ InformativeLog::~InformativeLog() {
 
 struct HeldLog::Messages : std::vector<LogMessage> {};
 
-HeldLog::HeldLog() : m_messages(std::make_unique<Messages>()) {
+// Errors are collected even if none are to be shown: callers look at them.
+HeldLog::HeldLog()
+    : m_messages(std::make_unique<Messages>()), m_level(componentLogger().getLogLevel()) {
     g_held = m_messages.get();
+    if (m_level == log4cplus::OFF_LOG_LEVEL)
+        componentLogger().setLogLevel(log4cplus::ERROR_LOG_LEVEL);
 }
 
 HeldLog::~HeldLog() {
     g_held = nullptr;
+    componentLogger().setLogLevel(m_level);
+    if (m_level == log4cplus::OFF_LOG_LEVEL) return;
     for (const LogMessage& message : *m_messages)
         print(message);
 }
 
-void HeldLog::drop(const std::string& shown) {
+bool HeldLog::drop(const std::string& shown) {
     const auto shows = [&shown](const LogMessage& message) {
         return message.text.find(shown) != std::string::npos;
     };
-    m_messages->erase(std::remove_if(m_messages->begin(), m_messages->end(), shows),
-                      m_messages->end());
+    const auto dropped = std::remove_if(m_messages->begin(), m_messages->end(), shows);
+    const bool any = dropped != m_messages->end();
+    m_messages->erase(dropped, m_messages->end());
+    return any;
+}
+
+std::string HeldLog::firstError() const {
+    const auto isError = [](const LogMessage& message) { return message.level == "error"; };
+    const auto found = std::find_if(m_messages->begin(), m_messages->end(), isError);
+    return found == m_messages->end() ? std::string() : found->text;
 }
 
 }  // namespace lanefeed_tool

@@ -31,12 +31,15 @@ public:
     HeldLog(const HeldLog&) = delete;
     HeldLog& operator=(const HeldLog&) = delete;
 
-    // Forgets the messages that say this.
-    void drop(const std::string& shown);
+    // Forgets the messages that say this; whether there were any.
+    bool drop(const std::string& shown);
+    // The first error, empty for none. The log may be switched off.
+    std::string firstError() const;
 
 private:
     struct Messages;
     std::unique_ptr<Messages> m_messages;
+    int m_level;
 };
 
 }  // namespace lanefeed_tool

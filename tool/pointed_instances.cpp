@@ -7,6 +7,7 @@
 
 #include "area_view.h"
 #include "failure.h"
+#include "row_columns.h"
 #include "session.h"
 
 #include <dataface_1/filters.h>
@@ -25,7 +26,6 @@ namespace {
 using basekit2::sptr_t;
 using basekit2::u16_t;
 using basekit2::u64_t;
-using dataface_1::IInfoQuery;
 using storelink1::IQuery;
 
 constexpr const char* kGlobalFilter = "global";
@@ -34,18 +34,6 @@ sptr_t<storelink1::IDatabase> databaseOf(const Session& session) {
     sptr_t<storelink1::IPerfDatabase> performance;
     if (!dataface_1::lookup(session.input(), performance)) return {};
     return performance->getDatabase(session.input());
-}
-
-// "table::path" of each level of the rows, outermost first.
-std::vector<std::string> levelColumns(const lanefeed_1::DicerDataSource* rows) {
-    std::vector<std::string> columns;
-    auto query = rows != nullptr ? rows->m_defaultQuery : sptr_t<dataface_1::IQuery>();
-    for (; !query.is_null(); query = query->getExpansionQuery()) {
-        const auto info = IInfoQuery::cast(query);
-        if (info.is_null()) break;
-        columns.push_back(info->getInstanceTable() + "::" + info->getAttributeTable());
-    }
-    return columns;
 }
 
 // A named filter that keeps one tick, for as long as it lives.
@@ -149,7 +137,7 @@ InstanceFinder::InstanceFinder(Session& session,
       m_database(databaseOf(session)),
       m_table(std::move(table)),
       m_references(std::move(references)),
-      m_levels(levelColumns(area.rowSource())) {
+      m_levels(rowColumns(area.rowSource())) {
     if (m_database.is_null())
         throw Failure(exitFailure,
                       session.resultName() + ": it has no database; import the trace again");

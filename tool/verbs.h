@@ -70,6 +70,10 @@ int runNewViewpoint(const ViewOptions& options);
 int runRows(const ViewOptions& options);
 int runSelect(const ViewOptions& view, const SelectOptions& options);
 int runOvertime(const ViewOptions& options);
+int runIntervals(const ViewOptions& options);
+int runTasks(const ViewOptions& options);
+int runTransitions(const ViewOptions& options);
+int runCounts(const ViewOptions& options);
 int runTooltip(const ViewOptions& view, const TooltipOptions& options);
 
 }  // namespace lanefeed_tool

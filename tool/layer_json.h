@@ -1,0 +1,26 @@
+#pragma once
+
+#include "layer_window.h"
+
+#include <string>
+
+namespace lanefeed_tool {
+
+struct RowInfo;
+
+// What the answers of all kinds of layers begin with.
+struct LayerTitle {
+    LayerKind kind = LayerKind::series;
+    int area = 0;
+    int layer = 0;  // from 0, as in the viewpoint
+    std::string name;
+    std::string unit;  // of series: "percent", "count", "value" or "ticks"
+    LayerWindow window;
+};
+
+// The JSON of a layer up to and with "rows": [, and that of a row up to and with the list named.
+// Series tell their unit, other kinds the name of their kind.
+std::string layerJson(const LayerTitle& title);
+std::string rowJson(const RowInfo& row, const char* list);
+
+}  // namespace lanefeed_tool
