@@ -86,11 +86,5 @@ TEST_F(TimelineProvider, KeepsWhatOnlyOneOfTwoForestsHas) {
     EXPECT_TRUE(m_log.empty());
 }
 
-TEST_F(TimelineProvider, AnswersBarsAndTasksQuietly) {
-    EXPECT_FALSE(m_timeline->getIntervalData(request(), m_forest, nullptr));
-    EXPECT_FALSE(m_timeline->getTaskData(request(), m_forest, nullptr));
-    EXPECT_TRUE(m_log.empty());
-}
-
 }  // namespace
 }  // namespace lanefeed_test
