@@ -9,6 +9,11 @@ namespace {
 
 using Kind = MarkPayload::Kind;
 
+void skipBlanks(std::string_view& text) {
+    while (!text.empty() && text.front() == ' ')
+        text.remove_prefix(1);
+}
+
 // "B|..." or, for an end, also the letter alone.
 bool beginsMark(std::string_view text, Kind& kind) {
     if (text.empty() || (text.size() > 1 && text[1] != '|')) return false;
@@ -66,15 +71,14 @@ void parseText(std::string_view text, MarkPayload& out) {
 }  // namespace
 
 bool parseMark(std::string_view text, MarkPayload& out) {
+    constexpr std::string_view kWriter = "tracing_mark_write:";
     out = MarkPayload();
-    while (!text.empty() && text.front() == ' ')
-        text.remove_prefix(1);
-    if (beginsMark(text, out.kind)) return parseFields(text, out);
-    const std::size_t colon = text.find(": ");
-    if (colon != std::string_view::npos && text.find(' ') == colon + 1 &&
-        beginsMark(text.substr(colon + 2), out.kind)) {
-        return parseFields(text.substr(colon + 2), out);
+    skipBlanks(text);
+    if (text.substr(0, kWriter.size()) == kWriter) {
+        text.remove_prefix(kWriter.size());
+        skipBlanks(text);
     }
+    if (beginsMark(text, out.kind)) return parseFields(text, out);
     out.kind = Kind::text;
     parseText(text, out);
     return !out.name.empty();

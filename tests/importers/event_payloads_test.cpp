@@ -114,6 +114,7 @@ TEST(EventPayloadsTest, readsMarks) {
         {"S|5|load|cookie 7", "S|5|load|cookie 7"},
         {"F|5|load|cookie 7", "F|5|load|cookie 7"},
         {"tracing_mark_write: B|1|n", "B|1|n|"},  // trace-cmd report
+        {"tracing_mark_write: hello: x", "t|-1|hello|x"},
         {" E", "E|-1||"},
         {"C|1|n", "no"},
         {"S|1|n|", "no"},
