@@ -1,20 +1,11 @@
 // The shipped viewpoints, and the example of the documentation, on a small result: the parser finds
 // nothing to say, every layer can be shown, and the series are those that the trace was written
 // with.
-#include "session/shipped_viewpoints.h"
-
+#include "agreement/viewpoint_result.h"
 #include "idicerprovider.h"
-#include "session/open_result.h"
 #include "support/captured_log.h"
 #include "support/fake_queries.h"
 #include "support/table_text.h"
-#include "support/temp_directory.h"
-#include "support/trace_text.h"
-#include "viewpointparser.h"
-
-#include <basekit2/variant_bag.h>
-
-#include <gtest/gtest.h>
 
 #include <map>
 #include <sstream>
@@ -27,14 +18,6 @@ using lanefeed_1::DicerDataSource;
 using lanefeed_1::IDicerProvider;
 using lanefeed_1::TLViewpointParser;
 
-class HostParser : public TLViewpointParser {
-public:
-    std::string getString(const std::string& key,
-                          const platkit_2_18::generic::varg_list& /*args*/) override {
-        return lanefeed_1::getString(key);
-    }
-};
-
 const char* const kTrace = R"(
     process app
     thread main  0..50 outer@ui  10..20 inner@io  60..70 inner@io
@@ -44,35 +27,9 @@ const char* const kTrace = R"(
     counter free  0=1
     marker main 5 tick)";
 
-class ShippedViewpoints : public ::testing::Test {
+class ShippedViewpoints : public ::testing::Test, protected ViewpointResult {
 protected:
-    void SetUp() override {
-        writeTraceText(m_directory.file("t.lft"), kTrace);
-        lanefeed_runtime::OpenOptions options;
-        options.queryFiles = {example("categories.queries.xml")};
-        lanefeed_runtime::OpenOutcome outcome;
-        m_result = lanefeed_runtime::openResult(m_directory.file("t.lft"), options, outcome);
-        ASSERT_TRUE(outcome.isOpened()) << outcome.text;
-        ASSERT_TRUE(dataface_1::lookup(m_result, m_library));
-    }
-
-    static std::string example(const std::string& name) {
-        return LANEFEED_SOURCE_DIR "/examples/viewpoints/" + name;
-    }
-
-    void parse(const basekit2::variant_bag_t& viewpoint) {
-        m_parser = HostParser();  // one parser takes one ruler
-        m_logger = basekit2::make_object<lanefeed_1::ParseLogger>();
-        m_parser.parseViewpoint(viewpoint, m_library, nullptr, m_result, m_logger);
-    }
-    void parseShipped(const std::string& name) {
-        basekit2::variant_bag_t bag;
-        std::string error;
-        ASSERT_TRUE(lanefeed_runtime::readViewpoint(lanefeed_runtime::shippedViewpointText(name),
-                                                    bag, error))
-            << error;
-        parse(bag);
-    }
+    ShippedViewpoints() : ViewpointResult(kTrace) {}
 
     // A layer over the whole trace: one tree for each row, in `rows`. The answer is what went
     // wrong, empty for nothing.
@@ -152,12 +109,6 @@ protected:
         row->getContent(columnNamed(rows, "name"), dataface_1::ccValue, name);
         return name.get<std::string>();
     }
-
-    TempDirectory m_directory;
-    sptr_t<dataface_1::IInputData> m_result;
-    sptr_t<dataface_1::IQueryLibrary> m_library;
-    sptr_t<lanefeed_1::ParseLogger> m_logger;
-    HostParser m_parser;
 };
 
 TEST_F(ShippedViewpoints, ParseWithoutAWord) {
@@ -269,9 +220,7 @@ TEST_F(ShippedViewpoints, AFilterChangesRowsAndSeriesAlikeUntilItIsCleared) {
 
 TEST_F(ShippedViewpoints, TheExampleOfTheDocumentationWorks) {
     const CapturedLog log;
-    basekit2::variant_bag_t bag;
-    ASSERT_TRUE(is_success(load_variant_bag2(bag, example("categories.xml"), "viewpoint")));
-    parse(bag);
+    parseExample("categories.xml");
     EXPECT_FALSE(m_logger->hasMessages());
     EXPECT_TRUE(log.empty());
     const TLViewpointParser::RowSet& rowSet = m_parser.m_areas.at(0).rowSets.at(0);
