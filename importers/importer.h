@@ -94,7 +94,7 @@ public:
 
     // As stored with the result.
     virtual std::string_view name() const = 0;
-    // For people, behind "known are": what it reads and what makes such a file.
+    // For people, in a list of formats: what it reads and what makes such a file.
     virtual std::string_view description() const = 0;
     // By the first unpacked bytes of a file, at most a few kilobytes.
     virtual bool accepts(std::string_view head) const = 0;
@@ -108,7 +108,7 @@ public:
 // All formats, in the order in which they are asked.
 const std::vector<std::unique_ptr<Importer>>& importers();
 
-// The descriptions of all of them, as the end of a sentence.
+// The descriptions of all of them, in one line.
 std::string knownFormats();
 
 ImportOutcome importTrace(const ImportRequest& request);

@@ -135,9 +135,10 @@ ImportOutcome importTrace(const ImportRequest& request) {
     if (!source) return outcome;
     const Importer* importer = importerFor(*source);
     if (!importer) {
-        outcome.error = ImportError::badInput(
-            fmt::format("{}: no known trace format at byte 0; known are {}, plain or as .gz",
-                        request.source, knownFormats()));
+        outcome.error = ImportError::badInput(fmt::format(
+            "{}: no known trace format at byte 0; give a trace of one of these, plain or "
+            "as .gz: {}",
+            request.source, knownFormats()));
         return outcome;
     }
     WriterOptions writing;

@@ -14,6 +14,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <functional>
+#include <importer.h>
 #include <iostream>
 #include <limits>
 #include <map>
@@ -79,7 +80,8 @@ CLI::App* addImport(CLI::App& app, ImportOptions& options) {
     verb->add_flag("--no-args", options.noArgs, "Leave the arguments of events out");
     verb->add_flag("--force", options.force, "Replace a result that was made from another trace");
     addFormat(*verb, options.format);
-    verb->footer("Example: lanefeed import build.json.gz -o build.lft");
+    verb->footer("Reads, plain or as .gz: " + lanefeed_importers::knownFormats() +
+                 "\nExample: lanefeed import build.json.gz -o build.lft");
     return verb;
 }
 

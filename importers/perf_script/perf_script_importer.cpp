@@ -14,8 +14,8 @@ namespace lanefeed_importers {
 namespace {
 
 constexpr const char* kRecording =
-    "record with: perf record -a -e sched:sched_switch,sched:sched_wakeup,sched:sched_wakeup_new,"
-    "sched:sched_migrate_task,irq:* and print with: perf script --ns -F "
+    "record with: perf record -a -e 'sched:sched_switch,sched:sched_wakeup,sched:sched_wakeup_new,"
+    "sched:sched_migrate_task,irq:*' and print with: perf script --ns -F "
     "comm,pid,tid,cpu,time,event,trace";
 
 // Lines of another text that are read before it is refused.

@@ -105,7 +105,7 @@ TEST_F(PerfScriptTest, tellsWhatATextLacksAndHowToRecord) {
     }
     // no format at all: those that there are
     const std::string told = refusal("Dear diary,\ntoday [000] 1.5\n");
-    EXPECT_NE(told.find("no known trace format at byte 0; known are trace events"),
+    EXPECT_NE(told.find("at byte 0; give a trace of one of these, plain or as .gz: trace events"),
               std::string::npos);
     EXPECT_NE(told.find("perf script"), std::string::npos);
     EXPECT_NE(told.find("trace-cmd"), std::string::npos);
