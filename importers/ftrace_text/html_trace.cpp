@@ -72,7 +72,9 @@ bool HtmlTrace::takeUntil(std::string_view mark, std::string_view line, std::str
 bool HtmlTrace::takeJavaScript(std::string_view line, std::string_view& text) {
     text = line;
     if (endsWith(text, kLineEnd)) text.remove_suffix(kLineEnd.size());
-    if (text.find_first_of("\\\"") == std::string_view::npos) return true;
+    const bool plain =
+        text.find('\\') == std::string_view::npos && text.find('"') == std::string_view::npos;
+    if (plain) return true;
     m_text.clear();
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '"') {  // of the text
