@@ -40,6 +40,20 @@ bool isLoss(std::string_view text, std::uint64_t& events) {
     return lost ? inside == " EVENTS" : inside == " EVENTS DROPPED" || inside == "EVENTS DROPPED";
 }
 
+bool isNumber(std::string_view text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+// What trace-cmd prints before the events: "version = 7", "CPU 3 is empty", "cpus=4".
+bool isHeader(std::string_view text) {
+    constexpr std::string_view kEmpty = " is empty";
+    if (text.substr(0, 5) == "cpus=") return isNumber(text.substr(5));
+    if (text.substr(0, 10) == "version = ") return isNumber(text.substr(10));
+    if (text.substr(0, 4) != "CPU " || text.size() <= kEmpty.size() + 4) return false;
+    return text.substr(text.size() - kEmpty.size()) == kEmpty &&
+           isNumber(text.substr(4, text.size() - 4 - kEmpty.size()));
+}
+
 // As one short line.
 std::string shown(std::string_view text) {
     constexpr std::size_t kLength = 160;
@@ -75,6 +89,10 @@ bool FtraceLines::event(std::string_view text, const TextLine& line, SchedulerTr
 }
 
 bool FtraceLines::leaveOut(std::string_view text, const TextLine& line, SchedulerTrace& trace) {
+    if (isHeader(text)) {
+        trace.header();
+        return true;
+    }
     std::uint64_t lost = 0;
     if (isLoss(text, lost)) {
         trace.skip("lostEvents");
@@ -124,8 +142,8 @@ bool hasTraceLines(std::string_view head) {
         const std::size_t end = head.find('\n');
         std::string_view line = head.substr(0, end);
         head.remove_prefix(end == std::string_view::npos ? head.size() : end + 1);
-        if (line.substr(0, 8) == "# tracer" || line.substr(0, 5) == "cpus=") return true;
         if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+        if (line.substr(0, 8) == "# tracer" || isHeader(line)) return true;
         // Also in columns that are refused, for the message to speak of this format.
         if (line.find(" sched_switch: ") != std::string_view::npos || parseTraceLine(line, event)) {
             return true;

@@ -26,6 +26,13 @@ struct EventHead {
     std::string_view comm;  // empty if the line doesn't tell
 };
 
+// Why lines are left out, as stored with a result.
+namespace skip_reasons {
+inline constexpr std::string_view kNoEvent = "noEvent";        // no line of this format
+inline constexpr std::string_view kBadPayload = "badPayload";  // an event that isn't understood
+inline constexpr std::string_view kHeader = "header";          // of the text, such as "cpus=2"
+}  // namespace skip_reasons
+
 // What the events of a scheduler trace mean, whatever text they come from: the rows of the result
 // and its facts. Takes events in the order of the file, in which each core's are in order of time;
 // those that aren't are counted and never make an interval that ends before it begins. Keeps what
@@ -48,6 +55,11 @@ public:
     void event(std::string_view name, const EventHead& head);
     // A line that is no event, or whose event is not understood after event() was called.
     void skip(std::string_view reason) { m_skipped.add(reason); }
+    // A line that is no event and never was meant to be one.
+    void header() {
+        m_skipped.add(skip_reasons::kHeader);
+        ++m_headers;
+    }
 
     // Reads the payload of any event but a mark and calls what it says below; counts a payload that
     // isn't understood as left out, and answers false.
@@ -75,7 +87,8 @@ public:
 
     std::uint64_t events() const { return m_events; }
     const MarkRows& marks() const { return m_marks; }
-    std::uint64_t skipped() const { return m_skipped.total(); }
+    // But headers.
+    std::uint64_t skipped() const { return m_skipped.total() - m_headers; }
     std::uint64_t clockJumps() const { return m_clockJumps; }
     std::uint64_t backwardSpans() const {
         return m_lanes.backwardSpans() + m_marks.backwardSpans();
@@ -101,6 +114,7 @@ private:
     CoreLanes m_lanes;
     MarkRows m_marks;
     CountsByName m_skipped;
+    std::uint64_t m_headers = 0;
     CountsByName m_kinds;
     EventHead m_now;
     std::uint32_t m_task = 0;  // of m_now
@@ -112,11 +126,5 @@ private:
     std::uint64_t m_migrations = 0;
     int m_wakeupFlow = -1;  // row in dd_flow
 };
-
-// Why lines are left out, as stored with a result.
-namespace skip_reasons {
-inline constexpr std::string_view kNoEvent = "noEvent";        // no line of this format
-inline constexpr std::string_view kBadPayload = "badPayload";  // an event that isn't understood
-}  // namespace skip_reasons
 
 }  // namespace lanefeed_importers

@@ -59,9 +59,7 @@ std::string FtraceText::content() const {
             text += "\n";
         }
     }
-    for (const std::string_view key : {fact_keys::kEvents, fact_keys::kSkipped})
-        text += fact(key) + "\n";
-    return text;
+    return text + fact(fact_keys::kEvents);
 }
 
 struct Event {
@@ -154,7 +152,7 @@ TEST_F(FtraceText, saysTheSameInEveryDialect) {
         replaced(replaced(replaced(printed(kPlain), "&", "&amp;"), "<", "&lt;"), ">", "&gt;");
     const std::pair<const char*, std::string> dialects[] = {
         {"carriage returns", replaced(header + printed(kPlain), "\n", "\r\n")},
-        {"trace-cmd", shortened(printed(kPlain))},
+        {"trace-cmd", "version = 7\nCPU 1 is empty\ncpus=2\n" + shortened(printed(kPlain))},
         // Without processes, which the marks tell too.
         {"old kernel",
          replaced(printed("{0}   [{2:03}] {3}: {4}: {5}"), "tracing_mark_write", "0")},
@@ -210,7 +208,9 @@ TEST_F(FtraceText, refusesTextsItCannotRead) {
         "; record with `trace-cmd record -e sched_switch -e sched_wakeup -e sched_wakeup_new "
         "-e sched_migrate_task -e irq` and give what `trace-cmd report` prints";
     EXPECT_EQ(refusal("cpus=2\nls-4734 106439.675591: sched_switch: a:1 [0] R ==> b:2 [0]\n"),
-              "line 1 is no event of a kernel trace: \"cpus=2\"" + remedy);
+              "line 2 is no event of a kernel trace: \"ls-4734 106439.675591: sched_switch: a:1 "
+              "[0] R ==> b:2 [0]\"" +
+                  remedy);
     EXPECT_EQ(
         refusal("# tracer: x\n\n [002] ls-4734 1.5: sched_switch: a\tb" + std::string(200, 'x')),
         "line 3 is no event of a kernel trace: \" [002] ls-4734 1.5: sched_switch: a b" +
