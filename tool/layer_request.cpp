@@ -25,7 +25,7 @@ std::string title(const ChosenLayer& layer) {
 
 // What a message says without the place in the library's sources.
 std::string reasonOf(const std::string& message) {
-    return message.substr(0, message.find(", at file: "));
+    return message.empty() ? "it gave no reason" : message.substr(0, message.find(", at file: "));
 }
 
 // A request that failed. It is none when filters or the values that the layer is narrowed to leave
@@ -57,6 +57,12 @@ void checkFailure(Session& session,
                   fmt::format("{} of {} could not be read: {}; 'lanefeed viewpoint --check' tells "
                               "what is wrong in a viewpoint, --log debug what was asked",
                               title(layer), session.resultName(), reason));
+}
+
+// Series answer false without a word for a window without data; bars and lines never do.
+bool isFailure(LayerKind kind, const HeldLog& log) {
+    if (kind == LayerKind::series) return false;
+    return kind != LayerKind::counts || !log.firstError().empty();
 }
 
 // What the library logs of an answer that is good otherwise, said once for a layer.
@@ -94,7 +100,7 @@ bool serve(Session& session,
     stats.leftOut = after.leftOut - before.leftOut;
     if (isServed) {
         noteGaps(layer, log);
-    } else if (kindOf(*layer.info) != LayerKind::series && !log.firstError().empty()) {
+    } else if (isFailure(kindOf(*layer.info), log)) {
         checkFailure(session, area, layer, window, log);
     }
     return isServed;
