@@ -4,8 +4,6 @@
 
 #include "bars.h"
 
-#include "area_view.h"
-
 namespace lanefeed_tool {
 
 namespace {
@@ -23,6 +21,17 @@ std::optional<u32_t> colorOf(ITableRow& row) {
 }
 
 }  // namespace
+
+std::vector<RowInfo> barRows(const AreaView& area, const LayerInfo& layer) {
+    RowInfo all;
+    all.id = -1;
+    all.name = "all rows";
+    if (!isOnRows(layer)) return {all};
+    std::vector<RowInfo> rows;
+    for (const int position : area.order())
+        rows.push_back(area.rows()[static_cast<std::size_t>(position)]);
+    return rows;
+}
 
 LayerBars::LayerBars(Session& session,
                      AreaView& area,

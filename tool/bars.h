@@ -1,5 +1,6 @@
 #pragma once
 
+#include "area_view.h"
 #include "layer_request.h"
 #include "named_cells.h"
 
@@ -13,7 +14,6 @@
 
 namespace lanefeed_tool {
 
-class AreaView;
 class Session;
 
 // An instance as it is drawn, with neighbours that fall into the same cell of row, depth, series
@@ -29,8 +29,11 @@ struct Bar {
     int depth = 0;
     std::vector<Bar> children;  // the first of the neighbours
 
-    std::uint64_t countedOnly() const { return count - children.size(); }
+    const std::vector<Bar>& others() const { return children; }
 };
+
+// The rows of a layer of bars in their order; markers for all rows stand on one without an id.
+std::vector<RowInfo> barRows(const AreaView& area, const LayerInfo& layer);
 
 // The bars of one layer of intervals or tasks.
 class LayerBars {

@@ -266,6 +266,14 @@ CLI::App* addCounts(CLI::App& app, ViewOptions& options) {
     return verb;
 }
 
+CLI::App* addReport(CLI::App& app, ViewOptions& options) {
+    CLI::App* verb = addLayerVerb(app, options, "report",
+                                  "Print all layers of an area as tables, a line for each bucket, "
+                                  "bar or line");
+    verb->footer("Example: lanefeed report build.lft --bins 10 --format csv > build.csv");
+    return verb;
+}
+
 CLI::App* addTooltip(CLI::App& app, ViewOptions& view, TooltipOptions& options) {
     CLI::App* verb = app.add_subcommand("tooltip", "Tell about what is under the pointer");
     verb->add_option("result", view.result, "Result file")->required()->option_text("NAME.lft");
@@ -368,6 +376,7 @@ int runCommandLine(int count, const char* const* arguments) {
     verbs.emplace_back(addTasks(app, view), [&view] { return runTasks(view); });
     verbs.emplace_back(addTransitions(app, view), [&view] { return runTransitions(view); });
     verbs.emplace_back(addCounts(app, view), [&view] { return runCounts(view); });
+    verbs.emplace_back(addReport(app, view), [&view] { return runReport(view); });
     verbs.emplace_back(addTooltip(app, view, tooltip), [&] { return runTooltip(view, tooltip); });
 
     checkVerb(app, count, arguments);

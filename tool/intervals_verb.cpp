@@ -17,26 +17,6 @@ namespace lanefeed_tool {
 
 namespace {
 
-void add(LayerStats& stats, const std::vector<Bar>& bars) {
-    stats.drawn += bars.size();
-    for (const Bar& bar : bars) {
-        stats.children += bar.children.size();
-        stats.countedOnly += bar.countedOnly();
-    }
-}
-
-// The rows of a layer in their order; markers of all rows stand on one that is none of them.
-std::vector<RowInfo> rowsOf(const AreaView& area, const LayerInfo& layer) {
-    RowInfo all;
-    all.id = -1;
-    all.name = "all rows";
-    if (!isOnRows(layer)) return {all};
-    std::vector<RowInfo> rows;
-    for (const int position : area.order())
-        rows.push_back(area.rows()[static_cast<std::size_t>(position)]);
-    return rows;
-}
-
 void print(BarPrinter& printer,
            LayerBars& bars,
            const std::vector<RowInfo>& rows,
@@ -45,7 +25,7 @@ void print(BarPrinter& printer,
     for (const RowInfo& row : rows) {
         const std::vector<Bar> drawn = bars.row(std::max(row.id, 0));
         printer.row(row, drawn);
-        add(account, drawn);
+        account.add(drawn);
     }
     printer.endLayer();
 }
@@ -70,7 +50,7 @@ int runBars(const ViewOptions& options, LayerKind kind) {
         account.title = {kind, options.area, layers[i].index, layerName(*layers[i].info),
                          "",   window};
         account.serve = answers[i]->stats();
-        print(*printer, *answers[i], rowsOf(area, *layers[i].info), account);
+        print(*printer, *answers[i], barRows(area, *layers[i].info), account);
         answers[i].reset();
         stats.push_back(std::move(account));
     }

@@ -10,14 +10,14 @@
 
 namespace lanefeed_tool {
 
-std::string layerJson(const LayerTitle& title) {
+std::string layerJson(const LayerTitle& title, const std::string& list) {
     const bool isSeries = !title.unit.empty();
     return fmt::format(
         "\n  {{\"area\": {}, \"layer\": {}, \"name\": {}, \"{}\": {}, \"start\": {}, \"end\": {}, "
-        "\"bins\": {}, \"binTicks\": {}, \"rows\": [",
+        "\"bins\": {}, \"binTicks\": {}, {}: [",
         title.area, title.layer, jsonString(title.name), isSeries ? "unit" : "kind",
         jsonString(isSeries ? title.unit : verbOf(title.kind)), title.window.span.start,
-        title.window.span.end, title.window.bins, title.window.binTicks());
+        title.window.span.end, title.window.bins, title.window.binTicks(), list);
 }
 
 std::string rowJson(const RowInfo& row, const char* list) {

@@ -18,9 +18,10 @@ struct LayerTitle {
     LayerWindow window;
 };
 
-// The JSON of a layer up to and with "rows": [, and that of a row up to and with the list named.
-// Series tell their unit, other kinds the name of their kind.
-std::string layerJson(const LayerTitle& title);
+// The JSON of a layer up to and with the bracket of its list, and that of a row likewise. Series
+// tell their unit, other kinds the name of their kind. `list`: the key of the list, in quotes,
+// perhaps with further fields before it.
+std::string layerJson(const LayerTitle& title, const std::string& list = "\"rows\"");
 std::string rowJson(const RowInfo& row, const char* list);
 
 }  // namespace lanefeed_tool

@@ -27,6 +27,8 @@ struct Line {
     int endRow = -1;
     std::uint32_t count = 0;       // further ones
     std::vector<Line> duplicates;  // the first of these
+
+    const std::vector<Line>& others() const { return duplicates; }
 };
 
 // The lines of one layer of transitions, asked for row by row.

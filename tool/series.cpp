@@ -89,6 +89,10 @@ int bucketOf(ITableRow& row, const sptr_t<IColumnInfo>& timeBin, int bins) {
 
 }  // namespace
 
+std::string seriesName(const sptr_t<IColumnInfo>& column) {
+    return namedSeries(column).name;
+}
+
 std::vector<Series> readSeries(const sptr_t<dataface_1::ITableTree>& table,
                                int bins,
                                bool keepZeros) {

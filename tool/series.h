@@ -15,6 +15,9 @@ struct Series {
     std::vector<double> values;      // one per bucket; NaN: no data
 };
 
+// Name of the series that a column holds: the values that it is expanded by, or its query's name.
+std::string seriesName(const basekit2::sptr_t<dataface_1::IColumnInfo>& column);
+
 // Series of one row, in the order of the table's columns; of those of an expansion, the ones that
 // have data. `bins`: buckets that were asked for. With keepZeros a cell of 0 is a value, else it
 // stands for a bucket without data. A null table has no series.

@@ -19,6 +19,16 @@ struct LayerStats {
     std::uint64_t drawn = 0;        // rows of the answer at the top
     std::uint64_t children = 0;     // below them: neighbours in the same cell
     std::uint64_t countedOnly = 0;  // neighbours that only the count of a row tells of
+
+    // Bars or lines of a row: each has a count of others, and of those some as they are.
+    template <class Drawn>
+    void add(const std::vector<Drawn>& all) {
+        drawn += all.size();
+        for (const Drawn& one : all) {
+            children += one.others().size();
+            countedOnly += one.count - one.others().size();
+        }
+    }
 };
 
 // What --stats prints on stderr: JSON, an object for each layer.

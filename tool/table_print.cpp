@@ -3,7 +3,7 @@
 #include "table_print.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <utility>
 
 namespace lanefeed_tool {
 
@@ -52,18 +52,31 @@ std::vector<std::string> header(const TextTable& table) {
 
 }  // namespace
 
+AlignedLines::AlignedLines(std::ostream& out, TextTable table)
+    : m_out(out), m_table(std::move(table)), m_widths(m_table.columns.size()) {
+    measure(header(m_table));
+}
+
+void AlignedLines::measure(const std::vector<std::string>& cells) {
+    for (std::size_t i = 0; i < cells.size(); ++i)
+        m_widths[i] = std::max(m_widths[i], width(cells[i]));
+}
+
+void AlignedLines::printHeader() {
+    print(header(m_table));
+}
+
+void AlignedLines::print(const std::vector<std::string>& cells) {
+    printLine(m_out, m_table, cells, m_widths);
+}
+
 void printAligned(std::ostream& out, const TextTable& table) {
-    const std::vector<std::string> names = header(table);
-    std::vector<std::size_t> widths;
-    for (const std::string& name : names)
-        widths.push_back(width(name));
-    for (const auto& row : table.rows) {
-        for (std::size_t i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], width(row[i]));
-    }
-    printLine(out, table, names, widths);
+    AlignedLines lines(out, {table.columns, {}});
     for (const auto& row : table.rows)
-        printLine(out, table, row, widths);
+        lines.measure(row);
+    lines.printHeader();
+    for (const auto& row : table.rows)
+        lines.print(row);
 }
 
 std::string csvField(const std::string& text) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -20,6 +21,22 @@ struct TextTable {
 
 // Columns aligned by what a terminal shows; control characters of a text are shown as blanks.
 void printAligned(std::ostream& out, const TextTable& table);
+// The same for lines that don't stand in memory: all are measured, then all printed.
+class AlignedLines {
+public:
+    // The rows of the table are not looked at.
+    AlignedLines(std::ostream& out, TextTable table);
+
+    void measure(const std::vector<std::string>& cells);
+    void printHeader();
+    void print(const std::vector<std::string>& cells);
+
+private:
+    std::ostream& m_out;
+    TextTable m_table;
+    std::vector<std::size_t> m_widths;
+};
+
 // Header line, then a line per row; fields quoted where they have to be.
 void printCsv(std::ostream& out, const TextTable& table);
 std::string csvField(const std::string& text);

@@ -149,13 +149,8 @@ LayerStats statsOf(Session& session, AreaView& area, const Answer& answer) {
     stats.serve = answer.lines->stats();
     const auto layer = static_cast<std::size_t>(answer.title.layer);
     stats.census = takeCensus(session, area, area.rowSet()->layers[layer], answer.title.window);
-    for (const RowInfo& row : area.rows()) {
-        for (const Line& line : answer.lines->row(row.id)) {
-            ++stats.drawn;
-            stats.children += line.duplicates.size();
-            stats.countedOnly += line.count - line.duplicates.size();
-        }
-    }
+    for (const RowInfo& row : area.rows())
+        stats.add(answer.lines->row(row.id));
     return stats;
 }
 

@@ -74,6 +74,7 @@ int runIntervals(const ViewOptions& options);
 int runTasks(const ViewOptions& options);
 int runTransitions(const ViewOptions& options);
 int runCounts(const ViewOptions& options);
+int runReport(const ViewOptions& options);
 int runTooltip(const ViewOptions& view, const TooltipOptions& options);
 
 }  // namespace lanefeed_tool
