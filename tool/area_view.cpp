@@ -49,7 +49,7 @@ variant_t sortKey(const variant_t& value) {
 
 }  // namespace
 
-AreaView::AreaView(Session& session, int index) {
+AreaView::AreaView(Session& session, int index) : m_viewpoint(session.viewpoint()) {
     std::vector<TLViewpointParser::Area>& areas = session.viewpoint().m_areas;
     if (index < 0 || index >= static_cast<int>(areas.size())) {
         throw Failure(exitUsage,
@@ -74,6 +74,15 @@ AreaView::AreaView(Session& session, int index) {
         m_rowSource = &m_rowSet->rowBys.front().ds;
     }
     readRows(session, index);
+}
+
+const lanefeed_1::DicerDataSource* AreaView::rowSource(
+    const TLViewpointParser::LayerInfo& layer) const {
+    if (m_rowSource == nullptr) return nullptr;
+    const TLViewpointParser::RowBy picked = m_viewpoint.getLayerRowBy(layer, *m_rowSet, 0);
+    for (const TLViewpointParser::RowBy& row : m_rowSet->rowBys)
+        if (row.ds.m_defaultQuery == picked.ds.m_defaultQuery) return &row.ds;
+    return m_rowSource;
 }
 
 void AreaView::readRows(Session& session, int index) {

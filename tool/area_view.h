@@ -46,6 +46,9 @@ public:
     lanefeed_1::TLViewpointParser::RowSet* rowSet() { return m_rowSet; }
     // Source of the rows, null for an area with one row.
     const lanefeed_1::DicerDataSource* rowSource() const { return m_rowSource; }
+    // The same rows as a layer reaches them: of the alternatives of a grid the one on its table.
+    const lanefeed_1::DicerDataSource* rowSource(
+        const lanefeed_1::TLViewpointParser::LayerInfo& layer) const;
     // By id.
     const std::vector<RowInfo>& rows() const { return m_rows; }
     const std::vector<ValueColumn>& valueColumns() const { return m_values; }
@@ -81,6 +84,7 @@ private:
     basekit2::sptr_t<dataface_1::IColumnInfo> sortColumn(const std::string& name) const;
     std::string columnNames() const;
 
+    lanefeed_1::TLViewpointParser& m_viewpoint;
     lanefeed_1::TLViewpointParser::RowSet* m_rowSet = nullptr;
     const lanefeed_1::DicerDataSource* m_rowSource = nullptr;
     basekit2::sptr_t<lanefeed_1::IDicerProvider> m_provider;

@@ -70,7 +70,7 @@ public:
           m_end(window.span.end + area.firstTick()),
           m_index(area) {
         // Markers of all rows are on none.
-        if (isOnRows(layer)) m_levelNames = rowColumns(area.rowSource());
+        if (isOnRows(layer)) m_levelNames = rowColumns(area.rowSource(layer));
         sptr_t<storelink1::IPerfDatabase> performance;
         if (dataface_1::lookup(session.input(), performance))
             m_database = performance->getDatabase(session.input());

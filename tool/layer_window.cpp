@@ -51,7 +51,7 @@ lanefeed_1::QueryParam requestFor(const LayerInfo& layer,
                                   const LayerWindow& window) {
     lanefeed_1::QueryParam param;
     param.dds = &layer.drawBy.ds;
-    param.rowByDS = isOnRows(layer) ? area.rowSource() : nullptr;
+    param.rowByDS = isOnRows(layer) ? area.rowSource(layer) : nullptr;
     param.colorByDS = &layer.colorBy;
     param.hatchByDS = &layer.hatchBy.ds;
     param.startTime = window.span.start;

@@ -130,14 +130,14 @@ private:
 
 InstanceFinder::InstanceFinder(Session& session,
                                AreaView& area,
-                               std::string table,
+                               const lanefeed_1::TLViewpointParser::LayerInfo& layer,
                                std::vector<std::string> references)
     : m_session(session),
       m_area(area),
       m_database(databaseOf(session)),
-      m_table(std::move(table)),
+      m_table(layer.drawBy.ds.m_table),
       m_references(std::move(references)),
-      m_levels(rowColumns(area.rowSource())) {
+      m_levels(rowColumns(area.rowSource(layer))) {
     if (m_database.is_null())
         throw Failure(exitFailure,
                       session.resultName() + ": it has no database; import the trace again");

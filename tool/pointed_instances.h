@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <vector>
+#include <viewpointparser.h>
 
 namespace lanefeed_tool {
 
@@ -21,15 +22,15 @@ struct PointedInstance {
     std::vector<int> references;
 };
 
-// Finds instances of a table as the filters in force leave them. Throws a Failure when the table
-// can't be read.
+// Finds instances of the table of a layer as the filters in force leave them. Throws a Failure when
+// the table can't be read.
 class InstanceFinder {
 public:
-    // `references`: tables, such as "dd_task", whose rows the instances refer to; the table itself
-    // stands for the instance. Session and area outlive the finder.
+    // Of what a layer draws. `references`: tables, such as "dd_task", whose rows the instances
+    // refer to; the table itself stands for the instance. Session and area outlive the finder.
     InstanceFinder(Session& session,
                    AreaView& area,
-                   std::string table,
+                   const lanefeed_1::TLViewpointParser::LayerInfo& layer,
                    std::vector<std::string> references);
 
     // The instance with an id. Empty when there is none, or none that filters leave.

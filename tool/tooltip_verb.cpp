@@ -252,7 +252,7 @@ int runTooltip(const ViewOptions& view, const TooltipOptions& options) {
     answer.table = layer.drawBy.ds.m_table;
 
     const std::vector<LineSource> sources = lineSources(layer.tooltipBy.ds);
-    const InstanceFinder finder(session, area, answer.table, tablesOf(sources));
+    const InstanceFinder finder(session, area, layer, tablesOf(sources));
     answer.instances = options.id ? instanceWithId(session, finder, answer.table, *options.id)
                                   : instancesAt(area, finder, view, options, answer.table);
     limit(answer, options.limit);

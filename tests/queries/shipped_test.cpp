@@ -97,7 +97,8 @@ TEST(Shipped, EveryDefinitionIsListedWithALineOfHelp) {
 
 TEST(Shipped, ViewpointsNameKnownQueries) {
     EXPECT_THAT(lanefeed_runtime::shippedViewpointNames(),
-                ElementsAre("asynchronous", "counters", "processes", "scheduler", "trace_events"));
+                ElementsAre("asynchronous", "counters", "processes", "scheduler",
+                            "scheduler_processes", "trace_events"));
     for (const sptr_t<IQuery>& query : shownQueries())
         EXPECT_FALSE(IInfoQuery::cast(query).is_null() && IDataQuery::cast(query).is_null() &&
                      IDerivedQuery::cast(query).is_null())

@@ -140,7 +140,7 @@ TEST(ViewpointAuthor, ANewViewpointWorksOnItsResultAsItStands) {
     ScratchFolder folder;
     // The last one has instants on tracks, and a thread that is no row.
     for (const char* trace : {"node20-workers.json", "fuchsia_trace.json.gz", "flow.json.gz",
-                              "catapult-small/nestable_async.json"}) {
+                              "catapult-small/nestable_async.json", "scheduler/perf-script.txt"}) {
         SCOPED_TRACE(trace);
         const std::string result = folder / (std::string(trace).substr(0, 8) + ".lft");
         ASSERT_EQ(runTool({"import", traceFile(trace), "-o", result}).exit, 0);
