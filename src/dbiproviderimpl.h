@@ -28,6 +28,7 @@ class RowSummaryTableTree;
 //   tooltips, attribute values, hatches       dbiproviderimpl_tooltips.cpp
 //   series of an attribute                    dbiproviderimpl_attributes.cpp
 //   lines between rows                        dbiproviderimpl_transitions.cpp
+//   counts                                    dbiproviderimpl_counts.cpp
 //   what is not served                        dbiproviderimpl_unserved.cpp
 //   row summary, visible rows, sorting        dbiproviderimpl_rows.cpp
 //   the row summary of a grid                 dbiproviderimpl_gridrows.cpp
@@ -82,7 +83,7 @@ public:
     // The table form of the base, which the read below would hide.
     using BaseProviderImpl::getTransitionData;
 
-    // --- counts (dbiproviderimpl_unserved.cpp)
+    // --- counts (dbiproviderimpl_counts.cpp); one table per row, null for a row without any
     bool getCountData(const QueryParam& param, Forest& trees) override;
     bool getInstanceCountData(const QueryParam& param, Forest& trees) override;
 
@@ -193,9 +194,13 @@ protected:
     // another level than the bands has none. A cancel is no failure: what was read is the answer.
     bool getTransitionData(const QueryParam& param, std::vector<Transition>& transitions) override;
 
-    // --- counts (dbiproviderimpl_unserved.cpp)
+    // --- counts (dbiproviderimpl_counts.cpp)
+    // False also when no row has a table.
     bool getData(const QueryParam& param, Forest& trees, DataType type);
+    // Whether each instance counts in all its bins, also behind another one of its series.
     bool needMergeData(const QueryParam& param, bool& merge);
+    // Appends the tables of all rows with what one level gives them. The object type of the request
+    // is set; a null row query puts everything on row 0.
     bool getDataForRowLevel(const QueryParam& param,
                             const basekit2::sptr_t<dataface_1::IInfoQuery>& rowQuery,
                             int level,
@@ -258,6 +263,8 @@ protected:
     basekit2::sptr_t<dataface_1::IInfoQuery> m_rowByRestriction;
 
 private:
+    class CountReader;
+
     // Number of the grouping that a grid has by itself.
     static constexpr int kDefaultGrouping = -1;
 

@@ -2,7 +2,7 @@
 // after that a record costs one table read and one multiply-add per level. A restricted level
 // filters both the read of its values and the query of the records, by a filter that is registered
 // under a name of this helper. Asked by DbiProviderImpl::applyExpansionHelper. Tested by
-// tests/unit/expansionhelper_test.cpp, on a store by tests/provider/expansions_test.cpp.
+// tests/provider/expansions_test.cpp.
 
 #include "expansionhelper.h"
 

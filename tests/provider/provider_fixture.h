@@ -22,6 +22,7 @@ class Probe : public Provider {
 public:
     using Provider::addJoinDS;
     using Provider::addRowByDS;
+    using Provider::applyExpansionHelper;
     using Provider::bandToObject;
     using Provider::copyOvertimeData;
     using Provider::createOverTimeQuery;
