@@ -140,9 +140,8 @@ bool hasTraceLines(std::string_view head) {
     TraceLine event;
     while (!head.empty()) {
         const std::size_t end = head.find('\n');
-        std::string_view line = head.substr(0, end);
+        const std::string_view line = head.substr(0, end);
         head.remove_prefix(end == std::string_view::npos ? head.size() : end + 1);
-        if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
         if (line.substr(0, 8) == "# tracer" || isHeader(line)) return true;
         // Also in columns that are refused, for the message to speak of this format.
         if (line.find(" sched_switch: ") != std::string_view::npos || parseTraceLine(line, event)) {

@@ -69,7 +69,7 @@ bool takeTask(std::string_view columns, TraceLine& out) {
     std::size_t at = columns.size();
     while (at > 0 && isDigit(columns[at - 1]))
         --at;
-    if (at == columns.size() || at == 0 || columns[at - 1] != '-') return false;
+    if (at == 0 || columns[at - 1] != '-') return false;
     if (!wholeNumber(columns.substr(at), out.pid)) return false;
     out.name = columns.substr(0, at - 1);
     skipBlanks(out.name);
@@ -159,7 +159,7 @@ bool takeRest(std::string_view text, TraceLine& out) {
 bool parseAt(std::string_view line, std::size_t bracket, TraceLine& out) {
     std::string_view core = line.substr(bracket + 1);
     const std::string_view number = digits(core);
-    if (core.empty() || core.front() != ']' || number.empty()) return false;
+    if (core.empty() || core.front() != ']') return false;
     std::string_view columns = line.substr(0, bracket);
     if (!dropBlanks(columns) || !takeProcess(columns, out.process)) return false;
     return takeTask(columns, out) && wholeNumber(number, out.core) && takeRest(core.substr(1), out);

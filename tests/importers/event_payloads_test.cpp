@@ -61,6 +61,7 @@ TEST(EventPayloadsTest, readsSwitches) {
         {"prev_comm=a prev_pid=1 prev_prio=120", "no"},
         {"next_comm=b next_pid=2 ==> prev_comm=a prev_pid=1 prev_state=S", "no"},
         {"prev_pid=1 prev_state=S next_pid=2", "no"},
+        {"prev_comm=a prev_pid=1 prev_state=S ==> next_comm=b next_pid=2x", "no"},
         {"a:7 [120] R ==> b:8", "no"},
         {"a:7 [120] ==> b:8 [120]", "no"},
         {"prev_comm=a prev_pid=99999999999 prev_state=S ==> next_comm=b next_pid=2", "no"},
@@ -76,6 +77,7 @@ TEST(EventPayloadsTest, readsWakeupsAndMigrations) {
         {"comm=<-transport pid=5851 prio=120", "<-transport|5851|-1"},
         {"POSIX timer 0:44 [120] success=1 CPU:002", "POSIX timer 0|44|2"},
         {"a:44 [120]", "a|44|-1"},
+        {"comm=a pid=1 target_cpu=-7", "a|1|-1"},
         {"comm=a pid= prio=120", "no"},
         {"pid=5 comm=a", "no"},
         {"a:44", "no"},
@@ -124,6 +126,7 @@ TEST(EventPayloadsTest, readsMarks) {
         {"Begin|1|n", "t|-1|Begin|1|n|"},
         {"two words: B|1|n", "t|-1|two words|B|1|n"},
         {"B", "t|-1|B|"},
+        {": x", "t|-1|: x|"},
     };
     for (const auto& [text, expected] : cases)
         EXPECT_EQ(readMark(text), expected) << text;

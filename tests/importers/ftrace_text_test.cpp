@@ -203,13 +203,28 @@ TEST_F(FtraceText, marksBecomeSlicesTracksCurvesAndPoints) {
     }
 }
 
+TEST_F(FtraceText, columnsTellNamesAndProcesses) {
+    importWell(
+        " a-5 (   4) [000] .... 1.0: print: x\n <9>-9 (   4) [000] .... 1.1: print: y\n"
+        " <...>-8 (-----) [000] .... 1.2: print: z\n b c-4 (   4) [000] .... 1.3: print: C||own|1\n"
+        " b c-4 (   4) [000] .... 1.4: print: w\n");
+    EXPECT_EQ(
+        rows("select t.label, p.label from dd_thread t join dd_process p on p.rowid = dd_process "
+             "order by t.sort"),
+        (Rows{{"b c (4)", "b c (4)"},
+              {"a (5)", "b c (4)"},
+              {"thread 9 (9)", "b c (4)"},
+              {"thread 8 (8)", "no process"}}));
+    EXPECT_EQ(cell("select label from dd_counter"), "b c (4) / own");
+}
+
 TEST_F(FtraceText, refusesTextsItCannotRead) {
     const std::string remedy =
         "; record with `trace-cmd record -e sched_switch -e sched_wakeup -e sched_wakeup_new "
         "-e sched_migrate_task -e irq` and give what `trace-cmd report` prints";
-    EXPECT_EQ(refusal("cpus=2\nls-4734 106439.675591: sched_switch: a:1 [0] R ==> b:2 [0]\n"),
-              "line 2 is no event of a kernel trace: \"ls-4734 106439.675591: sched_switch: a:1 "
-              "[0] R ==> b:2 [0]\"" +
+    EXPECT_EQ(refusal("ls-4734 1.5: sched_switch: a:1 [0] R ==> b:2 [0]\n"),
+              "line 1 is no event of a kernel trace: \"ls-4734 1.5: sched_switch: a:1 [0] R ==> "
+              "b:2 [0]\"" +
                   remedy);
     EXPECT_EQ(
         refusal("# tracer: x\n\n [002] ls-4734 1.5: sched_switch: a\tb" + std::string(200, 'x')),
@@ -231,15 +246,18 @@ TEST_F(FtraceText, refusesTextsItCannotRead) {
 }
 
 TEST_F(FtraceText, countsWhatItLeavesOutAndTellsIt) {
-    const std::string event = " a-5 [000] 1.5: print: x\n";
-    const ImportOutcome outcome =
-        import(event + "CPU:0 [LOST 12 EVENTS]\n" + event + " broken\nCPU:1 [3 EVENTS DROPPED]\n" +
-               "CPU:1 [EVENTS DROPPED]\n => schedule\n" + std::string(100'000, 'x') + "\n" +
-               " a-5 [000] 1.6: sched_switch: a:1 [0] R ==> b:2 [0]\n a-5 [000] 1.6: sched_switch: "
-               "a:1 [0\n"
-               " a-5 [000] 1.7: print: C|1|x|y\n a-5 [000] 1.4");
+    const std::string event = " a-5 [000] 1.5: print: x";
+    std::string text = event + "\nCPU:0 [LOST 12 EVENTS]\n" + event +
+                       "\n broken\nCPU:1 [3 EVENTS DROPPED]\nCPU:1 [EVENTS DROPPED]\n"
+                       "CPU:1 [LOST 3 CATS]\n => schedule\n" +
+                       event + std::string(100'000, 'x') +
+                       "\n a-5 [000] 1.6: sched_switch: a:1 [0] R ==> b:2 [0]\n"
+                       " a-5 [000] 1.6: sched_switch: a:1 [0\n a-5 [000] 1.7: print: C|1|x|y\n";
+    for (int i = 0; i < 1000; ++i)
+        text += "no\n";
+    const ImportOutcome outcome = import(text + " a-5 [000] 1.4");
     ASSERT_FALSE(outcome.error.failed()) << outcome.error.text;
-    EXPECT_EQ(fact("skipped"), R"({"badPayload":2,"lostEvents":3,"noEvent":4})");
+    EXPECT_EQ(fact("skipped"), R"({"badPayload":2,"lostEvents":3,"noEvent":1005})");
     EXPECT_EQ(fact("events"), "5");
     ASSERT_EQ(outcome.warnings.size(), 4U);
     EXPECT_EQ(

@@ -11,6 +11,7 @@ namespace {
 // "name|pid|process|core|time|event|payload", or "no event".
 std::string read(std::string_view line) {
     TraceLine out;
+    out.process = 99;
     if (!parseTraceLine(line, out)) return "no event";
     std::string text(out.name);
     for (const std::int64_t number :
@@ -31,7 +32,7 @@ TEST(TraceLineTest, readsTheColumnsOfAllTracers) {
          "ls|4734|-1|2|106439675591000|sched_switch|ls:4734 [120] R ==> a:1 [0]"},
         {"ls-4734  [002] d..2. 1.123456789: bprint: x", "ls|4734|-1|2|1123456789|bprint|x"},
         // trace and trace_pipe, without and with the process
-        {"  bash-1977    [000] .... 17284.993652: sys_close: fd: 3",
+        {"  bash-1977    [000] .... 17284.993652: sys_close: fd: 3  ",
          "bash|1977|-1|0|17284993652000|sys_close|fd: 3"},
         {"<idle>-0     (-----) [006] d.h3   538.064923: cpu_idle: state=2 cpu_id=6\r",
          "<idle>|0|-1|6|538064923000|cpu_idle|state=2 cpu_id=6\r"},
@@ -45,7 +46,7 @@ TEST(TraceLineTest, readsTheColumnsOfAllTracers) {
         {"ksoftirqd-net-x:-1-33 [001] 2.0: e: p", "ksoftirqd-net-x:-1|33|-1|1|2000000000|e|p"},
         {"a [000] 1.0: b-5 [003] 2.0: e: c-6 [004] 3.0: f: g",
          "a [000] 1.0: b|5|-1|3|2000000000|e|c-6 [004] 3.0: f: g"},
-        {"(x)-5 [003] 2.0: e: ", "(x)|5|-1|3|2000000000|e|"},
+        {"(x)-5 [003] 2.0: e:  ", "(x)|5|-1|3|2000000000|e|"},
         {" -5 [003] 2.0: e: p", "|5|-1|3|2000000000|e|p"},
         // digits below nanoseconds are cut
         {"a-1 [000] 0.0: e:", "a|1|-1|0|0|e|"},
@@ -88,6 +89,11 @@ TEST(TraceLineTest, refusesWhatIsNoEvent) {
              "ls-1 [002] 99999999999.0: e: p",  // beyond what a result can hold
              "ls-1 [002] 99999999999999999999.0: e: p",
              "make 12/13 [001] 1025.263185334: sched:sched_switch: prev_comm=make",
+             "ls-1 [002] somewhere 1.0: e: p",
+             "ls-1 2 1.0: e: p",
+             "ls-1 2d..3.abcd 1.0: e: p",
+             "ls- [002] 1.0: e: p",
+             "ls-1 [] 1.0: e: p",
              "ls-1 2d..3 99999999999999999999us : e: p",
          }) {
         EXPECT_EQ(read(line), "no event") << line;
