@@ -1,0 +1,231 @@
+// Counts of a result against a plain count: bin by bin, which instances cover it. On random
+// instances, for any window, number of bins, rows, expansions and kind of count.
+#include "support/random_seed.h"
+#include "support/slice_pane.h"
+#include "support/table_text.h"
+#include "support/temp_directory.h"
+#include "support/trace_text.h"
+#include "timeline/random_instances.h"
+
+#include <dataface_1/query_kinds.h>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+#include <set>
+
+namespace lanefeed_test {
+namespace {
+
+using basekit2::sptr_t;
+using basekit2::u64_t;
+using dataface_1::IColumnInfo;
+using dataface_1::ITableTree;
+using lanefeed_1::IDicerProvider;
+
+constexpr int kBands = 4;
+constexpr int kSpan = 400;
+constexpr char kMergedCount[] = R"(<queryLibrary>
+  <instanceCountQuery id="mergedCount" displayName="Merged">
+    <dbPath>slice_data</dbPath>
+    <displayAttributes timelineMergeDataMode="true"/>
+  </instanceCountQuery>
+</queryLibrary>)";
+
+std::string categoryOf(const Instance& instance) {
+    return "c" + std::to_string((instance.start + instance.end) % 2);
+}
+std::string nameOf(const Instance& instance) {
+    return "a" + std::to_string(std::abs(instance.attr));
+}
+
+// Times of the pane are those of the instances less 1. Every band has one at 0, so that rows are in
+// order of the bands; two processes take them in turn.
+std::vector<Instance> makeTrace(std::mt19937& random, std::string& text) {
+    std::vector<Instance> instances = randomInstances(random, 120, kBands, 3, kSpan);
+    for (int band = kBands; band > 0; --band)
+        instances.insert(instances.begin(), {1, 1, band, 1, 5});
+    for (const Instance& instance : instances) {
+        const std::string band = std::to_string(instance.band);
+        text += "process p" + std::to_string(instance.band % 2) + "\nthread t" + band + " " +
+                std::to_string(instance.start - 1) + ".." + std::to_string(instance.end) + " " +
+                nameOf(instance) + "*" + std::to_string(instance.count) + "@" +
+                categoryOf(instance) + "\n";
+    }
+    return instances;
+}
+
+struct Request {
+    bool byProcess = false;
+    bool merged = false;
+    bool ofInstances = false;
+    int expansions = 0;          // 0 none, 1 by name, 2 by category too
+    std::set<std::string> kept;  // names; empty: all
+    int samplePoint = 0;         // 0: an interval object
+    u64_t start = 0;
+    u64_t end = 0;
+    u64_t bins = 1;
+};
+
+using Cells = std::map<std::string, basekit2::s64_t>;  // "row series bin", without zeros
+
+std::string cellName(std::size_t row, const std::string& series, u64_t bin) {
+    return std::to_string(row) + " " + series + " " + std::to_string(bin);
+}
+
+// Of fine bins, the largest of each ten.
+Cells folded(const Cells& fine) {
+    Cells cells;
+    for (const auto& [name, value] : fine) {
+        const auto at = name.rfind(' ') + 1;
+        basekit2::s64_t& cell =
+            cells[name.substr(0, at) + std::to_string(std::stoull(name.substr(at)) / 10)];
+        cell = std::max(cell, value);
+    }
+    return cells;
+}
+
+struct Answer {
+    bool isServed = false;
+    std::set<std::size_t> rows;  // that an instance belongs to
+    Cells cells;
+};
+
+Answer countPlainly(const std::vector<Instance>& instances, const Request& request) {
+    Answer answer;
+    u64_t bins = request.bins * (request.ofInstances ? 10 : 1);
+    if (request.end - request.start < bins) bins = request.bins;
+    const u64_t width = (request.end - request.start) / bins;
+    if (width == 0) return answer;
+    std::map<std::string, u64_t> lastEnds;
+    for (const Instance& instance : instances) {
+        const u64_t first = (request.samplePoint == 2 ? instance.end : instance.start) - 1;
+        const u64_t last = (request.samplePoint == 1 ? instance.start : instance.end) - 1;
+        if (last < request.start || first > request.end) continue;
+        if (!request.kept.empty() && request.kept.count(nameOf(instance)) == 0) continue;
+        const auto band = static_cast<std::size_t>(instance.band) - 1;
+        const std::size_t row = request.byProcess ? band % 2 : band;
+        std::string series = request.expansions > 0 ? nameOf(instance) : "";
+        if (request.expansions > 1) series += ":" + categoryOf(instance);
+        answer.rows.insert(row);
+        const auto before = lastEnds.find(std::to_string(row) + series);
+        for (u64_t bin = 0; bin < bins; ++bin) {
+            const u64_t low = request.start + bin * width;
+            const u64_t high = low + width - 1;
+            if (first > high || last < low) continue;
+            const u64_t begin = std::max(first, request.start);
+            const bool counted = before != lastEnds.end() && before->second < begin &&
+                                 before->second >= low && begin >= low;
+            if (counted && !request.merged) continue;
+            answer.cells[cellName(row, series, bin)] += request.ofInstances ? 1 : instance.count;
+        }
+        lastEnds[std::to_string(row) + series] = std::min(last, request.end);
+    }
+    answer.isServed = !answer.rows.empty();
+    Cells& cells = answer.cells;
+    if (bins != request.bins) cells = folded(cells);
+    for (auto it = cells.begin(); it != cells.end();)
+        it = it->second == 0 ? cells.erase(it) : std::next(it);
+    return answer;
+}
+
+// The values that a column and those around it are restricted to.
+std::string seriesOf(const sptr_t<IColumnInfo>& column) {
+    const auto vector = dataface_1::IVectorQuery::cast(column->getQuery());
+    const auto info = dataface_1::IInfoQuery::cast(vector->getDefaultQuery());
+    if (info.is_null() || info->getValues(1).at_end()) return "";
+    const std::string outer = seriesOf(column->getParent());
+    return outer + (outer.empty() ? "" : ":") + info->getValues(1).current().get<std::string>();
+}
+
+void readTree(std::size_t row, const sptr_t<ITableTree>& tree, Cells& cells) {
+    const auto columns = allColumns(tree);
+    for (const auto& tableRow : allRows(tree)) {
+        basekit2::variant_t bin;
+        ASSERT_TRUE(tableRow->getContent(columns.front(), dataface_1::ccValue, bin));
+        bool isAny = false;
+        for (std::size_t i = 1; i < columns.size(); ++i) {
+            basekit2::generic_iterator_t<sptr_t<IColumnInfo>> children;
+            columns[i]->getChildren(children, nullptr, false);
+            basekit2::variant_t value;
+            ASSERT_TRUE(tableRow->getContent(columns[i], dataface_1::ccValue, value));
+            isAny = isAny || value.get<basekit2::s64_t>() > 0;
+            if (!children.at_end() || value.get<basekit2::s64_t>() == 0) continue;
+            const std::string name = cellName(row, seriesOf(columns[i]), bin.get<u64_t>());
+            ASSERT_TRUE(cells.emplace(name, value.get<basekit2::s64_t>()).second) << name;
+        }
+        ASSERT_TRUE(isAny) << "a row of zeros";
+    }
+}
+
+Answer ask(SlicePane& pane, const Request& request) {
+    pane.slices.m_defaultQuery = pane.query(request.merged ? "mergedCount" : "sliceCount");
+    pane.slices.m_extras.clear();
+    if (request.expansions > 0)
+        pane.expandBy("sliceName", {request.kept.begin(), request.kept.end()});
+    if (request.expansions > 1) pane.expandBy("sliceCategory");
+    auto param =
+        pane.request(request.start, request.end, static_cast<basekit2::u32_t>(request.bins));
+    param.samplePoint = request.samplePoint;
+    param.objectType = request.samplePoint > 0 ? 1 : 2;
+    std::vector<sptr_t<ITableTree>> forest;
+    Answer answer;
+    answer.isServed = static_cast<IDicerProvider&>(*pane.provider)
+                          .getOverTimeData(param,
+                                           request.ofInstances ? IDicerProvider::otInstanceCount
+                                                               : IDicerProvider::otCount,
+                                           forest);
+    for (std::size_t row = 0; row < forest.size(); ++row) {
+        if (forest[row].is_null()) continue;
+        answer.rows.insert(row);
+        readTree(row, forest[row], answer.cells);
+    }
+    return answer;
+}
+
+Request randomRequest(std::mt19937& random) {
+    Request request;
+    request.byProcess = pick(random, 0, 1) == 1;
+    request.merged = pick(random, 0, 1) == 1;
+    request.ofInstances = pick(random, 0, 1) == 1;
+    request.expansions = pick(random, 0, 2);
+    if (request.expansions > 0 && pick(random, 0, 1) == 1)
+        request.kept = {"a" + std::to_string(pick(random, 1, 3)), "a1"};
+    request.samplePoint = pick(random, 0, 2);
+    request.start = static_cast<u64_t>(pick(random, 0, kSpan));
+    request.end = request.start + static_cast<u64_t>(pick(random, 1, kSpan));
+    request.bins = static_cast<u64_t>(pick(random, 1, 60));
+    return request;
+}
+
+TEST(CountAgreement, WithAPlainCountOfRandomInstances) {
+    std::mt19937 random(randomSeed());
+    const TempDirectory folder;
+    std::ofstream(folder.file("merged.queries.xml")) << kMergedCount;
+    for (int round = 0; round < 3; ++round) {
+        std::string text;
+        const auto instances = makeTrace(random, text);
+        const std::string file = folder.file(std::to_string(round) + ".lft");
+        writeTraceText(file, text);
+        const std::string process = "<rowBy useGridQuery='false' query='process'/>";
+        SlicePane byThread(file, SlicePane::byThread, folder.file("merged.queries.xml"));
+        SlicePane byProcess(file, process, folder.file("merged.queries.xml"));
+        for (int i = 0; i < 100; ++i) {
+            const Request request = randomRequest(random);
+            const Answer answer = ask(request.byProcess ? byProcess : byThread, request);
+            const Answer wanted = countPlainly(instances, request);
+            EXPECT_EQ(answer.isServed, wanted.isServed);
+            EXPECT_EQ(answer.rows, wanted.rows);
+            EXPECT_EQ(answer.cells, wanted.cells);
+            ASSERT_FALSE(testing::Test::HasFailure())
+                << "round " << round << ", " << request.start << ".." << request.end << " in "
+                << request.bins << ", expansions " << request.expansions << ", sample point "
+                << request.samplePoint << (request.byProcess ? " by process" : " by thread")
+                << (request.ofInstances ? ", instances" : "") << (request.merged ? " merged" : "");
+        }
+    }
+}
+
+}  // namespace
+}  // namespace lanefeed_test
