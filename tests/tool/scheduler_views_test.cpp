@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <rapidjson/document.h>
 
 namespace {
@@ -44,6 +45,26 @@ TEST_F(SchedulerViews, EveryTraceIsShownByThreadsAndCores) {
         }
         EXPECT_EQ(runTool({"overtime", m_result, "--area", "2"}).exit, 0) << "an area without rows";
     }
+}
+
+// Colours and series of states are found by the names that imports give them.
+TEST_F(SchedulerViews, StatesHaveTheirColoursAndCounts) {
+    import("perf-script.txt");
+    std::map<std::string, std::string> colors;
+    const Document bars = json({"intervals", "--layer", "0", "--bins", "5000"});
+    for (const Value& row : bars[0]["rows"].GetArray())
+        for (const Value& bar : row["intervals"].GetArray())
+            colors[bar["name"].GetString()] =
+                bar["color"].IsString() ? bar["color"].GetString() : "none";
+    EXPECT_EQ(colors, (std::map<std::string, std::string>{{"Running", "#2e7d32"},
+                                                          {"Runnable", "#ffb300"},
+                                                          {"Sleeping", "#cfd8dc"},
+                                                          {"Blocked", "#c62828"}}));
+    const Document counts = json({"counts", "--area", "2", "--layer", "1"});
+    const Value& series = counts[0]["rows"][0]["series"];
+    ASSERT_EQ(series.Size(), 2U);
+    EXPECT_STREQ(series[0]["name"].GetString(), "Running");
+    EXPECT_STREQ(series[1]["name"].GetString(), "Runnable");
 }
 
 // Time on cores belongs to bands of cores; the grid reaches threads by what runs there.
