@@ -29,13 +29,14 @@ auto trackOrder(const Track& track) {
     return std::make_tuple(track.sort.value_or(0), idOrder(track.id));
 }
 
+// Numbers of the tracks that have the mark.
 template <class Track>
-std::vector<std::uint32_t> timedOnes(const std::vector<Track>& tracks) {
-    std::vector<std::uint32_t> timed;
+std::vector<std::uint32_t> marked(const std::vector<Track>& tracks, bool Track::*mark) {
+    std::vector<std::uint32_t> numbers;
     for (std::uint32_t i = 0; i < tracks.size(); ++i) {
-        if (tracks[i].timed) timed.push_back(i);
+        if (tracks[i].*mark) numbers.push_back(i);
     }
-    return timed;
+    return numbers;
 }
 
 }  // namespace
@@ -80,7 +81,7 @@ std::uint32_t TrackNames::timedThread(std::string_view processId, std::string_vi
 }
 
 std::vector<std::uint32_t> TrackNames::processOrder() const {
-    std::vector<std::uint32_t> order = timedOnes(m_processes);
+    std::vector<std::uint32_t> order = marked(m_processes, &Process::timed);
     std::sort(order.begin(), order.end(), [this](std::uint32_t a, std::uint32_t b) {
         return trackOrder(m_processes[a]) < trackOrder(m_processes[b]);
     });
@@ -88,7 +89,7 @@ std::vector<std::uint32_t> TrackNames::processOrder() const {
 }
 
 std::vector<std::uint32_t> TrackNames::threadOrder() const {
-    std::vector<std::uint32_t> order = timedOnes(m_threads);
+    std::vector<std::uint32_t> order = marked(m_threads, &Thread::hasBand);
     const auto place = [this](std::uint32_t index) {
         const Thread& thread = m_threads[index];
         return std::make_tuple(trackOrder(m_processes[thread.process]), trackOrder(thread));

@@ -28,6 +28,8 @@ public:
         std::string name;
         std::optional<std::int64_t> sort;
         bool timed = false;
+        bool hasBand =
+            false;  // is a row: has events that stand on it, or stood before they were lost
     };
 
     std::uint32_t process(std::string_view id);
@@ -42,8 +44,8 @@ public:
     std::size_t timedProcesses() const { return m_timedProcesses; }
     std::size_t timedThreads() const { return m_timedThreads; }
 
-    // Timed processes and threads in the order in which they are to be shown: by sort index, then
-    // by id; threads within their process.
+    // Timed processes, and threads with a band, in the order in which they are to be shown: by sort
+    // index, then by id; threads within their process.
     std::vector<std::uint32_t> processOrder() const;
     std::vector<std::uint32_t> threadOrder() const;
 

@@ -28,7 +28,6 @@ TrackRows::TrackRows(const TrackNames& tracks, lanefeed_runtime::ResultWriter& w
     : m_tracks(tracks),
       m_writer(writer),
       m_processRows(tracks.processes().size(), -1),
-      m_threadRows(tracks.threads().size(), -1),
       m_threadBands(tracks.threads().size(), -1) {
     addProcesses();
     addThreads();
@@ -63,18 +62,13 @@ void TrackRows::addThreads() {
             {"sort", ++place},
         };
         addNumber(cells, "tid", thread.id);
-        m_threadRows[index] = m_writer.attribute(TableId::thread, key, cells);
+        const int row = m_writer.attribute(TableId::thread, key, cells);
+        m_threadBands[index] = m_writer.band(TableId::thread, row);
     }
 }
 
 std::string TrackRows::ownLabel(std::uint32_t process, const std::string& name) const {
     return cleanText(m_tracks.processLabel(process)) + " / " + name;
-}
-
-int TrackRows::threadBand(std::uint32_t thread) {
-    int& band = m_threadBands[thread];
-    if (band < 0) band = m_writer.band(TableId::thread, m_threadRows[thread]);
-    return band;
 }
 
 int TrackRows::trackBand(std::uint32_t process, const std::string& name) {

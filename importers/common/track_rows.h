@@ -18,11 +18,11 @@ class TrackNames;
 // those of the writer, -1 after one of its failures.
 class TrackRows {
 public:
-    // Adds all processes and threads that have events, in the order in which they are shown.
+    // Adds all processes that have events and all threads that have a band, with these, in the
+    // order in which they are shown. A thread of async events or counters alone is no row.
     TrackRows(const TrackNames& tracks, lanefeed_runtime::ResultWriter& writer);
 
-    // Added to the result when it is first asked for; a thread without instances has no band.
-    int threadBand(std::uint32_t thread);
+    int threadBand(std::uint32_t thread) const { return m_threadBands[thread]; }
     // Of what runs across threads, by process and name.
     int trackBand(std::uint32_t process, const std::string& name);
     // Row of a curve; its band is that of the same row.
@@ -37,8 +37,7 @@ private:
     const TrackNames& m_tracks;
     lanefeed_runtime::ResultWriter& m_writer;
     std::vector<int> m_processRows;  // by number of the process; -1 for those without events
-    std::vector<int> m_threadRows;
-    std::vector<int> m_threadBands;  // -1 as long as nobody asked
+    std::vector<int> m_threadBands;  // by number of the thread; -1 for those without
     std::unordered_map<std::string, int> m_trackBands;
 };
 

@@ -15,7 +15,8 @@ namespace {
 constexpr char kSeparator = '\x1f';
 constexpr std::size_t kMaxArgs = 64 * 1024;
 constexpr std::string_view kInstantPhases = "iIR";
-constexpr std::string_view kKnownPhases = "BEXiIRCbneSTpFstf";
+constexpr std::string_view kThreadPhases = "BEXiIRstf";  // of what stands on a thread
+constexpr std::string_view kTrackPhases = "CbneSTpF";    // on a counter or a track of its own
 
 bool among(std::string_view phases, char phase) {
     return phases.find(phase) != std::string_view::npos;
@@ -69,10 +70,12 @@ bool Collector::timedEvent(const TraceEvent& event, char phase) {
     m_record.thread = m_trace->tracks.timedThread(event.process.key(), event.thread.key());
     if (among(kInstantPhases, phase)) ++m_trace->instants;
     if (phase == 'C') ++m_trace->counterSamples;
-    if (!among(kKnownPhases, phase)) {
+    const bool ofThread = among(kThreadPhases, phase);
+    if (!ofThread && !among(kTrackPhases, phase)) {
         m_trace->counts.skip(reasons::kUnknownPhase);
         return true;
     }
+    if (ofThread) m_trace->tracks.threadAt(m_record.thread).hasBand = true;
     if (!fillRecord(event, time)) return true;
     packRecord(m_record, m_bytes);
     return m_trace->events->add(time, m_bytes);

@@ -42,6 +42,11 @@ std::string createTable(const TableDef& def) {
     return sql + ")";
 }
 
+std::string createIndex(const TableDef& def, std::string_view column) {
+    return "create index " + quoted(std::string(def.name) + "_" + std::string(column)) + " on " +
+           quoted(def.name) + "(" + quoted(column) + ")";
+}
+
 std::string insertRows(const TableDef& def, bool withRowId, int rows) {
     std::string sql = "insert into " + quoted(def.name) + "(";
     std::string values = "(";

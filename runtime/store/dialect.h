@@ -15,6 +15,7 @@ std::string quoted(std::string_view name);
 std::string literal(std::string_view text);
 
 std::string createTable(const TableDef& def);
+std::string createIndex(const TableDef& def, std::string_view column);
 // Inserts `rows` rows with all columns; with or without the leading "rowid".
 std::string insertRows(const TableDef& def, bool withRowId, int rows);
 

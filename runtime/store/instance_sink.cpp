@@ -125,7 +125,10 @@ InstanceSink::Outcome InstanceSink::write(Connection& connection,
         if (!insert.run()) return Outcome::failed;
         left -= static_cast<std::uint64_t>(rows);
     }
-    return Outcome::done;
+    // Lines are asked for row by row, so that a pane would read all of them once for each row.
+    const bool isIndexed =
+        !m_hasSource || connection.run(dialect::createIndex(m_def, columns::kBand));
+    return isIndexed ? Outcome::done : Outcome::failed;
 }
 
 }  // namespace lanefeed_runtime

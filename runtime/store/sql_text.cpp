@@ -139,7 +139,6 @@ std::string SelectText::fieldText(Joins& joins) const {
 
 // Integers stand in the text, so that a long list meets no limit on open values.
 std::string SelectText::setText(Joins& joins, const ValueSet& set, int& parameters) const {
-    const std::string expression = joins.expression(set.path);
     std::string list;
     bool orNull = false;
     for (const basekit2::variant_t& value : set.values) {
@@ -151,9 +150,28 @@ std::string SelectText::setText(Joins& joins, const ValueSet& set, int& paramete
                                      : "$" + std::to_string(++parameters);
         }
     }
+    const bool isInstance = m_catalog.table(m_table).role == TableRole::instance;
+    if (isInstance && !orNull && !list.empty() && !set.path.hops.empty())
+        return referenceText(set.path, list);
+    const std::string expression = joins.expression(set.path);
     std::string text = list.empty() ? "" : expression + " in (" + list + ")";
     if (orNull) text += (text.empty() ? "" : " or ") + expression + " is null";
     return text.empty() ? "1 = 0" : "(" + text + ")";
+}
+
+// Rows whose reference leads to one of the values. The rows that hold those are few and found once;
+// behind a join they would be looked up for every instance, and no index on the reference served.
+std::string SelectText::referenceText(const StorePath& path, const std::string& list) const {
+    const CatalogColumn& reference =
+        m_catalog.table(m_table).columns[static_cast<std::size_t>(path.hops.front())];
+    if (!m_catalog.table(reference.references).inFile) return "1 = 0";
+    Joins joins(m_catalog, reference.references);
+    StorePath rest = path;
+    rest.hops.erase(rest.hops.begin());
+    const std::string expression = joins.expression(rest);
+    return "t0." + dialect::quoted(reference.name) + " in (select t0." +
+           dialect::quoted(columns::kRowId) + joins.fromText() + " where " + expression + " in (" +
+           list + "))";
 }
 
 std::string SelectText::whereText(Joins& joins) const {

@@ -50,6 +50,7 @@ private:
 
     std::string fieldText(Joins& joins) const;
     std::string setText(Joins& joins, const ValueSet& set, int& parameters) const;
+    std::string referenceText(const StorePath& path, const std::string& list) const;
     std::string whereText(Joins& joins) const;
     std::string orderText(Joins& joins) const;
     bool isFileOrder(const Order& order) const;

@@ -151,6 +151,22 @@ TEST_F(ImportRows, threadsAreNamedOrderedAndToldApart) {
     EXPECT_EQ(fact("threads"), "5");
 }
 
+// What stands on a counter or on a track of its own makes no row of the thread that it names; a
+// begin that lost its end does.
+TEST_F(ImportRows, threadsOfOtherTracksAreNoRows) {
+    importEvents(
+        R"({"ph":"C","ts":1,"pid":1,"name":"load","args":{"value":1}},
+                    {"ph":"b","ts":2,"pid":1,"tid":2,"cat":"c","id":7,"name":"load"},
+                    {"ph":"n","ts":2,"pid":1,"tid":3,"cat":"c","id":7,"name":"load"},
+                    {"ph":"e","ts":3,"pid":1,"tid":2,"cat":"c","id":7,"name":"load"},
+                    {"ph":"s","ts":3,"pid":1,"tid":4,"id":1,"name":"f"},{"ph":"f","ts":4,"pid":1,"tid":5,"id":1,"name":"f"},
+                    {"ph":"B","ts":4,"pid":1,"tid":6},{"ph":"N","ts":4,"pid":1,"tid":7},{"ph":"i","ts":5,"pid":1,"tid":8})");
+    EXPECT_EQ(rows("select t.tid from dd_band b join dd_thread t on t.rowid = b.dd_thread"),
+              (Rows{{"4"}, {"5"}, {"6"}, {"8"}}));
+    EXPECT_EQ(cell("select count(*) from dd_thread"), "4");
+    EXPECT_EQ(fact("threads"), "8");
+}
+
 TEST_F(ImportRows, eventsWithoutATimeTakePartInNothing) {
     importEvents(
         R"({"ph":"X","dur":1,"tid":1},{"ph":"X","ts":null,"tid":2},{"ph":"B","ts":"soon","tid":3},
