@@ -112,7 +112,9 @@ private:
             text.resize(args);
         }
         const std::size_t core = text.find('%');
-        if (core != std::string::npos) {
+        const bool isCore = core != std::string::npos && core + 1 < text.size() &&
+                            text.find_first_not_of("0123456789", core + 1) == std::string::npos;
+        if (isCore) {
             row.core = rowId(TableId::core, text.substr(core + 1));
             text.resize(core);
         }
