@@ -38,6 +38,7 @@ void SchedulerTrace::event(std::string_view name, const EventHead& head) {
     ++m_events;
     m_kinds.add(name);
     m_now = head;
+    m_spread.add(head.time);
     m_first = std::min(m_first.value_or(head.time), head.time);
     m_last = m_events == 1 ? head.time : std::max(m_last, head.time);
     m_task = m_tasks.task(head.tid, head.core);
@@ -212,6 +213,9 @@ void SchedulerTrace::setFacts() {
     if (!m_first) return;
     m_writer.setFact(keys::kFirstTime, std::to_string(*m_first));
     m_writer.setFact(keys::kLastTime, std::to_string(m_last));
+    const TimeSpread::Span content = m_spread.content();
+    m_writer.setFact(keys::kContentStart, std::to_string(content.begin));
+    m_writer.setFact(keys::kContentEnd, std::to_string(content.end));
 }
 
 void SchedulerTrace::setMarkFacts() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/counts_by_name.h"
+#include "common/time_spread.h"
 #include "scheduler/core_lanes.h"
 #include "scheduler/event_payloads.h"
 #include "scheduler/mark_rows.h"
@@ -120,6 +121,7 @@ private:
     std::uint32_t m_task = 0;  // of m_now
     std::optional<std::int64_t> m_first;
     std::int64_t m_last = 0;
+    TimeSpread m_spread;
     std::uint64_t m_events = 0;
     std::uint64_t m_clockJumps = 0;
     std::uint64_t m_wakeups = 0;
