@@ -253,9 +253,10 @@ TEST(ShippedLayers, ASchedulerTraceIsShownAsItWasWritten) {
     EXPECT_EQ(result.bars(1, 2), "12..13 timer | ");
     EXPECT_EQ(result.bars(1, 3), "50..60 app / worker/2/app | ");
     // Both cores are busy from 20 to 40, none from 50 to 60; runnable is worker from 15 to 20.
-    EXPECT_EQ(result.counts(2, 0), "0=1 1=1 2=2 3=2 4=1 6=1 7=1 8=1 9=1 ; ");
-    EXPECT_EQ(result.counts(2, 1),
-              "0=1 1=1 2=2 3=2 4=1 6=1 7=1 8=1 9=1 ; 0=0 1=1 2=0 3=0 4=0 6=0 7=0 8=0 9=0 ; ");
+    EXPECT_EQ(result.counts(2, 0),
+              "0=1 1=1 2=1 3=1 4=0 6=1 7=1 8=1 9=1 ; 0=0 1=0 2=1 3=1 4=1 6=0 7=0 8=0 9=0 ; ");
+    EXPECT_EQ(result.counts(2, 1), "0=1 1=1 2=2 3=2 4=1 6=1 7=1 8=1 9=1 ; ");
+    EXPECT_EQ(result.counts(2, 2), "1=0.5 ; ");
     EXPECT_EQ(result.counts(0, 6), "| 1=1 ; ");
 }
 
@@ -266,11 +267,12 @@ TEST(ShippedLayers, ThoseWithoutDataAreLeftOutAndTheOthersServed) {
         const char* viewpoint;
         const char* shown;  // by area
     } kParts[] = {
-        {"state main 0..50 Running", "scheduler",
-         "States, Time by state, Running and runnable||Running and runnable|||"},
+        {"state main 0..50 Running 50..90 Runnable", "scheduler",
+         "States, Time by state, Running and runnable||Mean of runnable threads|||"},
         {"wakeup main 0 worker 40 wake\nwakeup main 50 worker 90 wake", "scheduler",
          "Wakeups, Wakeups per bucket||Wakeups|||"},
-        {"core 0 0..50 main", "scheduler", "|Threads, CPU use, Time by thread|Running threads|||"},
+        {"core 0 0..50 main", "scheduler",
+         "|Threads, CPU use, Time by thread|Running threads, Mean of running threads|||"},
         {"core 0 0..50 -\ninterrupt 0 5..6 timer", "scheduler",
          "|Idle, Interrupts, Time in interrupts||||"},
         {"thread main 0..50 a 60..100 b", "trace_events",

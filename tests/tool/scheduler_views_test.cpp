@@ -48,7 +48,7 @@ TEST_F(SchedulerViews, EveryTraceIsShownByThreadsAndCores) {
 }
 
 // Colours and series of states are found by the names that imports give them.
-TEST_F(SchedulerViews, StatesHaveTheirColoursAndCounts) {
+TEST_F(SchedulerViews, StatesHaveTheirColoursAndSeries) {
     import("perf-script.txt");
     std::map<std::string, std::string> colors;
     const Document bars = json({"intervals", "--layer", "0", "--bins", "5000"});
@@ -60,7 +60,7 @@ TEST_F(SchedulerViews, StatesHaveTheirColoursAndCounts) {
                                                           {"Runnable", "#ffb300"},
                                                           {"Sleeping", "#cfd8dc"},
                                                           {"Blocked", "#c62828"}}));
-    const Document counts = json({"counts", "--area", "2", "--layer", "1"});
+    const Document counts = json({"counts", "--layer", "5"});
     const Value& series = counts[0]["rows"][0]["series"];
     ASSERT_EQ(series.Size(), 2U);
     EXPECT_STREQ(series[0]["name"].GetString(), "Running");
