@@ -20,15 +20,23 @@ std::string jsonQuoted(std::string_view text) {
     return json + '"';
 }
 
+// Most names are one of a handful, and these are found by their length and last letter.
 void CountsByName::add(std::string_view name, std::uint64_t count) {
     if (count == 0) return;
     m_total += count;
-    auto found = m_counts.find(name);
-    if (found == m_counts.end()) {
-        const std::string_view key = m_counts.size() < kMaxNames ? name : kOtherNames;
-        found = m_counts.try_emplace(std::string(key), 0).first;
-    }
-    found->second += count;
+    const std::size_t place =
+        name.empty() ? 0 : name.size() * 7 + static_cast<unsigned char>(name.back());
+    Entry*& recent = m_recent[place % m_recent.size()];
+    if (!recent || recent->first != name) recent = &entryOf(name);
+    recent->second += count;
+}
+
+// The one of the other names when there are too many.
+CountsByName::Entry& CountsByName::entryOf(std::string_view name) {
+    const auto found = m_counts.find(name);
+    if (found != m_counts.end()) return *found;
+    const std::string_view key = m_counts.size() < kMaxNames ? name : kOtherNames;
+    return *m_counts.try_emplace(std::string(key), 0).first;
 }
 
 std::uint64_t CountsByName::of(std::string_view name) const {

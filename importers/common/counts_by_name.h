@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -18,6 +19,10 @@ public:
     static constexpr std::size_t kMaxNames = 1000;
     static constexpr std::string_view kOtherNames = "(other names)";
 
+    CountsByName() = default;
+    CountsByName(const CountsByName&) = delete;
+    CountsByName& operator=(const CountsByName&) = delete;
+
     void add(std::string_view name, std::uint64_t count = 1);
     std::uint64_t of(std::string_view name) const;
     std::uint64_t total() const { return m_total; }
@@ -25,7 +30,13 @@ public:
     std::string json() const;
 
 private:
-    std::map<std::string, std::uint64_t, std::less<>> m_counts;
+    using Counts = std::map<std::string, std::uint64_t, std::less<>>;
+    using Entry = Counts::value_type;
+
+    Entry& entryOf(std::string_view name);
+
+    Counts m_counts;  // its entries never move
+    std::array<Entry*, 32> m_recent{};
     std::uint64_t m_total = 0;
 };
 

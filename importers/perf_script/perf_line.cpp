@@ -5,6 +5,7 @@
 
 #include "common/trace_time.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 
@@ -12,7 +13,6 @@ namespace lanefeed_importers {
 namespace {
 
 constexpr std::int64_t kNsPerSecond = 1'000'000'000;
-constexpr int kFractionDigits = 9;
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
@@ -34,48 +34,76 @@ std::size_t pastDigits(std::string_view text, std::size_t at) {
     return at;
 }
 
-bool toNumber(std::string_view text, std::int32_t& out) {
-    const char* const end = text.data() + text.size();
-    const auto [behind, failure] = std::from_chars(text.data(), end, out);
-    return failure == std::errc() && behind == end && !text.empty();
+std::size_t findFrom(std::string_view line, std::size_t from, char c) {
+    if (from >= line.size()) return std::string_view::npos;
+    const void* const found = std::memchr(line.data() + from, c, line.size() - from);
+    return found ? static_cast<std::size_t>(static_cast<const char*>(found) - line.data())
+                 : std::string_view::npos;
 }
 
-std::string_view trimmed(std::string_view text) {
-    const std::size_t begin = pastBlanks(text, 0);
-    while (text.size() > begin && isBlank(text.back()))
-        text.remove_suffix(1);
-    return text.substr(begin);
+// Nine digits are enough for every id and fit into any int.
+bool toNumber(std::string_view text, std::int32_t& out) {
+    const bool negative = !text.empty() && text.front() == '-';
+    if (negative) text.remove_prefix(1);
+    if (text.empty() || text.size() > 9) return false;
+    out = 0;
+    for (const char c : text) {
+        if (!isDigit(c)) return false;
+        out = out * 10 + (c - '0');
+    }
+    if (negative) out = -out;
+    return true;
+}
+
+// Without the blanks at the end.
+std::size_t beforeBlanks(std::string_view text, std::size_t end) {
+    while (end > 0 && isBlank(text[end - 1]))
+        --end;
+    return end;
+}
+
+// Digits of a whole number that fits into a time as seconds.
+bool readSeconds(std::string_view digits, std::int64_t& seconds) {
+    const char* const end = digits.data() + digits.size();
+    const auto [behind, failure] = std::from_chars(digits.data(), end, seconds);
+    return failure == std::errc() && behind == end && seconds < TraceTime::kLimit / kNsPerSecond;
 }
 
 // "1025.263185334:" at `at`, which is moved past it. Digits below the nanosecond are cut.
 bool readTime(std::string_view line, std::size_t& at, std::int64_t& time) {
     const std::size_t dot = pastDigits(line, at);
-    const std::size_t end = dot < line.size() && line[dot] == '.' ? pastDigits(line, dot + 1) : dot;
-    if (dot == at || end <= dot + 1 || end >= line.size() || line[end] != ':') return false;
-    std::int64_t seconds = 0;
-    const auto [behind, failure] = std::from_chars(line.data() + at, line.data() + dot, seconds);
-    if (failure != std::errc() || seconds > TraceTime::kLimit / kNsPerSecond - 1) return false;
+    if (dot == at || dot >= line.size() || line[dot] != '.') return false;
     std::int64_t fraction = 0;
-    for (int i = 0; i < kFractionDigits; ++i) {
-        const std::size_t place = dot + 1 + static_cast<std::size_t>(i);
-        fraction = fraction * 10 + (place < end ? line[place] - '0' : 0);
+    std::int64_t worth = kNsPerSecond;
+    std::size_t end = dot + 1;
+    for (; end < line.size() && isDigit(line[end]); ++end) {
+        if (worth == 1) continue;
+        worth /= 10;
+        fraction = fraction * 10 + (line[end] - '0');
     }
-    time = seconds * kNsPerSecond + fraction;
+    if (end == dot + 1 || end == line.size() || line[end] != ':') return false;
+    std::int64_t seconds = 0;
+    if (!readSeconds(line.substr(at, dot - at), seconds)) return false;
+    time = seconds * kNsPerSecond + fraction * worth;
     at = end + 1;
     return true;
 }
 
 // "NAME 26734/26735 " or "NAME 26735 ": what stands before the core or, without one, the time.
 bool readTask(std::string_view text, PerfLine& out) {
-    text = text.substr(0, text.find_last_not_of(" \t") + 1);
-    const std::size_t blank = text.find_last_of(" \t");
-    if (blank == std::string_view::npos) return false;
-    const std::string_view ids = text.substr(blank + 1);
-    const std::size_t slash = ids.find('/');
-    out.comm = trimmed(text.substr(0, blank));
+    const std::size_t end = beforeBlanks(text, text.size());
+    std::size_t begin = end;
+    std::size_t slash = end;
+    for (; begin > 0 && !isBlank(text[begin - 1]); --begin) {
+        if (text[begin - 1] == '/') slash = begin - 1;
+    }
+    if (begin == 0) return false;
+    const std::size_t name = pastBlanks(text, 0);
+    out.comm = text.substr(name, std::max(name, beforeBlanks(text, begin)) - name);
     out.pid = PerfLine::kNoPid;
-    if (slash == std::string_view::npos) return toNumber(ids, out.tid);
-    return toNumber(ids.substr(0, slash), out.pid) && toNumber(ids.substr(slash + 1), out.tid);
+    if (slash == end) return toNumber(text.substr(begin, end - begin), out.tid);
+    return toNumber(text.substr(begin, slash - begin), out.pid) &&
+           toNumber(text.substr(slash + 1, end - slash - 1), out.tid);
 }
 
 // "[001] " at `at`, which is moved past it.
@@ -92,22 +120,13 @@ bool readEvent(std::string_view line, std::size_t at, PerfLine& out) {
     at = pastBlanks(line, at);
     const std::size_t period = pastDigits(line, at);
     if (period > at && period < line.size() && isBlank(line[period])) at = pastBlanks(line, period);
-    std::size_t end = at;
-    while (end < line.size() && !isBlank(line[end]))
-        ++end;
-    if (end - at < 2 || line[end - 1] != ':') return false;
+    const std::size_t end = std::min(findFrom(line, at, ' '), line.size());
+    if (end < at + 2 || line[end - 1] != ':') return false;
     out.wholeEvent = line.substr(at, end - at - 1);
     // No subsystem: a sample, whatever its modifiers, such as "cycles:u".
     out.event = out.wholeEvent.substr(out.wholeEvent.find(':') + 1);
     out.payload = line.substr(pastBlanks(line, end));
     return true;
-}
-
-std::size_t findFrom(std::string_view line, std::size_t from, char c) {
-    if (from >= line.size()) return std::string_view::npos;
-    const void* const found = std::memchr(line.data() + from, c, line.size() - from);
-    return found ? static_cast<std::size_t>(static_cast<const char*>(found) - line.data())
-                 : std::string_view::npos;
 }
 
 // Begin of the first "1025.263185:" after a blank; npos without one.

@@ -51,10 +51,14 @@ int AttributeRows::add(Connection& connection,
 }
 
 bool AttributeRows::update(Connection& connection, int id, const Cell& cell) {
-    if (columnIndex(m_def, cell.column) < 0 || id < 1 || id > m_lastId) return false;
-    Statement change =
-        connection.prepare("update " + dialect::quoted(m_def.name) + " set " +
-                           dialect::quoted(cell.column) + " = $1 where \"rowid\" = $2");
+    const int column = columnIndex(m_def, cell.column);
+    if (column < 0 || id < 1 || id > m_lastId) return false;
+    m_updates.resize(m_def.columns.size());
+    Statement& change = m_updates[static_cast<std::size_t>(column)];
+    if (!change) {
+        change = connection.prepare("update " + dialect::quoted(m_def.name) + " set " +
+                                    dialect::quoted(cell.column) + " = $1 where \"rowid\" = $2");
+    }
     if (!change) return false;
     bindValue(change, 1, cell.value);
     change.bind(2, std::int64_t{id});

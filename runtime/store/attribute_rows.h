@@ -39,6 +39,7 @@ private:
 
     const TableDef& m_def;
     Statement m_insert;
+    std::vector<Statement> m_updates;  // by column, as far as they were used
     boost::unordered_map<std::string, int, HashText, SameText> m_ids;
     int m_lastId = 0;
 };
