@@ -1,7 +1,7 @@
 // What the client prints for bundled traces against facts that were found out independently: the
 // facts of a result, and sums of series that must come out whatever the buckets and windows.
 
-#include "tool/run_tool.h"
+#include "tool/answers.h"
 
 #include <gtest/gtest.h>
 
@@ -16,29 +16,8 @@ namespace {
 using rapidjson::Document;
 using rapidjson::Value;
 
-Document parsed(const std::string& text) {
-    Document document;
-    document.Parse(text.c_str());
-    EXPECT_FALSE(document.HasParseError()) << "no JSON: " << text.substr(0, 400);
-    return document;
-}
-
 const char* const kTraces[] = {"node20-workers.json", "uftrace-threads.json.gz", "flow.json.gz",
                                "bazel-profile-with_queuing.json.gz", "fuchsia_trace.json.gz"};
-
-// One import for all tests of a trace.
-class ImportedTrace {
-public:
-    explicit ImportedTrace(const std::string& name) : m_result(m_folder / "trace.lft") {
-        const ToolRun run = runTool({"import", traceFile(name), "-o", m_result});
-        EXPECT_EQ(run.exit, 0) << name << ": " << run.err;
-    }
-    const std::string& result() const { return m_result; }
-
-private:
-    ScratchFolder m_folder;
-    std::string m_result;
-};
 
 Document overtime(const std::string& result,
                   const std::vector<std::string>& options,
