@@ -101,7 +101,8 @@ std::vector<ChosenLayer> chooseLayers(Session& session,
         const LayerKind kind = kindOf(layer);
         const bool isWanted = std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
         std::string why = refusal(session, area, layer);
-        if (why.empty() && isWanted) {
+        const bool isServed = why.empty();
+        if (isServed && isWanted) {
             chosen.push_back({i, &layer});
             continue;
         }
@@ -110,7 +111,7 @@ std::vector<ChosenLayer> chooseLayers(Session& session,
         if (options.layer >= 0) throw Failure(exitUsage, fmt::format("--layer {}: {}", i, text));
         if (isWanted) {
             std::cerr << "lanefeed: note: " << text << "; left out\n";
-        } else {
+        } else if (isServed) {
             std::string& list = others[kind];
             list += (list.empty() ? "" : ", ") + std::to_string(i);
         }

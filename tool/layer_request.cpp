@@ -23,9 +23,14 @@ std::string title(const ChosenLayer& layer) {
     return fmt::format("layer {} ({})", layer.index, layerName(*layer.info));
 }
 
-// What a message says without the place in the library's sources.
+// What a message of a failed check says, without the place in the library's sources. The text that
+// some have behind the condition tells more.
 std::string reasonOf(const std::string& message) {
-    return message.empty() ? "it gave no reason" : message.substr(0, message.find(", at file: "));
+    if (message.empty()) return "it gave no reason";
+    const std::string check = message.substr(0, message.rfind(", at file: "));
+    const std::size_t text = check.find(" '");
+    return text == std::string::npos ? "this does not hold: " + check
+                                     : check.substr(text + 2, check.size() - text - 3);
 }
 
 // A request that failed. It is none when filters or the values that the layer is narrowed to leave
@@ -50,9 +55,9 @@ void checkFailure(Session& session,
         return;
     }
     if (census.read == 0)
-        throw Failure(exitFailure, fmt::format("{}: the table {} of {} is empty ({}); leave the "
-                                               "layer out, or import the trace again",
-                                               title(layer), table, session.resultName(), reason));
+        throw Failure(exitFailure, fmt::format("{}: the table {} of {} is empty; leave the layer "
+                                               "out, or import the trace again",
+                                               title(layer), table, session.resultName()));
     throw Failure(exitFailure,
                   fmt::format("{} of {} could not be read: {}; 'lanefeed viewpoint --check' tells "
                               "what is wrong in a viewpoint, --log debug what was asked",
