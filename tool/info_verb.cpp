@@ -1,6 +1,7 @@
 // lanefeed info: what a result holds and what was left out of it, as the result itself tells it.
 // Tested by tests/tool/series_facts_test.cpp.
 
+#include "fact_table.h"
 #include "failure.h"
 #include "filter_print.h"
 #include "json_text.h"
@@ -25,9 +26,6 @@ namespace lanefeed_tool {
 namespace {
 
 using lanefeed_runtime::ResultFacts;
-
-// A fact with its value as JSON.
-using Fact = std::pair<std::string, std::string>;
 
 // "ticks_per_second" as "ticksPerSecond".
 std::string camelCase(const std::string& key) {
@@ -121,15 +119,15 @@ int runInfo(const ViewOptions& options) {
         printJson(facts);
         return exitOk;
     }
+    if (options.format == Format::table) {
+        printAligned(std::cout, factTable(facts, *lanefeed_runtime::resultFacts(session.input())));
+        return exitOk;
+    }
     TextTable table;
     table.columns = {{"fact", false}, {"value", false}};
     for (const auto& [name, value] : facts)
         table.rows.push_back({name, plainText(value)});
-    if (options.format == Format::csv) {
-        printCsv(std::cout, table);
-    } else {
-        printAligned(std::cout, table);
-    }
+    printCsv(std::cout, table);
     return exitOk;
 }
 
