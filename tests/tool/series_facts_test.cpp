@@ -182,3 +182,56 @@ TEST(SeriesFacts, APauseCarriesNothingAndTheRestStays) {
             EXPECT_EQ(ticks, 0) << "row " << row;
     }
 }
+
+// Facts of scheduler traces, and the time of threads and of idle cores, to the tick.
+TEST(SeriesFacts, SchedulerTracesComeToTheirFacts) {
+    const Document expected = parsed(fileText(traceFile("scheduler/facts.json")));
+    ScratchFolder folder;
+    const std::string viewpoint = folder.write(
+        "v.xml",
+        R"(<viewpoint><area><rowSet><rowBy useGridQuery="false" query="thread"/>)"
+        R"(<layer type="Overtime"><drawBy query="timeByState"/></layer></rowSet></area>)"
+        R"(<area><rowSet><rowBy useGridQuery="false" query="core"/>)"
+        R"(<layer type="Overtime"><drawBy query="idleTime"/></layer></rowSet></area></viewpoint>)");
+    for (const auto& sample : expected.GetObject()) {
+        SCOPED_TRACE(sample.name.GetString());
+        const ImportedTrace trace(std::string("scheduler/") + sample.name.GetString());
+        const Document info = answerOf({"info", trace.result()});
+        for (const char* key : {"switches", "wakeups", "runningIntervals", "runningTotal",
+                                "interruptPairs", "switchesOutOfStep"})
+            EXPECT_EQ(info[key].GetInt64(), sample.value[key].GetInt64()) << key;
+        EXPECT_EQ(info["firstTick"].GetInt64(), sample.value["firstTime"].GetInt64());
+        EXPECT_EQ(info["lastTick"].GetInt64(), sample.value["lastTime"].GetInt64());
+        EXPECT_TRUE(info["skipped"].IsObject());
+
+        const auto sumsOf = [&](const char* area) {
+            std::map<std::string, double> sums;
+            const Document answer = overtime(
+                trace.result(), {"--viewpoint", viewpoint, "--area", area, "--bins", "13"});
+            for (const Value& row : answer[0]["rows"].GetArray()) {
+                for (const Value& series : row["series"].GetArray()) {
+                    double& sum = sums[row["name"].GetString() + std::string(" ") +
+                                       series["name"].GetString()];
+                    for (const Value& value : series["values"].GetArray())
+                        sum += value.IsNull() ? 0 : value.GetDouble();
+                }
+            }
+            return sums;
+        };
+        const auto find = [](const std::map<std::string, double>& sums, const std::string& text) {
+            for (const auto& [name, sum] : sums)
+                if (name.find(text) != std::string::npos) return sum;
+            return -1.0;
+        };
+        const auto states = sumsOf("0");
+        for (const auto& task : sample.value["busiest"].GetObject())
+            EXPECT_EQ(find(states, std::string("(") + task.name.GetString() + ") Running"),
+                      task.value.GetDouble())
+                << task.name.GetString();
+        const auto idle = sumsOf("1");
+        for (const auto& core : sample.value["idle"].GetObject())
+            EXPECT_EQ(find(idle, std::string("core ") + core.name.GetString() + " "),
+                      core.value.GetDouble())
+                << core.name.GetString();
+    }
+}
