@@ -6,9 +6,8 @@
 //   ./request_bench --benchmark_repetitions=9 --benchmark_report_aggregates_only=true
 
 #include "idicerprovider.h"
-#include "store/result_writer.h"
 #include "thread_pane.h"
-#include "traces.h"
+#include "trace_file.h"
 
 #include <benchmark/benchmark.h>
 
@@ -31,7 +30,6 @@ using dataface_1::ITableTree;
 using lanefeed_1::IDicerProvider;
 using lanefeed_bench::Call;
 using lanefeed_bench::Trace;
-using lanefeed_runtime::TableId;
 
 constexpr int kBuckets = 1000;
 constexpr std::size_t kBusyTime = 0;  // layers of that area
@@ -41,38 +39,6 @@ Trace traceOf(std::size_t instances) {
     lanefeed_bench::TraceShape shape;
     shape.instances = instances;
     return lanefeed_bench::makeTrace(shape);
-}
-
-bool writeResult(const Trace& trace, const std::string& file) {
-    lanefeed_runtime::WriterOptions options;
-    options.target = file;
-    options.force = true;
-    lanefeed_runtime::StoreError error;
-    const auto writer = lanefeed_runtime::ResultWriter::create(options, error);
-    if (writer == nullptr) return false;
-    const int process =
-        writer->attribute(TableId::process, "p", {{"name", "p"}, {"pid", 1}, {"sort", 1}});
-    std::vector<int> bands;
-    for (int row = 0; row < trace.shape.rows; ++row) {
-        const std::string name = "t" + std::to_string(row);
-        const int thread = writer->attribute(
-            TableId::thread, name,
-            {{"name", name}, {"tid", row}, {"dd_process", process}, {"sort", row}});
-        bands.push_back(writer->band(TableId::thread, thread));
-    }
-    std::vector<int> names;
-    for (int name = 0; name < trace.shape.names; ++name)
-        names.push_back(writer->named(TableId::task, "call" + std::to_string(name)));
-    for (const Call& call : trace.calls) {
-        lanefeed_runtime::InstanceRow row;
-        row.begin = static_cast<std::int64_t>(call.begin);
-        row.end = static_cast<std::int64_t>(call.end);
-        row.band = bands[static_cast<std::size_t>(call.row)];
-        row.attr = names[static_cast<std::size_t>(call.name)];
-        writer->add(TableId::sliceData, row);
-    }
-    writer->setFact(lanefeed_runtime::result_keys::kTicksPerSecond, "1000000000");
-    return writer->finish();
 }
 
 // A provider bound to the rows of threads.
@@ -141,7 +107,8 @@ struct Stage {
           file((std::filesystem::temp_directory_path() /
                 ("request_bench_" + std::to_string(instances) + ".lft"))
                    .string()) {
-        if (!writeResult(trace, file)) std::fprintf(stderr, "%s: not written\n", file.c_str());
+        if (!lanefeed_bench::writeTraceFile(trace, file))
+            std::fprintf(stderr, "%s: not written\n", file.c_str());
         pane = std::make_unique<Pane>(file);
     }
     ~Stage() {

@@ -2,7 +2,6 @@
 // Tested by tests/store/attribute_retriever_test.cpp.
 #include "store/attribute_retriever.h"
 
-#include "store/path_walk.h"
 #include "store/record_set.h"
 #include "store/sql_text.h"
 
@@ -129,6 +128,12 @@ bool mayBeCached(const CatalogTable& table) {
 }
 
 }  // namespace
+
+std::shared_ptr<const AttributeColumn> readAttributeColumn(StoreSession& session,
+                                                           const StorePath& path) {
+    const std::lock_guard<std::recursive_mutex> lock(session.mutex);
+    return readColumn(session, {path.table, true, path});
+}
 
 std::shared_ptr<const AttributeColumn> readAttributeColumn(StoreSession& session,
                                                            const std::string& path) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "store/path_walk.h"
 #include "store/store_session.h"
 
 #include <storelink1/database.h>
@@ -28,6 +29,8 @@ basekit2::sptr_t<storelink1::IAttributeDataRetriever> makeAttributeRetriever(
     const std::shared_ptr<StoreSession>& session, const std::string& path, AttributeCache* cache);
 
 // The column itself; null when the table or the path is not known or can't be read.
+std::shared_ptr<const AttributeColumn> readAttributeColumn(StoreSession& session,
+                                                           const StorePath& path);
 std::shared_ptr<const AttributeColumn> readAttributeColumn(StoreSession& session,
                                                            const std::string& path);
 

@@ -2,9 +2,12 @@
 // set. Tested by tests/store/record_query_test.cpp and filter_query_test.cpp.
 #include "store/record_query.h"
 
+#include "store/attribute_retriever.h"
+#include "store/dialect.h"
 #include "store/record_set.h"
 #include "store/sql_text.h"
 
+#include <limits>
 #include <set>
 #include <utility>
 
@@ -21,6 +24,17 @@ constexpr const char* kGlobalFilter = "global";
 constexpr int kEquals = 1;
 // Ids are 16-bit and the greatest one stands for none.
 constexpr std::size_t kMostColumns = storelink1::InvalidColIdx;
+// Rows of a table that are held in memory while another one is read: about 3 MB either way.
+constexpr std::int64_t kMostTextsHeld = std::int64_t{1} << 15;
+constexpr std::int64_t kMostNumbersHeld = std::int64_t{1} << 17;
+
+// Row ids count from 1, so this is about how many there are.
+std::int64_t greatestRow(StoreSession& session, int table) {
+    Statement greatest = session.connection->prepare(
+        "select max(\"rowid\") from " + dialect::quoted(session.catalog.table(table).name));
+    const bool known = greatest && greatest.step() == Statement::Step::row;
+    return known ? greatest.integer(0) : std::numeric_limits<std::int64_t>::max();
+}
 
 class RecordQuery : public storelink1::IQuery {
 public:
@@ -55,7 +69,7 @@ public:
         StorePath path;
         if (m_columns.size() >= kMostColumns || !resolve(name, path))
             return storelink1::InvalidColIdx;
-        m_columns.push_back(m_select.addField(path));
+        m_columns.push_back(path);
         return static_cast<u16_t>(m_columns.size() - 1);
     }
 
@@ -76,8 +90,8 @@ public:
     bool addKeyColumn(const std::string& column) override {
         StorePath path;
         if (!resolve(column, path)) return false;
-        m_key = m_select.addField(path);
-        m_isKeyOrdered = m_select.isOrderedBy(path);
+        m_key = path;
+        m_hasKey = true;
         return true;
     }
 
@@ -86,6 +100,9 @@ public:
                                                               std::string& sql) override;
 
 private:
+    // Adds the field that a column is read from.
+    RecordColumn source(const StorePath& path, SelectText& select) const;
+    std::shared_ptr<const AttributeColumn> lookupOf(const StorePath& path) const;
     bool resolve(const std::string& text, StorePath& path) const {
         return resolvePath(m_session->catalog, m_table, text, path);
     }
@@ -95,27 +112,61 @@ private:
     std::set<std::pair<std::string, unsigned>> m_taken;  // names of filters and their changes
     int m_table;
     SelectText m_select;
-    std::vector<int> m_columns;  // field of each column id
+    std::vector<StorePath> m_columns;  // by column id
     unsigned m_conditions = 0;
-    int m_key = -1;
-    bool m_isKeyOrdered = false;
+    bool m_hasKey = false;
+    StorePath m_key;
 };
+
+// Values behind the first reference of a path, for a read of a whole instance table: fetching one
+// of few rows once more for each of very many costs more than the read itself. Null where that
+// doesn't pay or would take too much memory; then the statement joins.
+std::shared_ptr<const AttributeColumn> RecordQuery::lookupOf(const StorePath& path) const {
+    const Catalog& catalog = m_session->catalog;
+    const CatalogTable& own = catalog.table(m_table);
+    if (own.role != TableRole::instance || path.hops.empty() || m_conditions > 0) return nullptr;
+    const int target = own.columns[static_cast<std::size_t>(path.hops.front())].references;
+    if (!catalog.table(target).inFile) return nullptr;
+    const std::int64_t most = path.kind == ValueKind::text ? kMostTextsHeld : kMostNumbersHeld;
+    if (greatestRow(*m_session, target) > most) return nullptr;
+    StorePath rest = path;
+    rest.table = target;
+    rest.hops.erase(rest.hops.begin());
+    return readAttributeColumn(*m_session, rest);
+}
+
+RecordColumn RecordQuery::source(const StorePath& path, SelectText& select) const {
+    RecordColumn out;
+    out.kind = path.kind;
+    out.lookup = lookupOf(path);
+    if (out.lookup == nullptr) {
+        out.field = select.addField(path);
+        return out;
+    }
+    StorePath reference;
+    reference.table = m_table;
+    reference.lastTable = m_table;
+    reference.column = path.hops.front();
+    out.field = select.addField(reference);
+    return out;
+}
 
 basekit2::sptr_t<IGenericRecordset<IConstRecord>> RecordQuery::execute(relay2::IProgress* progress,
                                                                        std::string& error,
                                                                        std::string& sql) {
     const std::lock_guard<std::recursive_mutex> lock(m_session->mutex);
+    SelectText select = m_select;
     RecordPlan plan;
-    plan.fields = m_columns;
-    for (const StorePath& field : m_select.fields())
-        plan.kinds.push_back(field.kind);
-    plan.key = m_key;
-    plan.isKeyOrdered = m_isKeyOrdered;
-    plan.sql = m_select.text();
+    for (const StorePath& path : m_columns)
+        plan.columns.push_back(source(path, select));
+    plan.hasKey = m_hasKey;
+    if (m_hasKey) plan.key = source(m_key, select);
+    plan.isKeyOrdered = m_hasKey && select.isOrderedBy(m_key);
+    plan.sql = select.text();
     const std::string text = plan.sql;
     Statement statement = m_session->connection->prepare(text);
     if (statement) {
-        m_select.bindValues(statement);
+        select.bindValues(statement);
         auto set = makeRecordSet(m_session, std::move(statement), std::move(plan), progress);
         if (!set.is_null()) return set;
     }

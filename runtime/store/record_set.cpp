@@ -1,10 +1,10 @@
-// Streams the rows of a statement, forward only, into the same variants for every record.
-// Tested by tests/store/record_query_test.cpp.
+// Streams the rows of a statement, forward only: numbers into the same variants for every record,
+// ids that are looked up to the values held in memory, texts only when somebody asks for them.
+// Tested by tests/store/record_query_test.cpp and record_join_test.cpp.
 #include "store/record_set.h"
 
 #include <relay2/progress.h>
 
-#include <limits>
 #include <set>
 #include <utility>
 
@@ -16,6 +16,28 @@ using storelink1::IGenericRecordset;
 
 namespace {
 
+const variant_t kNone;
+
+// A column of the current record. `place` is its value, null while a text has not been read.
+struct Cell {
+    RecordColumn from;
+    variant_t own;
+    const variant_t* place = &kNone;
+};
+
+bool fitsId(std::int64_t number) {
+    return number == static_cast<basekit2::s32_t>(number);
+}
+
+const variant_t* lookUp(const Statement& statement, const RecordColumn& from) {
+    const auto& values = from.lookup->values;
+    const Statement::Number read = statement.number(from.field);
+    const auto id = static_cast<std::uint64_t>(read.integer);
+    return read.type == Statement::Type::integer && id < values.size()
+               ? &values[static_cast<std::size_t>(id)]
+               : &kNone;
+}
+
 class StoreRecordSet : public IGenericRecordset<IConstRecord>, private IConstRecord {
 public:
     StoreRecordSet(std::shared_ptr<StoreSession> session,
@@ -25,8 +47,11 @@ public:
         : m_session(std::move(session)),
           m_plan(std::move(plan)),
           m_progress(progress),
-          m_values(m_plan.kinds.size()),
-          m_statement(std::move(statement)) {}
+          m_statement(std::move(statement)) {
+        for (const RecordColumn& column : m_plan.columns)
+            m_cellOf.push_back(addCell(column));
+        if (m_plan.hasKey) m_key = addCell(m_plan.key);
+    }
 
     ~StoreRecordSet() override {
         const std::lock_guard<std::recursive_mutex> lock(m_session->mutex);
@@ -49,16 +74,35 @@ public:
 
 private:
     const variant_t& getField(basekit2::u16_t column) const override {
-        static const variant_t none;
-        if (m_atEnd || column >= m_plan.fields.size()) return none;
-        return m_values[static_cast<std::size_t>(m_plan.fields[column])];
+        if (m_atEnd || column >= m_cellOf.size()) return kNone;
+        return valueOf(m_cells[m_cellOf[column]]);
+    }
+
+    // Columns that ask for the same value share it.
+    std::size_t addCell(const RecordColumn& column) {
+        std::size_t at = 0;
+        while (at < m_cells.size() && !(m_cells[at].from == column))
+            ++at;
+        if (at == m_cells.size()) m_cells.push_back({column, {}, &kNone});
+        return at;
+    }
+
+    const variant_t& valueOf(Cell& cell) const {
+        return cell.place != nullptr ? *cell.place : readText(cell);
+    }
+
+    const variant_t& readText(Cell& cell) const {
+        const std::lock_guard<std::recursive_mutex> lock(m_session->mutex);
+        readVariant(m_statement, cell.from.field, cell.from.kind, cell.own);
+        cell.place = &cell.own;
+        return cell.own;
     }
 
     void advance() {
         const std::lock_guard<std::recursive_mutex> lock(m_session->mutex);
         do {
             step();
-            if (!m_atEnd) readFields();
+            if (!m_atEnd) readCells();
         } while (!m_atEnd && isRepeatedKey());
     }
 
@@ -71,14 +115,22 @@ private:
             step == Statement::Step::failed && !(m_progress != nullptr && m_progress->isCanceled());
     }
 
-    void readFields() {
-        for (std::size_t i = 0; i < m_values.size(); ++i)
-            readVariant(m_statement, static_cast<int>(i), m_plan.kinds[i], m_values[i]);
+    void readCells() {
+        for (Cell& cell : m_cells) {
+            if (cell.from.lookup != nullptr) {
+                cell.place = lookUp(m_statement, cell.from);
+            } else if (cell.from.kind == ValueKind::text) {
+                cell.place = nullptr;
+            } else {
+                readVariant(m_statement, cell.from.field, cell.from.kind, cell.own);
+                cell.place = &cell.own;
+            }
+        }
     }
 
     bool isRepeatedKey() {
-        if (m_plan.key < 0) return false;
-        const variant_t& key = m_values[static_cast<std::size_t>(m_plan.key)];
+        if (!m_plan.hasKey) return false;
+        const variant_t& key = valueOf(m_cells[m_key]);
         if (!m_plan.isKeyOrdered) return !m_keys.insert(key).second;
         const bool repeated = m_hasKey && key == m_lastKey;
         m_lastKey = key;
@@ -89,7 +141,9 @@ private:
     std::shared_ptr<StoreSession> m_session;
     RecordPlan m_plan;
     relay2::IProgress* m_progress;
-    std::vector<variant_t> m_values;  // by field
+    std::vector<std::size_t> m_cellOf;  // by column id
+    std::size_t m_key = 0;
+    mutable std::vector<Cell> m_cells;
     Statement m_statement;
     std::set<variant_t> m_keys;
     variant_t m_lastKey;
@@ -101,26 +155,21 @@ private:
 }  // namespace
 
 void readVariant(const Statement& statement, int field, ValueKind kind, variant_t& out) {
-    if (statement.isNull(field)) {
+    const Statement::Number read = statement.number(field);
+    if (read.type == Statement::Type::null) {
         out = variant_t();
-        return;
-    }
-    if (kind == ValueKind::text || statement.isText(field)) {
+    } else if (kind == ValueKind::text || read.type == Statement::Type::text) {
         out = variant_t(std::string(statement.text(field)));
-        return;
-    }
-    if (kind == ValueKind::real || statement.isReal(field)) {
-        out = variant_t(statement.real(field));
-        return;
-    }
-    const basekit2::s64_t number = statement.integer(field);
-    const bool fits = number == static_cast<basekit2::s32_t>(number);
-    if (kind == ValueKind::id && fits) {
-        out = variant_t(static_cast<basekit2::s32_t>(number));
-    } else if (kind == ValueKind::ticks && number >= 0) {
-        out = variant_t(static_cast<basekit2::u64_t>(number));
+    } else if (read.type == Statement::Type::real) {
+        out = variant_t(read.real);
+    } else if (kind == ValueKind::real) {
+        out = variant_t(static_cast<double>(read.integer));
+    } else if (kind == ValueKind::id && fitsId(read.integer)) {
+        out = variant_t(static_cast<basekit2::s32_t>(read.integer));
+    } else if (kind == ValueKind::ticks && read.integer >= 0) {
+        out = variant_t(static_cast<basekit2::u64_t>(read.integer));
     } else {
-        out = variant_t(number);
+        out = variant_t(read.integer);
     }
 }
 

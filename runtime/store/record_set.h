@@ -1,21 +1,34 @@
 #pragma once
 
+#include "store/attribute_retriever.h"
 #include "store/sql_text.h"
 #include "store/store_session.h"
 
 #include <storelink1/query.h>
 
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace lanefeed_runtime {
 
-// What a record set reads. `fields` tells the field of each column id; `key` is the field of which
-// each value comes once, -1 for none.
+// Where the value of a column comes from: a field of the statement, or the row of `lookup` whose id
+// stands in that field.
+struct RecordColumn {
+    int field = 0;
+    ValueKind kind = ValueKind::id;
+    std::shared_ptr<const AttributeColumn> lookup;
+
+    friend bool operator==(const RecordColumn& a, const RecordColumn& b) {
+        return a.field == b.field && a.kind == b.kind && a.lookup == b.lookup;
+    }
+};
+
+// What a record set reads, by column id. `key` is a column of which each value comes once.
 struct RecordPlan {
-    std::vector<int> fields;
-    std::vector<ValueKind> kinds;  // by field
-    int key = -1;
+    std::vector<RecordColumn> columns;
+    bool hasKey = false;
+    RecordColumn key;
     bool isKeyOrdered = false;  // equal keys stand together
     std::string sql;
 };

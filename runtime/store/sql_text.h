@@ -20,7 +20,6 @@ public:
 
     // Field number of a path; a path that is there already gives its old number.
     int addField(const StorePath& path);
-    const std::vector<StorePath>& fields() const { return m_fields; }
     // Keeps rows whose path holds one of the values; a second value of a path is one more value of
     // its set. False for a value that no column can hold.
     bool addValue(const StorePath& path, const basekit2::variant_t& value);

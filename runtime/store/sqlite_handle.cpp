@@ -26,6 +26,15 @@ int accessOf(Connection::Mode mode) {
     return SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_EXCLUSIVE;
 }
 
+Statement::Type typeOf(int type) {
+    switch (type) {
+    case SQLITE_NULL: return Statement::Type::null;
+    case SQLITE_INTEGER: return Statement::Type::integer;
+    case SQLITE_FLOAT: return Statement::Type::real;
+    default: return Statement::Type::text;
+    }
+}
+
 int askProgress(void* progress) {
     return static_cast<relay2::IProgress*>(progress)->isCanceled() ? 1 : 0;
 }
@@ -86,17 +95,19 @@ bool Statement::run() {
     return reset() && last == Step::done;
 }
 
-bool Statement::isNull(int field) const {
-    return sqlite3_column_type(m_statement, field) == SQLITE_NULL;
+Statement::Type Statement::type(int field) const {
+    return typeOf(sqlite3_column_type(m_statement, field));
 }
 
-bool Statement::isText(int field) const {
-    const int type = sqlite3_column_type(m_statement, field);
-    return type == SQLITE_TEXT || type == SQLITE_BLOB;
-}
-
-bool Statement::isReal(int field) const {
-    return sqlite3_column_type(m_statement, field) == SQLITE_FLOAT;
+// Finding the field is most of the cost of each question about it. What it answers is good until
+// the connection is used again, and that is for one thread at a time.
+Statement::Number Statement::number(int field) const {
+    sqlite3_value* const value = sqlite3_column_value(m_statement, field);
+    Number out;
+    out.type = typeOf(sqlite3_value_type(value));
+    if (out.type == Type::integer) out.integer = sqlite3_value_int64(value);
+    if (out.type == Type::real) out.real = sqlite3_value_double(value);
+    return out;
 }
 
 std::int64_t Statement::integer(int field) const {

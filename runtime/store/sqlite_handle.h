@@ -44,9 +44,16 @@ public:
     bool run();
 
     // Fields count from 0.
-    bool isNull(int field) const;
-    bool isText(int field) const;
-    bool isReal(int field) const;
+    enum class Type { null, integer, real, text };
+    Type type(int field) const;
+    bool isNull(int field) const { return type(field) == Type::null; }
+    // Type and number in one call; a text has none.
+    struct Number {
+        Type type = Type::null;
+        std::int64_t integer = 0;
+        double real = 0;
+    };
+    Number number(int field) const;
     std::int64_t integer(int field) const;
     double real(int field) const;
     std::string_view text(int field) const;  // good until the next step
