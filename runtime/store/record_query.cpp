@@ -162,16 +162,18 @@ basekit2::sptr_t<IGenericRecordset<IConstRecord>> RecordQuery::execute(relay2::I
     plan.hasKey = m_hasKey;
     if (m_hasKey) plan.key = source(m_key, select);
     plan.isKeyOrdered = m_hasKey && select.isOrderedBy(m_key);
-    plan.sql = select.text();
-    const std::string text = plan.sql;
+    const std::string text = select.text();
     Statement statement = m_session->connection->prepare(text);
+    sql = text;
     if (statement) {
         select.bindValues(statement);
-        auto set = makeRecordSet(m_session, std::move(statement), std::move(plan), progress);
-        if (!set.is_null()) return set;
+        auto set = makeRecordSet(m_session, std::move(statement), std::move(plan), progress, sql);
+        if (!set.is_null()) {
+            sql.clear();
+            return set;
+        }
     }
     error = m_session->file + ": " + m_session->connection->message();
-    sql = text;
     return nullptr;
 }
 

@@ -64,11 +64,13 @@ public:
         return !m_hasFailed;
     }
 
+    std::string told() const { return m_statement.told(); }
+
     bool atEnd() override { return m_atEnd; }
     void next() override {
         if (m_atEnd) return;
         advance();
-        if (m_hasFailed) reportBrokenRead(*m_session, m_plan.sql);
+        if (m_hasFailed) reportBrokenRead(*m_session, m_statement.told());
     }
     IConstRecord* current() override { return m_atEnd ? nullptr : this; }
 
@@ -177,11 +179,13 @@ basekit2::sptr_t<IGenericRecordset<IConstRecord>> makeRecordSet(
     const std::shared_ptr<StoreSession>& session,
     Statement statement,
     RecordPlan plan,
-    relay2::IProgress* progress) {
+    relay2::IProgress* progress,
+    std::string& sql) {
     auto set = basekit2::make_object<StoreRecordSet>(session, std::move(statement), std::move(plan),
                                                      progress);
-    if (!set->start()) return nullptr;
-    return set;
+    if (set->start()) return set;
+    sql = set->told();
+    return nullptr;
 }
 
 }  // namespace lanefeed_runtime

@@ -30,19 +30,19 @@ struct RecordPlan {
     bool hasKey = false;
     RecordColumn key;
     bool isKeyOrdered = false;  // equal keys stand together
-    std::string sql;
 };
 
 // Value of a field as the variant that the library expects: ids are signed 32-bit, ticks unsigned
 // 64-bit, other integers signed 64-bit.
 void readVariant(const Statement& statement, int field, ValueKind kind, basekit2::variant_t& out);
 
-// Records of a statement that has been prepared and bound. Null when the first step fails; the set
-// is at its end when `progress` is cancelled.
+// Records of a statement that has been prepared and bound. Null when the first step fails, with the
+// statement as it ran in `sql`; the set is at its end when `progress` is cancelled.
 basekit2::sptr_t<storelink1::IGenericRecordset<storelink1::IConstRecord>> makeRecordSet(
     const std::shared_ptr<StoreSession>& session,
     Statement statement,
     RecordPlan plan,
-    relay2::IProgress* progress);
+    relay2::IProgress* progress,
+    std::string& sql);
 
 }  // namespace lanefeed_runtime

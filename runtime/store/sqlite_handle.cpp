@@ -95,6 +95,13 @@ bool Statement::run() {
     return reset() && last == Step::done;
 }
 
+std::string Statement::told() const {
+    char* const text = sqlite3_expanded_sql(m_statement);
+    std::string out = text != nullptr ? text : "";
+    sqlite3_free(text);
+    return out;
+}
+
 Statement::Type Statement::type(int field) const {
     return typeOf(sqlite3_column_type(m_statement, field));
 }

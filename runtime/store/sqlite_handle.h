@@ -43,6 +43,9 @@ public:
     // step() and reset() of a statement without rows.
     bool run();
 
+    // The statement with its bound values in their places.
+    std::string told() const;
+
     // Fields count from 0.
     enum class Type { null, integer, real, text };
     Type type(int field) const;

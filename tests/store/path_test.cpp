@@ -59,8 +59,9 @@ private:
                 const auto field = static_cast<int>(i) + 1;
                 if (all.isNull(field)) continue;
                 row[std::string(def.columns[i].name)] =
-                    all.isReal(field) ? storelink1::utils::variantToString(all.real(field))
-                                      : std::string(all.text(field));
+                    all.type(field) == Statement::Type::real
+                        ? storelink1::utils::variantToString(all.real(field))
+                        : std::string(all.text(field));
             }
         }
     }

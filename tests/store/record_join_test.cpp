@@ -1,0 +1,179 @@
+// What instances refer to - looked up in memory or joined, it is the same - and walks that end too
+// early.
+#include "store/catalog.h"
+#include "store/open_store.h"
+#include "store/sql_text.h"
+#include "store/sqlite_handle.h"
+#include "support/cancel_at_poll.h"
+#include "support/captured_log.h"
+#include "support/store_text.h"
+#include "support/trace_text.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+namespace lanefeed_runtime {
+namespace {
+
+using lanefeed_test::recordsText;
+
+constexpr int kManySlices = 60000;
+
+class RecordJoinTest : public testing::Test {
+protected:
+    // Writes a trace, changes it by statements and opens what came of it.
+    void open(const std::string& text, const std::vector<std::string>& changes = {}) {
+        lanefeed_test::writeTraceText(m_file, text);
+        std::string error;
+        const auto connection = Connection::open(m_file, Connection::Mode::write, error);
+        ASSERT_NE(connection, nullptr) << error;
+        for (const std::string& change : changes)
+            ASSERT_TRUE(connection->run(change)) << change << ": " << connection->message();
+        StoreError failure;
+        m_store = openStore(m_file, failure);
+        ASSERT_FALSE(m_store.failed()) << failure.text;
+    }
+
+    void openMany() {
+        std::string text = "thread t";
+        for (int i = 0; i < kManySlices; ++i)
+            text += " " + std::to_string(i) + ".." + std::to_string(i + 1) + " n";
+        open(text);
+    }
+
+    basekit2::sptr_t<storelink1::IQuery> query(const std::vector<std::string>& columns) {
+        auto made = m_store.database->createQuery("slice_data", 0);
+        for (const std::string& column : columns)
+            EXPECT_NE(made->addColumn(column), storelink1::InvalidColIdx) << column;
+        return made;
+    }
+
+    lanefeed_test::TempDirectory m_directory;
+    std::string m_file = m_directory.file("r.lft");
+    OpenStore m_store;
+};
+
+TEST_F(RecordJoinTest, FindsTheSameInMemoryAsByAJoin) {
+    open(R"(
+        process viewer
+        thread main  0..9 a@io  1..2 b  2..3 c  3..4 d  4..5 e  5..6 f  6..7 g
+        thread other 7..8 b
+    )",
+         {"update slice_data set attr = null where rowid = 2",
+          "update slice_data set dd_band = null where rowid = 3",
+          "update slice_data set dd_band = 99, attr = 5000000000 where rowid = 4",
+          "update slice_data set dd_band = -1, attr = 0 where rowid = 5",
+          "update slice_data set dd_band = 'x', attr = 'y' where rowid = 6",
+          // More names than are held in memory, with one of the last in use.
+          "with recursive n(i) as (select 100 union all select i + 1 from n where i < 40000)"
+          " insert into dd_task(rowid, name) select i, 'n' || i from n",
+          "update slice_data set attr = 39999 where rowid = 7"});
+    const std::vector<std::string> columns = {"rowid",
+                                              "dd_band::dd_thread",
+                                              "dd_band::dd_thread.name",
+                                              "dd_band::dd_thread.dd_process.name",
+                                              "attr.name",
+                                              "dd_category.name",
+                                              "start_tsc",
+                                              "dd_band::dd_thread"};
+    const std::string whole = recordsText(query(columns)->execute(), columns.size());
+    EXPECT_EQ(whole,
+              "1 1 main viewer a io 1 1\n"
+              "2 1 main viewer - - 2 1\n"
+              "3 - - - c - 3 -\n"
+              "4 - - - - - 4 -\n"
+              "5 - - - - - 5 -\n"
+              "6 - - - - - 6 -\n"
+              "7 1 main viewer n39999 - 7 1\n"
+              "8 2 other viewer b - 8 2\n");
+    const auto joined = query(columns);
+    for (int row = 1; row <= 8; ++row)
+        joined->addCondition("rowid", 1, row);
+    EXPECT_EQ(recordsText(joined->execute(), columns.size()), whole);
+}
+
+// A text that nobody asks for is not read; it must not be that of another record either.
+TEST_F(RecordJoinTest, ReadsTextsOfTheRecordAtHand) {
+    open("thread main 0..9 a{\"n\":1} 1..2 b{\"n\":2} 2..3 c 3..4 d{\"n\":4}\n");
+    const auto set = query({"args.json"})->execute();
+    std::string texts;
+    for (int record = 1; !set->atEnd(); set->next(), ++record) {
+        if (record == 2) continue;
+        for (int again = 0; again < 2; ++again) {
+            const basekit2::variant_t& text = set->current()->getField(0);
+            texts += text.is_null() ? "-" : text.get<const char*>();
+        }
+    }
+    EXPECT_EQ(texts, "{\"n\":1}{\"n\":1}--{\"n\":4}{\"n\":4}");
+}
+
+TEST_F(RecordJoinTest, SortsNoTableByItsStart) {
+    open("thread main 0..9 a 1..2 b\n");
+    std::string error;
+    const auto connection = Connection::open(m_file, Connection::Mode::read, error);
+    Catalog catalog;
+    ASSERT_TRUE(catalog.read(*connection));
+    const auto sorts = [&](const char* order) {
+        SelectText select(catalog, catalog.find("slice_data"));
+        StorePath path;
+        for (const char* column : {"dd_band::dd_thread", "attr.name", "start_tsc"}) {
+            EXPECT_TRUE(resolvePath(catalog, catalog.find("slice_data"), column, path));
+            select.addField(path);
+        }
+        EXPECT_TRUE(resolvePath(catalog, catalog.find("slice_data"), order, path));
+        select.addOrder(path, false);
+        Statement plan = connection->prepare("explain query plan " + select.text());
+        std::string text;
+        while (plan.step() == Statement::Step::row)
+            text += plan.text(3);
+        EXPECT_NE(text, "");
+        return text.find("ORDER BY") != std::string::npos;
+    };
+    EXPECT_FALSE(sorts("start_tsc"));
+    EXPECT_TRUE(sorts("end_tsc"));
+}
+
+TEST_F(RecordJoinTest, TellsOfAFileThatBecomesUnreadable) {
+    openMany();
+    const auto set = query({"start_tsc"})->execute();
+    lanefeed_test::CapturedLog log;
+    std::filesystem::resize_file(m_file, 3 * 4096);
+    int records = 0;
+    for (; !set->atEnd(); set->next())
+        ++records;
+    EXPECT_GT(records, 0);
+    EXPECT_LT(records, kManySlices);
+    EXPECT_EQ(log.count(m_file + ": a read broke off"), 1);
+    EXPECT_EQ(log.count("SQL: select t0.\"start_tsc\" from"), 1);
+    EXPECT_EQ(*m_store.brokenReads, 1U);
+    // From then on nothing can be read, and every query says so with its values.
+    const auto late = query({"end_tsc"});
+    late->addCondition("end_tsc", 1, 2.5);
+    std::string error;
+    std::string sql;
+    EXPECT_TRUE(late->execute(nullptr, error, sql).is_null());
+    EXPECT_EQ(error.find(m_file + ": "), 0U) << error;
+    EXPECT_NE(sql.find("\"end_tsc\" in (2.5)"), std::string::npos) << sql;
+}
+
+TEST_F(RecordJoinTest, EndsAWalkThatIsCancelledWithoutAWord) {
+    openMany();
+    const lanefeed_test::CapturedLog log;
+    const auto progress = basekit2::make_object<lanefeed_test::CancelAtPoll>(1);
+    std::string error;
+    std::string sql;
+    const auto set = query({"start_tsc"})->execute(progress.get(), error, sql);
+    ASSERT_FALSE(set.is_null());
+    int records = 0;
+    for (; !set->atEnd(); set->next())
+        ++records;
+    EXPECT_GT(records, 0);
+    EXPECT_LT(records, kManySlices);
+    EXPECT_TRUE(log.empty());
+    EXPECT_EQ(*m_store.brokenReads, 0U);
+}
+
+}  // namespace
+}  // namespace lanefeed_runtime
