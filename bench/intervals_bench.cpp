@@ -8,7 +8,6 @@
 //   ./intervals_bench --memory FILE        (what a reader holds, see reportMemory)
 //   LANEFEED_BENCH_INSTANCES=100000 ./intervals_bench ...      (only this size)
 
-#include "idicerprovider.h"
 #include "thread_pane.h"
 #include "trace_file.h"
 
@@ -37,7 +36,6 @@ using basekit2::sptr_t;
 using dataface_1::IColumnInfo;
 using dataface_1::ITableRow;
 using dataface_1::ITableTree;
-using lanefeed_1::IDicerProvider;
 
 constexpr int kBins = 2000;
 constexpr int kFewInstances = 100'000;
@@ -160,15 +158,15 @@ public:
     }
 
 private:
-    static sptr_t<IColumnInfo> columnOf(ITableTree& tree, const std::string& name) {
-        for (auto columns = tree.getColumns(nullptr); !columns.at_end(); columns.next()) {
-            if (columns.current()->getQuery()->getId() == name) return columns.current();
-        }
-        return nullptr;
+    static sptr_t<IColumnInfo> duplicatesOf(ITableTree& tree) {
+        auto columns = tree.getColumns(nullptr);
+        for (int before = 0; before < 3; ++before)  // start, end, attribute
+            columns.next();
+        return columns.current();
     }
     static std::uint64_t countRow(const sptr_t<ITableTree>& tree, std::size_t& drawn) {
         if (tree.is_null()) return 0;
-        const auto duplicates = columnOf(*tree, IDicerProvider::duplicateCount);
+        const auto duplicates = duplicatesOf(*tree);
         std::uint64_t instances = 0;
         for (auto rows = tree->getRows(nullptr); !rows.at_end(); rows.next()) {
             const sptr_t<ITableRow> row = rows.current();
