@@ -4,6 +4,8 @@
 #include "alert.h"
 #include "memory_table.h"
 
+#include <algorithm>
+
 namespace lanefeed_runtime {
 namespace {
 
@@ -108,24 +110,27 @@ void MemoryRow::storeCell(CellList::Key key, const variant_t& value) {
     m_cells.set(key, value);
 }
 
+bool MemoryVectorRow::hasPlace(CellList::Key key) {
+    return isColumnValue(key) && key.column < kPlaces;
+}
+
 const variant_t* MemoryVectorRow::findCell(CellList::Key key) const {
-    if (!isColumnValue(key)) return MemoryRow::findCell(key);
-    const auto place = static_cast<std::size_t>(key.column);
-    return place < m_written.size() && m_written[place] ? &m_values[place] : nullptr;
+    if (!hasPlace(key)) return MemoryRow::findCell(key);
+    return (m_written >> key.column & 1) != 0 ? &m_values[static_cast<std::size_t>(key.column)]
+                                              : nullptr;
 }
 
 void MemoryVectorRow::storeCell(CellList::Key key, const variant_t& value) {
-    if (!isColumnValue(key)) {
+    if (!hasPlace(key)) {
         MemoryRow::storeCell(key, value);
         return;
     }
     const auto place = static_cast<std::size_t>(key.column);
-    if (place >= m_values.size()) {
-        m_values.resize(place + 1);
-        m_written.resize(place + 1);
-    }
+    // A column that came after the first write gets its place later.
+    if (place >= m_values.size())
+        m_values.resize(std::min<std::size_t>(table().columnCount(), kPlaces));
     m_values[place] = value;
-    m_written[place] = true;
+    m_written |= std::uint64_t{1} << place;
 }
 
 }  // namespace lanefeed_runtime

@@ -4,6 +4,7 @@
 
 #include <facekit_1_x/table_building.h>
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -87,7 +88,8 @@ private:
     std::vector<MemoryRow*> m_children;
 };
 
-// A row with a place for the value of each column.
+// A row with a place for the value of each of the first columns of its table, made at once when the
+// first one is written.
 class MemoryVectorRow : public MemoryRow {
 public:
     using MemoryRow::MemoryRow;
@@ -97,8 +99,12 @@ protected:
     void storeCell(CellList::Key key, const basekit2::variant_t& value) override;
 
 private:
+    static constexpr int kPlaces = 64;
+
+    static bool hasPlace(CellList::Key key);
+
     std::vector<basekit2::variant_t> m_values;
-    std::vector<bool> m_written;
+    std::uint64_t m_written = 0;  // a bit for each place
 };
 
 // A table in memory. Owns every row and column made for it; references on those count as references
@@ -129,6 +135,7 @@ public:
         return static_cast<facekit_1_x::IWriteableTableRow*>(m_rows.back().get());
     }
 
+    std::size_t columnCount() const { return m_columns.size(); }
     // The column as one of this table's, or null.
     const MemoryColumn* ownColumn(dataface_1::IColumnInfo* column) const;
     // Iterators over nodes of this table, on which they hold a reference.
