@@ -115,6 +115,21 @@ std::int64_t rounded(const TraceTime& time) {
     return time.ns + (up ? 1 : 0);
 }
 
+bool nanosecondsOf(std::string_view seconds, std::string_view fraction, std::int64_t& ns) {
+    constexpr std::int64_t kPerSecond = 1'000'000'000;
+    constexpr std::size_t kDigits = 9;
+    std::int64_t whole = 0;
+    const char* const end = seconds.data() + seconds.size();
+    const auto [behind, failure] = std::from_chars(seconds.data(), end, whole);
+    if (failure != std::errc() || behind != end || fraction.empty()) return false;
+    if (whole < 0 || whole >= TraceTime::kLimit / kPerSecond) return false;
+    std::int64_t part = 0;
+    for (std::size_t i = 0; i < kDigits; ++i)
+        part = part * 10 + (i < fraction.size() ? fraction[i] - '0' : 0);
+    ns = whole * kPerSecond + part;
+    return true;
+}
+
 bool parseNumber(std::string_view text, double& value) {
     text = trimmed(text);
     if (!text.empty() && text[0] == '+') text.remove_prefix(1);

@@ -35,6 +35,10 @@ std::int64_t rounded(const TraceTime& time);
 // no number, is not finite or lies beyond kLimit. Digits below 1e-18 ns are cut.
 bool parseMicroseconds(std::string_view text, TraceTime& time);
 
+// From the digits before and behind the point of a time in seconds, of which there must be some.
+// False beyond kLimit. Digits below the nanosecond are cut.
+bool nanosecondsOf(std::string_view seconds, std::string_view fraction, std::int64_t& ns);
+
 // From decimal text; false for what is no finite number.
 bool parseNumber(std::string_view text, double& value);
 

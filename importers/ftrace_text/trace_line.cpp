@@ -76,26 +76,6 @@ bool takeTask(std::string_view columns, TraceLine& out) {
     return true;
 }
 
-// Digits behind the point down to nanoseconds; the rest is cut.
-std::int64_t fraction(std::string_view text) {
-    std::int64_t value = 0;
-    for (std::size_t i = 0; i < 9; ++i) {
-        value = value * 10 + (i < text.size() ? text[i] - '0' : 0);
-    }
-    return value;
-}
-
-bool takeSeconds(std::string_view whole, std::string_view& text, std::int64_t& time) {
-    constexpr std::int64_t kPerSecond = 1'000'000'000;
-    text.remove_prefix(1);
-    const std::string_view part = digits(text);
-    std::int64_t seconds = 0;
-    if (part.empty() || !wholeNumber(whole, seconds)) return false;
-    if (seconds >= TraceTime::kLimit / kPerSecond) return false;
-    time = seconds * kPerSecond + fraction(part);
-    return true;
-}
-
 // "17us :", "104us!:": the sign tells how long the delay is.
 bool takeMicroseconds(std::string_view whole, std::string_view& text, std::int64_t& time) {
     if (text.substr(0, 2) != "us") return false;
@@ -113,9 +93,14 @@ bool takeTime(std::string_view& text, std::int64_t& time) {
     skipBlanks(text);
     const std::string_view whole = digits(text);
     if (whole.empty() || text.empty()) return false;
-    const bool understood =
-        text.front() == '.' ? takeSeconds(whole, text, time) : takeMicroseconds(whole, text, time);
-    if (!understood || text.empty() || text.front() != ':') return false;
+    if (text.front() == '.') {
+        text.remove_prefix(1);
+        const std::string_view fraction = digits(text);
+        if (!nanosecondsOf(whole, fraction, time)) return false;
+    } else if (!takeMicroseconds(whole, text, time)) {
+        return false;
+    }
+    if (text.empty() || text.front() != ':') return false;
     text.remove_prefix(1);
     return true;
 }

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <fstream>
 #include <random>
+#include <regex>
 #include <sstream>
 
 namespace lanefeed_importers {
@@ -118,26 +119,14 @@ constexpr const char* kPlain = "{:>16}   ({}) [{:03}] d..2. {}: {}: {}";
 
 // The shorter forms of trace-cmd.
 std::string shortened(std::string text) {
-    for (const char* each : {"swapper/1|0|120", "my app:x|21|120", "a&b|22|120"}) {
-        std::stringstream parts(each);
-        std::string name;
-        std::string pid;
-        std::string prio;
-        std::getline(parts, name, '|');
-        std::getline(parts, pid, '|');
-        std::getline(parts, prio, '|');
-        const std::string task = fmt::format("{}:{} [{}]", name, pid, prio);
-        for (const char* side : {"prev_", "next_"}) {
-            text = replaced(
-                text, fmt::format("{0}comm={1} {0}pid={2} {0}prio={3}", side, name, pid, prio),
-                task);
-        }
-        text = replaced(text, fmt::format("sched_wakeup: comm={} pid={} prio={}", name, pid, prio),
-                        "sched_wakeup:         " + task);
-    }
-    text = replaced(text, " prev_state=", " ");
-    text = replaced(text, " target_cpu=", " success=1 CPU:");
-    return replaced(text, "tracing_mark_write: ", "print:                tracing_mark_write: ");
+    const std::pair<const char*, const char*> changes[] = {
+        {"(prev_|next_)comm=(my app:x|\\S+) \\1pid=(\\d+) \\1prio=(\\d+)", "$2:$3 [$4]"},
+        {"comm=(my app:x) pid=(\\d+) prio=(\\d+) target_cpu=", "    $1:$2 [$3] success=1 CPU:"},
+        {" prev_state=", " "},
+        {"tracing_mark_write: ", "print:      tracing_mark_write: "}};
+    for (const auto& [what, with] : changes)
+        text = std::regex_replace(text, std::regex(what), with);
+    return text;
 }
 
 TEST_F(FtraceText, saysTheSameInEveryDialect) {
