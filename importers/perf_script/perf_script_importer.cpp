@@ -3,6 +3,7 @@
 // Tested by tests/importers/perf_script_test.cpp.
 #include "perf_script/perf_script_importer.h"
 
+#include "common/clean_text.h"
 #include "perf_script/perf_line.h"
 #include "scheduler/scheduler_trace.h"
 #include "scheduler/text_import.h"
@@ -46,7 +47,7 @@ public:
     std::vector<std::string> warnings() const override;
 
 private:
-    void event(SchedulerTrace& trace);
+    void event(const TextLine& line, SchedulerTrace& trace);
     bool otherLine(const TextLine& line, SchedulerTrace& trace);
 
     PerfLine m_columns;
@@ -54,16 +55,18 @@ private:
     std::uint64_t m_firstOther = 0;  // line
     PerfFault m_fault = PerfFault::otherText;
     std::uint64_t m_scheduler = 0;  // events that make rows
+    std::uint64_t m_firstOdd = 0;   // line of such an event with other fields
+    std::string m_oddEvent;
     std::uint64_t m_callChainLines = 0;
 };
 
 bool PerfParser::line(const TextLine& line, SchedulerTrace& trace) {
     if (!parsePerfLine(line.text, m_columns)) return otherLine(line, trace);
-    event(trace);
+    event(line, trace);
     return true;
 }
 
-void PerfParser::event(SchedulerTrace& trace) {
+void PerfParser::event(const TextLine& line, SchedulerTrace& trace) {
     EventHead head;
     head.time = m_columns.time;
     head.core = m_columns.core;
@@ -74,7 +77,12 @@ void PerfParser::event(SchedulerTrace& trace) {
     trace.event(m_columns.wholeEvent, head);
     const KernelEvent kind = kernelEventOf(m_columns.event);
     if (kind == KernelEvent::other || kind == KernelEvent::mark) return;
-    if (trace.kernelEvent(kind, m_columns.payload)) ++m_scheduler;
+    if (trace.kernelEvent(kind, m_columns.payload)) {
+        ++m_scheduler;
+    } else if (m_firstOdd == 0) {
+        m_firstOdd = line.number;
+        m_oddEvent = cleanText(m_columns.wholeEvent);
+    }
 }
 
 // False when it is clear that the text is another tool's.
@@ -95,6 +103,11 @@ bool PerfParser::otherLine(const TextLine& line, SchedulerTrace& trace) {
 }
 
 ImportError PerfParser::error(const SchedulerTrace& trace) const {
+    if (m_scheduler == 0 && m_firstOdd != 0) {
+        return ImportError::badInput(
+            fmt::format("line {} has a {} without the fields of the event, such as prev_pid=; {}",
+                        m_firstOdd, m_oddEvent, kRecording));
+    }
     if (trace.events() > 0) return {};
     if (m_firstOther == 0) {
         return ImportError::badInput(

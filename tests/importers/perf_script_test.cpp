@@ -95,6 +95,8 @@ TEST_F(PerfScriptTest, tellsWhatATextLacksAndHowToRecord) {
          "bad.txt: line 3 has no core"},
         {"g++ 1 [000] sched:sched_switch: prev_comm=a\n", "bad.txt: line 1 has no time"},
         {"g++ [000] 1.5: sched:sched_switch: prev_comm=a\n", "bad.txt: line 1 has no thread"},
+        {"g++ 1 [000] 1.5: cpu-clock:\ng++ 1 [000] 1.5: sched:sched_switch:\n",
+         "bad.txt: line 2 has a sched:sched_switch without"},
         {"# cmdline : perf record\n# more\n", "bad.txt: holds comments alone"},
     };
     for (const auto& [text, message] : cases) {
