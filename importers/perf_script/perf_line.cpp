@@ -6,13 +6,10 @@
 #include "common/trace_time.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 
 namespace lanefeed_importers {
 namespace {
-
-constexpr std::int64_t kNsPerSecond = 1'000'000'000;
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
@@ -62,29 +59,15 @@ std::size_t beforeBlanks(std::string_view text, std::size_t end) {
     return end;
 }
 
-// Digits of a whole number that fits into a time as seconds.
-bool readSeconds(std::string_view digits, std::int64_t& seconds) {
-    const char* const end = digits.data() + digits.size();
-    const auto [behind, failure] = std::from_chars(digits.data(), end, seconds);
-    return failure == std::errc() && behind == end && seconds < TraceTime::kLimit / kNsPerSecond;
-}
-
-// "1025.263185334:" at `at`, which is moved past it. Digits below the nanosecond are cut.
+// "1025.263185334:" at `at`, which is moved past it.
 bool readTime(std::string_view line, std::size_t& at, std::int64_t& time) {
     const std::size_t dot = pastDigits(line, at);
     if (dot == at || dot >= line.size() || line[dot] != '.') return false;
-    std::int64_t fraction = 0;
-    std::int64_t worth = kNsPerSecond;
-    std::size_t end = dot + 1;
-    for (; end < line.size() && isDigit(line[end]); ++end) {
-        if (worth == 1) continue;
-        worth /= 10;
-        fraction = fraction * 10 + (line[end] - '0');
+    const std::size_t end = pastDigits(line, dot + 1);
+    if (end == line.size() || line[end] != ':') return false;
+    if (!nanosecondsOf(line.substr(at, dot - at), line.substr(dot + 1, end - dot - 1), time)) {
+        return false;
     }
-    if (end == dot + 1 || end == line.size() || line[end] != ':') return false;
-    std::int64_t seconds = 0;
-    if (!readSeconds(line.substr(at, dot - at), seconds)) return false;
-    time = seconds * kNsPerSecond + fraction * worth;
     at = end + 1;
     return true;
 }
