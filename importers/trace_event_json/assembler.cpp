@@ -113,9 +113,9 @@ void Assembler::mark(const EventRecord& record, int band) {
 void Assembler::asyncBegin(const TraceTime& time, const EventRecord& record) {
     m_key.assign(record.key);
     std::vector<OpenAsync>& open = m_openAsync[m_key];
-    // What nests in another one is drawn with it.
-    const int band = open.empty() ? trackBandOf(record) : open.front().band;
-    open.push_back({openSlice(time, record), band});
+    // What nests in another one is drawn with it. A begin that never ends makes no track.
+    const Track track = open.empty() ? trackOf(record) : open.front().track;
+    open.push_back({openSlice(time, record), track});
 }
 
 void Assembler::asyncEnd(const EventRecord& record) {
@@ -132,13 +132,15 @@ void Assembler::asyncEnd(const EventRecord& record) {
     m_trace.counts.keep(legacy ? 'S' : 'b');
     m_trace.counts.keep(record.phase);
     m_activity.lastedFrom(rounded(closed.slice.begin));
-    m_writer.add(TableId::asyncData, sliceRow(closed.band, m_now, closed.slice, record.args));
+    m_writer.add(TableId::asyncData,
+                 sliceRow(trackBand(closed.track), m_now, closed.slice, record.args));
 }
 
 void Assembler::asyncMark(const EventRecord& record) {
     m_key.assign(record.key);
     const auto found = m_openAsync.find(m_key);
-    mark(record, found == m_openAsync.end() ? trackBandOf(record) : found->second.front().band);
+    mark(record,
+         trackBand(found == m_openAsync.end() ? trackOf(record) : found->second.front().track));
 }
 
 void Assembler::flow(const EventRecord& record) {
@@ -227,10 +229,13 @@ InstanceRow Assembler::sliceRow(int band,
     return row;
 }
 
-int Assembler::trackBandOf(const EventRecord& record) {
-    const std::string& name = m_trace.names.text(record.name);
-    const std::uint32_t process = m_trace.tracks.threads()[record.thread].process;
-    return m_rows.trackBand(process, name.empty() ? kNoName : name);
+Assembler::Track Assembler::trackOf(const EventRecord& record) const {
+    return {m_trace.tracks.threads()[record.thread].process, record.name};
+}
+
+int Assembler::trackBand(const Track& track) {
+    const std::string& name = m_trace.names.text(track.name);
+    return m_rows.trackBand(track.process, name.empty() ? kNoName : name);
 }
 
 int Assembler::nameRow(TableId table, std::vector<int>& rows, std::uint32_t name) {

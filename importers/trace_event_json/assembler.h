@@ -29,9 +29,14 @@ public:
     const Activity& activity() const { return m_activity; }
 
 private:
+    // The track of a process that bears that name.
+    struct Track {
+        std::uint32_t process = 0;
+        std::uint32_t name = 0;
+    };
     struct OpenAsync {
         OpenSlice slice;
-        int band = -1;
+        Track track;
     };
     // A sample whose value holds until the next one comes.
     struct Sample {
@@ -59,7 +64,8 @@ private:
                                            const OpenSlice& slice,
                                            std::string_view endArgs);
 
-    int trackBandOf(const EventRecord& record);
+    Track trackOf(const EventRecord& record) const;
+    int trackBand(const Track& track);
     int nameRow(lanefeed_runtime::TableId table, std::vector<int>& rows, std::uint32_t name);
     int categoryRow(std::uint32_t category);
     std::int64_t argsRow(std::string_view args);

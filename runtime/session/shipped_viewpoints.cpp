@@ -17,6 +17,7 @@ constexpr const char* kRoot = "viewpoint";
 struct Fit {
     const char* table;
     const char* viewpoint;
+    const char* rows = "dd_band";  // a result without this table has no rows to show it on
 };
 
 // The first table that a result has decides.
@@ -24,7 +25,8 @@ constexpr std::array<Fit, 9> kFits = {{{"state_data", "scheduler"},
                                        {"running_data", "scheduler"},
                                        {"wakeup_data", "scheduler"},
                                        {"slice_data", "trace_events"},
-                                       {"marker_data", "trace_events"},
+                                       // Points of async operations stand on their tracks.
+                                       {"marker_data", "trace_events", "dd_thread"},
                                        {"interrupt_data", "scheduler"},
                                        {"migration_data", "scheduler"},
                                        {"counter_data", "counters"},
@@ -60,7 +62,8 @@ std::string fittingViewpoint(const basekit2::sptr_t<dataface_1::IInputData>& res
     const basekit2::sptr_t<storelink1::IDatabase> database = performance->getDatabase(result);
     if (database.is_null()) return {};
     for (const Fit& fit : kFits)
-        if (database->isTableExist(fit.table)) return fit.viewpoint;
+        if (database->isTableExist(fit.table) && database->isTableExist(fit.rows))
+            return fit.viewpoint;
     return kGeneral;
 }
 

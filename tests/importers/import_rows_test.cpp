@@ -1,6 +1,8 @@
 // What each kind of event becomes in a result.
 #include "common/fact_keys.h"
 #include "import_fixture.h"
+#include "session/open_result.h"
+#include "session/shipped_viewpoints.h"
 
 namespace lanefeed_importers {
 namespace {
@@ -107,6 +109,7 @@ TEST_F(ImportRows, asyncEventsPairByTheirIdAndNestOnOneBand) {
                     {"ph":"e","ts":4,"pid":2,"cat":"c","id":7,"name":"parse"},{"ph":"e","ts":5,"cat":"c","id":7},
                     {"ph":"b","ts":1,"pid":1,"cat":"c","id2":{"local":7},"name":"other"},
                     {"ph":"e","ts":6,"pid":2,"cat":"c","id2":{"local":7},"name":"other"},
+                    {"ph":"b","ts":1,"pid":1,"cat":"c","id":8,"name":"endless"},
                     {"ph":"S","ts":1,"pid":1,"cat":"c","id":7,"name":"old"},{"ph":"F","ts":9,"pid":1,"cat":"c","id":7,"name":"old"})");
     EXPECT_EQ(slices("async_data"),
               (Rows{{"1", "4000", "load"}, {"1", "8000", "old"}, {"1001", "3000", "parse"}}));
@@ -116,7 +119,8 @@ TEST_F(ImportRows, asyncEventsPairByTheirIdAndNestOnOneBand) {
     EXPECT_EQ(cell("select t.name from marker_data m join dd_band b on b.rowid = m.dd_band"
                    " join dd_track t on t.rowid = b.dd_track"),
               "load");
-    EXPECT_EQ(fact("skipped"), R"({"orphanAsyncEnd":1,"unclosedAsync":1})");
+    EXPECT_EQ(fact("skipped"), R"({"orphanAsyncEnd":1,"unclosedAsync":2})");
+    EXPECT_EQ(cell("select count(*) from dd_track"), "2") << "a row that can hold nothing";
 }
 
 TEST_F(ImportRows, flowsLinkEachPointWithTheOneBefore) {
@@ -165,6 +169,15 @@ TEST_F(ImportRows, threadsOfOtherTracksAreNoRows) {
               (Rows{{"4"}, {"5"}, {"6"}, {"8"}}));
     EXPECT_EQ(cell("select count(*) from dd_thread"), "4");
     EXPECT_EQ(fact("threads"), "8");
+
+    importEvents(R"({"ph":"b","ts":2,"tid":2,"cat":"c","id":7,"name":"load"},
+                    {"ph":"n","ts":3,"tid":2,"cat":"c","id":7,"name":"load"},
+                    {"ph":"e","ts":4,"tid":2,"cat":"c","id":7,"name":"load"})");
+    lanefeed_runtime::OpenOutcome outcome;
+    EXPECT_EQ(
+        lanefeed_runtime::fittingViewpoint(lanefeed_runtime::openResult(target(), {}, outcome)),
+        "asynchronous")
+        << "points of tracks are not points of threads";
 }
 
 TEST_F(ImportRows, eventsWithoutATimeTakePartInNothing) {
