@@ -258,6 +258,13 @@ TEST(ShippedLayers, ASchedulerTraceIsShownAsItWasWritten) {
     EXPECT_EQ(result.counts(2, 1), "0=1 1=1 2=2 3=2 4=1 6=1 7=1 8=1 9=1 ; ");
     EXPECT_EQ(result.counts(2, 2), "1=0.5 ; ");
     EXPECT_EQ(result.counts(0, 6), "| 1=1 ; ");
+    // Core 1 is not known before 20.
+    EXPECT_EQ(result.counts(1, 5),
+              "0=0 1=0 2=0 3=0 4=100 5=100 6=0 7=0 8=0 9=0 ; "
+              "| 2=0 3=0 4=0 5=100 6=100 7=100 8=100 9=100 ; ");
+    result.parseShipped("trace_events");
+    EXPECT_EQ(result.counts(0, 7), "0=1 1=2 2=1 3=1 4=1 ; | 2=1 3=1 4=1 5=1 6=1 7=1 8=1 9=1 ; ");
+    EXPECT_EQ(result.counts(0, 8), "0=2 ; | ") << "each instant";
 }
 
 // What is left of the viewpoint that fits, and that none of it fails.
