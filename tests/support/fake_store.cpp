@@ -12,10 +12,16 @@ namespace {
 class FakeRecords : public storelink1::IGenericRecordset<storelink1::IConstRecord>,
                     public storelink1::IConstRecord {
 public:
-    FakeRecords(FakeTable rows, std::vector<std::string> columns)
-        : m_rows(std::move(rows)), m_columns(std::move(columns)) {}
+    // A progress that is asked before each record, or null.
+    FakeRecords(FakeTable rows, std::vector<std::string> columns, relay2::IProgress* watched)
+        : m_rows(std::move(rows)), m_columns(std::move(columns)), m_watched(watched) {
+        watch();
+    }
     bool atEnd() override { return m_position >= m_rows.size(); }
-    void next() override { ++m_position; }
+    void next() override {
+        ++m_position;
+        watch();
+    }
     storelink1::IConstRecord* current() override { return atEnd() ? nullptr : this; }
     const basekit2::variant_t& getField(basekit2::u16_t column) const override {
         static const basekit2::variant_t none;
@@ -26,8 +32,13 @@ public:
     }
 
 private:
+    void watch() {
+        if (m_watched != nullptr && m_watched->isCanceled()) m_position = m_rows.size();
+    }
+
     FakeTable m_rows;
     std::vector<std::string> m_columns;
+    relay2::IProgress* m_watched;
     std::size_t m_position = 0;
 };
 
@@ -61,9 +72,11 @@ public:
     bool addOrderBy(const std::string& /*column*/, bool /*descending*/) override { return true; }
     bool addKeyColumn(const std::string& /*column*/) override { return true; }
     basekit2::sptr_t<storelink1::IGenericRecordset<storelink1::IConstRecord>> execute(
-        relay2::IProgress* /*progress*/, std::string& error, std::string& sql) override {
+        relay2::IProgress* progress, std::string& error, std::string& sql) override {
         m_database->reads.push_back(m_read);
-        if (!m_fails) return basekit2::make_object<FakeRecords>(m_rows, m_columns);
+        if (!m_fails)
+            return basekit2::make_object<FakeRecords>(
+                m_rows, m_columns, m_database->endsCancelledReads ? progress : nullptr);
         error = "disk on fire";
         sql = "SELECT";
         return {};

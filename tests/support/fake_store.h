@@ -119,6 +119,7 @@ public:
     std::map<std::string, std::map<int, basekit2::variant_t>> attributeValues;
     std::vector<std::string> retrievers;
     std::set<std::string> brokenTables;  // whose reads fail
+    bool endsCancelledReads = false;     // record queries ask the progress before each record
     int pauseReads = 0;
     int filteredDatabases = 0;
     int cachesCleared = 0;
