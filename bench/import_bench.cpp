@@ -1,5 +1,6 @@
-// Import of traces, from the file to the finished result, against a bare pass of the JSON reader
-// over the same bytes; and the sort by time against a temporary table of a database. A generated
+// Import of traces, from the file to the finished result, against a bare pass over the same bytes
+// (of the JSON reader, or line by line) and against the reading alone, whose rows nobody keeps; and
+// the sort by time against a temporary table of a database. A generated
 // trace of any size comes through a pipe, all on one line, and shows what memory an import takes.
 //
 //   ./import_bench TRACE... [--benchmark_filter=...]
@@ -8,8 +9,10 @@
 // The counter rss_mb is the highest resident size of the process during that benchmark.
 
 #include "common/byte_source.h"
+#include "common/line_reader.h"
 #include "common/time_sorter.h"
 #include "importer.h"
+#include "null_writer.h"
 #include "trace_event_json/json_stream.h"
 
 #include <benchmark/benchmark.h>
@@ -80,6 +83,54 @@ void bareReader(benchmark::State& state, const std::string& file) {
     report(state, bytes);
 }
 
+void bareLines(benchmark::State& state, const std::string& file) {
+    std::uint64_t bytes = 0;
+    resetPeak();
+    for (auto _ : state) {
+        ImportError error;
+        const auto source = ByteSource::open(file, error);
+        if (!source) return state.SkipWithError(error.text.c_str());
+        LineReader reader(*source, [] { return true; });
+        for (TextLine line; reader.next(line);)
+            bytes = line.byte + line.text.size();
+    }
+    report(state, bytes);
+}
+
+const Importer* importerOf(const std::string& file) {
+    ImportError error;
+    const auto source = ByteSource::open(file, error);
+    for (const auto& importer : importers()) {
+        if (source && importer->accepts(source->head())) return importer.get();
+    }
+    return nullptr;
+}
+
+void countEvents(benchmark::State& state, const ImportOutcome& outcome) {
+    state.counters["events/s"] = benchmark::Counter(
+        static_cast<double>(outcome.events) * static_cast<double>(state.iterations()),
+        benchmark::Counter::kIsRate);
+}
+
+void readingAlone(benchmark::State& state, const std::string& file) {
+    const Importer* const importer = importerOf(file);
+    if (!importer) return state.SkipWithError("no known trace format");
+    ImportOptions options;
+    options.scratchFolder = scratchFolder().string();
+    ImportOutcome outcome;
+    resetPeak();
+    for (auto _ : state) {
+        ImportError error;
+        const auto source = ByteSource::open(file, error);
+        lanefeed_bench::NullWriter writer;
+        outcome = importer->import(*source, writer, options);
+        if (outcome.error.failed()) return state.SkipWithError(outcome.error.text.c_str());
+        benchmark::DoNotOptimize(writer.sum());
+    }
+    report(state, outcome.bytes);
+    countEvents(state, outcome);
+}
+
 ImportOutcome importInto(const std::string& source, const fs::path& target) {
     ImportRequest request;
     request.source = source;
@@ -97,9 +148,7 @@ void wholeImport(benchmark::State& state, const std::string& file) {
         if (outcome.error.failed()) return state.SkipWithError(outcome.error.text.c_str());
     }
     report(state, outcome.bytes);
-    state.counters["events/s"] = benchmark::Counter(
-        static_cast<double>(outcome.events) * static_cast<double>(state.iterations()),
-        benchmark::Counter::kIsRate);
+    countEvents(state, outcome);
     fs::remove(target);
 }
 
@@ -260,7 +309,12 @@ void registerAll(int count, char** names) {
     for (int i = 1; i < count; ++i) {
         const std::string file = names[i];
         const std::string shown = fs::path(file).filename().string();
-        benchmark::RegisterBenchmark(("bare_reader/" + shown).c_str(), bareReader, file)
+        const Importer* const importer = importerOf(file);
+        const bool isJson = importer && importer->name() == "trace_event_json";
+        benchmark::RegisterBenchmark(("bare_reader/" + shown).c_str(),
+                                     isJson ? bareReader : bareLines, file)
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark(("reading/" + shown).c_str(), readingAlone, file)
             ->Unit(benchmark::kMillisecond);
         benchmark::RegisterBenchmark(("import/" + shown).c_str(), wholeImport, file)
             ->Unit(benchmark::kMillisecond);
