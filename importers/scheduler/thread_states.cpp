@@ -67,7 +67,7 @@ void ThreadStates::store(
 }
 
 void ThreadStates::close(std::uint32_t task, const Open& open, std::int64_t time) {
-    if (!open.onCore) store(task, open.state, open.since, time, -1);
+    store(task, open.state, open.since, time, -1);
 }
 
 void ThreadStates::ran(

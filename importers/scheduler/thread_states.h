@@ -59,7 +59,7 @@ private:
     struct Open {
         std::int64_t since = 0;
         ThreadState state = ThreadState::none;
-        bool onCore = false;
+        bool onCore = false;  // then the state is none
     };
 
     Open& openAt(std::uint32_t task, std::int64_t time);

@@ -88,7 +88,9 @@ TEST_F(SchedulerRows, timeBelongsToTheTaskThatLeaves) {
         "36 1 9 wake 2 0\n"
         "37 1 9 wake 2 0\n"  // again
         "41 0 3 switch 3 I 2\n"
+        "43 1 9 wake 2 0\n"      // of one that still runs
         "51 0 4 switch 4 t 5\n"  // 2 came, 4 leaves: 2 has lost the core without a switch
+        "56 1 9 wake 2 0\n"
         "61 0 5 switch 5 x 2\n"  // 5 ends
         "71 0 2 switch 2 P 0\n");
     EXPECT_EQ(spans("running_data", "dd_thread"),
@@ -98,7 +100,7 @@ TEST_F(SchedulerRows, timeBelongsToTheTaskThatLeaves) {
     EXPECT_EQ(spans("state_data", "dd_state"),
               "t1 1-70 Sleeping\n"
               "t2 1-10 Running at core 0\nt2 11-20 Runnable\nt2 21-30 Running at core 0\n"
-              "t2 31-35 Blocked\nt2 36-40 Runnable\nt2 61-70 Running at core 0\n"
+              "t2 31-35 Blocked\nt2 36-40 Runnable\nt2 56-60 Runnable\nt2 61-70 Running at core 0\n"
               "t3 31-40 Running at core 0\nt3 41-70 Sleeping\n"
               "t4 41-50 Running at core 0\nt4 51-70 Stopped\n"
               "t5 51-60 Running at core 0\n"
@@ -118,13 +120,19 @@ TEST_F(SchedulerRows, lostSwitchesMakeNoOverlap) {
         "9 0 2 wake 4 0\n"
         "11 0 4 switch 4 S 2\n"  // ran from 1 on: wasn't waiting at 9
         "15 0 2 switch 2 S 1\n"
-        "16 1 3 switch 3 S 2\n"    // first of its core
-        "21 1 1 switch 1 S 0\n");  // left a core that it didn't come to
+        "16 1 3 switch 3 S 2\n"  // first of its core
+        "21 1 1 switch 1 S 0\n"  // left a core that it didn't come to
+        "22 2 0 switch 0 S 8\n"
+        "23 3 0 switch 0 S 8\n"  // on another core by now
+        "25 2 7 switch 7 S 0\n"
+        "26 2 0 wake 8 2\n"
+        "28 2 0 switch 0 S 8\n");
     EXPECT_EQ(spans("state_data", "dd_state"),
-              "t1 1-4 Sleeping\nt1 5-14 Runnable\nt1 16-20 Running at core 1\n"
+              "t1 1-4 Sleeping\nt1 5-14 Runnable\nt1 16-20 Running at core 1\nt1 21-27 Sleeping\n"
               "t2 11-14 Running at core 0\nt2 15-15 Sleeping\n"
-              "t3 16-20 Sleeping\n"
-              "t4 1-10 Running at core 0\nt4 11-20 Sleeping\n");
+              "t3 16-27 Sleeping\n"
+              "t4 1-10 Running at core 0\nt4 11-27 Sleeping\n"
+              "t7 22-24 Running at core 2\nt7 25-27 Sleeping\n");
 }
 
 TEST_F(SchedulerRows, clocksThatStandOrJumpBackMakeNoSpans) {
