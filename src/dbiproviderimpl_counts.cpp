@@ -21,6 +21,8 @@
 #include <facekit_1_x/table_building.h>
 #include <storelink1/utils.h>
 
+#include <algorithm>
+
 namespace lanefeed_1 {
 
 namespace {
@@ -42,9 +44,9 @@ struct Ticks {
 };
 
 bool isAnyAbove(const std::vector<std::vector<s64_t>>& series, std::size_t bin) {
-    for (const std::vector<s64_t>& counts : series)
-        if (bin < counts.size() && counts[bin] > 0) return true;
-    return false;
+    return std::any_of(series.begin(), series.end(), [bin](const std::vector<s64_t>& counts) {
+        return bin < counts.size() && counts[bin] > 0;
+    });
 }
 
 }  // namespace
@@ -233,6 +235,7 @@ void DbiProviderImpl::CountReader::fillTree(
     const Columns& columns,
     const sptr_t<facekit_1_x::IDPIHelperTableTree>& tree) const {
     std::vector<std::vector<s64_t>> series;
+    series.reserve(row.size());
     for (const CountSeries& counts : row)
         series.push_back(counts.counts(m_grid));
     const auto nameQuery = m_provider.createNameQuery(timeBin, "");

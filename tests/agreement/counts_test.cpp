@@ -92,6 +92,33 @@ struct Answer {
     Cells cells;
 };
 
+// The instances as the request sees them: ticks of the pane, those that it wants.
+struct Seen {
+    u64_t first = 0;
+    u64_t last = 0;
+    std::size_t row = 0;
+    std::string series;
+    basekit2::s64_t value = 1;
+};
+
+std::vector<Seen> seenBy(const Request& request, const std::vector<Instance>& instances) {
+    std::vector<Seen> all;
+    for (const Instance& instance : instances) {
+        Seen seen;
+        seen.first = (request.samplePoint == 2 ? instance.end : instance.start) - 1;
+        seen.last = (request.samplePoint == 1 ? instance.start : instance.end) - 1;
+        if (seen.last < request.start || seen.first > request.end) continue;
+        if (!request.kept.empty() && request.kept.count(nameOf(instance)) == 0) continue;
+        const auto band = static_cast<std::size_t>(instance.band) - 1;
+        seen.row = request.byProcess ? band % 2 : band;
+        if (request.expansions > 0) seen.series = nameOf(instance);
+        if (request.expansions > 1) seen.series += ":" + categoryOf(instance);
+        if (!request.ofInstances) seen.value = instance.count;
+        all.push_back(seen);
+    }
+    return all;
+}
+
 Answer countPlainly(const std::vector<Instance>& instances, const Request& request) {
     Answer answer;
     u64_t bins = request.bins * (request.ofInstances ? 10 : 1);
@@ -99,34 +126,23 @@ Answer countPlainly(const std::vector<Instance>& instances, const Request& reque
     const u64_t width = (request.end - request.start) / bins;
     if (width == 0) return answer;
     std::map<std::string, u64_t> lastEnds;
-    for (const Instance& instance : instances) {
-        const u64_t first = (request.samplePoint == 2 ? instance.end : instance.start) - 1;
-        const u64_t last = (request.samplePoint == 1 ? instance.start : instance.end) - 1;
-        if (last < request.start || first > request.end) continue;
-        if (!request.kept.empty() && request.kept.count(nameOf(instance)) == 0) continue;
-        const auto band = static_cast<std::size_t>(instance.band) - 1;
-        const std::size_t row = request.byProcess ? band % 2 : band;
-        std::string series = request.expansions > 0 ? nameOf(instance) : "";
-        if (request.expansions > 1) series += ":" + categoryOf(instance);
-        answer.rows.insert(row);
-        const auto before = lastEnds.find(std::to_string(row) + series);
+    for (const Seen& seen : seenBy(request, instances)) {
+        const auto before = lastEnds.emplace(cellName(seen.row, seen.series, 0), ~0ULL).first;
+        const u64_t begin = std::max(seen.first, request.start);
         for (u64_t bin = 0; bin < bins; ++bin) {
             const u64_t low = request.start + bin * width;
-            const u64_t high = low + width - 1;
-            if (first > high || last < low) continue;
-            const u64_t begin = std::max(first, request.start);
-            const bool counted = before != lastEnds.end() && before->second < begin &&
-                                 before->second >= low && begin >= low;
-            if (counted && !request.merged) continue;
-            answer.cells[cellName(row, series, bin)] += request.ofInstances ? 1 : instance.count;
+            if (seen.first >= low + width || seen.last < low) continue;
+            const bool isShared = begin >= low && before->second >= low && before->second < begin;
+            if (request.merged || !isShared)
+                answer.cells[cellName(seen.row, seen.series, bin)] += seen.value;
         }
-        lastEnds[std::to_string(row) + series] = std::min(last, request.end);
+        before->second = std::min(seen.last, request.end);
+        answer.rows.insert(seen.row);
     }
     answer.isServed = !answer.rows.empty();
-    Cells& cells = answer.cells;
-    if (bins != request.bins) cells = folded(cells);
-    for (auto it = cells.begin(); it != cells.end();)
-        it = it->second == 0 ? cells.erase(it) : std::next(it);
+    if (bins != request.bins) answer.cells = folded(answer.cells);
+    for (auto it = answer.cells.begin(); it != answer.cells.end();)
+        it = it->second == 0 ? answer.cells.erase(it) : std::next(it);
     return answer;
 }
 

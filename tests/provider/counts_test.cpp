@@ -22,7 +22,8 @@ protected:
         m_param = request();
         m_param.rowByDS = &m_rowBySource;
     }
-    static Query layerQuery(const std::string& attribute = "", basekit2::variant_t value = {}) {
+    static Query layerQuery(const std::string& attribute = "",
+                            const basekit2::variant_t& value = {}) {
         QueryFacts facts;
         facts.name = "Slices";
         facts.attributes[attribute] = value;
@@ -46,20 +47,23 @@ protected:
         IDicerProvider& provider = *m_provider;
         if (!provider.getOverTimeData(m_param, type, forest)) return "failed";
         std::string text;
-        for (const auto& tree : forest) {
+        for (std::size_t row = 0; row < forest.size(); ++row) {
             text += text.empty() ? "" : " | ";
-            text += tree.is_null() ? "-" : textOf(tree);
+            text += forest[row].is_null() ? "-" : textOf(forest[row], static_cast<int>(row));
         }
         return text;
     }
-    static std::string textOf(const basekit2::sptr_t<dataface_1::ITableTree>& tree) {
+    static std::string textOf(const basekit2::sptr_t<dataface_1::ITableTree>& tree, int id) {
         std::string text;
-        for (const auto& row : allRows(tree)) {
+        basekit2::variant_t row;
+        EXPECT_TRUE(allColumns(tree).front()->getContent(dataface_1::ccId, row));
+        EXPECT_EQ(row.get<int>(), id);
+        for (const auto& tableRow : allRows(tree)) {
             basekit2::variant_t value;
             text += text.empty() ? "" : " ";
             for (const auto& column : allColumns(tree)) {
                 const bool isBin = column == allColumns(tree).front();
-                EXPECT_TRUE(row->getContent(column, dataface_1::ccValue, value));
+                EXPECT_TRUE(tableRow->getContent(column, dataface_1::ccValue, value));
                 EXPECT_EQ(value.get_type(), isBin ? 6 : 8);
                 text += std::to_string(value.get<int>()) + (isBin ? "=" : ",");
             }
@@ -99,10 +103,10 @@ TEST_F(Counts, TakeTheEndOfAPointThatIsAskedFor) {
     EXPECT_EQ(ask(), "2=1 | - | -");
     m_param.samplePoint = 1;
     EXPECT_EQ(ask(), "0=1 | - | -");
-    // Nothing that the result does not reach; a value that is no number counts for nothing.
+    // Nothing that the result does not reach; a value that is no whole number counts for nothing.
     m_param.samplePoint = 0;
     slices() = {slice(30, -9, -1), slice(30, 1000, 1009), slice(40, 0, 0)};
-    slices()[2]["count"] = "many";
+    slices()[2]["count"] = 2.5;
     EXPECT_EQ(ask(), "- | 0=1 | -");
     EXPECT_EQ(ask(IDicerProvider::otCount), "- | no bin | -");
     // Behind the last whole bin of the window: a table, but nothing in it.
