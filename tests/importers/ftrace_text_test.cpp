@@ -38,12 +38,13 @@ protected:
 };
 
 std::string FtraceText::content() const {
-    const std::string band =
-        " left join dd_band b on b.rowid = d.dd_band left join dd_thread th on th.rowid = "
-        "b.dd_thread "
-        "left join dd_core co on co.rowid = b.dd_core left join dd_counter cn on cn.rowid = "
-        "b.dd_counter left join dd_track tr on tr.rowid = b.dd_track ";
-    const std::string where = "start_tsc, d.end_tsc, th.label, co.name, cn.label, tr.label, ";
+    constexpr const char* kQuery =
+        "select d.start_tsc, d.end_tsc, th.label, co.name, cn.label, tr.label, a.name, d.count "
+        "from "
+        "{} d left join dd_band b on b.rowid = d.dd_band left join dd_thread th on th.rowid = "
+        "b.dd_thread left join dd_core co on co.rowid = b.dd_core left join dd_counter cn on "
+        "cn.rowid = b.dd_counter left join dd_track tr on tr.rowid = b.dd_track left join {} a on "
+        "a.rowid = d.attr order by d.rowid";
     const std::string names[][2] = {{"running_data", "dd_thread"}, {"idle_data", "dd_state"},
                                     {"state_data", "dd_state"},    {"interrupt_data", "dd_task"},
                                     {"wakeup_data", "dd_flow"},    {"migration_data", "dd_thread"},
@@ -51,9 +52,7 @@ std::string FtraceText::content() const {
                                     {"marker_data", "dd_marker"},  {"counter_data", "dd_counter"}};
     std::string text;
     for (const auto& [table, attr] : names) {
-        for (const auto& row :
-             rows("select d." + where + "a.name, d.count from " + table + " d" + band +
-                  "left join " + attr + " a on a.rowid = d.attr order by d.rowid")) {
+        for (const auto& row : rows(fmt::format(kQuery, table, attr))) {
             text += table + ":";
             for (const std::string& value : row)
                 text += value == "null" ? "" : " " + value;

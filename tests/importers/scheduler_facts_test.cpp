@@ -3,6 +3,7 @@
 #include "common/fact_keys.h"
 #include "import_fixture.h"
 
+#include <fmt/format.h>
 #include <fstream>
 #include <rapidjson/document.h>
 #include <sstream>
@@ -48,8 +49,8 @@ protected:
     // Nanoseconds of the instances of a table, by what `by` tells of them.
     void expectSums(const Value& sums, const std::string& table, const std::string& by) const {
         for (const auto& sum : sums.GetObject()) {
-            EXPECT_EQ(cell("select sum(d.end_tsc - d.start_tsc + 1) from " + table + " d " + by +
-                           " = " + sum.name.GetString()),
+            EXPECT_EQ(cell(fmt::format("select sum(d.end_tsc - d.start_tsc + 1) from {} d {} = {}",
+                                       table, by, sum.name.GetString())),
                       std::to_string(sum.value.GetInt64()))
                 << table << " of " << sum.name.GetString();
         }

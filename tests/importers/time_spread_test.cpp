@@ -51,7 +51,8 @@ TEST(TimeSpreadTest, findsTheShortestSpanOfMostTimes) {
         const auto held = std::upper_bound(times.begin(), times.end(), content.end) -
                           std::lower_bound(times.begin(), times.end(), content.begin);
         EXPECT_GE(held, static_cast<std::ptrdiff_t>(wanted));
-        const std::int64_t cell = (times.back() - times.front()) * 4 / TimeSpread::kCells + 1;
+        const std::int64_t cell =
+            (times.back() - times.front()) * 4 / std::int64_t{TimeSpread::kCells} + 1;
         EXPECT_LE(content.end - content.begin, shortest + 2 * cell) << "round " << round;
     }
 }
