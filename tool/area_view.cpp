@@ -6,6 +6,7 @@
 #include "failure.h"
 #include "log_output.h"
 #include "nearest.h"
+#include "row_columns.h"
 #include "session.h"
 
 #include <facekit_1_x/conversions.h>
@@ -13,6 +14,8 @@
 #include <algorithm>
 #include <fmt/format.h>
 #include <locale>
+#include <map>
+#include <set>
 #include <utility>
 
 namespace lanefeed_tool {
@@ -35,6 +38,22 @@ sptr_t<dataface_1::IQuery> columnQuery(IColumnInfo& column) {
     sptr_t<dataface_1::IQuery> query = column.getQuery();
     const auto vector = dataface_1::IVectorQuery::cast(query);
     return vector.is_null() ? query : vector->getDefaultQuery();
+}
+
+// Columns with the same caption get the id of their query behind it, or their number.
+void nameApart(std::vector<ValueColumn>& columns) {
+    std::map<std::string, int> captions;
+    for (const ValueColumn& column : columns)
+        ++captions[column.name];
+    std::set<std::string> used;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        ValueColumn& column = columns[i];
+        if (captions[column.name] > 1 && !column.id.empty())
+            column.name = fmt::format("{} ({})", column.name, column.id);
+        if (captions[column.name] > 1 || used.count(column.name) > 0)
+            column.name = fmt::format("{} #{}", column.name, i + 1);
+        used.insert(column.name);
+    }
 }
 
 // Order of cells as the provider sorts rows: texts without regard to case.
@@ -110,6 +129,7 @@ void AreaView::readRows(Session& session, int index) {
                         session.resultName(), index));
     }
     readColumns(m_table->getColumns(nullptr), "");
+    nameApart(m_values);
     addRows(m_table->getRows(nullptr), -1, 0);
     readOrder();
 }
@@ -240,6 +260,29 @@ void AreaView::sortBy(const std::string& text) {
     }
     m_provider->setSorting(sorting);
     readOrder();
+}
+
+void AreaView::takeValues(const AreaView& other) {
+    const RowIndex index(*this);
+    std::vector<std::size_t> place(m_rows.size(), m_rows.size());
+    for (std::size_t i = 0; i < other.m_order.size(); ++i) {
+        const RowInfo& row = other.m_rows[static_cast<std::size_t>(other.m_order[i])];
+        const int mine = index.row(other.pathOf(row.id));
+        if (mine < 0) continue;
+        m_rows[static_cast<std::size_t>(mine)].values = row.values;
+        place[static_cast<std::size_t>(mine)] = i;
+    }
+    std::stable_sort(m_order.begin(), m_order.end(), [&](int a, int b) {
+        return place[static_cast<std::size_t>(a)] < place[static_cast<std::size_t>(b)];
+    });
+}
+
+std::vector<int> AreaView::pathOf(int row) const {
+    std::vector<int> path;
+    for (int at = row; at >= 0; at = m_rows[static_cast<std::size_t>(at)].parent)
+        path.push_back(m_rows[static_cast<std::size_t>(at)].dbIndex);
+    std::reverse(path.begin(), path.end());
+    return path;
 }
 
 void AreaView::keepVisible(Session& session) {

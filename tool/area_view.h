@@ -69,6 +69,11 @@ public:
     void sortBy(const std::string& text);
     // Takes the rows out of the order that the filters in force hide. Ids stay.
     void keepVisible(Session& session);
+    // Takes the values of the rows, and their order, from another view of the same area, such as
+    // one under filters. Ids stay.
+    void takeValues(const AreaView& other);
+    // Database indexes of a row, by its id, and of those above it, outermost first.
+    std::vector<int> pathOf(int row) const;
 
 private:
     using Rows = basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::ITableRow>>;

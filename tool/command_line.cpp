@@ -31,8 +31,9 @@ const std::map<std::string, Format>& formats() {
     return names;
 }
 
-void addFormat(CLI::App& verb, Format& format) {
-    verb.add_option_function<std::string>(
+CLI::Option* addFormat(CLI::App& verb, Format& format) {
+    return verb
+        .add_option_function<std::string>(
             "--format", [&format](const std::string& name) { format = formats().at(name); },
             "table (default), csv or json")
         ->check(CLI::IsMember({"table", "csv", "json"}))
@@ -114,12 +115,14 @@ CLI::App* addViewpointVerb(CLI::App& app, ViewOptions& options) {
         verb->add_option("--check", options.check,
                          "Tell what is wrong in a viewpoint, line by line; exit 3 if anything is")
             ->option_text("FILE");
-    verb->add_flag("--new", options.newViewpoint,
-                   "Print a commented viewpoint to start from, with what the result holds")
-        ->excludes(check);
+    CLI::Option* fresh =
+        verb->add_flag("--new", options.newViewpoint,
+                       "Print a commented viewpoint to start from, with what the result holds")
+            ->excludes(check);
     addViewpoint(*verb, options);
     addFilters(*verb, options);
-    addFormat(*verb, options.format);
+    // It is XML whatever is asked for.
+    fresh->excludes(addFormat(*verb, options.format));
     verb->footer(
         "Examples:\n"
         "  lanefeed viewpoint --new build.lft > mine.xml\n"
@@ -144,6 +147,9 @@ CLI::App* addRows(CLI::App& app, ViewOptions& options) {
     addArea(*verb, options);
     verb->add_option("--sort", options.sort,
                      "Sort by a column: name, start, end or one of values; :desc turns it round")
+        ->check([](const std::string& text) {
+            return text.empty() ? std::string("it names no column") : std::string();
+        })
         ->option_text("COLUMN[:desc]");
     verb->add_flag("--visible", options.visible,
                    "Only the rows that filters leave, with the ids they have without --filter");
@@ -223,9 +229,6 @@ CLI::App* addLayerVerb(CLI::App& app,
 CLI::App* addOvertime(CLI::App& app, ViewOptions& options) {
     CLI::App* verb =
         addLayerVerb(app, options, "overtime", "Print the over-time series of an area's layers");
-    verb->add_flag_callback(
-            "--unit-ticks", [&options] { options.ticks = true; }, "The same as --unit ticks")
-        ->group("");
     verb->add_option_function<std::string>(
             "--unit", [&options](const std::string& unit) { options.ticks = unit == "ticks"; },
             "own (default) or ticks: series of time as whole ticks")

@@ -7,8 +7,6 @@
 
 #include <dataface_1/query_kinds.h>
 
-#include <algorithm>
-
 namespace lanefeed_tool {
 
 std::vector<std::string> rowColumns(const lanefeed_1::DicerDataSource* rows) {
@@ -24,13 +22,8 @@ std::vector<std::string> rowColumns(const lanefeed_1::DicerDataSource* rows) {
 
 RowIndex::RowIndex(const AreaView& area) {
     const std::vector<RowInfo>& rows = area.rows();
-    for (const RowInfo& row : rows) {
-        std::vector<int> indexes;
-        for (int at = row.id; at >= 0; at = rows[static_cast<std::size_t>(at)].parent)
-            indexes.push_back(rows[static_cast<std::size_t>(at)].dbIndex);
-        std::reverse(indexes.begin(), indexes.end());
-        m_rows.emplace(std::move(indexes), row.id);
-    }
+    for (const RowInfo& row : rows)
+        m_rows.emplace(area.pathOf(row.id), row.id);
     if (area.rowSource() == nullptr && !rows.empty()) m_rows.emplace(std::vector<int>(), 0);
 }
 

@@ -116,6 +116,11 @@ int runRows(const ViewOptions& options) {
     if (options.visible) {
         session.applyFilters(options.filters);
         area.keepVisible(session);
+        if (!area.valueColumns().empty() && !options.filters.empty()) {
+            AreaView filtered(session, options.area);
+            if (!options.sort.empty()) filtered.sortBy(options.sort);
+            area.takeValues(filtered);
+        }
     }
     session.requireWholeReads();
     noteNoRows(session, area, options);

@@ -189,10 +189,14 @@ void Session::noteEmpty() const {
                   << " holds no instances; there is nothing to show\n";
     } else if (isFiltered() && !leavesAnything()) {
         std::cerr << "lanefeed: note: the filters in force leave nothing of " << m_options.result
-                  << (m_options.filters.empty()
-                          ? "; 'lanefeed info' shows them, 'lanefeed select --clear' drops them\n"
-                          : "; leave --filter out for what is selected alone\n");
+                  << "; " << filterAdvice() << '\n';
     }
+}
+
+std::string Session::filterAdvice() const {
+    return m_options.filters.empty()
+               ? "'lanefeed info' shows them, 'lanefeed select --clear' drops them"
+               : "leave --filter out for what is selected alone";
 }
 
 void Session::requireWholeReads() const {

@@ -50,6 +50,9 @@ public:
     // Says on stderr why there is nothing to show, if the result is empty or filters leave nothing.
     void noteEmpty() const;
 
+    // What to do about filters that leave too little.
+    std::string filterAdvice() const;
+
     // Fails if a read of the result broke off, since the answer would not be whole.
     void requireWholeReads() const;
 

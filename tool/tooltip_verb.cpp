@@ -203,9 +203,8 @@ std::vector<PointedInstance> instanceWithId(const Session& session,
     std::vector<PointedInstance> found = finder.withId(id);
     if (found.empty())
         throw Failure(exitUsage,
-                      fmt::format("--id {}: the filters in force leave this instance of {} out; "
-                                  "see 'lanefeed info'",
-                                  asked, table));
+                      fmt::format("--id {}: the filters in force leave this instance of {} out; {}",
+                                  asked, table, session.filterAdvice()));
     return found;
 }
 

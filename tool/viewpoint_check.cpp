@@ -3,6 +3,7 @@
 
 #include "viewpoint_check.h"
 
+#include "layer_choice.h"
 #include "lined_document.h"
 #include "log_places.h"
 #include "nearest.h"
@@ -14,6 +15,7 @@
 #include <fmt/format.h>
 #include <queries/display_attributes.h>
 #include <queries/query_builder.h>
+#include <regex>
 #include <utility>
 
 namespace lanefeed_tool {
@@ -56,6 +58,15 @@ std::string trimmed(const std::string& text) {
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
+// The parser takes what it can't read of a colour as 0.
+bool isColor(const std::string& text) {
+    static const std::regex color(
+        R"(0[xX][0-9a-fA-F]{1,8}|((25[0-5]|2[0-4]\d|1?\d?\d),){2}(25[0-5]|2[0-4]\d|1?\d?\d))");
+    std::string dense = text;
+    dense.erase(std::remove(dense.begin(), dense.end(), ' '), dense.end());
+    return std::regex_match(dense, color);
+}
+
 template <class Names>
 std::string joined(const Names& names) {
     std::string text;
@@ -80,6 +91,7 @@ void DocumentCheck::checkElement(std::size_t position) {
     for (std::size_t at = element.parent; at != 0; at = m_document.at(at).parent) {
         if (lanefeed_runtime::isQueryElement(m_document.at(at).name)) return;
     }
+    requireChild(position);
     if (isWithinGrid(m_document, position)) {
         if (wordsOf(element.name) != nullptr) checkAttributes(position);
         return;
@@ -88,7 +100,10 @@ void DocumentCheck::checkElement(std::size_t position) {
     if (element.name == "displayAttributes") {
         std::string error;
         lanefeed_runtime::DisplayAttributes ignored;
-        if (lanefeed_runtime::readDisplayAttributes(*element.bag, ignored, error)) return;
+        if (lanefeed_runtime::readDisplayAttributes(*element.bag, ignored, error)) {
+            checkColors(position);
+            return;
+        }
         addMessage(position, error);
         m_logged.push_back(error);
         return;
@@ -96,6 +111,51 @@ void DocumentCheck::checkElement(std::size_t position) {
     if (wordsOf(element.name) == nullptr) return;
     checkAttributes(position);
     checkChildren(position);
+}
+
+// What an element is nothing without.
+void DocumentCheck::requireChild(std::size_t position) {
+    const std::string& name = m_document.at(position).name;
+    const bool isGrid = name == "gridQuery" || name == "requiredData";
+    if (!isGrid && name != "layer") return;
+    const char* child = isGrid ? "rowBy" : "drawBy";
+    if (m_document.children(position, child).empty())
+        addMessage(position, fmt::format("<{}> has no <{}>; say what {}", name, child,
+                                         isGrid ? "its rows are" : "it draws"));
+}
+
+void DocumentCheck::checkColors(std::size_t position) {
+    const basekit2::variant_bag_t& bag = *m_document.at(position).bag;
+    for (const char* name :
+         {"timelineGraphColor", "timelineFilterColor", "timelineDecimationColor"}) {
+        if (bag.get<variant_t>(name) == nullptr) continue;
+        const std::string text = entryText(bag, name);
+        if (!isColor(text))
+            addMessage(position, fmt::format("{}=\"{}\": no colour; write red,green,blue from 0 "
+                                             "to 255, or 0xAARRGGBB",
+                                             name, text));
+    }
+}
+
+// Bars and lines are drawn of an attribute of instances.
+void DocumentCheck::addLayers(const std::vector<lanefeed_1::TLViewpointParser::Area>& areas) {
+    const std::vector<std::size_t> elements = m_document.children(0, "area");
+    for (std::size_t i = 0; i < std::min(areas.size(), elements.size()); ++i) {
+        const auto rowSets = m_document.children(elements[i], "rowSet");
+        if (rowSets.empty() || areas[i].rowSets.empty()) continue;
+        const auto& layers = areas[i].rowSets.front().layers;
+        const auto places = m_document.children(rowSets.front(), "layer");
+        for (std::size_t j = 0; j < std::min(layers.size(), places.size()); ++j) {
+            const LayerKind kind = kindOf(layers[j]);
+            const auto& drawBy = layers[j].drawBy;
+            const bool needsAttribute = layers[j].typeGiven && kind != LayerKind::series &&
+                                        kind != LayerKind::counts && !drawBy.isLifetime;
+            if (needsAttribute && !drawBy.ds.m_defaultQuery.is_null() && drawBy.ds.m_path.empty())
+                addMessage(places[j], fmt::format("a layer of this type draws an infoQuery, such "
+                                                  "as sliceName; \"{}\" is none",
+                                                  drawBy.ds.m_defaultQuery->getId()));
+        }
+    }
 }
 
 void DocumentCheck::checkAttributes(std::size_t position) {

@@ -5,6 +5,7 @@
 #include <parse_logger.h>
 #include <string>
 #include <vector>
+#include <viewpointparser.h>
 
 namespace lanefeed_tool {
 
@@ -30,6 +31,8 @@ public:
     // Adds what the log of a parse says, with the lines that it speaks of. What only follows from
     // something found already is left out.
     void addLog(const lanefeed_1::ParseLogger& log);
+    // Adds what layers can't draw, as a parse has resolved them.
+    void addLayers(const std::vector<lanefeed_1::TLViewpointParser::Area>& areas);
     // By line.
     std::vector<Finding> findings() const;
     // Texts that the library logs of definitions which stand here with a line.
@@ -42,6 +45,8 @@ private:
     };
 
     void checkElement(std::size_t position);
+    void requireChild(std::size_t position);
+    void checkColors(std::size_t position);
     void checkAttributes(std::size_t position);
     void checkChildren(std::size_t position);
     void checkQueries(std::size_t position);

@@ -61,6 +61,7 @@ std::vector<Finding> check(const std::string& text,
     try {
         lanefeed_1::TLViewpointParser parser;
         parser.parseViewpoint(bag, against.library, nullptr, against.input, log);
+        checks.addLayers(parser.m_areas);
     } catch (const std::bad_cast&) {  // of a number, which the check of the document has found
         std::cerr << "lanefeed: note: a text that is no number ends the parse; mend it and check "
                      "again, there may be more\n";
