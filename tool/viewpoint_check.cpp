@@ -146,6 +146,8 @@ void DocumentCheck::addLayers(const std::vector<lanefeed_1::TLViewpointParser::A
         const auto& layers = areas[i].rowSets.front().layers;
         const auto places = m_document.children(rowSets.front(), "layer");
         for (std::size_t j = 0; j < std::min(layers.size(), places.size()); ++j) {
+            // It may follow from what is found already, such as a type that is none.
+            if (hasFindingWithin(places[j])) continue;
             const LayerKind kind = kindOf(layers[j]);
             const auto& drawBy = layers[j].drawBy;
             const bool needsAttribute = layers[j].typeGiven && kind != LayerKind::series &&

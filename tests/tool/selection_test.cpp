@@ -208,6 +208,19 @@ TEST_F(Selection, VisibleRowsKeepTheirIds) {
     EXPECT_EQ(rows[0]["id"].GetInt(), 1);
     EXPECT_STREQ(rows[0]["name"].GetString(), m_worker.c_str());
     EXPECT_EQ(json("rows", {"--visible"}).Size(), 2U);
+    EXPECT_EQ(run("rows", {"--sort", ""}).exit, 2);
+    // Values are those under the filter, as without --visible; so is their order.
+    const auto values = [&](std::vector<std::string> options) {
+        options.insert(options.end(), {"--viewpoint", "processes", "--filter", "time=30us..70us",
+                                       "--sort", "Busy time:desc"});
+        std::string text;
+        for (const auto& row : json("rows", options).GetArray())
+            text += row["name"].GetString() + std::string("=") +
+                    std::to_string(row["values"]["Slices"].GetInt()) + " ";
+        return text;
+    };
+    EXPECT_EQ(values({"--visible"}), "process 1=3 main=2 worker=1 ");
+    EXPECT_EQ(values({}), values({"--visible"}));
 }
 
 TEST_F(Selection, OfBundledTracesIsTakenBackToTheByte) {

@@ -117,6 +117,26 @@ TEST(ViewpointAuthor, ACheckReadsTheWordsOfAGrid) {
     EXPECT_EQ(runTool({"viewpoint", "--check", shipped}).exit, 0);
 }
 
+// What a parse takes without a word, and a request fails for.
+TEST(ViewpointAuthor, ACheckTellsLayersThatCanDrawNothing) {
+    ScratchFolder folder;
+    const std::string file = folder.write("v.xml", R"(<viewpoint><area><rowSet>
+    <gridQuery><columnBy query="busyTime"/></gridQuery>
+    <layer type="Overtime"/>
+    <layer type="RowInterval"><drawBy query="busyTime"/></layer>
+    <layer type="RowInterval"><drawBy query="sliceName">
+      <displayAttributes timelineGraphColor="redish,1,2"/></drawBy></layer>
+    <layer type="CountOverTime"><drawBy query="sliceCount">
+      <displayAttributes timelineGraphColor="1, 2, 255" timelineFilterColor="0x80ABCDEF"/></drawBy>
+    </layer></rowSet></area></viewpoint>)");
+    const std::string report = runTool({"viewpoint", "--check", file}).out;
+    expectLine(report, file + ":2: area 0: ", "<gridQuery> has no <rowBy>");
+    expectLine(report, file + ":3: area 0, layer 0: ", "<layer> has no <drawBy>");
+    expectLine(report, file + ":4: area 0, layer 1: ", "\"busyTime\" is none");
+    expectLine(report, file + ":6: area 0, layer 2: ", "timelineGraphColor=\"redish,1,2\"");
+    EXPECT_EQ(std::count(report.begin(), report.end(), '\n'), 4) << report;
+}
+
 TEST(ViewpointAuthor, ACheckTellsBrokenXmlAndNumbersThatEndTheParse) {
     ScratchFolder folder;
     const ToolRun broken =
