@@ -5,7 +5,7 @@
 // counted are the rows of the table.
 //
 //   ./intervals_bench --benchmark_repetitions=5 --benchmark_report_aggregates_only=true
-//   ./intervals_bench --memory FILE        (what a reader holds, see reportMemory)
+//   ./intervals_bench --memory 1000000     (what a reader holds, see reportMemory)
 //   LANEFEED_BENCH_INSTANCES=100000 ./intervals_bench ...      (only this size)
 
 #include "thread_pane.h"
@@ -28,6 +28,8 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -184,15 +186,23 @@ private:
     sptr_t<storelink1::IDatabase> m_database;
 };
 
+std::string fileOf(int instances) {
+    const std::string name = "intervals_bench_" + std::to_string(instances) + ".lft";
+    return (std::filesystem::temp_directory_path() / name).string();
+}
+
+bool writeFile(int instances) {
+    lanefeed_bench::TraceShape shape;
+    shape.instances = static_cast<std::size_t>(instances);
+    const std::string file = fileOf(instances);
+    const bool written = lanefeed_bench::writeTraceFile(lanefeed_bench::makeTrace(shape), file);
+    if (!written) std::fprintf(stderr, "%s: not written\n", file.c_str());
+    return written;
+}
+
 struct Stage {
-    explicit Stage(int instances)
-        : file((std::filesystem::temp_directory_path() /
-                ("intervals_bench_" + std::to_string(instances) + ".lft"))
-                   .string()) {
-        lanefeed_bench::TraceShape shape;
-        shape.instances = static_cast<std::size_t>(instances);
-        if (!lanefeed_bench::writeTraceFile(lanefeed_bench::makeTrace(shape), file))
-            std::fprintf(stderr, "%s: not written\n", file.c_str());
+    explicit Stage(int instances) : file(fileOf(instances)) {
+        writeFile(instances);
         pane = std::make_unique<Pane>(file);
         sql = std::make_unique<BareSql>(file);
     }
@@ -274,9 +284,14 @@ double liveMegabytes() {
     return static_cast<double>(heap.uordblks + heap.hblkhd) / 1e6;
 }
 
-// What a reader holds at most: in a walk everything, in a request all but the answer. For a process
-// of its own, whose heap has no holes yet.
-void reportMemory(const std::string& file) {
+// What a reader holds at most: in a walk everything, in a request all but the answer. Another
+// process writes the file, so that the heap of this one has no holes.
+int reportMemory(int instances) {
+    const pid_t writer = ::fork();
+    if (writer == 0) ::_exit(writeFile(instances) ? EXIT_SUCCESS : EXIT_FAILURE);
+    int status = 0;
+    if (::waitpid(writer, &status, 0) != writer || status != 0) return EXIT_FAILURE;
+    const std::string file = fileOf(instances);
     const Pane pane(file);
     for (const Mode mode : {Mode::bars, Mode::tasks}) {
         const char* const name = mode == Mode::bars ? "bars" : "tasks";
@@ -287,6 +302,9 @@ void reportMemory(const std::string& file) {
         const double answer = liveMegabytes() - before;
         std::printf("%s: request %.2f MB and an answer of %.2f MB\n", name, all - answer, answer);
     }
+    std::error_code ignored;
+    std::filesystem::remove(file, ignored);
+    return EXIT_SUCCESS;
 }
 
 std::vector<int> sizes() {
@@ -315,10 +333,7 @@ void addBenchmarks() {
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
-    if (argc == 3 && std::strcmp(argv[1], "--memory") == 0) {
-        reportMemory(argv[2]);
-        return EXIT_SUCCESS;
-    }
+    if (argc == 3 && std::strcmp(argv[1], "--memory") == 0) return reportMemory(std::atoi(argv[2]));
     for (const int size : sizes()) {
         if (agree(stage(size), Mode::bars) && agree(stage(size), Mode::tasks)) continue;
         std::fprintf(stderr, "intervals_bench: not all instances of %s\n",

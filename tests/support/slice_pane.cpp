@@ -68,6 +68,12 @@ basekit2::sptr_t<dataface_1::IQuery> SlicePane::query(const std::string& id) con
     return found;
 }
 
+basekit2::sptr_t<storelink1::IDatabase> SlicePane::database() const {
+    basekit2::sptr_t<storelink1::IPerfDatabase> databases;
+    require(dataface_1::lookup(m_result, databases), "no database");
+    return databases->getDatabase(m_result);
+}
+
 void SlicePane::expandBy(const std::string& queryId, const std::vector<std::string>& values) {
     const auto info = IInfoQuery::cast(query(queryId));
     require(!info.is_null(), queryId);

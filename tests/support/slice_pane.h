@@ -26,6 +26,7 @@ public:
                                    basekit2::u64_t end,
                                    basekit2::u32_t bins) const;
     basekit2::sptr_t<dataface_1::IQuery> query(const std::string& id) const;
+    basekit2::sptr_t<storelink1::IDatabase> database() const;
     // Splits the slices by the values of an attribute, or by some of them.
     void expandBy(const std::string& queryId, const std::vector<std::string>& values = {});
 
