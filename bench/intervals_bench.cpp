@@ -284,27 +284,48 @@ double liveMegabytes() {
     return static_cast<double>(heap.uordblks + heap.hblkhd) / 1e6;
 }
 
-// What a reader holds at most: in a walk everything, in a request all but the answer. Another
-// process writes the file, so that the heap of this one has no holes.
-int reportMemory(int instances) {
-    const pid_t writer = ::fork();
-    if (writer == 0) ::_exit(writeFile(instances) ? EXIT_SUCCESS : EXIT_FAILURE);
+// Runs in a process of its own, whose heap has no holes and no remains of others.
+template <class Run>
+bool inProcess(Run run) {
+    std::fflush(stdout);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const bool done = run();
+        std::fflush(stdout);
+        ::_exit(done ? EXIT_SUCCESS : EXIT_FAILURE);
+    }
     int status = 0;
-    if (::waitpid(writer, &status, 0) != writer || status != 0) return EXIT_FAILURE;
-    const std::string file = fileOf(instances);
+    return ::waitpid(child, &status, 0) == child && status == 0;
+}
+
+bool reportWalk(const std::string& file, Mode mode) {
     const Pane pane(file);
+    std::printf("walk %.2f MB, ", megabytesOf([&] { pane.walk(mode); }));
+    return true;
+}
+
+bool reportRequest(const std::string& file, Mode mode) {
+    const Pane pane(file);
+    std::vector<sptr_t<ITableTree>> trees;
+    const double before = liveMegabytes();
+    const double height = megabytesOf([&] { trees = pane.request(mode); });
+    std::printf("request %.2f MB at its height, answer %.2f MB\n", height,
+                liveMegabytes() - before);
+    return true;
+}
+
+// What a walk holds at most, which is what a request reads with; a request; and its answer.
+int reportMemory(int instances) {
+    const std::string file = fileOf(instances);
+    bool done = inProcess([&] { return writeFile(instances); });
     for (const Mode mode : {Mode::bars, Mode::tasks}) {
-        const char* const name = mode == Mode::bars ? "bars" : "tasks";
-        std::printf("%s: walk %.2f MB\n", name, megabytesOf([&] { pane.walk(mode); }));
-        std::vector<sptr_t<ITableTree>> trees;
-        const double before = liveMegabytes();
-        const double all = megabytesOf([&] { trees = pane.request(mode); });
-        const double answer = liveMegabytes() - before;
-        std::printf("%s: request %.2f MB and an answer of %.2f MB\n", name, all - answer, answer);
+        std::printf("%d %s: ", instances, mode == Mode::bars ? "bars" : "tasks");
+        done = done && inProcess([&] { return reportWalk(file, mode); }) &&
+               inProcess([&] { return reportRequest(file, mode); });
     }
     std::error_code ignored;
     std::filesystem::remove(file, ignored);
-    return EXIT_SUCCESS;
+    return done ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 std::vector<int> sizes() {

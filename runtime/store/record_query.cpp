@@ -164,14 +164,12 @@ basekit2::sptr_t<IGenericRecordset<IConstRecord>> RecordQuery::execute(relay2::I
     plan.isKeyOrdered = m_hasKey && select.isOrderedBy(m_key);
     const std::string text = select.text();
     Statement statement = m_session->connection->prepare(text);
-    sql = text;
-    if (statement) {
+    if (!statement) {
+        sql = text;
+    } else {
         select.bindValues(statement);
         auto set = makeRecordSet(m_session, std::move(statement), std::move(plan), progress, sql);
-        if (!set.is_null()) {
-            sql.clear();
-            return set;
-        }
+        if (!set.is_null()) return set;
     }
     error = m_session->file + ": " + m_session->connection->message();
     return nullptr;

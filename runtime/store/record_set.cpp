@@ -183,9 +183,10 @@ basekit2::sptr_t<IGenericRecordset<IConstRecord>> makeRecordSet(
     std::string& sql) {
     auto set = basekit2::make_object<StoreRecordSet>(session, std::move(statement), std::move(plan),
                                                      progress);
-    if (set->start()) return set;
-    sql = set->told();
-    return nullptr;
+    const bool started = set->start();
+    if (set->atEnd()) sql = set->told();
+    if (!started) return nullptr;
+    return set;
 }
 
 }  // namespace lanefeed_runtime

@@ -36,8 +36,8 @@ struct RecordPlan {
 // 64-bit, other integers signed 64-bit.
 void readVariant(const Statement& statement, int field, ValueKind kind, basekit2::variant_t& out);
 
-// Records of a statement that has been prepared and bound. Null when the first step fails, with the
-// statement as it ran in `sql`; the set is at its end when `progress` is cancelled.
+// Records of a statement that has been prepared and bound. Null when the first step fails; the set
+// is at its end when `progress` is cancelled. Without a record `sql` is the statement as it ran.
 basekit2::sptr_t<storelink1::IGenericRecordset<storelink1::IConstRecord>> makeRecordSet(
     const std::shared_ptr<StoreSession>& session,
     Statement statement,

@@ -92,6 +92,13 @@ TEST_F(RecordJoinTest, FindsTheSameInMemoryAsByAJoin) {
     for (int row = 1; row <= 8; ++row)
         joined->addCondition("rowid", 1, row);
     EXPECT_EQ(recordsText(joined->execute(), columns.size()), whole);
+    // Where nothing is found, the statement tells why.
+    joined->addCondition("attr.name", 1, "it's");
+    std::string error;
+    std::string sql;
+    EXPECT_TRUE(joined->execute(nullptr, error, sql)->atEnd());
+    EXPECT_NE(sql.find("\"name\" in ('it''s')"), std::string::npos) << sql;
+    EXPECT_EQ(error, "");
 }
 
 // A text that nobody asks for is not read; it must not be that of another record either.
@@ -137,6 +144,10 @@ TEST_F(RecordJoinTest, SortsNoTableByItsStart) {
 
 TEST_F(RecordJoinTest, TellsOfAFileThatBecomesUnreadable) {
     openMany();
+    const auto late = query({"end_tsc"});
+    late->addCondition("end_tsc", 1, 2.5);
+    std::string error;
+    std::string sql;
     const auto set = query({"start_tsc"})->execute();
     lanefeed_test::CapturedLog log;
     std::filesystem::resize_file(m_file, 3 * 4096);
@@ -149,10 +160,6 @@ TEST_F(RecordJoinTest, TellsOfAFileThatBecomesUnreadable) {
     EXPECT_EQ(log.count("SQL: select t0.\"start_tsc\" from"), 1);
     EXPECT_EQ(*m_store.brokenReads, 1U);
     // From then on nothing can be read, and every query says so with its values.
-    const auto late = query({"end_tsc"});
-    late->addCondition("end_tsc", 1, 2.5);
-    std::string error;
-    std::string sql;
     EXPECT_TRUE(late->execute(nullptr, error, sql).is_null());
     EXPECT_EQ(error.find(m_file + ": "), 0U) << error;
     EXPECT_NE(sql.find("\"end_tsc\" in (2.5)"), std::string::npos) << sql;
