@@ -125,14 +125,15 @@ TEST_F(PerfScriptTest, countsDamagedLinesAndGoesOn) {
         "    t3 3/3 [000] 1.000000003: block:plug: broken by a line\nfeed\n" +
         std::string(3 * LineReader::kMaxLine, 'x') + "\n" + "    " + name +
         " 3/3 [000] 1.000000003: sched:sched_wakeup: comm=" + name + " pid=77 target_cpu=000\n" +
-        "\tffffffff815f63fe change_protection+0x5ce ([kernel])\n" + switches(3, 6) +
-        "    t9 9/9 [000] 1.0000";
+        "    :77 77/77 [000] 1.000000003: block:plug: of one whose name was lost\n"
+        "\tffffffff815f63fe change_protection+0x5ce ([kernel])\n" +
+        switches(3, 6) + "    t9 9/9 [000] 1.0000";
     const ImportOutcome outcome = importFile(writeFile("trace.txt", text));
     ASSERT_FALSE(outcome.error.failed()) << outcome.error.text;
     EXPECT_EQ(fact(fact_keys::kSkipped), R"({"badPayload":1,"callChain":1,"noEvent":4})");
-    EXPECT_EQ(fact(fact_keys::kEvents), "8");
+    EXPECT_EQ(fact(fact_keys::kEvents), "9");
     EXPECT_EQ(fact(fact_keys::kEventKinds),
-              R"({"block:plug":1,"sched:sched_switch":6,"sched:sched_wakeup":1})");
+              R"({"block:plug":2,"sched:sched_switch":6,"sched:sched_wakeup":1})");
     EXPECT_EQ(fact(fact_keys::kRunningIntervals), "4");
     EXPECT_EQ(cell("select name from dd_thread where tid = 77"),
               "od\xEF\xBF\xBD"
@@ -142,7 +143,7 @@ TEST_F(PerfScriptTest, countsDamagedLinesAndGoesOn) {
         told += warning + "\n";
     for (const char* part :
          {"6 lines are left out, the first of them is line 4", "1 lines are longer",
-          "ends inside line 14", "1 lines of call chains"}) {
+          "ends inside line 15", "1 lines of call chains"}) {
         EXPECT_NE(told.find(part), std::string::npos) << part << "\n" << told;
     }
 }

@@ -182,7 +182,9 @@ TEST_F(SchedulerRows, interruptsNestByKindAndCore) {
 }
 
 TEST_F(SchedulerRows, linesLeadFromBandToBand) {
-    importLines("1 0 11 wake 21 3\n2 1 0 wake 11 1\n3 2 0 wake 11 1\n4 0 11 move 22 0 1\n");
+    importLines(
+        "1 0 11 wake 21 3\n2 1 0 wake 11 1\n3 2 0 wake 11 1\n4 0 11 move 22 0 1\n"
+        "5 0 10 wake 11 1\n6 0 12 wake 11 1\n");
     const std::string ends =
         " join dd_band b on b.rowid = d.dd_band join dd_band s on s.rowid = d.multi_band_index ";
     EXPECT_EQ(
@@ -193,21 +195,26 @@ TEST_F(SchedulerRows, linesLeadFromBandToBand) {
              "b.dd_thread join dd_core c on c.rowid = d.dd_core join dd_flow f on f.rowid = attr"),
         (Rows{{"1", "1", "t11", "t21", "core 3", "wakeup"},
               {"2", "2", "swapper/1", "t11", "core 1", "wakeup"},
-              {"3", "3", "swapper/2", "t11", "core 1", "wakeup"}}));
+              {"3", "3", "swapper/2", "t11", "core 1", "wakeup"},
+              {"5", "5", "t10", "t11", "core 1", "wakeup"},
+              {"6", "6", "t12", "t11", "core 1", "wakeup"}}));
     EXPECT_EQ(rows("select d.start_tsc, x.number, y.number, t.name from migration_data d" + ends +
                    "join dd_core x on x.rowid = s.dd_core join dd_core y on y.rowid = b.dd_core "
                    "join dd_thread t on t.rowid = attr"),
               (Rows{{"4", "0", "1", "t22"}}));
-    // The process of a task that only others speak of isn't known.
+    // A process is called like its first thread; that of a task of which only others speak isn't
+    // known.
     EXPECT_EQ(rows("select t.name, t.label, t.tid, p.label from dd_thread t "
                    "join dd_process p on p.rowid = dd_process order by t.sort"),
-              (Rows{{"t11", "t11 (11)", "11", "t11 (10)"},
+              (Rows{{"t10", "t10 (10)", "10", "t10 (10)"},
+                    {"t11", "t11 (11)", "11", "t10 (10)"},
+                    {"t12", "t12 (12)", "12", "t10 (10)"},
                     {"swapper/1", "swapper/1", "0", "no process"},
                     {"swapper/2", "swapper/2", "0", "no process"},
                     {"t21", "t21 (21)", "21", "no process"},
                     {"t22", "t22 (22)", "22", "no process"}}));
     EXPECT_EQ(fact(fact_keys::kProcesses), "1");
-    EXPECT_EQ(fact(fact_keys::kWakeups), "3");
+    EXPECT_EQ(fact(fact_keys::kWakeups), "5");
     EXPECT_EQ(fact(fact_keys::kMigrations), "1");
 }
 
