@@ -5,6 +5,7 @@
 
 #include "failure.h"
 #include "json_text.h"
+#include "layer_rules.h"
 #include "lined_document.h"
 #include "log_output.h"
 #include "session.h"
@@ -62,6 +63,7 @@ std::vector<Finding> check(const std::string& text,
         lanefeed_1::TLViewpointParser parser;
         parser.parseViewpoint(bag, against.library, nullptr, against.input, log);
         checks.addLayers(parser.m_areas);
+        addLayerRules(parser, *log);
     } catch (const std::bad_cast&) {  // of a number, which the check of the document has found
         std::cerr << "lanefeed: note: a text that is no number ends the parse; mend it and check "
                      "again, there may be more\n";

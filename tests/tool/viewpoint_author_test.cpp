@@ -156,6 +156,28 @@ TEST(ViewpointAuthor, ACheckTellsBrokenXmlAndNumbersThatEndTheParse) {
     EXPECT_TRUE(contains(run.err, "ends the parse")) << run.err;
 }
 
+TEST(ViewpointAuthor, ACheckTellsLayersThatCannotShowWhatTheirTypePromises) {
+    ScratchFolder folder;
+    const std::string file = folder.write("l.xml", R"(<viewpoint><ruler>
+      <layer type="Transition"><drawBy query="wakeup"/></layer></ruler><area><rowSet>
+      <rowBy useGridQuery="false" query="thread"/>
+      <layer type="RowIntervalNested"><drawBy query="sliceName"/>
+        <tooltipBy query="sliceName, tipSliceArguments"/></layer>
+      <layer type="CountOverTime"><drawBy query="sliceName"/></layer>
+      <layer type="Overtime"><drawBy query="busyTime"/><tooltipBy query="tipSliceName"/></layer>
+      <layer type="Transition"><drawBy query="wakeup"/><tooltipBy query="wakeup"/></layer>
+      </rowSet></area></viewpoint>)");
+    const ToolRun run = runTool({"viewpoint", "--check", file});
+    EXPECT_EQ(run.exit, 3);
+    expectLine(run.out, file + ":2: ruler, layer 0: ", "needs a <rowBy>");
+    expectLine(run.out, file + ":4: area 0, layer 0: ", "an infoQuery with a path");
+    expectLine(run.out, file + ":5: area 0, layer 1: ",
+               "\"tipSliceArguments\" is asked for rows of slice_data");
+    expectLine(run.out, file + ":7: area 0, layer 2: ", "a countQuery");
+    expectLine(run.out, file + ":8: area 0, layer 3: ", "no <drawBy>");
+    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 5) << run.out;
+}
+
 TEST(ViewpointAuthor, ANewViewpointWorksOnItsResultAsItStands) {
     ScratchFolder folder;
     // The last one has instants on tracks, and a thread that is no row.
