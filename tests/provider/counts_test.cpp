@@ -160,6 +160,11 @@ TEST_F(Counts, LeaveOutLevelsThatCannotBeRead) {
     below(infoQuery(moon));
     EXPECT_EQ(ask(), "0=1 | - | -");
     EXPECT_TRUE(m_log.contains("sl1::InvalidFieldId != rowById"));
+    QueryFacts rowless;
+    rowless.table = "slice_data";
+    rowless.path = "dd_thread";
+    below(infoQuery(rowless));
+    EXPECT_EQ(ask(), "0=1 | - | -") << "no rows down there";
     below(timeQuery());
     EXPECT_EQ(ask(), "0=1 | - | -");
     EXPECT_TRUE(m_log.empty());

@@ -146,6 +146,17 @@ TEST_F(Expansions, FailWithAReasonAndAddNothing) {
     EXPECT_TRUE(m_log.contains("ret"));
 }
 
+TEST_F(Expansions, RegisterWhatTheyAreRestrictedToUnderTheirAddress) {
+    ExpansionHelper helper(m_db, m_provider.get());
+    ASSERT_TRUE(helper.addExpansion("slice_data", "dd_task", "name", {"a"}));
+    const std::string name =
+        "restrictions_filter_dd_task_" + std::to_string(reinterpret_cast<std::uintptr_t>(&helper));
+    EXPECT_THAT(
+        m_registry->takeCalls(),
+        testing::ElementsAre("remove " + name, testing::StartsWith("query " + name + " mode 1")));
+    EXPECT_THAT(m_db->reads.back(), testing::EndsWith("filter=" + name));
+}
+
 // The series of each slice of a real result, those of others left out.
 TEST(ExpansionsOnAStore, KeepWhatTheyAreRestrictedTo) {
     const CapturedLog log(log4cplus::ERROR_LOG_LEVEL);
