@@ -152,8 +152,7 @@ void IntervalReader::placeInCell(const Instance& instance, int bin, const IConst
         return;
     }
     if (cell.further < kMostChildren) draw(instance, record, cell.row);
-    ++cell.further;
-    m_rows[instance.row].table->setCell(*cell.row, kDuplicateCount, cell.further);
+    ++cell.further;  // written by finish: most are counted only, and need not touch their row
 }
 
 IntervalReader::TableRow IntervalReader::draw(const Instance& instance,
@@ -181,6 +180,9 @@ variant_t IntervalReader::nameOf(const IConstRecord& record) const {
 }
 
 void IntervalReader::finish(std::vector<DbiProviderImpl::InstanceDataInternal>& result) const {
+    m_cells.forEach([this](std::size_t row, const IntervalCell& cell) {
+        if (cell.further > 0) m_rows[row].table->setCell(*cell.row, kDuplicateCount, cell.further);
+    });
     const std::size_t first = m_columns.rows.empty() ? 0 : result.size();
     result.resize(first + m_rows.size());
     for (std::size_t i = 0; i < m_rows.size(); ++i) {

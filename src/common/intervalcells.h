@@ -61,6 +61,15 @@ class IntervalCells {
 public:
     // One without a row when it is asked for the first time. Good until the next call.
     IntervalCell& at(std::size_t row, std::size_t depth, std::size_t series, int bin);
+    // Calls visit(row, cell) for each of them.
+    template <class Visit>
+    void forEach(Visit visit) const {
+        for (std::size_t row = 0; row < m_rows.size(); ++row)
+            for (const auto& series : m_rows[row])
+                for (const Bins& bins : series)
+                    for (const IntervalCell& cell : bins)
+                        visit(row, cell);
+    }
 
 private:
     using Bins = std::vector<IntervalCell>;  // in order of the bin
