@@ -27,6 +27,7 @@ void DbiProviderImpl::setResult(int areaIndex,
     m_result = std::move(result);
     dataface_1::lookup(m_result, m_queryLibrary);
     m_perfDb.reset();
+    m_bandMaps.clear();
     dataface_1::lookup(m_result, m_perfDb);
 
     const auto db = getDb(m_result);

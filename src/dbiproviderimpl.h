@@ -289,14 +289,18 @@ private:
                        IntervalReader& reader);
 
     // --- series of an attribute (dbiproviderimpl_attributes.cpp)
-    // Attribute of each row of a band's table, by row id; -1 for none. failure: said of a table that
-    // can't be read or is empty. False on a cancel, too, but for one between two records.
+    // Attribute of each row of a band's table, by row id; -1 for none. failure: said of a table
+    // that can't be read or is empty. False on a cancel, too, but for one between two records.
     bool readBandMap(const std::string& bandTable,
                      const std::string& attribute,
                      const std::string& failure,
                      std::vector<int>& map);
     // Replaces a level that is an attribute of bands by the bands; the map leads back.
     bool translateBandLevel(RowByWalk& walk, std::vector<int>& map);
+
+    // --- lines into one row (dbiproviderimpl_transitions.cpp)
+    // A pane asks row by row, and bands don't change: complete maps are kept, by column.
+    std::map<std::string, std::vector<int>> m_bandMaps;
 
     // --- tooltips (dbiproviderimpl_tooltips.cpp)
     // Adds the records of a level to those of their rows, by row id; a level that can't be read

@@ -101,6 +101,7 @@ bool DbiProviderImpl::getResultTscRange(basekit2::u64_t& start,
 }
 
 void DbiProviderImpl::clearCaches() {
+    m_bandMaps.clear();
     if (m_result.is_null()) return;
     basekit2::sptr_t<storelink1::IPerfDatabase> perfDb;
     const bool ret = dataface_1::lookup(m_result, perfDb);

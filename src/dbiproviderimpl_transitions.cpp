@@ -1,17 +1,15 @@
 // Lines that arrive at one row, with the row that each comes from. One pass over what arrives on
-// the bands of the row; the band where a line leaves is turned into a row by a map read before. A
+// the bands of the row; a map that is read once turns the band where a line leaves into a row. A
 // line between rows of different parents, or from a row to itself, is not drawn. What falls on the
 // same cell of the grid of bins, three by three, is one line that counts the others and keeps the
 // first four, so that the lines of two rows are bounded by the bins. Cancelled between two records,
-// with what was read as the answer. Tested by tests/provider/transitions_test.cpp and
-// tests/agreement/transitions_test.cpp.
+// with what was read as the answer. Tested by tests/provider/transitions_test.cpp.
 
 #include "dbiproviderimpl.h"
 
 #include "common/check.h"
 #include "common/names.h"
 #include "common/rowbywalk.h"
-#include "common/tablepath.h"
 #include "rowsummarytabletree.h"
 #include "transition.h"
 
@@ -105,7 +103,7 @@ BandLevel findBandLevel(const DicerDataSource* rowBy) {
         if (info.is_null() || info->getInstanceTable() != names::kBandTable) continue;
         const std::string type = info->getAttributeTable();
         if (type.find(names::kPathSeparator) != std::string::npos) continue;
-        found.column = joinTablePath(names::kBandTable, type);
+        found.column = names::kBandTable + (names::kTableSeparator + type);
         break;
     }
     return found;
@@ -220,10 +218,16 @@ bool DbiProviderImpl::getTransitionData(const QueryParam& param,
     query->addFilter(names::kGlobalFilter);
     const auto [level, bandColumn] = findBandLevel(rowByDS);
     if (!LF_CHECK(level >= 0 && level <= m_rowSummaryTable->getRowMaxLevel())) return false;
-    std::vector<int> bandToAttr;
-    if (!readBandMap(names::kBandTable, bandColumn, "Failed to get band->attr mapping.",
-                     bandToAttr))
-        return isCanceled();
+    std::vector<int>& bandToAttr = m_bandMaps[bandColumn];
+    if (bandToAttr.empty()) {
+        if (!readBandMap(names::kBandTable, bandColumn, "Failed to get band->attr mapping.",
+                         bandToAttr))
+            return isCanceled();
+        if (isCanceled()) {
+            bandToAttr.clear();  // it may be cut
+            return true;
+        }
+    }
     RowSummaryTableRow* const summaryRow = m_rowSummaryTable->getRow(param.rowLevel);
     if (!LF_CHECK(summaryRow)) return false;
     if (summaryRow->getLevel() != level) return true;
