@@ -158,7 +158,7 @@ void IntervalReader::placeInCell(const Instance& instance, int bin, const IConst
 IntervalReader::TableRow IntervalReader::draw(const Instance& instance,
                                               const IConstRecord& record,
                                               const TableRow& parent) {
-    const TableRow row = m_rows[instance.row].table->addRow(
+    TableRow row = m_rows[instance.row].table->addRow(
         {instance.start, instance.end, instance.attr, s32_t{0}, static_cast<u32_t>(instance.series),
          s32_t{instance.depth}, nameOf(record)},
         parent);

@@ -20,7 +20,7 @@ TableFill::TableFill(BaseProviderImpl& provider, std::initializer_list<Column> c
 
 TableFill::Row TableFill::addRow(std::initializer_list<basekit2::variant_t> cells,
                                  const Row& parent) {
-    const Row row = facekit_1_x::createVectorRow(m_rowQuery, m_table);
+    Row row = facekit_1_x::createVectorRow(m_rowQuery, m_table);
     auto column = m_columns.begin();
     for (const basekit2::variant_t& cell : cells)
         row->setContent(*column++, dataface_1::ccValue, cell);

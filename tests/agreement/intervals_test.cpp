@@ -11,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <sstream>
+#include <tuple>
 
 namespace lanefeed_test {
 namespace {

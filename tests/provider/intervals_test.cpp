@@ -9,6 +9,8 @@
 #include "support/temp_directory.h"
 #include "support/trace_text.h"
 
+#include <algorithm>
+#include <cstring>
 #include <fstream>
 
 namespace lanefeed_test {
