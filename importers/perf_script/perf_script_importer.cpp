@@ -71,8 +71,7 @@ void PerfParser::event(const TextLine& line, SchedulerTrace& trace) {
     head.time = m_columns.time;
     head.core = m_columns.core;
     head.tid = m_columns.tid;
-    // That of a task that was gone is somebody else's.
-    if (m_columns.pid > 0 && m_columns.tid > 0) head.tgid = m_columns.pid;
+    if (m_columns.pid > 0) head.tgid = m_columns.pid;
     head.comm = m_columns.comm;
     trace.event(m_columns.wholeEvent, head);
     const KernelEvent kind = kernelEventOf(m_columns.event);

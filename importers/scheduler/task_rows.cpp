@@ -44,6 +44,7 @@ void TaskRows::called(std::uint32_t task, std::string_view comm) {
     if (known != comm && !standsForNoName(comm)) known = comm;
 }
 
+// Tools tell any process for a task that was gone when the text was made.
 void TaskRows::belongsTo(std::uint32_t task, int tgid) {
     if (tgid != kUnknownTgid && m_tasks[task].tid > 0) m_tasks[task].tgid = tgid;
 }

@@ -69,8 +69,8 @@ private:
 
     TaskRows& m_tasks;
     lanefeed_runtime::ResultWriter& m_writer;
-    std::vector<Open> m_open;               // by task
-    std::array<int, kThreadStates> m_rows;  // by state; -1 as long as nobody asked
+    std::vector<Open> m_open;                 // by task
+    std::array<int, kThreadStates> m_rows{};  // by state; -1 as long as nobody asked
     std::int64_t m_latest = std::numeric_limits<std::int64_t>::min();
 };
 
