@@ -307,6 +307,15 @@ TEST(LayerVerbs, ASmallTraceComesOutAsItWasWritten) {
     EXPECT_EQ(barsText(rows[1]["intervals"]),
               "50-51 n@0+5 [51-52 n@0+0, 52-53 n@0+0, 53-54 n@0+0, 54-55 n@0+0]");
 
+    // What starts at the end of the window is outside; a line that ends in it is not.
+    const ToolRun before = runTool(
+        trace.arguments("tasks", {"--time", "0ticks..50ticks", "--format", "json", "--stats"}));
+    EXPECT_TRUE(parsed(before.out)[0]["rows"][1]["intervals"].Empty());
+    expectAccount(statsOf(before)[0], 3);
+    const ToolRun after =
+        runTool(trace.arguments("transitions", {"--time", "20ticks..100ticks", "--stats"}));
+    expectAccount(statsOf(after)[0], 2);
+
     const Document marks = answerOf(trace.arguments("intervals", window));
     ASSERT_EQ(marks.Size(), 2U);
     EXPECT_EQ(barsText(marks[0]["rows"][0]["intervals"]), "5-6 gc@0+0");
