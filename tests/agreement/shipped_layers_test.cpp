@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace lanefeed_test {
 namespace {
 
@@ -110,9 +112,9 @@ public:
 
     // What a pane tells of the bars of a table; each must have a line.
     bool areTold(const sptr_t<ITableTree>& tree) {
-        for (const sptr_t<dataface_1::ITableRow>& row : allRows(tree))
-            if (tooltip(tree, row).empty()) return false;
-        return true;
+        const auto rows = allRows(tree);
+        return std::none_of(rows.begin(), rows.end(),
+                            [&](const auto& row) { return tooltip(tree, row).empty(); });
     }
 
 private:
@@ -191,9 +193,9 @@ private:
 };
 
 bool isSomething(const Forest& forest) {
-    for (const sptr_t<ITableTree>& tree : forest)
-        if (!tree.is_null() && !allRows(tree).empty()) return true;
-    return false;
+    return std::any_of(forest.begin(), forest.end(), [](const sptr_t<ITableTree>& tree) {
+        return !tree.is_null() && !allRows(tree).empty();
+    });
 }
 
 bool isBarLike(const LayerInfo& layer) {
