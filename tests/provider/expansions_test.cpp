@@ -60,7 +60,13 @@ TEST_F(Expansions, TellRecordsApartWithTheLastLevelFastest) {
     ExpansionHelper helper(m_db, m_provider.get());
     ASSERT_TRUE(helper.addExpansion("slice_data", "dd_task", "name", {}));
     ASSERT_TRUE(helper.addExpansion("slice_data", "dd_kind", "", {}));
-    ASSERT_TRUE(helper.applyExpansions(m_db->createQuery("slice_data", 0)));
+    ASSERT_TRUE(helper.applyExpansions(nullptr));
+    unsigned long index = 0;
+    const Record first({4, 0});
+    EXPECT_FALSE(helper.getSeriesIdx(&first, index)) << "applied to no query";
+    // The second query takes the place of the first.
+    for (int i = 0; i < 2; ++i)
+        ASSERT_TRUE(helper.applyExpansions(m_db->createQuery("slice_data", 0)));
     EXPECT_EQ(names(helper), "a:0 a:1 b:0 b:1 c:0 c:1");
     EXPECT_EQ(helper.getSeriesNum(), 6U);
     int expected = 0;
@@ -75,7 +81,6 @@ TEST_F(Expansions, TellRecordsApartWithTheLastLevelFastest) {
     // None at all is no such value, also behind one.
     EXPECT_EQ(seriesOf(helper, {4, -1}), -1);
     EXPECT_EQ(m_log.count("sl1::Index::NoValue != expansionId"), 2);
-    unsigned long index = 0;
     const Record noKind({3, basekit2::variant_t()});
     EXPECT_FALSE(helper.getSeriesIdx(&noKind, index));
     const Record text({"4", 0});
