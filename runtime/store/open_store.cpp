@@ -50,6 +50,17 @@ StoreError damage(const std::string& file, const std::string& what) {
     return {Kind::notUnderstood, file + ": is damaged: " + what + "; import the trace again"};
 }
 
+const char* remedyOf(Connection::Cause cause) {
+    switch (cause) {
+    case Connection::Cause::busy:
+        return "; another program is changing it, try again when it has ended";
+    case Connection::Cause::readOnly:
+        return "; a program that changed it has died, open it once with permission to write to the "
+               "file and its folder";
+    default: return "; check the disk";
+    }
+}
+
 // Null, with the error, when the file can't be read.
 std::shared_ptr<StoreSession> readSession(const std::string& file,
                                           StoreError& error,
@@ -68,12 +79,10 @@ std::shared_ptr<StoreSession> readSession(const std::string& file,
     if (isRead) return session;
     const std::string text = session->connection->message();
     cause = session->connection->cause();
-    const char* remedy = cause == Connection::Cause::busy
-                             ? "; another program is changing it, try again when it has ended"
-                             : "; check the disk";
-    error = session->connection->isDamage()
-                ? damage(file, text)
-                : StoreError{Kind::cannotRead, file + ": cannot be read: " + text + remedy};
+    error =
+        session->connection->isDamage()
+            ? damage(file, text)
+            : StoreError{Kind::cannotRead, file + ": cannot be read: " + text + remedyOf(cause)};
     return nullptr;
 }
 
