@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds the release, imports a bundled trace, shows its rows
-# and series, and what a selection leaves of them.
+# and series, and what a selection leaves of them; then which thread had which core in a trace of
+# the scheduler.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 trace=tests/data/node20-workers.json
 result=build/demo/node20-workers.lft
+scheduler=build/demo/scheduler.lft
 lanefeed=build/release/lanefeed
 
 scripts/packages.sh
@@ -25,6 +27,9 @@ show "$lanefeed" select "$result" --time 100ms..150ms --rows 0
 show "$lanefeed" overtime "$result" --layer 0
 show "$lanefeed" tooltip "$result" --row 0 --at 120ms --limit 1
 "$lanefeed" select "$result" --clear > /dev/null
+show "$lanefeed" tasks "$result" --time 60ms..70ms --bins 10
+show "$lanefeed" import tests/data/scheduler/perf-script.txt -o "$scheduler"
+show "$lanefeed" intervals "$scheduler" --area 1 --layer 1 --time 0..12ms --bins 40
 
 cat <<TXT
 
