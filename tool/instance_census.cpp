@@ -105,7 +105,6 @@ private:
         const bool isLine = m_kind == LayerKind::transitions;
         m_start = column(isLine ? "multi_band_start_tsc" : "start_tsc");
         m_endTick = column("end_tsc");
-        if (isLine) m_sourceBand = column("multi_band_index");
         // Counts don't look at it.
         if (m_kind != LayerKind::counts && !isLine) m_references.push_back(column("attr"));
         for (const std::string& level : m_levelNames)
@@ -251,7 +250,6 @@ private:
     sptr_t<storelink1::IQuery> m_query;
     u16_t m_start = 0;
     u16_t m_endTick = 0;
-    u16_t m_sourceBand = 0;
     std::vector<u16_t> m_levels;
     std::vector<u16_t> m_sourceLevels;
     std::vector<u16_t> m_references;
