@@ -35,11 +35,14 @@ protected:
     static std::map<std::string, basekit2::variant_t> task(int id, const char* name) {
         return {{"dd_task", id}, {"dd_task.name", name}};
     }
-    std::string names(const ExpansionHelper& helper) {
+    static Series seriesSet(const ExpansionHelper& helper) {
         Series series;
         helper.getEmptySeries(series);
+        return series;
+    }
+    static std::string names(const ExpansionHelper& helper) {
         std::string text;
-        for (const auto& entry : series)
+        for (const auto& entry : seriesSet(helper))
             text += (text.empty() ? "" : " ") + entry.name;
         return text;
     }
@@ -69,6 +72,8 @@ TEST_F(Expansions, TellRecordsApartWithTheLastLevelFastest) {
         ASSERT_TRUE(helper.applyExpansions(m_db->createQuery("slice_data", 0)));
     EXPECT_EQ(names(helper), "a:0 a:1 b:0 b:1 c:0 c:1");
     EXPECT_EQ(helper.getSeriesNum(), 6U);
+    EXPECT_EQ(seriesSet(helper).back().nameParts, (std::vector<std::string>{"c", "1"}));
+    EXPECT_EQ(seriesSet(helper).back().idParts, (std::vector<int>{7, 1}));
     int expected = 0;
     for (const int task : {4, 2, 7})
         for (const int kind : {0, 1})
@@ -76,7 +81,8 @@ TEST_F(Expansions, TellRecordsApartWithTheLastLevelFastest) {
     // Values that were not read: between, behind and before the known ones.
     for (const int task : {3, 8, 1 << 30, -2})
         EXPECT_EQ(seriesOf(helper, {task, 0}), -1) << task;
-    EXPECT_EQ(seriesOf(helper, {4, 2}), -1);
+    for (const int kind : {2, -2})
+        EXPECT_EQ(seriesOf(helper, {4, kind}), -1);
     EXPECT_TRUE(m_log.empty());
     // None at all is no such value, also behind one.
     EXPECT_EQ(seriesOf(helper, {4, -1}), -1);
@@ -87,6 +93,12 @@ TEST_F(Expansions, TellRecordsApartWithTheLastLevelFastest) {
     EXPECT_FALSE(helper.getSeriesIdx(&text, index));
     EXPECT_EQ(m_log.count("sl1::Index::NoValue != expansionId"), 4);
     EXPECT_TRUE(m_log.contains("Variant cannot be converted to db index - type mismatch"));
+    // The last of equal ids gets the records.
+    lanefeed_1::ExpansionLevel twice;
+    twice.addValue(3, "first");
+    twice.addValue(3, "last");
+    EXPECT_EQ(twice.values.size(), 2U);
+    EXPECT_EQ(twice.positions, (std::vector<int>{-1, -1, -1, 1}));
     // Low bits of a wide id.
     const Record wide({basekit2::s64_t{(1LL << 32) + 7}, basekit2::s64_t{1}});
     EXPECT_TRUE(helper.getSeriesIdx(&wide, index));
@@ -103,6 +115,10 @@ TEST_F(Expansions, AreOneSeriesWithoutLevelsAndNoneWithoutValues) {
                                                      helper, &series));
         return series.size();
     };
+    ExpansionHelper unused(m_db, m_provider.get());
+    EXPECT_EQ(seriesOf(unused, {}), -1);
+    EXPECT_EQ(m_log.count("seriesIndex < m_emptySeries.size()"), 2);
+    m_log.clear();
     // An extra that is no attribute does not expand.
     m_source.addExtra(timeQuery(), "dd_task", "slice_data", "name", "", "");
     ExpansionHelper plain(m_db, m_provider.get());
@@ -149,17 +165,34 @@ TEST_F(Expansions, FailWithAReasonAndAddNothing) {
     ExpansionHelper helper(m_db, m_provider.get());
     EXPECT_FALSE(m_provider->applyExpansionHelper(&m_source, {}, helper, nullptr));
     EXPECT_TRUE(m_log.contains("ret"));
+    // Values that are there, of which the records know nothing.
+    m_source.m_extras.clear();
+    m_source.addExtra(infoQuery({}), "dd_kind", "other_data", "", "", "");
+    m_log.clear();
+    ExpansionHelper other(m_db, m_provider.get());
+    EXPECT_FALSE(m_provider->applyExpansionHelper(&m_source, m_db->createQuery("slice_data", 0),
+                                                  other, nullptr));
+    EXPECT_TRUE(m_log.contains("sl1::InvalidColIdx != id") && m_log.contains("ret"));
 }
 
-TEST_F(Expansions, RegisterWhatTheyAreRestrictedToUnderTheirAddress) {
+TEST_F(Expansions, NarrowBothReadsByAFilterOfTheirOwnName) {
     ExpansionHelper helper(m_db, m_provider.get());
-    ASSERT_TRUE(helper.addExpansion("slice_data", "dd_task", "name", {"a"}));
+    m_registry->takeCalls();
+    ASSERT_TRUE(helper.addExpansion("slice_data", "dd_task", "name", {"a", "c"}));
     const std::string name =
         "restrictions_filter_dd_task_" + std::to_string(reinterpret_cast<std::uintptr_t>(&helper));
-    EXPECT_THAT(
-        m_registry->takeCalls(),
-        testing::ElementsAre("remove " + name, testing::StartsWith("query " + name + " mode 1")));
-    EXPECT_THAT(m_db->reads.back(), testing::EndsWith("filter=" + name));
+    const std::vector<std::string> calls = {"remove " + name,
+                                            "query " + name +
+                                                " mode 1 {1 slice_data::dd_task.name='a' "
+                                                "slice_data::dd_task.name='c'}"};
+    EXPECT_EQ(m_registry->takeCalls(), calls);
+    EXPECT_EQ(m_db->reads.back(),
+              "dd_task dd_task rising=dd_task key=dd_task dd_task.name filter=" + name);
+    const auto query = m_db->createQuery("slice_data", 0);
+    ASSERT_TRUE(helper.applyExpansions(query));
+    EXPECT_EQ(m_registry->takeCalls(), calls);
+    query->execute();
+    EXPECT_EQ(m_db->reads.back(), "slice_data slice_data::dd_task filter=" + name);
 }
 
 // The series of each slice of a real result, those of others left out.
@@ -167,7 +200,8 @@ TEST(ExpansionsOnAStore, KeepWhatTheyAreRestrictedTo) {
     const CapturedLog log(log4cplus::ERROR_LOG_LEVEL);
     const TempDirectory directory;
     writeTraceText(directory.file("t.lft"),
-                   "thread main  0..9 a@ui  10..19 b@io  20..29 c@io  30..39 a@io");
+                   "thread main  0..9 a@ui  10..19 b@io  20..29 c@io  30..39 a@io\n"
+                   "alive second 0..1\nprocess other\nalive third 0..1");
     lanefeed_runtime::OpenOutcome outcome;
     const auto result = lanefeed_runtime::openResult(directory.file("t.lft"), {}, outcome);
     ASSERT_TRUE(outcome.isOpened()) << outcome.text;
@@ -197,6 +231,11 @@ TEST(ExpansionsOnAStore, KeepWhatTheyAreRestrictedTo) {
     EXPECT_EQ(series({"a", "c"}, {}), "4 0=a:ui 20=c:io 30=a:io");
     EXPECT_EQ(series({"!a", "b"}, {"io"}), "1 20=c:io");
     EXPECT_EQ(series({"a"}, {"!ui"}), "1 30=a:io") << "a name that a helper left is free again";
+    // Three threads refer to two processes, each of which is a value once.
+    ExpansionHelper byProcess(db, provider.get());
+    EXPECT_TRUE(byProcess.addExpansion("slice_data", "dd_thread.dd_process", "name", {}) &&
+                byProcess.applyExpansions(nullptr));
+    EXPECT_EQ(byProcess.getSeriesNum(), 2U);
     EXPECT_TRUE(log.empty()) << log.lines().front();
 }
 

@@ -3,6 +3,7 @@
 
 #include "provider_fixture.h"
 #include "store/result_writer.h"
+#include "support/fake_mapper.h"
 #include "support/slice_pane.h"
 #include "support/table_text.h"
 #include "support/table_tree_contract.h"
@@ -40,12 +41,12 @@ protected:
             text += tableText(tree, options);
         return text;
     }
-    // Starts of the bars, a bracket for each row.
+    // Starts of the bars, "|" before each table and "-" for a row without one.
     static std::string starts(const SlicePane& pane, const QueryParam& param) {
         std::string text = ask(pane, param, {false, false, {"startTime"}});
-        for (const char* head : {"no table\n", "startTime\n"})
+        for (const auto& [head, mark] : {std::pair("no table\n", "-"), {"startTime\n", "|"}})
             for (std::size_t at = 0; (at = text.find(head)) != std::string::npos;)
-                text.replace(at, std::strlen(head), "|");
+                text.replace(at, std::strlen(head), mark);
         std::replace(text.begin(), text.end(), '\n', ' ');
         return text;
     }
@@ -125,7 +126,7 @@ TEST_F(Intervals, RowsInLevelsHaveTheirOwn) {
     QueryParam param = pane.request(0, 49, 50);
     EXPECT_EQ(starts(pane, param), "|0 5 20 |0 5 |20 |40 |40 ");
     param.applicableRowLevels = {1};
-    EXPECT_EQ(starts(pane, param), "||0 5 |20 ||40 ");
+    EXPECT_EQ(starts(pane, param), "-|0 5 |20 -|40 ");
     EXPECT_TRUE(m_log.empty());
 }
 
@@ -200,10 +201,10 @@ TEST_F(Intervals, WindowsWithMoreBinsThanTicksShowNothing) {
         const SlicePane pane(result("thread main  0..100 a"), rows);
         for (const QueryParam& param :
              {pane.request(0, 99, 0), pane.request(10, 12, 4), pane.request(10, 9, 1)})
-            EXPECT_EQ(starts(pane, param), "|");
+            EXPECT_EQ(starts(pane, param), "-");
         EXPECT_EQ(starts(pane, pane.request(10, 12, 3)), "|0 ");
         // Nor do those without an instance.
-        EXPECT_EQ(starts(pane, pane.request(200, 300, 10)), "|");
+        EXPECT_EQ(starts(pane, pane.request(200, 300, 10)), "-");
     }
     EXPECT_TRUE(m_log.empty());
 }
@@ -247,15 +248,90 @@ TEST_F(Intervals, RefusalsSayWhatIsMissing) {
     EXPECT_TRUE(m_log.contains("rs && !rs->atEnd()"));
 }
 
+// The record of a slice that lasts from tick 0 to 1; its attribute is ten more than its task.
+std::map<std::string, basekit2::variant_t> fakeSlice(int task, int thread, int kind = 5) {
+    return {{"start_tsc", 1000},           {"end_tsc", 1001},
+            {"attr", task + 10},           {"dd_task", task},
+            {"dd_task.name", task},        {"slice_data::dd_task", task},
+            {"slice_data::dd_kind", kind}, {"slice_data::dd_thread", thread}};
+}
+
+// What a request asks of the store and of what colours, and of which types its answer is.
+TEST_F(ProviderTest, TasksAskForAllTheirColumnsAndAnswerInTheirTypes) {
+    bindRows({1, 2});
+    const auto factory = basekit2::make_object<FakeMapperFactory>();
+    m_input->offer<dataface_1::IManipulatorMapperFactory>(factory);
+    m_source.set("dd_task", "slice_data", "name", "");
+    m_source.addExtra(infoQuery({}), "dd_kind", "slice_data", "", "", "");
+    m_db->tables["dd_kind"] = {{{"dd_kind", 4}}, {{"dd_kind", 5}}};
+    m_db->tables["slice_data"] = {fakeSlice(1, 2), fakeSlice(99, 2), fakeSlice(97, 2),
+                                  fakeSlice(2, 2, 6)};
+    QueryParam param = request();
+    param.rowByDS = &m_rowBySource;
+    param.colorByDS = &m_source;
+    Forest trees;
+    ASSERT_TRUE(m_provider->getTaskData(param, trees, nullptr)) << m_log.lines().front();
+    const std::string filter = " filter=lnfd_intervals_" +
+                               std::to_string(reinterpret_cast<std::uintptr_t>(
+                                   static_cast<lanefeed_1::DbiProviderImpl*>(m_provider.get())));
+    EXPECT_EQ(
+        m_db->reads.back(),
+        "slice_data filtered filter=global start_tsc end_tsc attr rising=start_tsc"
+        " dd_task.name slice_data::dd_thread slice_data::dd_kind dd_task slice_data::dd_task" +
+            filter);
+    EXPECT_TRUE(trees.at(0).is_null());
+    EXPECT_EQ(tableText(trees.at(1), {false, true, {"dbAttrIdx", "depth", "name"}}),
+              "dbAttrIdx  depth  name  style\n11         0      1     2150637578\n"
+              "109        1      99    -\n107        2      97    -\n");
+    EXPECT_EQ(allRows(trees.at(1)).front()->getQuery()->getName(), "startTime");
+    std::string types;
+    for (const auto& column : allColumns(trees.at(1))) {
+        basekit2::variant_t cell;
+        EXPECT_TRUE(allRows(trees.at(1)).front()->getContent(column, dataface_1::ccValue, cell));
+        types += column->getQuery()->getId().substr(std::strlen("timelineNameQuery_")) + " " +
+                 std::to_string(cell.get_type()) + " " + std::to_string(column->getType()) + "\n";
+    }
+    EXPECT_EQ(types,
+              "startTime_tsc 9 4\nendTime_tsc 9 4\ndbAttrIdx 6 4\nduplicateCount 6 4\n"
+              "seriesIdx 7 4\ndepth 6 4\nname 12 4\n");
+
+    EXPECT_EQ(m_log.count("Empty references found in slice_data instance table"), 1)
+        << "for a kind that does not exist";
+
+    // No mapper is no failure, whatever comes with that answer; a failure and no factory are.
+    for (const auto answer : {basekit2::error_code_t::noResult, basekit2::error_code_t::failure}) {
+        factory->answer = answer;
+        EXPECT_EQ(m_provider->getIntervalData(param, trees, nullptr),
+                  answer == basekit2::error_code_t::noResult);
+        EXPECT_EQ(tableText(trees.at(1), {false, true, {"name"}}),
+                  "name  style\n''    -\n  ''  -\n  ''  -\n");
+    }
+    EXPECT_TRUE(m_log.contains("err.succeeded()"));
+    m_input->offered.erase(basekit2::type_id_t<dataface_1::IManipulatorMapperFactory>::id());
+    EXPECT_FALSE(m_provider->getIntervalData(param, trees, nullptr));
+    EXPECT_TRUE(m_log.contains("mapperFactory"));
+
+    param.colorByDS = nullptr;
+    const auto rows = m_provider->m_rowSummaryTable;
+    m_provider->m_rowSummaryTable.reset();
+    EXPECT_FALSE(m_provider->getIntervalData(param, trees, nullptr));
+    EXPECT_TRUE(m_log.contains("m_rowSummaryTable"));
+    m_provider->m_rowSummaryTable = rows;
+
+    // Rows by a source without a query are one row, by its column.
+    m_rowBySource.m_defaultQuery.reset();
+    EXPECT_TRUE(m_provider->getIntervalData(param, trees, nullptr));
+    EXPECT_EQ(allRows(trees.at(0)).size(), 3U);
+    m_db->tables["slice_data"].push_back(fakeSlice(1, 1));
+    EXPECT_FALSE(m_provider->getIntervalData(param, trees, nullptr));
+    EXPECT_TRUE(m_log.contains("intervalDataCurrent.size() == 1"));
+}
+
 // A store that ends its reads by itself when they are cancelled, and one that fails.
 TEST_F(ProviderTest, IntervalsEndQuietlyWhenCancelledAtAnyPoint) {
     bindRows({1});
     m_source.set("dd_task", "slice_data", "", "");
-    m_db->tables["slice_data"] = FakeTable(3, {{"start_tsc", 1000},
-                                               {"end_tsc", 1001},
-                                               {"attr", 7},
-                                               {"dd_task", 7},
-                                               {"slice_data::dd_thread", 1}});
+    m_db->tables["slice_data"] = FakeTable(3, fakeSlice(7, 1));
     m_db->endsCancelledReads = true;
     m_progress->asked = 0;
     for (const lanefeed_1::DicerDataSource* rowBy :

@@ -69,8 +69,14 @@ public:
         m_read += " " + column + (op == 1 ? "=" : "?") + storelink1::utils::variantToString(value);
         return 0;
     }
-    bool addOrderBy(const std::string& /*column*/, bool /*descending*/) override { return true; }
-    bool addKeyColumn(const std::string& /*column*/) override { return true; }
+    bool addOrderBy(const std::string& column, bool descending) override {
+        m_read += (descending ? " falling=" : " rising=") + column;
+        return true;
+    }
+    bool addKeyColumn(const std::string& column) override {
+        m_read += " key=" + column;
+        return true;
+    }
     basekit2::sptr_t<storelink1::IGenericRecordset<storelink1::IConstRecord>> execute(
         relay2::IProgress* progress, std::string& error, std::string& sql) override {
         m_database->reads.push_back(m_read);

@@ -113,7 +113,7 @@ public:
     std::vector<TimelineAnswer> answers;
     std::function<void()> onRun;
     // Record queries that were run: table, "filtered" where useFilters was called, columns,
-    // conditions and filters, in the order of the calls.
+    // conditions, filters, orders and key columns, in the order of the calls.
     std::vector<std::string> reads;
     // What retrievers give, by path and row id, and those that were made.
     std::map<std::string, std::map<int, basekit2::variant_t>> attributeValues;

@@ -3,10 +3,10 @@
 #include "bound_provider.h"
 #include "series_tables.h"
 #include "support/captured_log.h"
+#include "support/fake_mapper.h"
 #include "support/table_text.h"
 
 #include <dataface_1/error.h>
-#include <dataface_1/manipulator.h>
 #include <slicekit_1_0/rpn_processor.h>
 
 #include <gtest/gtest.h>
@@ -42,32 +42,6 @@ public:
         narrowed.values = {values.current()};
         return basekit2::make_object<FoldingQuery>(narrowed);
     }
-};
-
-// Colours by id: red is 10 times the id; id 99 is unmapped, 98 gives no colour, 97 fails.
-class Mapper : public dataface_1::IManipulatorMapper {
-public:
-    error_code_t map(const variant_t& id, variant_t& out, int mode) override {
-        EXPECT_EQ(mode, modeColor);
-        const int value = id.get<int>();
-        if (value == 97) return error_code_t::failure;
-        if (value == 98) out = "blue";
-        if (value < 98) out = basekit2::u32_t{0x80'30'20'00} + static_cast<unsigned>(value) * 10U;
-        return value == 99 ? error_code_t::noResult : error_code_t::success;
-    }
-};
-
-class MapperFactory : public dataface_1::IManipulatorMapperFactory {
-public:
-    error_code_t createMapper(const sptr_t<IVectorQuery>& queries,
-                              sptr_t<dataface_1::IManipulatorMapper>& out) override {
-        asked.push_back(queries->getDefaultQuery()->getName());
-        if (answer == error_code_t::success) out = basekit2::make_object<Mapper>();
-        return answer;
-    }
-
-    error_code_t::value_t answer = error_code_t::success;
-    std::vector<std::string> asked;
 };
 
 // That colour in a column: blue, green, red, alpha from the highest byte down.
@@ -147,12 +121,12 @@ protected:
                                                windowOf(0, 10, 1));
     }
     void offerMappers() {
-        m_factory = basekit2::make_object<MapperFactory>();
+        m_factory = basekit2::make_object<FakeMapperFactory>();
         m_bound.input->offer<dataface_1::IManipulatorMapperFactory>(m_factory);
     }
 
     BoundProvider m_bound;
-    sptr_t<MapperFactory> m_factory;
+    sptr_t<FakeMapperFactory> m_factory;
 };
 
 TEST_F(Forest, NestsAColumnForEachLevelOfAnExpansion) {
