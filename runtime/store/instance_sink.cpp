@@ -1,5 +1,6 @@
-// Instances of one table: packed into cells, sorted by start, inserted many rows at a time.
-// Tested by tests/store/result_writer_test.cpp.
+// Instances of one table: packed into cells, sorted by start, inserted many rows at a time. Of
+// equal starts the longest comes first: what lies in another one follows it, however traces tell
+// them. Tested by tests/store/result_writer_test.cpp.
 #include "store/instance_sink.h"
 
 #include "store/dialect.h"
@@ -84,6 +85,13 @@ bool hasField(const TableDef& def, InstanceField field) {
                        [field](const ColumnDef& column) { return column.field == field; });
 }
 
+// Cell of a field; 0 for a table without it.
+std::size_t cellFor(const TableDef& def, InstanceField field) {
+    for (std::size_t i = 0; i < def.columns.size(); ++i)
+        if (def.columns[i].field == field) return i;
+    return 0;
+}
+
 }  // namespace
 
 std::int64_t lastTimeOf(std::int64_t begin, std::int64_t end) {
@@ -95,7 +103,7 @@ InstanceSink::InstanceSink(const TableDef& def, const std::string& directory)
       m_hasValue(hasField(def, InstanceField::value)),
       m_hasSource(hasField(def, InstanceField::sourceStart)),
       m_cells(def.columns.size()),
-      m_sorter(def.columns.size(), directory) {}
+      m_sorter(def.columns.size(), cellFor(def, InstanceField::end), directory) {}
 
 void InstanceSink::add(const InstanceRow& row) {
     for (std::size_t i = 0; i < m_cells.size(); ++i)

@@ -26,17 +26,22 @@ struct RecordSorter::Run {
     std::size_t at = 0;
 };
 
-RecordSorter::RecordSorter(std::size_t cells, std::string directory)
-    : m_cells(cells), m_directory(std::move(directory)) {}
+RecordSorter::RecordSorter(std::size_t cells, std::size_t second, std::string directory)
+    : m_cells(cells), m_second(second), m_directory(std::move(directory)) {}
 
 RecordSorter::~RecordSorter() {
     if (m_file >= 0) ::close(m_file);
 }
 
 void RecordSorter::add(const std::int64_t* record) {
-    if (!m_records.empty() && record[0] < m_records[m_records.size() - m_cells]) m_inOrder = false;
+    if (!m_records.empty() && isBefore(record, &m_records[m_records.size() - m_cells]))
+        m_inOrder = false;
     m_records.insert(m_records.end(), record, record + m_cells);
     ++m_added;
+}
+
+bool RecordSorter::isBefore(const std::int64_t* a, const std::int64_t* b) const {
+    return a[0] != b[0] ? a[0] < b[0] : a[m_second] > b[m_second];
 }
 
 void RecordSorter::sortMemory() {
@@ -49,8 +54,13 @@ void RecordSorter::sortMemory() {
     std::vector<Key> keys(m_records.size() / m_cells);
     for (std::uint32_t i = 0; i < keys.size(); ++i)
         keys[i] = {m_records[i * m_cells], i};
-    std::sort(keys.begin(), keys.end(), [](const Key& a, const Key& b) {
-        return a.first != b.first ? a.first < b.first : a.place < b.place;
+    // The records themselves are looked at for equal first cells alone.
+    std::sort(keys.begin(), keys.end(), [this](const Key& a, const Key& b) {
+        if (a.first != b.first) return a.first < b.first;
+        const std::int64_t* recordA = &m_records[a.place * m_cells];
+        const std::int64_t* recordB = &m_records[b.place * m_cells];
+        if (recordA[m_second] != recordB[m_second]) return recordA[m_second] > recordB[m_second];
+        return a.place < b.place;
     });
     m_order.resize(keys.size());
     std::transform(keys.begin(), keys.end(), m_order.begin(), [](const Key& k) { return k.place; });
@@ -144,9 +154,9 @@ bool RecordSorter::refill(Run& run) {
 }
 
 bool RecordSorter::runIsLess(std::size_t a, std::size_t b) const {
-    const std::int64_t firstA = m_runs[a].buffer[m_runs[a].at];
-    const std::int64_t firstB = m_runs[b].buffer[m_runs[b].at];
-    return firstA != firstB ? firstA < firstB : a < b;
+    const std::int64_t* recordA = &m_runs[a].buffer[m_runs[a].at];
+    const std::int64_t* recordB = &m_runs[b].buffer[m_runs[b].at];
+    return isBefore(recordA, recordB) || (a < b && !isBefore(recordB, recordA));
 }
 
 void RecordSorter::siftDown(std::size_t place) {

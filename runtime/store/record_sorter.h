@@ -8,12 +8,14 @@
 
 namespace lanefeed_runtime {
 
-// Sorts records of a fixed number of 64-bit cells by their first cell; equal ones stay in the order
-// in which they came. What doesn't fit into memory goes to a file without a name in `directory`,
-// which vanishes by itself. Records that come in order cost nothing but their copy. One thread.
+// Sorts records of a fixed number of 64-bit cells by their first cell; of equal ones that with the
+// greater cell `second` comes first, the others stay in the order in which they came. What doesn't
+// fit into memory goes to a file without a name in `directory`, which vanishes by itself. Records
+// that come in order cost nothing but their copy. One thread.
 class RecordSorter {
 public:
-    RecordSorter(std::size_t cells, std::string directory);
+    // second: 0 for none.
+    RecordSorter(std::size_t cells, std::size_t second, std::string directory);
     ~RecordSorter();
     RecordSorter(const RecordSorter&) = delete;
     RecordSorter& operator=(const RecordSorter&) = delete;
@@ -36,10 +38,12 @@ private:
     const std::int64_t* nextInMemory();
     const std::int64_t* nextOfRuns();
     bool refill(Run& run);
+    bool isBefore(const std::int64_t* a, const std::int64_t* b) const;
     bool runIsLess(std::size_t a, std::size_t b) const;
     void siftDown(std::size_t place);
 
     std::size_t m_cells;
+    std::size_t m_second;
     std::string m_directory;
     std::vector<std::int64_t> m_records;
     std::vector<std::uint32_t> m_order;  // empty when the records stand in order

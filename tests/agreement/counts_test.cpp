@@ -53,6 +53,7 @@ std::vector<Instance> makeTrace(std::mt19937& random, std::string& text) {
                 nameOf(instance) + "*" + std::to_string(instance.count) + "@" +
                 categoryOf(instance) + "\n";
     }
+    sortAsWritten(instances);
     return instances;
 }
 

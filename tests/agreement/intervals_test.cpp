@@ -179,9 +179,10 @@ TEST(IntervalAccounts, EveryInstanceOfTheWindowIsDrawnOrCounted) {
     std::mt19937 random(randomSeed());
     const TempDirectory folder;
     for (int round = 0; round < 6; ++round) {
-        const auto instances = randomInstances(random, 60 << (round % 3), kBands, kNames, kSpan);
+        auto instances = randomInstances(random, 60 << (round % 3), kBands, kNames, kSpan);
         const std::string file = folder.file(std::to_string(round) + ".lft");
         writeSlices(file, instances);
+        sortAsWritten(instances);
         SlicePane byThread(file);
         SlicePane byProcess(file, "<rowBy useGridQuery='false' query='process'/>");
         for (int i = 0; i < 60; ++i) {

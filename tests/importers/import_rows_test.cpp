@@ -112,7 +112,7 @@ TEST_F(ImportRows, asyncEventsPairByTheirIdAndNestOnOneBand) {
                     {"ph":"b","ts":1,"pid":1,"cat":"c","id":8,"name":"endless"},
                     {"ph":"S","ts":1,"pid":1,"cat":"c","id":7,"name":"old"},{"ph":"F","ts":9,"pid":1,"cat":"c","id":7,"name":"old"})");
     EXPECT_EQ(slices("async_data"),
-              (Rows{{"1", "4000", "load"}, {"1", "8000", "old"}, {"1001", "3000", "parse"}}));
+              (Rows{{"1", "8000", "old"}, {"1", "4000", "load"}, {"1001", "3000", "parse"}}));
     EXPECT_EQ(rows("select t.name, count(*) from async_data a join dd_band b on b.rowid = a.dd_band"
                    " join dd_track t on t.rowid = b.dd_track group by 1 order by 1"),
               (Rows{{"load", "2"}, {"old", "1"}}));

@@ -89,10 +89,11 @@ TEST_F(Intervals, NarrowOnesShareTheRowOfTheirBin) {
 }
 
 TEST_F(Intervals, TasksAreToldTheirDepthAndName) {
-    // One in another, back to back, one that starts on another's last tick.
+    // One in another, back to back, one that starts on another's last tick, one told before the one
+    // that it starts with and lies in.
     const SlicePane pane(
         result("thread main  0..101 outer  10..21 x  30..41 y  31..35 z  35..36 z  36..40 z\n"
-               "thread main  100..120 next\n"
+               "thread main  100..105 tail  100..120 next\n"
                // Over before the window begins, and yet what starts below it is nested.
                "thread worker  0..45 gone  40..60 below  42..44 gone  50..60 flat"));
     QueryParam param = pane.request(46, 119, 74);
@@ -102,6 +103,7 @@ TEST_F(Intervals, TasksAreToldTheirDepthAndName) {
               "startTime  endTime  depth  name\n"
               "0          100      0      outer\n"
               "100        119      0      next\n"
+              "100        104      1      tail\n"
               "startTime  endTime  depth  name\n"
               "40         59       1      below\n"
               "50         59       2      flat\n");

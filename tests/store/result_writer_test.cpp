@@ -69,14 +69,15 @@ TEST_F(ResultWriterTest, TurnsTimesIntoTicksFromOne) {
     EXPECT_EQ(m_store.facts->lastTick, 111U);
 }
 
-TEST_F(ResultWriterTest, OrdersByStartAndKeepsEqualStartsAsAdded) {
+TEST_F(ResultWriterTest, OrdersByStartAndTheLongestOfEqualOnesFirst) {
     slice(5, 9, "b1");
     slice(1, 2, "a");
     slice(5, 6, "b2");
     slice(3, 4, "c");
     slice(5, 99, "b3");
+    slice(5, 9, "b4");
     EXPECT_EQ(rowsOf(finish(), "slice_data", {"rowid", "attr.name"}),
-              "1 a\n2 c\n3 b1\n4 b2\n5 b3\n");
+              "1 a\n2 c\n3 b3\n4 b1\n5 b4\n6 b2\n");
 }
 
 TEST_F(ResultWriterTest, AddsAnAttributeOnceByKey) {

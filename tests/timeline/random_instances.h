@@ -21,7 +21,14 @@ inline int pick(std::mt19937& random, int low, int high) {
     return std::uniform_int_distribution<int>(low, high)(random);
 }
 
-// Ticks 1..span, in the order of a file.
+// The order of a result: of equal starts the longest first.
+inline void sortAsWritten(std::vector<Instance>& instances) {
+    std::stable_sort(instances.begin(), instances.end(), [](const Instance& a, const Instance& b) {
+        return a.start != b.start ? a.start < b.start : a.end > b.end;
+    });
+}
+
+// Ticks 1..span, by start; equal ones in any order, as readers have to stand.
 inline std::vector<Instance> randomInstances(
     std::mt19937& random, int count, int bands, int attrs, int span) {
     std::vector<Instance> instances;
