@@ -199,7 +199,7 @@ TEST_F(Intervals, OnesThatReferToNothingAreLeftOutWithOneLine) {
 }
 
 TEST_F(Intervals, WindowsWithMoreBinsThanTicksShowNothing) {
-    for (const char* rows : {SlicePane::byThread, ""}) {
+    for (const char* rows : {SlicePane::kByThread, ""}) {
         const SlicePane pane(result("thread main  0..100 a"), rows);
         for (const QueryParam& param :
              {pane.request(0, 99, 0), pane.request(10, 12, 4), pane.request(10, 9, 1)})

@@ -13,12 +13,12 @@ namespace lanefeed_test {
 // Rows of a result on the real store, and what a pane asks for the slices on them.
 class SlicePane {
 public:
-    static constexpr char byThread[] = "<rowBy useGridQuery='false' query='thread'/>";
+    static constexpr char kByThread[] = "<rowBy useGridQuery='false' query='thread'/>";
 
     // A result file; the rows of a viewpoint's row set, none for an area of one row; a file with
     // definitions that go before the shipped ones. Throws std::runtime_error.
     explicit SlicePane(const std::string& file,
-                       const std::string& rowSet = byThread,
+                       const std::string& rowSet = kByThread,
                        const std::string& definitions = "");
 
     // Slices on these rows over start..end, both included.
