@@ -226,7 +226,7 @@ TEST(CountAgreement, WithAPlainCountOfRandomInstances) {
         const std::string file = folder.file(std::to_string(round) + ".lft");
         writeTraceText(file, text);
         const std::string process = "<rowBy useGridQuery='false' query='process'/>";
-        SlicePane byThread(file, SlicePane::byThread, folder.file("merged.queries.xml"));
+        SlicePane byThread(file, SlicePane::kByThread, folder.file("merged.queries.xml"));
         SlicePane byProcess(file, process, folder.file("merged.queries.xml"));
         for (int i = 0; i < 100; ++i) {
             const Request request = randomRequest(random);
