@@ -75,7 +75,8 @@ void sortPositions(std::vector<int>& order,
         row->getContent(column, content, value);
         keys.push_back(sortKey(value));
     }
-    std::sort(order.begin(), order.end(), SortRowsFunctor(keys, ascending));
+    // Rows of one value keep the order that they had.
+    std::stable_sort(order.begin(), order.end(), SortRowsFunctor(keys, ascending));
 }
 
 // Columns that a fresh table may be sorted by; -1 for none.

@@ -120,6 +120,8 @@ ImportError FtraceLines::error(const SchedulerTrace& trace) const {
             fmt::format("line {} is no event of a kernel trace: \"{}\"; {}", m_firstOdd.line,
                         m_firstOdd.text, kRemedy));
     }
+    if (trace.events() == 0)
+        return ImportError::badInput(fmt::format("holds comments alone and no event; {}", kRemedy));
     if (trace.switches() == 0 && m_firstOddSwitch.line != 0) {
         return ImportError::badInput(
             fmt::format("line {} has a sched_switch with other fields than expected: \"{}\"; {}",

@@ -226,6 +226,7 @@ TEST_F(FtraceText, refusesTextsItCannotRead) {
     EXPECT_EQ(refusal("<html>\n<script>/^# tracer:/</script>\nls-1 [0] 1.0: print: x\n</html>"),
               "no trace in this page, which would begin with a line \"# tracer\"; give a page that "
               "systrace wrote, or the text of `trace-cmd report`");
+    EXPECT_EQ(refusal("# tracer: nop\n#\n"), "holds comments alone and no event" + remedy);
     // Doesn't read to the end of what is none.
     std::string much = "# tracer: nop\n";
     for (int i = 0; i < 2000; ++i)

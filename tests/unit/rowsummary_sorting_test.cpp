@@ -5,6 +5,7 @@
 #include <facekit_1_x/table_building.h>
 
 #include <limits>
+#include <numeric>
 
 namespace lanefeed_test {
 namespace {
@@ -43,6 +44,16 @@ TEST_F(RowSummarySorting, ComparesTextsInLowerCase) {
     EXPECT_EQ(sorted(table, "name", false), (Order{2, 0, 3, 1, 4}));
     // The rows stay where they are.
     EXPECT_EQ(tableText(table, {false, false, {"name"}}), "name\nbeta\nAlpha\ngamma\nALPHA 2\n_\n");
+}
+
+TEST_F(RowSummarySorting, LeavesRowsOfOneValueAsTheyAre) {
+    Order all(40);
+    std::iota(all.begin(), all.end(), 0);
+    for (std::size_t i = 0; i < all.size(); ++i)
+        addThread(1, "same");
+    const Table table = buildThreads();
+    EXPECT_EQ(sorted(table, "name", true), all);
+    EXPECT_EQ(sorted(table, "name", false), all);
 }
 
 TEST_F(RowSummarySorting, ComparesNumbersByValueAndMissingOnesFirst) {
