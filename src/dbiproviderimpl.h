@@ -195,7 +195,7 @@ protected:
     bool getTransitionData(const QueryParam& param, std::vector<Transition>& transitions) override;
 
     // --- counts (dbiproviderimpl_counts.cpp)
-    // False also when no row has a table.
+    // False also when no row of a row-by has a table; without one, no instance is an answer.
     bool getData(const QueryParam& param, Forest& trees, DataType type);
     // Whether each instance counts in all its bins, also behind another one of its series.
     bool needMergeData(const QueryParam& param, bool& merge);
@@ -297,18 +297,18 @@ private:
                      std::vector<int>& map);
     // Replaces a level that is an attribute of bands by the bands; the map leads back.
     bool translateBandLevel(RowByWalk& walk, std::vector<int>& map);
-
-    // --- lines into one row (dbiproviderimpl_transitions.cpp)
-    // A pane asks row by row, and bands don't change: complete maps are kept, by column.
-    std::map<std::string, std::vector<int>> m_bandMaps;
-
-    // --- tooltips (dbiproviderimpl_tooltips.cpp)
     // Adds the records of a level to those of their rows, by row id; a level that can't be read
     // adds nothing.
     bool readAttributeLevel(const QueryParam& param,
                             const QueryPath& rowByPath,
                             const std::vector<std::vector<int>>& bandMaps,
                             std::map<int, std::vector<OverTimeData>>& perRow);
+
+    // --- lines into one row (dbiproviderimpl_transitions.cpp)
+    // A pane asks row by row, and bands don't change: complete maps are kept, by column.
+    std::map<std::string, std::vector<int>> m_bandMaps;
+
+    // --- tooltips (dbiproviderimpl_tooltips.cpp)
     // Lines of a tooltip: the attribute, and its value as a text.
     using TooltipTexts = std::vector<std::pair<const DicerDataSource::ExtraArgs*, std::string>>;
     TooltipTexts readTooltip(const DicerDataSource* ds, int id);

@@ -22,6 +22,7 @@
 #include <storelink1/utils.h>
 
 #include <algorithm>
+#include <unordered_map>
 
 namespace lanefeed_1 {
 
@@ -85,7 +86,6 @@ private:
                   const sptr_t<facekit_1_x::IDPIHelperTableTree>& tree) const;
 
     static constexpr int kNoRow = -2;
-    static constexpr int kNotAsked = -3;
 
     DbiProviderImpl& m_provider;
     sptr_t<storelink1::IDatabase> m_db;
@@ -103,7 +103,7 @@ private:
     std::vector<storelink1::OverTimeDataSeriesMetadata> m_metadata;
     CountGrid m_grid;
     std::vector<std::vector<CountSeries>> m_rows;  // by row id, then series; empty: no instance
-    std::vector<int> m_rowIds;                     // by database index, as far as asked
+    std::unordered_map<int, int> m_rowIds;         // by database index, as far as asked
 };
 
 bool DbiProviderImpl::CountReader::open(const IInfoQuery* rowQuery) {
@@ -191,14 +191,13 @@ s64_t DbiProviderImpl::CountReader::valueOf(const storelink1::IConstRecord& reco
 // Looked up once for each database index.
 int DbiProviderImpl::CountReader::rowOf(int dbIndex) {
     if (dbIndex < 0) return kNoRow;
-    const auto at = static_cast<std::size_t>(dbIndex);
-    if (at >= m_rowIds.size()) m_rowIds.resize(at + 1, kNotAsked);
-    if (m_rowIds[at] == kNotAsked) {
+    const auto [place, isNew] = m_rowIds.try_emplace(dbIndex, kNoRow);
+    if (isNew) {
         const RowSummaryTableRow* row =
             m_provider.m_rowSummaryTable->getRowByDbId(m_level, dbIndex);
-        m_rowIds[at] = row != nullptr ? row->getSummaryId() : kNoRow;
+        if (row != nullptr) place->second = row->getSummaryId();
     }
-    return m_rowIds[at];
+    return place->second;
 }
 
 bool DbiProviderImpl::CountReader::makeTrees(Forest& trees) {

@@ -48,7 +48,6 @@ public:
              basekit2::u64_t last,
              basekit2::s64_t value,
              bool merge);
-    bool isEmpty() const { return m_steps.empty(); }
     // One count for each bin of the request: the largest of its fine ones and 0 where there are
     // such, else what was added. None before the first instance.
     std::vector<basekit2::s64_t> counts(const CountGrid& grid) const;
