@@ -57,8 +57,11 @@ std::vector<Instance> makeTrace(std::mt19937& random, std::string& text) {
     return instances;
 }
 
+// Rows of a pane: threads, processes, or processes with their threads below them.
+enum class Rows { threads, processes, both };
+
 struct Request {
-    bool byProcess = false;
+    Rows rows = Rows::threads;
     bool merged = false;
     bool ofInstances = false;
     int expansions = 0;          // 0 none, 1 by name, 2 by category too
@@ -102,6 +105,14 @@ struct Seen {
     basekit2::s64_t value = 1;
 };
 
+// Ids of the rows of a band, counted from 0; of both levels the process comes before its threads.
+std::vector<std::size_t> rowsOf(Rows rows, std::size_t band) {
+    const std::size_t process = band % 2;
+    if (rows == Rows::threads) return {band};
+    if (rows == Rows::processes) return {process};
+    return {3 * process, 3 * process + 1 + band / 2};
+}
+
 std::vector<Seen> seenBy(const Request& request, const std::vector<Instance>& instances) {
     std::vector<Seen> all;
     for (const Instance& instance : instances) {
@@ -110,12 +121,14 @@ std::vector<Seen> seenBy(const Request& request, const std::vector<Instance>& in
         seen.last = (request.samplePoint == 1 ? instance.start : instance.end) - 1;
         if (seen.last < request.start || seen.first > request.end) continue;
         if (!request.kept.empty() && request.kept.count(nameOf(instance)) == 0) continue;
-        const auto band = static_cast<std::size_t>(instance.band) - 1;
-        seen.row = request.byProcess ? band % 2 : band;
         if (request.expansions > 0) seen.series = nameOf(instance);
         if (request.expansions > 1) seen.series += ":" + categoryOf(instance);
         if (!request.ofInstances) seen.value = instance.count;
-        all.push_back(seen);
+        for (const std::size_t row :
+             rowsOf(request.rows, static_cast<std::size_t>(instance.band) - 1)) {
+            seen.row = row;
+            all.push_back(seen);
+        }
     }
     return all;
 }
@@ -203,7 +216,7 @@ Answer ask(SlicePane& pane, const Request& request) {
 
 Request randomRequest(std::mt19937& random) {
     Request request;
-    request.byProcess = pick(random, 0, 1) == 1;
+    request.rows = static_cast<Rows>(pick(random, 0, 2));
     request.merged = pick(random, 0, 1) == 1;
     request.ofInstances = pick(random, 0, 1) == 1;
     request.expansions = pick(random, 0, 2);
@@ -225,12 +238,15 @@ TEST(CountAgreement, WithAPlainCountOfRandomInstances) {
         const auto instances = makeTrace(random, text);
         const std::string file = folder.file(std::to_string(round) + ".lft");
         writeTraceText(file, text);
-        const std::string process = "<rowBy useGridQuery='false' query='process'/>";
-        SlicePane byThread(file, SlicePane::kByThread, folder.file("merged.queries.xml"));
-        SlicePane byProcess(file, process, folder.file("merged.queries.xml"));
+        const std::string definitions = folder.file("merged.queries.xml");
+        SlicePane panes[] = {
+            SlicePane(file, SlicePane::kByThread, definitions),
+            SlicePane(file, "<rowBy useGridQuery='false' query='process'/>", definitions),
+            SlicePane(file, "<gridQuery><rowBy query='processAndThread'/></gridQuery>",
+                      definitions)};
         for (int i = 0; i < 100; ++i) {
             const Request request = randomRequest(random);
-            const Answer answer = ask(request.byProcess ? byProcess : byThread, request);
+            const Answer answer = ask(panes[static_cast<int>(request.rows)], request);
             const Answer wanted = countPlainly(instances, request);
             EXPECT_EQ(answer.isServed, wanted.isServed);
             EXPECT_EQ(answer.rows, wanted.rows);
@@ -238,7 +254,7 @@ TEST(CountAgreement, WithAPlainCountOfRandomInstances) {
             ASSERT_FALSE(testing::Test::HasFailure())
                 << "round " << round << ", " << request.start << ".." << request.end << " in "
                 << request.bins << ", expansions " << request.expansions << ", sample point "
-                << request.samplePoint << (request.byProcess ? " by process" : " by thread")
+                << request.samplePoint << ", rows " << static_cast<int>(request.rows)
                 << (request.ofInstances ? ", instances" : "") << (request.merged ? " merged" : "");
         }
     }

@@ -151,7 +151,8 @@ TEST_F(Lines, OfCellsThatAre196608BinsApartAreFolded) {
 TEST_F(Lines, AreDrawnBetweenSiblingsAlone) {
     open(
         "process p\nthread a 0..100 x\nthread b 0..1 x\nprocess q\nthread c 0..1 x\n"
-        "flow p/a 5 p/b 9 w\nflow p/b 10 p/b 20 w\nflow q/c 50 p/b 59 w\nflow p/a 70 q/c 80 w");
+        "flow p/a 5 p/b 9 w\nflow p/b 10 p/b 20 w\nflow q/c 50 p/b 59 w\nflow p/a 70 q/c 80 w\n"
+        "flow p/b 70 p/a 90 w");
     EXPECT_EQ(into(1), "5-9 1 0>1, 50-59 1 2>1");
     EXPECT_EQ(into(2), "70-80 1 0>2");
     bind(1);  // 0 p, 1 a, 2 b, 3 q, 4 c
@@ -281,13 +282,14 @@ TEST_F(Lines, ThatWereReadStayAfterACancel) {
 class RefusedLines : public ProviderTest {
 protected:
     RefusedLines() {
-        bindRows({30, 40});
+        bindRows({30, 40, 0});
         QueryFacts facts;
         facts.table = "dd_band";
         facts.path = "dd_thread";
         m_rowBySource = rowBy(facts).ds;
         m_source.set("dd_flow", "flow_data", "", "");
-        m_db->tables["dd_band"] = {{{"rowid", 1}, {"dd_band::dd_thread", 30}}};
+        m_db->tables["dd_band"] = {{{"rowid", 1}, {"dd_band::dd_thread", 30}},
+                                   {{"rowid", 3}, {"dd_band::dd_thread", 99}}};
         m_db->tables["flow_data"] = {{{"end_tsc", u64_t{1500}},
                                       {"dd_flow", 7},
                                       {"multi_band_start_tsc", u64_t{1400}},
@@ -321,10 +323,24 @@ TEST_F(RefusedLines, SayWhatIsMissing) {
                   "multi_band_index dd_band::dd_thread=40"}));
     EXPECT_EQ(ask(), "1");
     EXPECT_EQ(m_db->reads.size(), 1U) << "bands are read once";
+    // What else rows tell bands apart by is another map.
+    m_db->tables["dd_band"][0]["dd_band::dd_core"] = 30;
+    QueryFacts cores;
+    cores.table = "dd_band";
+    cores.path = "dd_core";
+    const auto byCore = rowBy(cores).ds;
+    EXPECT_EQ(ask(&byCore, &m_source), "1");
+    EXPECT_EQ(m_db->reads.front(), "dd_band rowid dd_band::dd_core");
     for (const char* column : {"end_tsc", "dd_flow", "multi_band_start_tsc", "multi_band_index"}) {
         auto cell = m_db->tables["flow_data"][0].extract(column);
         EXPECT_TRUE(fails("sl1::InvalidColIdx != attrId")) << column;
         m_db->tables["flow_data"][0].insert(std::move(cell));
+    }
+    // Of a band between the known ones, of one without a row, behind them, and of none.
+    for (const int band : {2, 3, 4, -1}) {
+        m_db->tables["flow_data"][0]["multi_band_index"] = band;
+        EXPECT_EQ(ask(), "0");
+        EXPECT_TRUE(m_log.contains("for bands: (" + std::to_string(band) + ", )"));
     }
     m_db->tables["flow_data"].clear();
     EXPECT_EQ(ask(), "0") << "no records are no failure";
@@ -348,12 +364,17 @@ TEST_F(RefusedLines, NeedALevelOfBands) {
     m_rowBySource.m_defaultQuery = nullptr;
     EXPECT_TRUE(fails("level >= 0 && level <= m_rowSummaryTable->getRowMaxLevel()"));
     // No level is one of bands: the last one counts, and no column tells bands apart.
+    m_db->tables["dd_band"][0]["dd_band::dd_thread.dd_process"] = 30;
     QueryFacts facts;
     facts.table = "dd_band";
     facts.path = "dd_thread.dd_process";
     m_rowBySource = rowBy(facts).ds;
-    m_db->tables["dd_band"][0].erase("dd_band::dd_thread");
     EXPECT_TRUE(fails("sl1::InvalidColIdx != attrId"));
+    facts.table = "flow_data";
+    facts.path = "dd_thread";
+    m_rowBySource = rowBy(facts).ds;
+    EXPECT_TRUE(fails("sl1::InvalidColIdx != attrId"));
+    facts.table = "dd_band";
     // Below what is no info query and what is an attribute of bands, at a level without rows.
     facts.path = "dd_thread";
     facts.next = infoQuery(facts);

@@ -3,6 +3,8 @@
 #include <storelink1/timeline_query.h>
 #include <storelink1/utils.h>
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 
 namespace lanefeed_test {
@@ -13,12 +15,19 @@ class FakeRecords : public storelink1::IGenericRecordset<storelink1::IConstRecor
                     public storelink1::IConstRecord {
 public:
     // A progress that is asked before each record, or null.
-    FakeRecords(FakeTable rows, std::vector<std::string> columns, relay2::IProgress* watched)
-        : m_rows(std::move(rows)), m_columns(std::move(columns)), m_watched(watched) {
+    FakeRecords(basekit2::sptr_t<FakeDatabase> database,
+                FakeTable rows,
+                std::vector<std::string> columns,
+                relay2::IProgress* watched)
+        : m_database(std::move(database)),
+          m_rows(std::move(rows)),
+          m_columns(std::move(columns)),
+          m_watched(watched) {
         watch();
     }
     bool atEnd() override { return m_position >= m_rows.size(); }
     void next() override {
+        EXPECT_GT(m_database->locks, 0) << "records are read under the lock";
         ++m_position;
         watch();
     }
@@ -36,6 +45,7 @@ private:
         if (m_watched != nullptr && m_watched->isCanceled()) m_position = m_rows.size();
     }
 
+    basekit2::sptr_t<FakeDatabase> m_database;
     FakeTable m_rows;
     std::vector<std::string> m_columns;
     relay2::IProgress* m_watched;
@@ -82,7 +92,7 @@ public:
         m_database->reads.push_back(m_read);
         if (!m_fails)
             return basekit2::make_object<FakeRecords>(
-                m_rows, m_columns, m_database->endsCancelledReads ? progress : nullptr);
+                m_database, m_rows, m_columns, m_database->endsCancelledReads ? progress : nullptr);
         error = "disk on fire";
         sql = "SELECT";
         return {};

@@ -4,6 +4,7 @@
 #include <relay2/progress.h>
 #include <storelink1/database.h>
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <set>
@@ -83,6 +84,8 @@ public:
     basekit2::sptr_t<storelink1::ITimelineDatabase> getFilteredTimelineDatabase() override;
     basekit2::generic_iterator_t<storelink1::time_interval_t> getPausedIntervals() override;
     void clearCaches() override { ++cachesCleared; }
+    void lockQueries() override { ++locks; }
+    void unlockQueries() override { --locks; }
 
     // IFilterRegistry
     bool hasFilter(const std::string& name) override { return filters.count(name) != 0; }
@@ -123,6 +126,7 @@ public:
     int pauseReads = 0;
     int filteredDatabases = 0;
     int cachesCleared = 0;
+    std::atomic<int> locks{0};  // that are held
 
 private:
     basekit2::sptr_t<FakeTimelineDatabase> m_timeline;

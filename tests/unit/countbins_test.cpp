@@ -18,7 +18,7 @@ struct Instance {
 
 Counts count(const CountGrid& grid, const std::vector<Instance>& instances, bool merge = false) {
     CountSeries series;
-    EXPECT_TRUE(series.isEmpty() && series.counts(grid).empty());
+    EXPECT_TRUE(series.counts(grid).empty());
     for (const Instance& instance : instances)
         series.add(grid, instance.first, instance.last, instance.value, merge);
     return series.counts(grid);
