@@ -15,7 +15,6 @@
 #include <fmt/format.h>
 #include <queries/display_attributes.h>
 #include <queries/query_builder.h>
-#include <regex>
 #include <utility>
 
 namespace lanefeed_tool {
@@ -58,13 +57,22 @@ std::string trimmed(const std::string& text) {
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
+bool isMadeOf(const std::string& text, const char* digits, std::size_t most) {
+    return !text.empty() && text.size() <= most &&
+           text.find_first_not_of(digits) == std::string::npos;
+}
+
 // The parser takes what it can't read of a colour as 0.
 bool isColor(const std::string& text) {
-    static const std::regex color(
-        R"(0[xX][0-9a-fA-F]{1,8}|((25[0-5]|2[0-4]\d|1?\d?\d),){2}(25[0-5]|2[0-4]\d|1?\d?\d))");
     std::string dense = text;
     dense.erase(std::remove(dense.begin(), dense.end(), ' '), dense.end());
-    return std::regex_match(dense, color);
+    if (dense.compare(0, 2, "0x") == 0 || dense.compare(0, 2, "0X") == 0)
+        return isMadeOf(dense.substr(2), "0123456789abcdefABCDEF", 8);
+    const std::vector<std::string> parts = platkit_2_18::strings::split_string(dense, ",", 0);
+    return parts.size() == 3 &&
+           std::all_of(parts.begin(), parts.end(), [](const std::string& part) {
+               return isMadeOf(part, "0123456789", 3) && std::stoi(part) <= 255;
+           });
 }
 
 template <class Names>
