@@ -213,8 +213,9 @@ TEST_F(Selection, VisibleRowsKeepTheirIds) {
     const auto values = [&](std::vector<std::string> options) {
         options.insert(options.end(), {"--viewpoint", "processes", "--filter", "time=30us..70us",
                                        "--sort", "Busy time:desc"});
+        const Document answer = json("rows", options);
         std::string text;
-        for (const auto& row : json("rows", options).GetArray())
+        for (const auto& row : answer.GetArray())
             text += row["name"].GetString() + std::string("=") +
                     std::to_string(row["values"]["Slices"].GetInt()) + " ";
         return text;
