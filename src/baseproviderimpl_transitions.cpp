@@ -20,7 +20,8 @@ using basekit2::u64_t;
 void addLine(TableFill& fill, const Transition& line) {
     const auto row = fill.addRow(
         {line.start, line.end, line.attr, line.startRow, line.endRow, line.duplicateCount});
-    const std::size_t kept = std::min<std::size_t>(line.duplicateCount, Transition::keptDuplicates);
+    const std::size_t kept =
+        std::min<std::size_t>(line.duplicateCount, Transition::kKeptDuplicates);
     for (std::size_t i = 0; i < kept; ++i) {
         const Transition::Duplicate& other = line.duplicates[i];
         fill.addRow({other.start, other.end, other.attr, line.startRow, line.endRow, u32_t{0}},

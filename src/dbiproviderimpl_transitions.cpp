@@ -72,7 +72,7 @@ public:
             return;
         }
         Transition& first = m_lines[static_cast<std::size_t>(place->index)];
-        if (first.duplicateCount < Transition::keptDuplicates)
+        if (first.duplicateCount < Transition::kKeptDuplicates)
             first.duplicates[first.duplicateCount] = {line.start, line.end, line.attr};
         ++first.duplicateCount;
     }

@@ -14,7 +14,7 @@ struct Transition {
         basekit2::u64_t end = 0;
         int attr = 0;
     };
-    static constexpr std::size_t keptDuplicates = 4;
+    static constexpr std::size_t kKeptDuplicates = 4;
 
     basekit2::u64_t start = 0;  // at the source row
     basekit2::u64_t end = 0;    // at the target row
@@ -25,7 +25,7 @@ struct Transition {
     basekit2::s16_t startBin = 0;  // rounded down to a multiple of 3
     basekit2::s16_t endBin = 0;
     basekit2::u32_t duplicateCount = 0;  // goes on counting when no more are kept
-    std::array<Duplicate, keptDuplicates> duplicates;
+    std::array<Duplicate, kKeptDuplicates> duplicates;
 };
 
 }  // namespace lanefeed_1
