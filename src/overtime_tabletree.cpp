@@ -59,6 +59,14 @@ std::size_t bucketCount(const OverTimeData& data) {
     return 0;
 }
 
+// Most series of an expansion have no values in one row.
+std::vector<std::size_t> filledSeries(const OverTimeData& data) {
+    std::vector<std::size_t> filled;
+    for (std::size_t series = 0; series < data.seriesSet.size(); ++series)
+        if (!data.seriesSet[series].values.empty()) filled.push_back(series);
+    return filled;
+}
+
 }  // namespace
 
 sptr_t<dataface_1::IQuery> OvertimeTableTreeRow::getQuery() {
@@ -115,21 +123,28 @@ OvertimeTableTree::OvertimeTableTree(const sptr_t<ITableTree>& tree,
       m_seriesCount(data.seriesSet.size()),
       m_nameQuery(std::move(nameQuery)) {
     m_values.max_load_factor(1.0F);
+    const std::vector<std::size_t> filled = filledSeries(data);
     const u64_t binWidth =
         bucketmath::wholeBinWidth(param.startTime, param.endTime, param.binCount);
+    m_bucketEnds.reserve(m_rowsNumber);
     for (std::size_t bucket = 0; bucket < m_rowsNumber; ++bucket) {
         const u64_t binStart = binWidth * bucket + param.startTime;
-        if (isInPause(pauses, binStart, binStart + binWidth)) continue;
-        if (!enterBucket(bucket, data, param.keepZeroValues)) continue;
+        const bool isPaused = isInPause(pauses, binStart, binStart + binWidth);
+        const bool entered = !isPaused && enterBucket(bucket, data, filled, param.keepZeroValues);
+        m_bucketEnds.push_back(m_entered.size());
+        if (!entered) continue;
         m_rowStore.emplace_back(static_cast<ITableTree*>(this), this, bucket);
         m_rows.push_back(&m_rowStore.back());
     }
 }
 
 // True when the bucket holds anything.
-bool OvertimeTableTree::enterBucket(std::size_t bucket, const OverTimeData& data, bool keepsZero) {
-    bool entered = false;
-    for (std::size_t series = 0; series < m_seriesCount; ++series) {
+bool OvertimeTableTree::enterBucket(std::size_t bucket,
+                                    const OverTimeData& data,
+                                    const std::vector<std::size_t>& filled,
+                                    bool keepsZero) {
+    const std::size_t before = m_entered.size();
+    for (const std::size_t series : filled) {
         const std::vector<double>& values = data.seriesSet[series].values;
         if (bucket >= values.size()) continue;
         const double value = values[bucket];
@@ -137,9 +152,9 @@ bool OvertimeTableTree::enterBucket(std::size_t bucket, const OverTimeData& data
         // Negative values vanish with the zeros.
         if (!keepsZero && !(value > std::numeric_limits<double>::epsilon())) continue;
         m_values.emplace(Key(series, bucket), value);
-        entered = true;
+        m_entered.push_back(series);
     }
-    return entered;
+    return m_entered.size() != before;
 }
 
 unsigned int OvertimeTableTree::get_type() const {
@@ -208,8 +223,10 @@ sptr_t<ITableRow> OvertimeTableTree::reduce(const generic_iterator_t<sptr_t<ITab
         if (!LF_CHECK_AS(row && row->getRowIdx() < m_rowsNumber,
                          "row && row->getRowIdx() < m_rowsNumber", "Alien row?"))
             return {};
-        for (std::size_t series = 0; series < m_seriesCount; ++series)
-            sums[series] += getValue(series, row->getRowIdx());
+        const std::size_t bucket = row->getRowIdx();
+        const std::size_t begin = bucket > 0 ? m_bucketEnds[bucket - 1] : 0;
+        for (std::size_t i = begin; i < m_bucketEnds[bucket]; ++i)
+            sums[m_entered[i]] += getValue(m_entered[i], bucket);
     }
     return basekit2::make_object<OvertimeTableTreeReducedRow>(this, std::move(sums));
 }

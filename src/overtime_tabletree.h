@@ -112,9 +112,15 @@ private:
                                         std::equal_to<>,
                                         PoolAllocator<std::pair<const Key, double>>>;
 
-    bool enterBucket(std::size_t bucket, const OverTimeData& data, bool keepsZero);
+    bool enterBucket(std::size_t bucket,
+                     const OverTimeData& data,
+                     const std::vector<std::size_t>& filled,
+                     bool keepsZero);
 
     Values m_values;
+    // Series with a value, bucket after bucket; those of a bucket end where m_bucketEnds says.
+    std::vector<std::size_t> m_entered;
+    std::vector<std::size_t> m_bucketEnds;
     double m_scale;
     std::size_t m_rowsNumber = 0;  // buckets, those without a row included
     std::size_t m_seriesCount;

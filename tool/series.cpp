@@ -21,6 +21,7 @@ using dataface_1::IColumnInfo;
 using dataface_1::IInfoQuery;
 using dataface_1::IQuery;
 using dataface_1::ITableRow;
+using dataface_1::ITableTree;
 
 // A column carries its query alone or as the first of a vector.
 sptr_t<IQuery> columnQuery(IColumnInfo& column) {
@@ -38,19 +39,32 @@ std::optional<std::string> expansionValue(IColumnInfo& column) {
     return values.current().get<std::string>();
 }
 
-void readParts(const sptr_t<IColumnInfo>& column, std::vector<std::string>& parts) {
+sptr_t<IColumnInfo> firstChild(IColumnInfo& column) {
     generic_iterator_t<sptr_t<IColumnInfo>> children;
-    if (column->getChildren(children, nullptr, false) == dataface_1::ITreeNode::ecsfError) return;
-    if (children.at_end()) return;
-    const sptr_t<IColumnInfo> child = children.current();
-    if (const auto value = expansionValue(*child)) parts.push_back(*value);
-    readParts(child, parts);
+    if (column.getChildren(children, nullptr, false) == dataface_1::ITreeNode::ecsfError) return {};
+    return children.at_end() ? sptr_t<IColumnInfo>() : children.current();
 }
 
-// Without values, which come with the first cell that has one.
+std::vector<std::string> partsOf(IColumnInfo& column) {
+    std::vector<std::string> parts;
+    for (auto child = firstChild(column); !child.is_null(); child = firstChild(*child))
+        if (const auto value = expansionValue(*child)) parts.push_back(*value);
+    return parts;
+}
+
+// Whether partsOf gives any.
+bool isExpanded(IColumnInfo& column) {
+    for (auto child = firstChild(column); !child.is_null(); child = firstChild(*child)) {
+        const auto info = IInfoQuery::cast(columnQuery(*child));
+        if (!info.is_null() && !info->getValues(0).at_end()) return true;
+    }
+    return false;
+}
+
+// Without values.
 Series namedSeries(const sptr_t<IColumnInfo>& column) {
     Series series;
-    readParts(column, series.parts);
+    series.parts = partsOf(*column);
     for (const std::string& part : series.parts)
         series.name += (series.name.empty() ? "" : ":") + part;
     const sptr_t<IQuery> query = columnQuery(*column);
@@ -59,24 +73,14 @@ Series namedSeries(const sptr_t<IColumnInfo>& column) {
     return series;
 }
 
-void setValue(Series& series, int bucket, int bins, double value) {
-    if (series.values.empty())
-        series.values.assign(static_cast<std::size_t>(bins),
-                             std::numeric_limits<double>::quiet_NaN());
-    series.values[static_cast<std::size_t>(bucket)] = value;
+std::vector<double> noValues(int bins) {
+    return std::vector<double>(static_cast<std::size_t>(bins),
+                               std::numeric_limits<double>::quiet_NaN());
 }
 
-// Every row has a column for each value that any row is expanded by; those that say nothing of a
-// row would be most of the answer. A series of its own stays, without data as well.
-void dropEmpty(std::vector<Series>& all, int bins) {
-    for (Series& series : all) {
-        if (series.parts.empty() && series.values.empty())
-            series.values.assign(static_cast<std::size_t>(bins),
-                                 std::numeric_limits<double>::quiet_NaN());
-    }
-    all.erase(std::remove_if(all.begin(), all.end(),
-                             [](const Series& series) { return series.values.empty(); }),
-              all.end());
+void setValue(std::vector<double>& values, int bucket, int bins, double value) {
+    if (values.empty()) values = noValues(bins);
+    values[static_cast<std::size_t>(bucket)] = value;
 }
 
 // Bucket of a row of the table; -1 when its time-bin cell can't be read.
@@ -87,40 +91,69 @@ int bucketOf(ITableRow& row, const sptr_t<IColumnInfo>& timeBin, int bins) {
     return bucket >= 0 && bucket < bins ? bucket : -1;
 }
 
+// A column of a series, with what was read from it.
+struct SeriesColumn {
+    sptr_t<IColumnInfo> column;
+    bool isAsked = true;
+    std::vector<double> values;  // empty: no data
+};
+
+// Of the series of an expansion few have data in one row, and a cell for each bucket of the others
+// would be most of the reading: the sums over all buckets tell them apart. Only where 0 says that
+// nothing is there, and of tables that offer sums.
+void passOverEmpty(const sptr_t<ITableTree>& table, std::vector<SeriesColumn>& columns) {
+    sptr_t<dataface_1::IReducibleTableTree> reducible;
+    if (!basekit2::lookup_interface(table.get(), reducible)) return;
+    const sptr_t<ITableRow> sums = reducible->reduce(table->getRows(nullptr), nullptr);
+    if (sums.is_null()) return;
+    for (SeriesColumn& series : columns) {
+        variant_t sum;
+        if (sums->getContent(series.column, dataface_1::ccValue, sum))
+            series.isAsked = sum.get<double>() != 0;
+    }
+}
+
+void readRow(ITableRow& row, int bucket, int bins, bool keepZeros, SeriesColumn& series) {
+    variant_t cell;
+    if (!row.getContent(series.column, dataface_1::ccValue, cell) || cell.is_null()) return;
+    const double value = cell.get<double>();
+    if (value != 0 || keepZeros) setValue(series.values, bucket, bins, value);
+}
+
 }  // namespace
 
 std::string seriesName(const sptr_t<IColumnInfo>& column) {
     return namedSeries(column).name;
 }
 
-std::vector<Series> readSeries(const sptr_t<dataface_1::ITableTree>& table,
-                               int bins,
-                               bool keepZeros) {
+std::vector<Series> readSeries(const sptr_t<ITableTree>& table, int bins, bool keepZeros) {
     std::vector<Series> all;
     if (table.is_null()) return all;
     sptr_t<IColumnInfo> timeBin;
-    std::vector<sptr_t<IColumnInfo>> columns;
+    std::vector<SeriesColumn> columns;
     for (auto it = table->getColumns(nullptr); !it.at_end(); it.next()) {
         const sptr_t<IColumnInfo> column = it.current();
-        if (column->getType() == dataface_1::timeBinColumn) {
+        if (column->getType() == dataface_1::timeBinColumn)
             timeBin = column;
-        } else {
-            columns.push_back(column);
-            all.push_back(namedSeries(column));
-        }
+        else
+            columns.push_back({column, true, {}});
     }
+    if (!keepZeros) passOverEmpty(table, columns);
     for (auto it = table->getRows(nullptr); !it.at_end(); it.next()) {
         const sptr_t<ITableRow> row = it.current();
         const int bucket = bucketOf(*row, timeBin, bins);
         if (bucket < 0) continue;
-        for (std::size_t i = 0; i < columns.size(); ++i) {
-            variant_t cell;
-            if (!row->getContent(columns[i], dataface_1::ccValue, cell) || cell.is_null()) continue;
-            const double value = cell.get<double>();
-            if (value != 0 || keepZeros) setValue(all[i], bucket, bins, value);
-        }
+        for (SeriesColumn& series : columns)
+            if (series.isAsked) readRow(*row, bucket, bins, keepZeros, series);
     }
-    dropEmpty(all, bins);
+    // Every row has a column for each value that any row is expanded by; those that say nothing of
+    // a row would be most of the answer. A series of its own stays, without data as well.
+    for (SeriesColumn& series : columns) {
+        const bool isEmpty = series.values.empty();
+        if (isEmpty && isExpanded(*series.column)) continue;
+        all.push_back(namedSeries(series.column));
+        all.back().values = isEmpty ? noValues(bins) : std::move(series.values);
+    }
     return all;
 }
 
