@@ -6,6 +6,8 @@
 #include "common/clean_text.h"
 #include "common/counts_by_name.h"
 #include "common/fact_keys.h"
+#include "common/foreign_file.h"
+#include "common/wording.h"
 #include "ftrace_text/ftrace_importer.h"
 #include "perf_script/perf_script_importer.h"
 #include "trace_event_json/trace_event_importer.h"
@@ -15,6 +17,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <fmt/format.h>
+#include <store/filter_registry.h>
+#include <store/open_store.h>
 #include <store/result_writer.h>
 #include <utility>
 
@@ -98,15 +102,31 @@ void addPauses(const ImportRequest& request, ResultWriter& writer, ImportOutcome
     }
 }
 
+// Of the result that stands there, if one does.
+std::vector<std::string> filtersOf(const std::string& result) {
+    StoreError error;
+    const lanefeed_runtime::OpenStore store = lanefeed_runtime::openStore(result, error);
+    if (store.failed()) return {};
+    return dynamic_cast<lanefeed_runtime::FilterRegistry&>(*store.filters).names();
+}
+
 void finishResult(const ImportRequest& request, ResultWriter& writer, ImportOutcome& outcome) {
     addPauses(request, writer, outcome);
     writer.setFact(fact_keys::kWarnings, jsonArray(outcome.warnings));
     outcome.instances = writer.instanceCount();
+    const std::vector<std::string> filters = filtersOf(request.target);
     if (request.options.progress) {
         request.options.progress({ImportProgress::Stage::writing, 0, 0, outcome.events});
     }
     const auto progress = basekit2::make_object<CancelProgress>(request.options);
-    if (!writer.finish(progress.get())) outcome.error = named(errorOf(writer.error()), request);
+    if (!writer.finish(progress.get())) {
+        outcome.error = named(errorOf(writer.error()), request);
+    } else if (!filters.empty()) {
+        outcome.warnings.push_back(
+            fmt::format("{}: {} of the result that stood there ({}) {} gone with it; select anew",
+                        request.target, counted(filters.size(), "filter", "filters"),
+                        fmt::join(filters, ", "), filters.size() == 1 ? "is" : "are"));
+    }
 }
 
 }  // namespace
@@ -135,10 +155,8 @@ ImportOutcome importTrace(const ImportRequest& request) {
     if (!source) return outcome;
     const Importer* importer = importerFor(*source);
     if (!importer) {
-        outcome.error = ImportError::badInput(fmt::format(
-            "{}: no known trace format at byte 0; give a trace of one of these, plain or "
-            "as .gz: {}",
-            request.source, knownFormats()));
+        outcome.error = ImportError::badInput(
+            fmt::format("{}: {}", request.source, foreignFileText(source->head())));
         return outcome;
     }
     WriterOptions writing;
@@ -157,6 +175,11 @@ ImportOutcome importTrace(const ImportRequest& request) {
     options.scratchFolder = std::filesystem::path(request.target).parent_path().string();
     if (options.scratchFolder.empty()) options.scratchFolder = ".";
     outcome = importer->import(*source, *writer, options);
+    if (source->hasTail()) {
+        outcome.warnings.push_back(
+            fmt::format("{}: what stands behind the compressed data is not gzip and was not read",
+                        request.source));
+    }
     if (!outcome.error.failed()) outcome.error = errorOf(writer->error());
     outcome.error = named(std::move(outcome.error), request);
     if (outcome.error.failed()) return outcome;

@@ -180,10 +180,11 @@ bool ByteSource::startMember() {
     return false;
 }
 
-// Another member may follow the one that has ended; anything else behind it is padding.
+// Another member may follow the one that has ended; zeros behind it are padding.
 bool ByteSource::nextMember() {
     if (m_inputAt == m_inputEnd && !fillInput()) return false;
     if (m_input[m_inputAt] != '\x1f') {
+        m_tail = m_input[m_inputAt] != '\0';
         m_inputAt = m_inputEnd;
         m_inputDone = true;
         return false;

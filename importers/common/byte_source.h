@@ -39,6 +39,8 @@ public:
     std::uint64_t fileSize() const { return m_fileSize; }
     // Seconds since 1970.
     std::int64_t modified() const { return m_modified; }
+    // Something else than padding stands behind the compressed data; it isn't handed out.
+    bool hasTail() const { return m_tail; }
     // Size and hashes of both ends of the file; empty for a pipe.
     const std::string& identity() const { return m_identity; }
 
@@ -71,6 +73,7 @@ private:
     bool m_inputDone = false;
     std::unique_ptr<z_stream_s> m_inflate;  // null for a plain file
     bool m_memberDone = false;
+    bool m_tail = false;
 
     std::string m_head;
     std::size_t m_headGiven = 0;

@@ -130,6 +130,24 @@ bool nanosecondsOf(std::string_view seconds, std::string_view fraction, std::int
     return true;
 }
 
+bool tellsTimeBeyondLimit(std::string_view line) {
+    for (std::size_t dot = line.find('.'); dot != std::string_view::npos;
+         dot = line.find('.', dot + 1)) {
+        std::string_view behind = line.substr(dot + 1);
+        const std::string_view fraction = takeDigits(behind);
+        if (fraction.empty() || behind.empty() || behind[0] != ':') continue;
+        std::size_t begin = dot;
+        while (begin > 0 && isDigit(line[begin - 1]))
+            --begin;
+        std::int64_t ns = 0;
+        if (begin < dot && (begin == 0 || line[begin - 1] == ' ' || line[begin - 1] == '\t') &&
+            !nanosecondsOf(line.substr(begin, dot - begin), fraction, ns)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool parseNumber(std::string_view text, double& value) {
     text = trimmed(text);
     if (!text.empty() && text[0] == '+') text.remove_prefix(1);

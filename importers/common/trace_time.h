@@ -39,6 +39,9 @@ bool parseMicroseconds(std::string_view text, TraceTime& time);
 // False beyond kLimit. Digits below the nanosecond are cut.
 bool nanosecondsOf(std::string_view seconds, std::string_view fraction, std::int64_t& ns);
 
+// Whether a time in seconds such as "9999999999.5:" stands in the line, beyond kLimit.
+bool tellsTimeBeyondLimit(std::string_view line);
+
 // From decimal text; false for what is no finite number.
 bool parseNumber(std::string_view text, double& value);
 

@@ -3,7 +3,8 @@
 // empty result. Tested by tests/importers/ftrace_text_test.cpp.
 #include "ftrace_text/ftrace_lines.h"
 
-#include "common/clean_text.h"
+#include "common/trace_time.h"
+#include "common/wording.h"
 #include "ftrace_text/trace_line.h"
 #include "scheduler/mark_text.h"
 #include "scheduler/scheduler_trace.h"
@@ -54,16 +55,6 @@ bool isHeader(std::string_view text) {
            isNumber(text.substr(4, text.size() - 4 - kEmpty.size()));
 }
 
-// As one short line.
-std::string shown(std::string_view text) {
-    constexpr std::size_t kLength = 160;
-    std::string line = cleanText(text.substr(0, kLength));
-    for (char& c : line) {
-        if (static_cast<unsigned char>(c) < 0x20) c = ' ';
-    }
-    return line + (text.size() > kLength ? "..." : "");
-}
-
 }  // namespace
 
 bool FtraceLines::line(const TextLine& line, SchedulerTrace& trace) {
@@ -80,11 +71,15 @@ bool FtraceLines::event(std::string_view text, const TextLine& line, SchedulerTr
                               event.process < 0 ? kUnknownTgid : event.process,
                               isTaskName(event.name) ? event.name : std::string_view()});
     const KernelEvent kind = kernelEventOf(event.event);
+    if (kind == KernelEvent::other) return true;
+    bool understood = false;
     if (kind == KernelEvent::mark) {
-        if (!tellMark(event.payload, trace)) trace.skip(skip_reasons::kBadPayload);
-    } else if (!trace.kernelEvent(kind, event.payload) && kind == KernelEvent::switchTo) {
-        note(m_firstOddSwitch, text, line);
+        understood = tellMark(event.payload, trace);
+        if (!understood) trace.skip(skip_reasons::kBadPayload);
+    } else {
+        understood = trace.kernelEvent(kind, event.payload);
     }
+    m_payloads.see(kind, understood, line, event.event);
     return true;
 }
 
@@ -100,13 +95,13 @@ bool FtraceLines::leaveOut(std::string_view text, const TextLine& line, Schedule
         ++m_losses;
         return true;
     }
-    trace.skip(skip_reasons::kNoEvent);
-    note(m_firstOdd, text, line);
+    const bool late = tellsTimeBeyondLimit(text);
+    trace.skip(late ? skip_reasons::kBadTime : skip_reasons::kNoEvent);
+    if (m_firstOdd.line == 0) {
+        constexpr std::size_t kShown = 160;
+        m_firstOdd = {line.number, oneLine(text, kShown), late};
+    }
     return trace.events() > 0 || ++m_odd < kPatience;
-}
-
-void FtraceLines::note(Place& place, std::string_view text, const TextLine& line) {
-    if (place.line == 0) place = {line.number, shown(text)};
 }
 
 ImportError FtraceLines::error(const SchedulerTrace& trace) const {
@@ -117,25 +112,24 @@ ImportError FtraceLines::error(const SchedulerTrace& trace) const {
     }
     if (trace.events() == 0 && m_firstOdd.line != 0) {
         return ImportError::badInput(
-            fmt::format("line {} is no event of a kernel trace: \"{}\"; {}", m_firstOdd.line,
+            fmt::format("line {} {}: \"{}\"; {}", m_firstOdd.line,
+                        m_firstOdd.late ? "has a time beyond the 73 years that a result can hold"
+                                        : "is no event of a kernel trace",
                         m_firstOdd.text, kRemedy));
     }
     if (trace.events() == 0)
         return ImportError::badInput(fmt::format("holds comments alone and no event; {}", kRemedy));
-    if (trace.switches() == 0 && m_firstOddSwitch.line != 0) {
-        return ImportError::badInput(
-            fmt::format("line {} has a sched_switch with other fields than expected: \"{}\"; {}",
-                        m_firstOddSwitch.line, m_firstOddSwitch.text, kRemedy));
-    }
-    return {};
+    const std::string refusal = m_payloads.refusal();
+    return refusal.empty() ? ImportError()
+                           : ImportError::badInput(fmt::format("{}; {}", refusal, kRemedy));
 }
 
 std::vector<std::string> FtraceLines::warnings() const {
     if (m_losses == 0) return {};
     return {
-        fmt::format("the tracer lost events {} times, {} of them at least; states and slices "
-                    "around these places are not those of the program",
-                    m_losses, m_lostEvents)};
+        fmt::format("the tracer lost events {}, {} of them at least; states and slices around "
+                    "these places are not those of the program",
+                    counted(m_losses, "time", "times"), m_lostEvents)};
 }
 
 bool hasTraceLines(std::string_view head) {

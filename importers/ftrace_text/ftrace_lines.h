@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ftrace_text/html_trace.h"
+#include "scheduler/odd_payloads.h"
 #include "scheduler/text_import.h"
 
 #include <cstdint>
@@ -24,16 +25,16 @@ private:
     struct Place {
         std::uint64_t line = 0;  // 0 for none
         std::string text;
+        bool late = false;  // it is its time that can't be held
     };
 
     bool event(std::string_view text, const TextLine& line, SchedulerTrace& trace);
     bool leaveOut(std::string_view text, const TextLine& line, SchedulerTrace& trace);
-    static void note(Place& place, std::string_view text, const TextLine& line);
 
     bool m_isPage;
     HtmlTrace m_page;
     Place m_firstOdd;
-    Place m_firstOddSwitch;
+    OddPayloads m_payloads;
     std::uint64_t m_odd = 0;
     std::uint64_t m_lostEvents = 0;
     std::uint64_t m_losses = 0;

@@ -151,6 +151,7 @@ bool parsePerfLine(std::string_view line, PerfLine& out) {
 }
 
 PerfFault perfFaultOf(std::string_view line) {
+    if (tellsTimeBeyondLimit(line)) return PerfFault::lateTime;
     PerfLine columns;
     const std::size_t core = findCore(line);
     const std::size_t time = findTime(line);

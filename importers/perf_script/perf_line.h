@@ -27,7 +27,7 @@ struct PerfLine {
 bool parsePerfLine(std::string_view line, PerfLine& out);
 
 // What keeps a line from being one of these, for people.
-enum class PerfFault { noCore, noTime, noThread, noEvent, otherText };
+enum class PerfFault { noCore, noTime, lateTime, noThread, noEvent, otherText };
 PerfFault perfFaultOf(std::string_view line);
 
 // The line of a call chain: an address and the function there, indented.

@@ -3,8 +3,10 @@
 // Tested by tests/importers/perf_script_test.cpp.
 #include "perf_script/perf_script_importer.h"
 
-#include "common/clean_text.h"
+#include "common/trace_time.h"
+#include "common/wording.h"
 #include "perf_script/perf_line.h"
+#include "scheduler/odd_payloads.h"
 #include "scheduler/scheduler_trace.h"
 #include "scheduler/text_import.h"
 
@@ -33,6 +35,7 @@ const char* wordsOf(PerfFault fault) {
     switch (fault) {
     case PerfFault::noCore: return "has no core such as [000] between thread and time";
     case PerfFault::noTime: return "has no time in seconds behind the core";
+    case PerfFault::lateTime: return "has a time beyond the 73 years that a result can hold";
     case PerfFault::noThread: return "has no thread before the core";
     case PerfFault::noEvent: return "has no event behind the time";
     case PerfFault::otherText: break;
@@ -54,9 +57,7 @@ private:
     std::uint64_t m_otherLines = 0;
     std::uint64_t m_firstOther = 0;  // line
     PerfFault m_fault = PerfFault::otherText;
-    std::uint64_t m_scheduler = 0;  // events that make rows
-    std::uint64_t m_firstOdd = 0;   // line of such an event with other fields
-    std::string m_oddEvent;
+    OddPayloads m_payloads;
     std::uint64_t m_callChainLines = 0;
 };
 
@@ -76,12 +77,8 @@ void PerfParser::event(const TextLine& line, SchedulerTrace& trace) {
     trace.event(m_columns.wholeEvent, head);
     const KernelEvent kind = kernelEventOf(m_columns.event);
     if (kind == KernelEvent::other || kind == KernelEvent::mark) return;
-    if (trace.kernelEvent(kind, m_columns.payload)) {
-        ++m_scheduler;
-    } else if (m_firstOdd == 0) {
-        m_firstOdd = line.number;
-        m_oddEvent = cleanText(m_columns.wholeEvent);
-    }
+    const bool understood = trace.kernelEvent(kind, m_columns.payload);
+    m_payloads.see(kind, understood, line, m_columns.wholeEvent);
 }
 
 // False when it is clear that the text is another tool's.
@@ -91,7 +88,8 @@ bool PerfParser::otherLine(const TextLine& line, SchedulerTrace& trace) {
         ++m_callChainLines;
         trace.skip(kCallChain);
     } else {
-        trace.skip(skip_reasons::kNoEvent);
+        trace.skip(tellsTimeBeyondLimit(line.text) ? skip_reasons::kBadTime
+                                                   : skip_reasons::kNoEvent);
     }
     if (m_firstOther == 0) {
         m_firstOther = line.number;
@@ -102,11 +100,8 @@ bool PerfParser::otherLine(const TextLine& line, SchedulerTrace& trace) {
 }
 
 ImportError PerfParser::error(const SchedulerTrace& trace) const {
-    if (m_scheduler == 0 && m_firstOdd != 0) {
-        return ImportError::badInput(
-            fmt::format("line {} has a {} without the fields of the event, such as prev_pid=; {}",
-                        m_firstOdd, m_oddEvent, kRecording));
-    }
+    const std::string refusal = m_payloads.refusal();
+    if (!refusal.empty()) return ImportError::badInput(refusal + "; " + kRecording);
     if (trace.events() > 0) return {};
     if (m_firstOther == 0) {
         return ImportError::badInput(
@@ -118,15 +113,15 @@ ImportError PerfParser::error(const SchedulerTrace& trace) const {
 
 std::vector<std::string> PerfParser::warnings() const {
     std::vector<std::string> texts;
-    if (m_scheduler == 0) {
+    if (!m_payloads.anyUnderstood()) {
         texts.push_back(fmt::format(
             "no event of the scheduler is in it, so the result is empty; {}", kRecording));
     }
     if (m_callChainLines > 0) {
-        texts.push_back(
-            fmt::format("{} lines of call chains are left out; print without them by "
-                        "-F comm,pid,tid,cpu,time,event,trace",
-                        m_callChainLines));
+        texts.push_back(fmt::format(
+            "{} left out; print without them by "
+            "-F comm,pid,tid,cpu,time,event,trace",
+            counted(m_callChainLines, "line of a call chain is", "lines of call chains are")));
     }
     return texts;
 }

@@ -41,6 +41,7 @@ void SchedulerTrace::event(std::string_view name, const EventHead& head) {
     m_spread.add(head.time);
     m_first = std::min(m_first.value_or(head.time), head.time);
     m_last = m_events == 1 ? head.time : std::max(m_last, head.time);
+    m_tasks.sees(head.core);
     m_task = m_tasks.task(head.tid, head.core);
     m_tasks.called(m_task, head.comm);
     m_tasks.belongsTo(m_task, head.tgid);

@@ -31,6 +31,7 @@ struct EventHead {
 namespace skip_reasons {
 inline constexpr std::string_view kNoEvent = "noEvent";        // no line of this format
 inline constexpr std::string_view kBadPayload = "badPayload";  // an event that isn't understood
+inline constexpr std::string_view kBadTime = "badTime";        // beyond what a result can hold
 inline constexpr std::string_view kHeader = "header";          // of the text, such as "cpus=2"
 }  // namespace skip_reasons
 

@@ -70,6 +70,7 @@ int TaskRows::threadBand(std::uint32_t task) {
 TaskRows::Core& TaskRows::coreAt(int core) {
     Core& known = m_cores[core];
     if (known.row < 0) {
+        sees(core);
         const std::string name = fmt::format("core {}", core);
         known.row =
             m_writer.attribute(TableId::core, name,

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <bitset>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -36,6 +39,16 @@ public:
     bool isIdle(std::uint32_t task) const { return m_tasks[task].tid == 0; }
     std::size_t size() const { return m_tasks.size(); }
 
+    // An event tells of the core, whether it gets a row or not.
+    void sees(int core) {
+        const auto number = static_cast<std::size_t>(core);
+        if (number < m_seenCores.size()) {
+            m_seenCores.set(number);
+        } else {
+            m_farCores.insert(core);
+        }
+    }
+
     int threadRow(std::uint32_t task);
     int threadBand(std::uint32_t task);
     int coreRow(int core);
@@ -50,7 +63,8 @@ public:
     void finish();
     std::size_t threadCount() const { return m_threadCount; }
     std::size_t processCount() const { return m_processCount; }
-    std::size_t coreCount() const { return m_cores.size(); }
+    // Those of events, and those that tasks are woken for or move between.
+    std::size_t coreCount() const { return m_seenCores.count() + m_farCores.size(); }
 
 private:
     struct Task {
@@ -91,6 +105,8 @@ private:
     std::unordered_map<int, std::uint32_t> m_taskIds;  // by tid, but idle tasks
     std::unordered_map<int, std::uint32_t> m_idleIds;  // by core
     std::unordered_map<int, Core> m_cores;
+    std::bitset<1024> m_seenCores;
+    std::set<int> m_farCores;  // of greater numbers
     std::vector<ProcessPart> m_parts;
     std::unordered_map<std::string, std::size_t> m_partIds;
     std::map<int, Process> m_processes;  // by tgid, of all rows

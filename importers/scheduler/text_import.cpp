@@ -3,6 +3,7 @@
 #include "scheduler/text_import.h"
 
 #include "common/byte_source.h"
+#include "common/wording.h"
 #include "scheduler/scheduler_trace.h"
 
 #include <fmt/format.h>
@@ -100,30 +101,41 @@ void Run::warnings() {
     for (const std::string& text : m_parser.warnings())
         warn(text);
     if (m_trace.skipped() > 0) {
-        warn(
-            fmt::format("{} lines are left out, the first of them is line {}; \"skipped\" of "
-                        "lanefeed info tells why",
-                        m_trace.skipped(), m_firstSkipped));
+        const std::string which =
+            m_trace.skipped() == 1
+                ? fmt::format("line {} is left out", m_firstSkipped)
+                : fmt::format("{} lines are left out, the first of them is line {}",
+                              m_trace.skipped(), m_firstSkipped);
+        warn(which + "; \"skipped\" of lanefeed info tells why");
     }
     if (!m_lastUsed && !m_lastEnded) {
         warn(fmt::format("the text ends inside line {}; everything before it is in the result",
                          m_lastLine));
     }
     if (m_lines.cutLines() > 0) {
-        warn(fmt::format("{} lines are longer than {} kB; only their begins were read",
-                         m_lines.cutLines(), LineReader::kMaxLine >> 10));
+        warn(fmt::format("{} longer than {} kB; only the begin was read",
+                         counted(m_lines.cutLines(), "line is", "lines are"),
+                         LineReader::kMaxLine >> 10));
     }
     if (m_trace.switchesOutOfStep() > 0) {
         warn(
-            fmt::format("{} of {} switches don't fit the one before on their core: events were "
+            fmt::format("of {} switches {} with the one before on the same core: events were "
                         "lost; the time belongs to the task that leaves the core",
-                        m_trace.switchesOutOfStep(), m_trace.switches()));
+                        m_trace.switches(),
+                        counted(m_trace.switchesOutOfStep(), "is out of step", "are out of step")));
     }
     if (m_trace.clockJumps() > 0) {
-        warn(
-            fmt::format("the clock jumps back {} times, first in line {}; {} spans that would end "
-                        "before they begin are left out",
-                        m_trace.clockJumps(), m_firstJump, m_trace.backwardSpans()));
+        std::string text = m_trace.clockJumps() == 1
+                               ? fmt::format("the clock jumps back in line {}", m_firstJump)
+                               : fmt::format("the clock jumps back {} times, first in line {}",
+                                             m_trace.clockJumps(), m_firstJump);
+        if (m_trace.backwardSpans() > 0) {
+            text +=
+                fmt::format("; {} left out", counted(m_trace.backwardSpans(),
+                                                     "span that would end before it begins is",
+                                                     "spans that would end before they begin are"));
+        }
+        warn(text);
     }
 }
 

@@ -51,6 +51,7 @@ bool Collector::onEvent(const TraceEvent& event) {
         return true;
     }
     ++m_trace->entries;
+    if (!m_trace->hasEvents) m_trace->hasEvents = event.phase.present() || event.time.present();
     const std::string_view phase = event.phase.key();
     m_trace->counts.event(phase);
     if (phase == "M") {

@@ -26,6 +26,8 @@ public:
     EventReader(JsonStream& stream, EventSink& sink) : m_stream(stream), m_sink(sink) {}
 
     bool listSeen() const { return m_listSeen; }
+    // An entry of the array, or the first key of one.
+    bool entrySeen() const { return m_entrySeen; }
     bool insideEvent() const { return m_inEvent; }
     bool tooDeep() const { return m_depth > kMaxDepth; }
 
@@ -72,6 +74,7 @@ private:
     Field* target() { return m_inEvent ? m_field : nullptr; }
     bool word(std::string_view text);
     bool scalarDone();
+    void otherEntry();
     bool open(char bracket);
     void openInEvent(char bracket);
     void openOutside(char bracket);
@@ -87,6 +90,7 @@ private:
     bool m_rootIsObject = false;
     bool m_listSeen = false;
     bool m_mainListSeen = false;  // "traceEvents", which beats "events"
+    bool m_entrySeen = false;
     bool m_inSystem = false;
     OutsideKey m_outsideKey = OutsideKey::other;
     bool m_inEvent = false;
@@ -113,6 +117,7 @@ Field* EventReader::fieldOf(std::string_view key) {
 }
 
 void EventReader::keyInEvent(std::string_view key) {
+    m_entrySeen = true;
     if (m_depth == m_listDepth + 1) {
         m_field = fieldOf(key);
         m_part = key == "args" ? Part::args : key == "id2" ? Part::id2 : Part::plain;
@@ -151,8 +156,13 @@ bool EventReader::word(std::string_view text) {
 bool EventReader::scalarDone() {
     if (m_inEvent) return true;
     m_stream.mark();
-    if (m_listDepth && m_depth == m_listDepth && !m_inSystem) m_sink.onOtherEntry();
+    if (m_listDepth && m_depth == m_listDepth && !m_inSystem) otherEntry();
     return true;
+}
+
+void EventReader::otherEntry() {
+    m_entrySeen = true;
+    m_sink.onOtherEntry();
 }
 
 bool EventReader::open(char bracket) {
@@ -190,7 +200,7 @@ void EventReader::openOutside(char bracket) {
         m_event.system = m_inSystem;
         m_field = nullptr;
         m_part = Part::plain;
-        if (!m_inEvent && !m_inSystem) m_sink.onOtherEntry();
+        if (!m_inEvent && !m_inSystem) otherEntry();
         return;
     }
     if (m_listDepth) return;
@@ -233,10 +243,17 @@ bool EventReader::close() {
 }
 
 bool EventReader::finishEvent() {
+    m_entrySeen = true;
     m_inEvent = false;
     m_stream.shortenTexts(true);
     m_stream.mark();
     return m_sink.onEvent(m_event);
+}
+
+// An array that breaks off is a cut trace if the text ends there, or if it has begun with an entry;
+// else it is a bracket in some other text.
+bool isCutTrace(const JsonStream& stream, const EventReader& events) {
+    return events.listSeen() && (events.entrySeen() || stream.Peek() == '\0');
 }
 
 TokenizerResult describeEnd(const rapidjson::ParseResult& parsed,
@@ -260,7 +277,7 @@ TokenizerResult describeEnd(const rapidjson::ParseResult& parsed,
     } else if (parsed.Code() == rapidjson::kParseErrorTermination) {
         result.end = End::stopped;
     } else {
-        result.end = events.listSeen() ? End::cut : End::noTrace;
+        result.end = isCutTrace(stream, events) ? End::cut : End::noTrace;
     }
     return result;
 }
@@ -290,14 +307,24 @@ TokenizerResult tokenize(ByteSource& source,
     const bool followed = !parsed.IsError() && findRest(stream);
     TokenizerResult result = describeEnd(parsed, stream, events);
     result.followed = followed;
+    if (followed && !events.entrySeen() && result.end == TokenizerResult::End::complete) {
+        result.end = TokenizerResult::End::noTrace;
+        result.reason = "an empty array with other text behind it";
+    }
     if (stopped) result.end = TokenizerResult::End::stopped;
     return result;
 }
 
 bool beginsLikeTrace(std::string_view head) {
     if (head.substr(0, 3) == "\xef\xbb\xbf") head.remove_prefix(3);
-    const std::size_t first = head.find_first_not_of(" \t\r\n");
-    return first != std::string_view::npos && (head[first] == '[' || head[first] == '{');
+    constexpr std::string_view kBlanks = " \t\r\n";
+    const std::size_t first = head.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos || (head[first] != '[' && head[first] != '{')) return false;
+    const std::size_t next = head.find_first_not_of(kBlanks, first + 1);
+    if (next == std::string_view::npos) return true;
+    // What may follow in JSON, and no section of a settings file, log or name of a task.
+    const std::string_view may = head[first] == '{' ? "\"}" : "{]\"[-0123456789tfnNI";
+    return may.find(head[next]) != std::string_view::npos;
 }
 
 }  // namespace lanefeed_importers

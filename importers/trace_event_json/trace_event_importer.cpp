@@ -5,6 +5,7 @@
 
 #include "common/byte_source.h"
 #include "common/fact_keys.h"
+#include "common/wording.h"
 #include "trace_event_json/assembler.h"
 #include "trace_event_json/collector.h"
 #include "trace_event_json/tokenizer.h"
@@ -20,6 +21,18 @@ namespace result_keys = lanefeed_runtime::result_keys;
 
 // Events between two looks at the cancel flag.
 constexpr std::uint64_t kEventsPerLook = 4096;
+
+std::string remedy() {
+    return "give an array of events or an object with \"traceEvents\", or another trace of "
+           "these: " +
+           knownFormats();
+}
+
+// ", where "..." stands" for a byte that lies in the head of the source.
+std::string textAt(const ByteSource& source, std::uint64_t byte) {
+    const std::string text = byte < source.head().size() ? quotedAt(source.head(), byte) : "";
+    return text.size() > 2 ? fmt::format(", where {} stands", text) : "";
+}
 
 // One import of one file.
 class Run {
@@ -84,8 +97,9 @@ bool Run::judgeEnd(const TokenizerResult& end) {
         return refuse(fmt::format("an event is nested deeper than 512 levels at byte {}", end.byte),
                       "record simpler arguments");
     case End::noTrace:
-        return refuse(fmt::format("no event array up to byte {} ({})", end.byte, end.reason),
-                      "give a trace in JSON, an array of events or an object with \"traceEvents\"");
+        return refuse(fmt::format("no event array up to byte {}{} ({})", end.byte,
+                                  textAt(m_source, end.byte), end.reason),
+                      remedy());
     case End::cut:
         if (end.insideEvent) trace().counts.skip(reasons::kCut);
         m_outcome.warnings.push_back(fmt::format(
@@ -101,10 +115,12 @@ bool Run::judgeEnd(const TokenizerResult& end) {
         break;
     case End::stopped: break;
     }
-    if (trace().entries > 0 || trace().otherEntries == 0) return true;
+    const std::uint64_t entries = trace().entries + trace().otherEntries;
+    if (trace().hasEvents || entries == 0) return true;
     return refuse(
-        fmt::format("none of the {} entries of the array is an event", trace().otherEntries),
-        "give a trace in JSON");
+        fmt::format("none of the {} entries of the array up to byte {} is an event with \"ph\"",
+                    entries, end.byte),
+        remedy());
 }
 
 // A damaged archive is taken as far as it goes, if that is wanted.
@@ -176,7 +192,10 @@ void Run::setFacts(const Activity& activity) {
         setTimes(activity);
     } else {
         m_outcome.warnings.push_back(fmt::format(
-            "{}: no event of the trace has a time; the result is empty", m_source.path()));
+            "{}: no event of the trace has a time{}; the result is empty", m_source.path(),
+            counts.skipped(std::string(reasons::kBadTime)) > 0
+                ? " (\"ts\", a number of microseconds less than 73 years from 0)"
+                : ""));
     }
 }
 

@@ -43,6 +43,10 @@ TEST_F(ByteSourceTest, unpacksByContentAndMemberAfterMember) {
     EXPECT_EQ(readAll(writeFile("two.gz", packed(text) + packed("tail") + std::string(2, '\0'))),
               text + "tail");
     EXPECT_FALSE(m_error.failed());
+    EXPECT_FALSE(m_source->hasTail());
+    EXPECT_EQ(readAll(writeFile("tail.gz", packed("a") + "tail")), "a");
+    EXPECT_TRUE(m_source->hasTail());
+    readAll(path("packed.json"));
     // The head is given twice, once to look at.
     EXPECT_EQ(m_source->head(), text.substr(0, m_source->head().size()));
 }

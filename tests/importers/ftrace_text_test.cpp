@@ -216,6 +216,14 @@ TEST_F(FtraceText, refusesTextsItCannotRead) {
         "line 2 has a sched_switch with other fields than expected: "
         "\"ls-1 [0] 2.0: sched_switch: next_pid=1 prev_pid=2\"" +
             remedy);
+    EXPECT_EQ(refusal("ls-1 [0] 1.0: print: x\nls-1 [0] 2.0: sched_wakeup: pid=2 comm=x\n"),
+              "line 2 has a sched_wakeup with other fields than expected: "
+              "\"ls-1 [0] 2.0: sched_wakeup: pid=2 comm=x\"" +
+                  remedy);
+    EXPECT_EQ(refusal("# tracer: x\nls-1 [0] 9999999999.0: print: x"),
+              "line 2 has a time beyond the 73 years that a result can hold: "
+              "\"ls-1 [0] 9999999999.0: print: x\"" +
+                  remedy);
     EXPECT_EQ(refusal("<html>\n<script>/^# tracer:/</script>\nls-1 [0] 1.0: print: x\n</html>"),
               "no trace in this page, which would begin with a line \"# tracer\"; give a page that "
               "systrace wrote, or the text of `trace-cmd report`");

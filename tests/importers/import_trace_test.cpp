@@ -1,6 +1,8 @@
 // The frame of an import: bad input with place and remedy, cancelling, what happens to the files.
 #include "common/fact_keys.h"
 #include "import_fixture.h"
+#include "store/filter_file.h"
+#include "store/open_store.h"
 
 #include <csignal>
 #include <filesystem>
@@ -10,6 +12,8 @@ namespace lanefeed_importers {
 namespace {
 
 using Kind = ImportError::Kind;
+
+using Ranges = std::vector<lanefeed_runtime::TimeFilter::Range>;
 
 constexpr const char* kEvent = R"({"ph":"X","ts":1,"dur":1,"name":"a"})";
 
@@ -32,11 +36,25 @@ protected:
 };
 
 TEST_F(ImportTrace, refusesWhatIsNoTraceWithPlaceAndRemedy) {
-    expectError("hello", Kind::notUnderstood, "byte 0; give a trace");
-    expectError("{\"a\":[1,2]}", Kind::notUnderstood, "no event array up to byte 11");
-    expectError("{\"a\":tru}", Kind::notUnderstood, "byte 8 (Invalid value); give");
-    expectError("[1,2,3]", Kind::notUnderstood, "none of the 3 entries");
-    expectError("[{\"args\":" + std::string(1000, '['), Kind::notUnderstood, "deeper than 512");
+    const std::pair<std::string, const char*> cases[] = {
+        {"hello\nthere", "no known trace format at byte 0 (\"hello\"); give a trace of one of"},
+        {" \n", "byte 0 (blanks alone); give"},
+        {std::string("\0\x1a", 2), "byte 0 (bytes 00 1a); give"},
+        {"[section]\nkey=1", "byte 0 (\"[section]\"); give"},
+        {"{key: 1}", "byte 0 (\"{key: 1}\"); give"},
+        {"PERFILE2\x18", "recording of perf; give the text that `perf script"},
+        {"\xff\xfe[", "UTF-16; convert it with `iconv"},
+        {R"({"a":[1,2]})", "no event array up to byte 11 (it has no array of events); give"},
+        {R"({"a":tru})", "byte 8, where \"}\" stands (Invalid value); give an array of events"},
+        {"[INFO] on", "byte 2, where \"NFO] on\" stands (Invalid value); give"},
+        {"[{x", "no event array up to byte 2, where \"x\" stands"},
+        {"[ ] to do", "byte 4, where \"to do\" stands (an empty array with other text"},
+        {"[1,2,3]", "none of the 3 entries of the array up to byte 7 is an event with \"ph\""},
+        {R"([{"a":1},2)", "none of the 2 entries"},
+        {R"([{"args":)" + std::string(1000, '['), "deeper than 512"},
+    };
+    for (const auto& [text, message] : cases)
+        expectError(text, Kind::notUnderstood, message);
     const std::string archive = packed("[" + std::string(kEvent) + "]");
     expectError(archive.substr(0, archive.size() - 9), Kind::notUnderstood, "--keep-going");
 }
@@ -93,7 +111,8 @@ TEST_F(ImportTrace, takesWhatUnpackedIfTold) {
 
 TEST_F(ImportTrace, aTraceWithoutTimesIsAnEmptyResultWithAWarning) {
     for (const char* text :
-         {"[]", "[", R"({"traceEvents":[]})", R"([{"ph":"M","name":"process_name"}])"}) {
+         {"[]", "[", "[{", R"([{"ph" x)", R"({"traceEvents":[]})",
+          R"([{"ph":"M","name":"process_name"}])", R"([{"ph":"X","ts":9223372036854775}])"}) {
         const ImportOutcome outcome = importFile(writeFile("trace.json", text));
         ASSERT_FALSE(outcome.error.failed()) << outcome.error.text;
         ASSERT_FALSE(outcome.warnings.empty());
@@ -156,7 +175,19 @@ TEST_F(ImportTrace, replacesTheResultOfTheSameSourceAlone) {
     importEvents(kEvent);
     EXPECT_EQ(fact("source"), path("trace.json"));
     EXPECT_EQ(fact("importer"), "trace_event_json");
-    EXPECT_FALSE(importFile(path("trace.json")).error.failed());
+    lanefeed_runtime::StoreError error;
+    lanefeed_runtime::FilterMap filters;
+    filters["global"].time =
+        basekit2::make_object<lanefeed_runtime::TimeFilter>(Ranges{{{1, 5}, false}});
+    bool isReadOnly = false;
+    writeFilters(*lanefeed_runtime::openStore(target(), error).facts, filters, isReadOnly);
+    const ImportOutcome again = importFile(path("trace.json"));
+    EXPECT_EQ(
+        again.warnings,
+        (std::vector<std::string>{
+            target() +
+            ": 1 filter of the result that stood there (global) is gone with it; select anew"}));
+    EXPECT_TRUE(importFile(path("trace.json")).warnings.empty());
     const ImportOutcome other =
         importFile(writeFile("other.json", "[" + std::string(kEvent) + ",\n]"));
     EXPECT_EQ(other.error.kind, Kind::failed);
