@@ -30,7 +30,7 @@ int AttributeRows::find(std::string_view key) const {
 bool AttributeRows::open(Connection& connection) {
     if (m_insert) return true;
     if (!connection.run(dialect::createTable(m_def))) return false;
-    m_insert = connection.prepare(dialect::insertRows(m_def, true, 1));
+    m_insert = connection.prepare(dialect::insertRow(m_def, true));
     return static_cast<bool>(m_insert);
 }
 

@@ -47,7 +47,7 @@ std::string createIndex(const TableDef& def, std::string_view column) {
            quoted(def.name) + "(" + quoted(column) + ")";
 }
 
-std::string insertRows(const TableDef& def, bool withRowId, int rows) {
+std::string insertRow(const TableDef& def, bool withRowId) {
     std::string sql = "insert into " + quoted(def.name) + "(";
     std::string values = "(";
     const auto addColumn = [&](std::string_view name) {
@@ -58,11 +58,12 @@ std::string insertRows(const TableDef& def, bool withRowId, int rows) {
     if (withRowId) addColumn(columns::kRowId);
     for (const ColumnDef& column : def.columns)
         addColumn(column.name);
-    values += ")";
-    sql += ") values " + values;
-    for (int row = 1; row < rows; ++row)
-        sql += ", " + values;
-    return sql;
+    return sql + ") values " + values + ")";
+}
+
+std::string insertAll(const TableDef& def, std::string_view from) {
+    // With columns in the order of the table the engine copies none of them.
+    return "insert into " + quoted(def.name) + " select null, * from " + quoted(from);
 }
 
 std::string writerSettings(std::size_t cacheBytes) {

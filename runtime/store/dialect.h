@@ -16,8 +16,10 @@ std::string literal(std::string_view text);
 
 std::string createTable(const TableDef& def);
 std::string createIndex(const TableDef& def, std::string_view column);
-// Inserts `rows` rows with all columns; with or without the leading "rowid".
-std::string insertRows(const TableDef& def, bool withRowId, int rows);
+// Inserts a row with all columns; with or without the leading "rowid".
+std::string insertRow(const TableDef& def, bool withRowId);
+// Inserts all rows of a table that has the columns but "rowid", which counts on.
+std::string insertAll(const TableDef& def, std::string_view from);
 
 // Settings of a connection that writes a new file which is thrown away unless it becomes whole.
 std::string writerSettings(std::size_t cacheBytes);

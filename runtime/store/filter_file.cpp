@@ -49,7 +49,7 @@ enum Column {
 class FilterWriter {
 public:
     FilterWriter(Connection& connection, std::string name)
-        : m_insert(connection.prepare(dialect::insertRows(table(TableId::filters), false, 1))),
+        : m_insert(connection.prepare(dialect::insertRow(table(TableId::filters), false))),
           m_name(std::move(name)) {}
 
     bool write(const NamedFilter& filter) {

@@ -1,33 +1,29 @@
-// Instances of one table: packed into cells, sorted by start, inserted many rows at a time. Of
+// Instances of one table: put into cells, sorted by start, inserted by one statement. Of
 // equal starts the longest comes first: what lies in another one follows it, however traces tell
 // them. Tested by tests/store/result_writer_test.cpp.
 #include "store/instance_sink.h"
 
 #include "store/dialect.h"
+#include "store/row_source.h"
 #include "store/sqlite_handle.h"
 
 #include <relay2/progress.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
 namespace lanefeed_runtime {
 namespace {
 
-// More rows in a statement bring nothing.
-constexpr int kRowsPerInsert = 50;
+// About 20 microseconds.
+constexpr int kRowsBetweenQuestions = 64;
 
 std::int64_t bitsOf(double value) {
     std::int64_t bits = 0;
     std::memcpy(&bits, &value, sizeof bits);
     return bits;
-}
-
-double doubleOf(std::int64_t bits) {
-    double value = 0;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
 }
 
 std::int64_t rounded(double value) {
@@ -36,48 +32,47 @@ std::int64_t rounded(double value) {
     return std::llround(std::clamp(value, -kLimit, kLimit));
 }
 
-std::int64_t cellOf(InstanceField field, const InstanceRow& row, bool hasValue) {
-    switch (field) {
-    case InstanceField::none: return -1;
-    case InstanceField::start: return row.begin;
-    case InstanceField::end: return lastTimeOf(row.begin, row.end);
-    case InstanceField::attr: return row.attr;
-    case InstanceField::count: return hasValue ? rounded(row.value) : row.count;
-    case InstanceField::band: return row.band;
-    case InstanceField::category: return row.category;
-    case InstanceField::args: return row.args;
-    case InstanceField::value: return bitsOf(row.value);
-    case InstanceField::sourceStart: return row.sourceBegin;
-    case InstanceField::sourceBand: return row.sourceBand;
-    case InstanceField::core: return row.core;
-    }
-    return -1;
+constexpr std::size_t numberOf(InstanceField field) {
+    return static_cast<std::size_t>(field);
 }
 
-void bindCell(Statement& insert,
-              int parameter,
-              InstanceField field,
-              std::int64_t cell,
-              const std::int64_t* record,
-              const TickScale& scale) {
-    switch (field) {
-    case InstanceField::start:
-    case InstanceField::sourceStart: insert.bind(parameter, scale.tick(cell)); return;
-    case InstanceField::end: {
-        // The first cell is the start; an open end never lies before it.
-        const std::int64_t last = cell == kToEnd ? std::max(scale.lastTime, record[0]) : cell;
-        insert.bind(parameter, scale.tick(last));
-        return;
-    }
-    case InstanceField::count: insert.bind(parameter, cell); return;
-    case InstanceField::value: insert.bind(parameter, doubleOf(cell)); return;
-    default: break;
-    }
-    if (cell < 0) {
-        insert.bindNull(parameter);
-    } else {
-        insert.bind(parameter, cell);
-    }
+// What all fields hold, by their number; a table picks its own.
+using FieldCells = std::array<std::int64_t, numberOf(InstanceField::core) + 1>;
+
+FieldCells cellsOf(const InstanceRow& row, bool hasValue) {
+    FieldCells cells{};
+    const auto set = [&](InstanceField field, std::int64_t cell) { cells[numberOf(field)] = cell; };
+    set(InstanceField::none, -1);
+    set(InstanceField::start, row.begin);
+    set(InstanceField::end, lastTimeOf(row.begin, row.end));
+    set(InstanceField::attr, row.attr);
+    set(InstanceField::count, hasValue ? rounded(row.value) : row.count);
+    set(InstanceField::band, row.band);
+    set(InstanceField::category, row.category);
+    set(InstanceField::args, row.args);
+    set(InstanceField::value, bitsOf(row.value));
+    set(InstanceField::sourceStart, row.sourceBegin);
+    set(InstanceField::sourceBand, row.sourceBand);
+    set(InstanceField::core, row.core);
+    return cells;
+}
+
+bool isTime(InstanceField field) {
+    return field == InstanceField::start || field == InstanceField::end ||
+           field == InstanceField::sourceStart;
+}
+
+RowSource::Kind kindOf(InstanceField field) {
+    if (field == InstanceField::value) return RowSource::Kind::real;
+    const bool isNumber = isTime(field) || field == InstanceField::count;
+    return isNumber ? RowSource::Kind::number : RowSource::Kind::id;
+}
+
+std::vector<RowSource::Kind> kindsOf(const TableDef& def) {
+    std::vector<RowSource::Kind> kinds;
+    for (const ColumnDef& column : def.columns)
+        kinds.push_back(kindOf(column.field));
+    return kinds;
 }
 
 bool hasField(const TableDef& def, InstanceField field) {
@@ -92,6 +87,53 @@ std::size_t cellFor(const TableDef& def, InstanceField field) {
     return 0;
 }
 
+// The sorted rows, with ticks in place of times.
+class SortedRows : public RowSource {
+public:
+    SortedRows(const TableDef& def,
+               const TickScale& scale,
+               RecordSorter& sorter,
+               relay2::IProgress* progress)
+        : RowSource(kindsOf(def)),
+          m_sorter(sorter),
+          m_progress(progress),
+          m_lastTime(scale.lastTime),
+          m_end(cellFor(def, InstanceField::end)),
+          m_cells(def.columns.size()) {
+        for (const ColumnDef& column : def.columns)
+            m_zero.push_back(isTime(column.field) ? scale.origin : 0);
+    }
+
+    const std::int64_t* next() override;
+    bool failed() const override { return m_cancelled || m_sorter.failed(); }
+    bool cancelled() const { return m_cancelled; }
+
+private:
+    RecordSorter& m_sorter;
+    relay2::IProgress* m_progress;
+    std::int64_t m_lastTime;
+    std::size_t m_end;
+    std::vector<std::int64_t> m_zero;  // what each column counts from
+    std::vector<std::int64_t> m_cells;
+    int m_rows = 0;
+    bool m_cancelled = false;
+};
+
+const std::int64_t* SortedRows::next() {
+    if (m_progress != nullptr && m_rows++ % kRowsBetweenQuestions == 0) {
+        m_cancelled = m_progress->isCanceled();
+        if (m_cancelled) return nullptr;
+    }
+    const std::int64_t* const record = m_sorter.next();
+    if (record == nullptr) return nullptr;
+    std::copy(record, record + m_cells.size(), m_cells.begin());
+    // The first cell is the start; an open end never lies before it.
+    if (m_cells[m_end] == kToEnd) m_cells[m_end] = std::max(m_lastTime, record[0]);
+    for (std::size_t i = 0; i < m_cells.size(); ++i)
+        m_cells[i] -= m_zero[i];
+    return m_cells.data();
+}
+
 }  // namespace
 
 std::int64_t lastTimeOf(std::int64_t begin, std::int64_t end) {
@@ -103,11 +145,15 @@ InstanceSink::InstanceSink(const TableDef& def, const std::string& directory)
       m_hasValue(hasField(def, InstanceField::value)),
       m_hasSource(hasField(def, InstanceField::sourceStart)),
       m_cells(def.columns.size()),
-      m_sorter(def.columns.size(), cellFor(def, InstanceField::end), directory) {}
+      m_sorter(def.columns.size(), cellFor(def, InstanceField::end), directory) {
+    for (const ColumnDef& column : def.columns)
+        m_fields.push_back(numberOf(column.field));
+}
 
 void InstanceSink::add(const InstanceRow& row) {
+    const FieldCells all = cellsOf(row, m_hasValue);
     for (std::size_t i = 0; i < m_cells.size(); ++i)
-        m_cells[i] = cellOf(m_def.columns[i].field, row, m_hasValue);
+        m_cells[i] = all[m_fields[i]];
     m_sorter.add(m_cells.data());
 }
 
@@ -115,24 +161,12 @@ InstanceSink::Outcome InstanceSink::write(Connection& connection,
                                           const TickScale& scale,
                                           relay2::IProgress* progress) {
     if (!connection.run(dialect::createTable(m_def))) return Outcome::failed;
-    Statement many = connection.prepare(dialect::insertRows(m_def, false, kRowsPerInsert));
-    Statement one = connection.prepare(dialect::insertRows(m_def, false, 1));
-    if (!many || !one) return Outcome::failed;
     if (!m_sorter.startReading()) return Outcome::sortFailed;
-    for (std::uint64_t left = m_sorter.size(); left > 0;) {
-        if (progress != nullptr && progress->isCanceled()) return Outcome::cancelled;
-        const int rows = left >= kRowsPerInsert ? kRowsPerInsert : 1;
-        Statement& insert = rows > 1 ? many : one;
-        int parameter = 0;
-        for (int row = 0; row < rows; ++row) {
-            const std::int64_t* record = m_sorter.next();
-            if (record == nullptr) return Outcome::sortFailed;
-            for (std::size_t i = 0; i < m_cells.size(); ++i)
-                bindCell(insert, ++parameter, m_def.columns[i].field, record[i], record, scale);
-        }
-        if (!insert.run()) return Outcome::failed;
-        left -= static_cast<std::uint64_t>(rows);
-    }
+    SortedRows rows(m_def, scale, m_sorter, progress);
+    const bool inserted = connection.run(dialect::insertAll(m_def, RowSource::kTable), rows);
+    if (rows.cancelled()) return Outcome::cancelled;
+    if (m_sorter.failed()) return Outcome::sortFailed;
+    if (!inserted) return Outcome::failed;
     // Lines are asked for row by row, so that a pane would read all of them once for each row.
     const bool isIndexed =
         !m_hasSource || connection.run(dialect::createIndex(m_def, columns::kBand));

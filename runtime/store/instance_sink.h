@@ -42,6 +42,7 @@ private:
     const TableDef& m_def;
     bool m_hasValue;
     bool m_hasSource;
+    std::vector<std::size_t> m_fields;  // of the cells, as numbers
     std::vector<std::int64_t> m_cells;
     RecordSorter m_sorter;
 };

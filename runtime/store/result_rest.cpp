@@ -28,7 +28,7 @@ std::vector<TimeSpan> merged(std::vector<TimeSpan> spans, std::int64_t lastTime)
 
 bool writeBands(Connection& connection, const std::vector<BandRow>& bands, const TickScale& scale) {
     const TableDef& def = table(TableId::band);
-    Statement insert = connection.prepare(dialect::insertRows(def, false, 1));
+    Statement insert = connection.prepare(dialect::insertRow(def, false));
     if (!insert) return false;
     const int start = columnIndex(def, columns::kStart) + 1;
     const int end = columnIndex(def, columns::kEnd) + 1;
@@ -49,7 +49,7 @@ bool writePauses(Connection& connection, std::vector<TimeSpan> pauses, const Tic
     if (pauses.empty()) return true;
     const TableDef& def = table(TableId::pauses);
     if (!connection.run(dialect::createTable(def))) return false;
-    Statement insert = connection.prepare(dialect::insertRows(def, false, 1));
+    Statement insert = connection.prepare(dialect::insertRow(def, false));
     if (!insert) return false;
     for (const TimeSpan& pause : merged(std::move(pauses), scale.lastTime)) {
         insert.bind(1, scale.tick(pause.begin));
@@ -78,7 +78,7 @@ bool writeLabels(Connection& connection, const std::vector<const TableDef*>& tab
 }
 
 bool writeFacts(Connection& connection, const FactList& facts) {
-    Statement insert = connection.prepare(dialect::insertRows(table(TableId::result), false, 1));
+    Statement insert = connection.prepare(dialect::insertRow(table(TableId::result), false));
     if (!insert) return false;
     for (const auto& [key, value] : facts) {
         insert.bind(1, std::string_view(key));

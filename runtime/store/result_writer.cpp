@@ -209,7 +209,7 @@ std::int64_t SqliteResultWriter::addArgs(std::string_view json) {
     const TableDef& def = table(TableId::args);
     if (!m_insertArgs) {
         if (m_connection->run(dialect::createTable(def)))
-            m_insertArgs = m_connection->prepare(dialect::insertRows(def, true, 1));
+            m_insertArgs = m_connection->prepare(dialect::insertRow(def, true));
     }
     if (m_insertArgs) {
         m_insertArgs.bind(1, m_lastArgs + 1);

@@ -16,6 +16,8 @@ class IProgress;
 // connection and its statements are for one thread at a time.
 namespace lanefeed_runtime {
 
+class RowSource;
+
 class Statement {
 public:
     enum class Step { row, done, failed };
@@ -85,6 +87,8 @@ public:
     Statement prepare(std::string_view sql);
     // Statements without rows.
     bool run(const std::string& sql);
+    // One that reads `rows` as the table RowSource::kTable.
+    bool run(const std::string& sql, RowSource& rows);
     // Text of the last failure.
     std::string message() const;
     Cause cause() const;
