@@ -63,8 +63,10 @@ ImportError errorOf(const StoreError& error) {
     return ImportError::failure(error.text);
 }
 
-// A cancelled import says which, and what stands now.
+// A cancelled import says which, and what stands now. What fails when it is cancelled, such as a
+// read of a pipe, fails for that.
 ImportError named(ImportError error, const ImportRequest& request) {
+    if (error.failed() && request.options.cancelled()) error = ImportError::cancelled();
     if (error.kind == ImportError::Kind::cancelled) {
         error.text = fmt::format("{}: the import was interrupted; {} is as it was before",
                                  request.source, request.target);
@@ -151,8 +153,12 @@ std::string knownFormats() {
 
 ImportOutcome importTrace(const ImportRequest& request) {
     ImportOutcome outcome;
-    const std::unique_ptr<ByteSource> source = ByteSource::open(request.source, outcome.error);
-    if (!source) return outcome;
+    const std::unique_ptr<ByteSource> source =
+        ByteSource::open(request.source, outcome.error, request.options.cancel);
+    if (!source) {
+        outcome.error = named(std::move(outcome.error), request);
+        return outcome;
+    }
     const Importer* importer = importerFor(*source);
     if (!importer) {
         outcome.error = ImportError::badInput(

@@ -8,6 +8,7 @@
 #include "nearest.h"
 #include "row_columns.h"
 #include "session.h"
+#include "verbs.h"
 
 #include <facekit_1_x/conversions.h>
 
@@ -68,8 +69,23 @@ variant_t sortKey(const variant_t& value) {
 
 }  // namespace
 
-AreaView::AreaView(Session& session, int index) : m_viewpoint(session.viewpoint()) {
-    std::vector<TLViewpointParser::Area>& areas = session.viewpoint().m_areas;
+std::string areaName(int area) {
+    return area == kRuler ? "the ruler" : fmt::format("area {}", area);
+}
+
+std::string areaJson(int area) {
+    return area == kRuler ? "null" : std::to_string(area);
+}
+
+void AreaView::chooseRowSet(Session& session, int index) {
+    if (index == kRuler) {
+        m_ruler.layers = m_viewpoint.m_rulerLayers;
+        m_rowSet = &m_ruler;
+        if (m_ruler.layers.empty())
+            throw Failure(exitUsage, "--area ruler: " + session.viewpointName() + " has no ruler");
+        return;
+    }
+    std::vector<TLViewpointParser::Area>& areas = m_viewpoint.m_areas;
     if (index < 0 || index >= static_cast<int>(areas.size())) {
         throw Failure(exitUsage,
                       fmt::format("--area {}: {} has {} area{}{}", index, session.viewpointName(),
@@ -78,6 +94,10 @@ AreaView::AreaView(Session& session, int index) : m_viewpoint(session.viewpoint(
     }
     TLViewpointParser::Area& area = areas[static_cast<std::size_t>(index)];
     if (!area.rowSets.empty()) m_rowSet = &area.rowSets.front();
+}
+
+AreaView::AreaView(Session& session, int index) : m_viewpoint(session.viewpoint()) {
+    chooseRowSet(session, index);
     m_provider = session.boundProvider(index);
 
     basekit2::u64_t first = 0;
@@ -124,9 +144,9 @@ void AreaView::readRows(Session& session, int index) {
         }
         throw Failure(
             exitFailure,
-            fmt::format("{}: the rows of area {} could not be read; the log above says why, and "
+            fmt::format("{}: the rows of {} could not be read; the log above says why, and "
                         "'lanefeed info' tells what the result holds",
-                        session.resultName(), index));
+                        session.resultName(), areaName(index)));
     }
     readColumns(m_table->getColumns(nullptr), "");
     nameApart(m_values);

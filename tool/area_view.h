@@ -34,10 +34,14 @@ struct ValueColumn {
     basekit2::sptr_t<dataface_1::IColumnInfo> column;
 };
 
-// One area of the viewpoint, bound to a provider of its own.
+// "area 3" or "the ruler", and the number of an area as JSON, which has null for the ruler.
+std::string areaName(int area);
+std::string areaJson(int area);
+
+// One area of the viewpoint, bound to a provider of its own. The ruler is one with a single row.
 class AreaView {
 public:
-    // Binds area `index`, from 0.
+    // Binds area `index`, from 0, or kRuler.
     AreaView(Session& session, int index);
     AreaView(const AreaView&) = delete;
     AreaView& operator=(const AreaView&) = delete;
@@ -78,6 +82,7 @@ public:
 private:
     using Rows = basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::ITableRow>>;
 
+    void chooseRowSet(Session& session, int index);
     void readRows(Session& session, int index);
     void readColumns(
         const basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::IColumnInfo>>& columns,
@@ -90,6 +95,7 @@ private:
     std::string columnNames() const;
 
     lanefeed_1::TLViewpointParser& m_viewpoint;
+    lanefeed_1::TLViewpointParser::RowSet m_ruler;  // its layers, when that is asked for
     lanefeed_1::TLViewpointParser::RowSet* m_rowSet = nullptr;
     const lanefeed_1::DicerDataSource* m_rowSource = nullptr;
     basekit2::sptr_t<lanefeed_1::IDicerProvider> m_provider;

@@ -10,6 +10,7 @@
 #include "version.h"
 
 #include <algorithm>
+#include <charconv>
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -61,8 +62,31 @@ void addViewpoint(CLI::App& verb, ViewOptions& options) {
     verb.add_flag("--strict", options.strict, "Fail when the viewpoint's log has messages");
 }
 
+// The command line library clips a number that does not fit and takes an empty text for none.
+std::string numberFault(const std::string& text) {
+    long long number = 0;
+    const char* end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, number);
+    if (read.ec == std::errc::result_out_of_range) return text + " is more than fits";
+    const bool isNumber = read.ec == std::errc() && read.ptr == end;
+    return isNumber ? std::string() : fmt::format("'{}' is no whole number", text);
+}
+
+int areaOf(const std::string& text) {
+    if (text == "ruler") return kRuler;
+    int area = -1;
+    const char* end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, area);
+    if (read.ec == std::errc() && read.ptr == end && area >= 0) return area;
+    throw CLI::ValidationError("--area", fmt::format("'{}' is none; write the number of an area, "
+                                                     "from 0, or ruler",
+                                                     text));
+}
+
 void addArea(CLI::App& verb, ViewOptions& options) {
-    verb.add_option("--area", options.area, "Area of the viewpoint, from 0 (default 0)")
+    verb.add_option_function<std::string>(
+            "--area", [&options](const std::string& text) { options.area = areaOf(text); },
+            "Area of the viewpoint, from 0 (default 0), or 'ruler'")
         ->option_text("N");
 }
 
@@ -205,6 +229,7 @@ void addWindow(CLI::App& verb, ViewOptions& options) {
         ->option_text("A..B");
     verb.add_option("--bins", options.bins,
                     "Number of buckets (default 100, fewer for a span of fewer ticks)")
+        ->check(numberFault)
         ->option_text("N");
 }
 
@@ -288,14 +313,17 @@ CLI::App* addTooltip(CLI::App& app, ViewOptions& view, TooltipOptions& options) 
         ->check(CLI::Range(0, std::numeric_limits<int>::max()))
         ->option_text("N");
     verb->add_option("--id", options.id, "Instance by its number in the table of the layer")
+        ->check(numberFault)
         ->option_text("N");
     verb->add_option("--row", options.row, "Row by its id, as 'lanefeed rows' prints it")
+        ->check(numberFault)
         ->option_text("R");
     verb->add_option("--at", options.at,
                      "Time from the first tick, such as 1.2s or 10%; all instances of the row "
                      "that cover it, the innermost first")
         ->option_text("TIME");
     verb->add_option("--limit", options.limit, "Most instances to tell about (default 10)")
+        ->check(numberFault)
         ->check(CLI::Range(1LL, std::numeric_limits<long long>::max()))
         ->option_text("N");
     addFormat(*verb, view.format);
@@ -386,7 +414,7 @@ int runCommandLine(int count, const char* const* arguments) {
     bool done = false;
     const int code = parse(app, count, arguments, done);
     if (done) return code;
-    setUpLog(log);
+    const LogOutput output(log);
     for (const auto& [verb, run] : verbs) {
         if (verb->parsed()) return run();
     }

@@ -2,15 +2,13 @@
 // tests/tool/bad_input_test.cpp.
 
 #include "failure.h"
+#include "interrupt.h"
 #include "json_text.h"
 #include "progress_line.h"
 #include "terminal.h"
 #include "time_range.h"
 #include "verbs.h"
 
-#include <array>
-#include <atomic>
-#include <csignal>
 #include <filesystem>
 #include <fmt/format.h>
 #include <importer.h>
@@ -26,35 +24,6 @@ namespace {
 using lanefeed_importers::ImportError;
 using lanefeed_importers::ImportOutcome;
 using lanefeed_importers::ImportRequest;
-
-std::atomic<bool> g_interrupted{false};
-static_assert(std::atomic<bool>::is_always_lock_free, "set by a signal handler");
-
-void onInterrupt(int /*signal*/) {
-    g_interrupted.store(true, std::memory_order_relaxed);
-}
-
-// Lets signals ask for the end of the import, for as long as it lives.
-class SignalScope {
-public:
-    SignalScope() {
-        struct sigaction action = {};
-        action.sa_handler = onInterrupt;
-        sigemptyset(&action.sa_mask);
-        for (std::size_t i = 0; i < kSignals.size(); ++i)
-            sigaction(kSignals[i], &action, &m_before[i]);
-    }
-    ~SignalScope() {
-        for (std::size_t i = 0; i < kSignals.size(); ++i)
-            sigaction(kSignals[i], &m_before[i], nullptr);
-    }
-    SignalScope(const SignalScope&) = delete;
-    SignalScope& operator=(const SignalScope&) = delete;
-
-private:
-    static constexpr std::array<int, 3> kSignals{{SIGINT, SIGTERM, SIGHUP}};
-    std::array<struct sigaction, 3> m_before{};
-};
 
 void dropEnding(std::string& name, std::string_view ending) {
     if (name.size() <= ending.size()) return;
@@ -101,7 +70,6 @@ ImportRequest makeRequest(const ImportOptions& options, ProgressLine& line) {
         request.pauses.push_back(parsePause(pause));
     request.options.args = !options.noArgs;
     request.options.keepGoing = options.keepGoing;
-    request.options.cancel = &g_interrupted;
     if (line.shown()) {
         request.options.progress = [&line](const lanefeed_importers::ImportProgress& progress) {
             line.show(progress);
@@ -141,10 +109,11 @@ void report(const ImportRequest& request, const ImportOutcome& outcome, Format f
 
 int runImport(const ImportOptions& options) {
     ProgressLine line;
-    const ImportRequest request = makeRequest(options, line);
+    ImportRequest request = makeRequest(options, line);
     ImportOutcome outcome;
     {
-        const SignalScope signals;
+        const HeldInterrupt held;
+        request.options.cancel = &held.flag();
         outcome = lanefeed_importers::importTrace(request);
     }
     line.clear();

@@ -71,9 +71,7 @@ public:
           m_index(area) {
         // Markers of all rows are on none.
         if (isOnRows(layer)) m_levelNames = rowColumns(area.rowSource(layer));
-        sptr_t<storelink1::IPerfDatabase> performance;
-        if (dataface_1::lookup(session.input(), performance))
-            m_database = performance->getDatabase(session.input());
+        m_database = session.database();
         if (!m_database.is_null()) m_query = m_database->createQuery(layer.drawBy.ds.m_table, 0);
         if (m_query.is_null()) fail("it is not there");
         m_query->useFilters();

@@ -20,13 +20,18 @@ namespace {
 using lanefeed_1::DicerDataSource;
 using lanefeed_1::TLViewpointParser;
 
-// Empty when the result can serve the layer, else why not.
+// Empty when the result can serve the layer, else why not. The library takes a table without a row
+// for a fault.
 std::string refusal(Session& session, AreaView& area, const LayerInfo& layer) {
     const DicerDataSource& source = layer.drawBy.ds;
     if (source.m_defaultQuery.is_null() && source.m_derivedQuery.is_null())
         return "names no query that is known; see 'lanefeed viewpoint'";
     if (!session.viewpoint().isApplicable(layer, &area.provider()))
         return "needs data that the result does not hold";
+    if (!source.m_table.empty() && !session.holdsRows(source.m_table)) {
+        session.requireWholeReads();
+        return fmt::format("reads the table {}, which is empty", source.m_table);
+    }
     if (kindOf(layer) == LayerKind::transitions && area.rowSource() == nullptr)
         return "draws lines between rows, which its area has none of";
     return {};
@@ -44,7 +49,7 @@ void noteOthers(const std::map<LayerKind, std::string>& others, int area) {
     for (const auto& [kind, layers] : others)
         text += fmt::format("{}'lanefeed {}' shows layer {}", text.empty() ? "" : "; ",
                             verbOf(kind), layers);
-    std::cerr << fmt::format("lanefeed: note: area {} has more: {}\n", area, text);
+    std::cerr << fmt::format("lanefeed: note: {} has more: {}\n", areaName(area), text);
 }
 
 }  // namespace
@@ -88,10 +93,9 @@ std::vector<ChosenLayer> chooseLayers(Session& session,
                                       const std::vector<LayerKind>& kinds) {
     const std::vector<LayerInfo>& layers = layersOf(area);
     if (options.layer >= static_cast<int>(layers.size())) {
-        throw Failure(
-            exitUsage,
-            fmt::format("--layer {}: area {} of {} has {} layers, counted from 0", options.layer,
-                        options.area, session.viewpointName(), layers.size()));
+        throw Failure(exitUsage, fmt::format("--layer {}: {} of {} has {} layers, counted from 0",
+                                             options.layer, areaName(options.area),
+                                             session.viewpointName(), layers.size()));
     }
     std::vector<ChosenLayer> chosen;
     std::map<LayerKind, std::string> others;

@@ -15,7 +15,7 @@ std::string layerJson(const LayerTitle& title, const std::string& list) {
     return fmt::format(
         "\n  {{\"area\": {}, \"layer\": {}, \"name\": {}, \"{}\": {}, \"start\": {}, \"end\": {}, "
         "\"bins\": {}, \"binTicks\": {}, {}: [",
-        title.area, title.layer, jsonString(title.name), isSeries ? "unit" : "kind",
+        areaJson(title.area), title.layer, jsonString(title.name), isSeries ? "unit" : "kind",
         jsonString(isSeries ? title.unit : verbOf(title.kind)), title.window.span.start,
         title.window.span.end, title.window.bins, title.window.binTicks(), list);
 }

@@ -11,7 +11,7 @@ struct RowInfo;
 // What the answers of all kinds of layers begin with.
 struct LayerTitle {
     LayerKind kind = LayerKind::series;
-    int area = 0;
+    int area = 0;   // from 0, or kRuler
     int layer = 0;  // from 0, as in the viewpoint
     std::string name;
     std::string unit;  // of series: "percent", "count", "value" or "ticks"

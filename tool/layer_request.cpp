@@ -34,7 +34,7 @@ std::string reasonOf(const std::string& message) {
 }
 
 // A request that failed. It is none when filters or the values that the layer is narrowed to leave
-// nothing; a table without any rows at all is.
+// nothing.
 void checkFailure(Session& session,
                   AreaView& area,
                   const ChosenLayer& layer,
@@ -45,7 +45,7 @@ void checkFailure(Session& session,
     session.requireWholeReads();
     const std::string& table = layer.info->drawBy.ds.m_table;
     const Census census = takeCensus(session, area, *layer.info, window);
-    const bool isEmptied = census.read == 0 && session.isFiltered();
+    const bool isEmptied = census.read == 0;
     const bool isNarrowed =
         census.read > 0 && census.restricted == census.touching && census.restricted > 0;
     if (isEmptied || isNarrowed) {
@@ -54,10 +54,6 @@ void checkFailure(Session& session,
                                  table);
         return;
     }
-    if (census.read == 0)
-        throw Failure(exitFailure, fmt::format("{}: the table {} of {} is empty; leave the layer "
-                                               "out, or import the trace again",
-                                               title(layer), table, session.resultName()));
     throw Failure(exitFailure,
                   fmt::format("{} of {} could not be read: {}; 'lanefeed viewpoint --check' tells "
                               "what is wrong in a viewpoint, --log debug what was asked",
@@ -70,15 +66,17 @@ bool isFailure(LayerKind kind, const HeldLog& log) {
     return kind != LayerKind::counts || !log.firstError().empty();
 }
 
-// What the library logs of an answer that is good otherwise, said once for a layer.
+// What the library logs of an answer that is good otherwise, said once for a layer. It looks at
+// instances outside of the window too.
 void noteGaps(const ChosenLayer& layer, HeldLog& log) {
     const bool lacks = log.drop("Empty references found in ");
     const bool unmatched = log.drop("Unmatched data rows ");
     if (lacks || unmatched)
         std::cerr << fmt::format(
-            "lanefeed: note: {}: some instances have no {} and are not "
-            "drawn; --stats counts them\n",
-            title(layer), lacks ? "row or attribute" : "row that they leave");
+            "lanefeed: note: {}: some instances of {} have no {} and are not drawn; --stats counts "
+            "those in the window\n",
+            title(layer), layer.info->drawBy.ds.m_table,
+            lacks ? "row or attribute" : "row that they leave");
 }
 
 }  // namespace

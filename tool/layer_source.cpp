@@ -5,11 +5,16 @@
 #include "area_view.h"
 #include "failure.h"
 #include "nearest.h"
+#include "session.h"
 
 #include <storelink1/database.h>
+#include <storelink1/utils.h>
 
+#include <algorithm>
 #include <charconv>
+#include <cstddef>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <idicerprovider.h>
 #include <utility>
 #include <vector>
@@ -51,60 +56,82 @@ DicerDataSource objectSource(AreaView& area, int layer, const std::string& optio
 
 namespace {
 
-// Null when the result has no table that the path leads to.
-sptr_t<storelink1::IQuery> tableQuery(const sptr_t<dataface_1::IInputData>& result,
-                                      const std::string& path) {
-    sptr_t<storelink1::IPerfDatabase> performance;
-    if (!dataface_1::lookup(result, performance)) return nullptr;
-    return performance->getDatabase(result)->createQuery(path, 2);
-}
+constexpr std::size_t kIdsTold = 10;
 
-// Names of a table with their rows, in the order of the rows.
-std::vector<std::pair<int, std::string>> namesOf(const sptr_t<dataface_1::IInputData>& result,
-                                                 const std::string& table) {
-    std::vector<std::pair<int, std::string>> names;
-    const sptr_t<storelink1::IQuery> query = tableQuery(result, table);
-    if (query.is_null()) return names;
+// What a row goes by: its name, and the text that the source shows of it.
+struct Called {
+    int row = 0;
+    std::vector<std::string> names;
+};
+
+// Of all rows of the table that a source leads to, in their order.
+std::vector<Called> rowsOf(const Session& session, const DicerDataSource& source) {
+    std::vector<Called> rows;
+    const sptr_t<storelink1::IDatabase> database = session.database();
+    const sptr_t<storelink1::IQuery> query = database->createQuery(source.m_path, 2);
     const basekit2::u16_t id = query->addColumn("rowid");
-    const basekit2::u16_t name = query->addColumn("name");
-    if (name == storelink1::InvalidColIdx) return names;
-    sptr_t<storelink1::IPerfDatabase> performance;
-    dataface_1::lookup(result, performance);
-    const storelink1::QueryMutexHolder lock(performance->getDatabase(result).get());
+    std::vector<basekit2::u16_t> texts;
+    for (const std::string& name : {std::string("name"), source.m_attr}) {
+        const basekit2::u16_t column =
+            name.empty() ? storelink1::InvalidColIdx : query->addColumn(name);
+        if (column != storelink1::InvalidColIdx) texts.push_back(column);
+    }
+    const storelink1::QueryMutexHolder lock(database.get());
     const auto records = query->execute();
     for (; !records.is_null() && !records->atEnd(); records->next()) {
         const storelink1::IConstRecord& record = *records->current();
-        if (!record[name].is_null())
-            names.emplace_back(record[id].get<basekit2::s32_t>(), record[name].get<std::string>());
+        Called row;
+        row.row = storelink1::utils::variantToIndex(record[id]);
+        for (const basekit2::u16_t text : texts)
+            row.names.push_back(storelink1::utils::variantToString(record[text]));
+        rows.push_back(std::move(row));
     }
-    return names;
+    return rows;
+}
+
+int objectNamed(const Session& session,
+                const DicerDataSource& source,
+                const std::string& name,
+                const std::string& option) {
+    const std::string& table = source.m_path;
+    std::vector<int> ids;
+    std::vector<std::string> known;
+    for (const Called& row : rowsOf(session, source)) {
+        if (std::find(row.names.begin(), row.names.end(), name) != row.names.end())
+            ids.push_back(row.row);
+        known.insert(known.end(), row.names.begin(), row.names.end());
+    }
+    if (ids.size() == 1) return ids.front();
+    if (ids.empty())
+        throw Failure(exitUsage, fmt::format("{}: {} has no '{}'{}", option, table, name,
+                                             nearestAdvice(name, known)));
+    const std::size_t told = std::min(ids.size(), kIdsTold);
+    throw Failure(exitUsage,
+                  fmt::format("{}: {} rows of {} are called '{}': {}{}; name one by its number",
+                              option, ids.size(), table, name,
+                              fmt::join(ids.begin(), ids.begin() + std::ptrdiff_t(told), ", "),
+                              told < ids.size() ? " ..." : ""));
 }
 
 }  // namespace
 
-int objectId(const sptr_t<dataface_1::IInputData>& result,
+int objectId(const Session& session,
              AreaView& area,
              const DicerDataSource& source,
              const std::string& text,
              const std::string& option) {
-    if (tableQuery(result, source.m_path).is_null()) {
+    const sptr_t<storelink1::IDatabase> database = session.database();
+    if (database.is_null() || database->createQuery(source.m_path, 2).is_null()) {
         throw Failure(exitUsage, option +
                                      ": the layer draws numbers and tells no objects apart; "
                                      "take one that is broken down by an attribute");
     }
     int id = 0;
     const auto read = std::from_chars(text.data(), text.data() + text.size(), id);
-    if (read.ec == std::errc() && read.ptr == text.data() + text.size()) {
-        if (id > 0 && !area.provider().getAttributeValue(&source, id).is_null()) return id;
-        throw Failure(exitUsage, fmt::format("{}: {} has no row {}", option, source.m_path, text));
-    }
-    std::vector<std::string> known;
-    for (const auto& [row, name] : namesOf(result, source.m_path)) {
-        if (name == text) return row;
-        known.push_back(name);
-    }
-    throw Failure(exitUsage, fmt::format("{}: {} has no '{}'{}", option, source.m_path, text,
-                                         nearestAdvice(text, known)));
+    if (read.ec != std::errc() || read.ptr != text.data() + text.size())
+        return objectNamed(session, source, text, option);
+    if (id > 0 && !area.provider().getAttributeValue(&source, id).is_null()) return id;
+    throw Failure(exitUsage, fmt::format("{}: {} has no row {}", option, source.m_path, text));
 }
 
 }  // namespace lanefeed_tool

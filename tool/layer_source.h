@@ -1,7 +1,5 @@
 #pragma once
 
-#include <dataface_1/input_data.h>
-
 #include <dicerdatasource.h>
 #include <string>
 #include <viewpointparser.h>
@@ -9,6 +7,7 @@
 namespace lanefeed_tool {
 
 class AreaView;
+class Session;
 
 // A layer of an area by its number, from 0. Throws a usage failure that begins with `option` for
 // one that is not there.
@@ -20,9 +19,10 @@ const lanefeed_1::TLViewpointParser::LayerInfo& layerOf(AreaView& area,
 // one that it breaks down by or shows in tooltips. Throws a usage failure for a layer without any.
 lanefeed_1::DicerDataSource objectSource(AreaView& area, int layer, const std::string& option);
 
-// Number of the object that a user means: a number, or the name of a row in the table that the
-// source leads to. Throws a usage failure for one that is not there.
-int objectId(const basekit2::sptr_t<dataface_1::IInputData>& result,
+// Number of the object that a user means: a number, or what the one row is called, or shown as, in
+// the table that the source leads to. Throws a usage failure for one that is not there, and for a
+// name of several, which tells their numbers.
+int objectId(const Session& session,
              AreaView& area,
              const lanefeed_1::DicerDataSource& source,
              const std::string& text,

@@ -1,4 +1,4 @@
-// The library's log on stderr.
+// The library's log on stderr. Tested by tests/tool/layer_verbs_test.cpp.
 
 #include "log_output.h"
 
@@ -9,9 +9,11 @@
 
 #include <algorithm>
 #include <cctype>
+#include <fmt/format.h>
 #include <iostream>
 #include <sstream>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -23,18 +25,71 @@ log4cplus::Logger componentLogger() {
     return log4cplus::Logger::getInstance("lanefeed");
 }
 
+// A message with how often it came; the same error comes once for each record that lacks something.
 struct LogMessage {
     std::string level;
     std::string text;
+    std::size_t count = 1;
+    std::size_t told = 0;  // how many of these the user has seen
+};
+
+// Messages in the order in which they first came, errors that repeat once.
+class FoldedLog {
+public:
+    LogMessage& add(const LogMessage& message) {
+        if (message.level != "error") {
+            m_messages.push_back(message);
+            return m_messages.back();
+        }
+        const auto [place, isNew] = m_errors.emplace(message.text, m_messages.size());
+        if (isNew)
+            m_messages.push_back(message);
+        else
+            m_messages[place->second].count += message.count;
+        return m_messages[place->second];
+    }
+    const std::vector<LogMessage>& messages() const { return m_messages; }
+    // Whether there were any.
+    bool drop(const std::string& shown) {
+        const std::vector<LogMessage> before = std::move(m_messages);
+        m_messages.clear();
+        m_errors.clear();
+        for (const LogMessage& message : before)
+            if (message.text.find(shown) == std::string::npos) add(message);
+        return m_messages.size() < before.size();
+    }
+
+private:
+    std::vector<LogMessage> m_messages;
+    std::unordered_map<std::string, std::size_t> m_errors;
 };
 
 // Set while messages are held back. The client logs from one thread.
-std::vector<LogMessage>* g_held = nullptr;
+FoldedLog* g_held = nullptr;
+// Errors that were shown.
+FoldedLog& shownErrors() {
+    static FoldedLog errors;
+    return errors;
+}
 
-void print(const LogMessage& message) {
-    std::istringstream lines(message.text);
+// `tail` stands behind the last line of the text.
+void printLines(const LogMessage& message, const std::string& tail) {
+    std::string text = message.text.substr(0, message.text.find_last_not_of('\n') + 1) + tail;
+    std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);)
         if (!line.empty()) std::cerr << "lanefeed: " << message.level << ": " << line << '\n';
+}
+
+// An error that was shown already is only counted.
+void print(const LogMessage& message) {
+    if (message.level != "error") {
+        printLines(message, "");
+        return;
+    }
+    LogMessage& shown = shownErrors().add(message);
+    if (shown.told > 0) return;
+    shown.told = shown.count;
+    printLines(shown, shown.count > 1 ? fmt::format(" ({} times)", shown.count) : "");
 }
 
 class StderrLines : public log4cplus::Appender {
@@ -48,9 +103,9 @@ protected:
         std::string level = log4cplus::getLogLevelManager().toString(event.getLogLevel());
         for (char& c : level)
             c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        LogMessage message{std::move(level), event.getMessage()};
+        const LogMessage message{std::move(level), event.getMessage()};
         if (g_held != nullptr)
-            g_held->push_back(std::move(message));
+            g_held->add(message);
         else
             print(message);
     }
@@ -65,12 +120,18 @@ log4cplus::LogLevel levelOf(const std::string& name) {
 
 }  // namespace
 
-void setUpLog(const std::string& level) {
+LogOutput::LogOutput(const std::string& level) {
     log4cplus::Logger logger = componentLogger();
     logger.removeAllAppenders();
     logger.addAppender(log4cplus::SharedAppenderPtr(new StderrLines));
     logger.setAdditivity(false);
     logger.setLogLevel(levelOf(level));
+}
+
+LogOutput::~LogOutput() {
+    for (const LogMessage& message : shownErrors().messages())
+        if (message.count > message.told)
+            printLines(message, fmt::format(" ({} times more)", message.count - message.told));
 }
 
 InformativeLog::InformativeLog() : m_level(componentLogger().getLogLevel()) {
@@ -83,7 +144,7 @@ InformativeLog::~InformativeLog() {
     componentLogger().setLogLevel(m_level);
 }
 
-struct HeldLog::Messages : std::vector<LogMessage> {};
+struct HeldLog::Messages : FoldedLog {};
 
 // Errors are collected even if none are to be shown: callers look at them.
 HeldLog::HeldLog()
@@ -97,24 +158,19 @@ HeldLog::~HeldLog() {
     g_held = nullptr;
     componentLogger().setLogLevel(m_level);
     if (m_level == log4cplus::OFF_LOG_LEVEL) return;
-    for (const LogMessage& message : *m_messages)
+    for (const LogMessage& message : m_messages->messages())
         print(message);
 }
 
 bool HeldLog::drop(const std::string& shown) {
-    const auto shows = [&shown](const LogMessage& message) {
-        return message.text.find(shown) != std::string::npos;
-    };
-    const auto dropped = std::remove_if(m_messages->begin(), m_messages->end(), shows);
-    const bool any = dropped != m_messages->end();
-    m_messages->erase(dropped, m_messages->end());
-    return any;
+    return m_messages->drop(shown);
 }
 
 std::string HeldLog::firstError() const {
+    const std::vector<LogMessage>& all = m_messages->messages();
     const auto isError = [](const LogMessage& message) { return message.level == "error"; };
-    const auto found = std::find_if(m_messages->begin(), m_messages->end(), isError);
-    return found == m_messages->end() ? std::string() : found->text;
+    const auto found = std::find_if(all.begin(), all.end(), isError);
+    return found == all.end() ? std::string() : found->text;
 }
 
 }  // namespace lanefeed_tool

@@ -5,9 +5,17 @@
 
 namespace lanefeed_tool {
 
-// Sends what the library logs to stderr, a line "lanefeed: error: ..." each. Level: debug, info,
-// error or off.
-void setUpLog(const std::string& level);
+// Sends what the library logs to stderr, a line "lanefeed: error: ..." each, for as long as it
+// lives. An error that repeats is shown once; how often it came stands behind it or, where that is
+// not known yet, at the end.
+class LogOutput {
+public:
+    // Level: debug, info, error or off.
+    explicit LogOutput(const std::string& level);
+    ~LogOutput();
+    LogOutput(const LogOutput&) = delete;
+    LogOutput& operator=(const LogOutput&) = delete;
+};
 
 // While it lives the log shows informative lines too, unless it is switched off: for the log of a
 // viewpoint, which a user must see.

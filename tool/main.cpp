@@ -3,6 +3,7 @@
 
 #include "command_line.h"
 #include "failure.h"
+#include "interrupt.h"
 
 #include <csignal>
 #include <exception>
@@ -12,6 +13,7 @@
 int main(int count, char** arguments) {
     // A write beyond a size limit is to fail with an error, as on a full disk, whatever the verb.
     std::signal(SIGXFSZ, SIG_IGN);
+    lanefeed_tool::endOnInterrupt();
     try {
         const int code = lanefeed_tool::runCommandLine(count, arguments);
         std::cout.flush();

@@ -30,12 +30,6 @@ using storelink1::IQuery;
 
 constexpr const char* kGlobalFilter = "global";
 
-sptr_t<storelink1::IDatabase> databaseOf(const Session& session) {
-    sptr_t<storelink1::IPerfDatabase> performance;
-    if (!dataface_1::lookup(session.input(), performance)) return {};
-    return performance->getDatabase(session.input());
-}
-
 // A named filter that keeps one tick, for as long as it lives.
 class TickFilter {
 public:
@@ -134,7 +128,7 @@ InstanceFinder::InstanceFinder(Session& session,
                                std::vector<std::string> references)
     : m_session(session),
       m_area(area),
-      m_database(databaseOf(session)),
+      m_database(session.database()),
       m_table(layer.drawBy.ds.m_table),
       m_references(std::move(references)),
       m_levels(rowColumns(area.rowSource(layer))) {

@@ -95,10 +95,11 @@ void noteNoRows(const Session& session, const AreaView& area, const ViewOptions&
     if (session.isEmpty())
         reason = fmt::format("{} holds no instances", options.result);
     else if (area.isEmpty())
-        reason = fmt::format("{} holds nothing that area {} shows", options.result, options.area);
+        reason =
+            fmt::format("{} holds nothing that {} shows", options.result, areaName(options.area));
     else if (area.isFilteredOut())
-        reason = fmt::format("the filters in force leave no row of area {} of {}", options.area,
-                             options.result);
+        reason = fmt::format("the filters in force leave no row of {} of {}",
+                             areaName(options.area), options.result);
     if (reason.empty())
         session.noteEmpty();
     else

@@ -5,6 +5,7 @@
 #include "asked_span.h"
 #include "failure.h"
 #include "filter_print.h"
+#include "interrupt.h"
 #include "layer_source.h"
 #include "session.h"
 #include "verbs.h"
@@ -117,7 +118,7 @@ private:
         }
         const DicerDataSource source = objectSource(m_area, layer, option);
         const int id =
-            objectId(m_session.input(), m_area, source, m_options.attr.substr(colon + 1), option);
+            objectId(m_session, m_area, source, m_options.attr.substr(colon + 1), option);
         const basekit2::variant_t value = m_area.provider().getAttributeValue(&source, id);
         basekit2::variant_t name;
         basekit2::print_variant(value, name, false);
@@ -133,8 +134,10 @@ private:
 
 // False when the result can't be written to; throws when nothing could be done.
 bool keep(const sptr_t<dataface_1::IInputData>& result) {
+    const HeldInterrupt held;
     const FilterOutcome saved = lanefeed_runtime::saveFilters(result);
     if (saved.kind == FilterOutcome::failed) throw Failure(exitFailure, saved.text);
+    if (held.flag()) throw Failure(exitInterrupted, "interrupted; the filters are kept already");
     if (saved.kind != FilterOutcome::memoryOnly) return true;
     std::cerr << "lanefeed: error: " << saved.text << '\n';
     return false;

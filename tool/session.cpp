@@ -110,22 +110,29 @@ bool Session::isFiltered() const {
     return dataface_1::lookup(m_input, filters) && filters->hasFilter(kGlobalFilter);
 }
 
-bool Session::leavesAnything() const {
+sptr_t<storelink1::IDatabase> Session::database() const {
     sptr_t<storelink1::IPerfDatabase> performance;
-    if (!dataface_1::lookup(m_input, performance)) return false;
-    const sptr_t<storelink1::IDatabase> database = performance->getDatabase(m_input);
+    if (!dataface_1::lookup(m_input, performance)) return nullptr;
+    return performance->getDatabase(m_input);
+}
+
+bool Session::holdsRows(const std::string& table, const char* filter) const {
+    const sptr_t<storelink1::IDatabase> store = database();
+    if (store.is_null() || !store->isTableExist(table)) return false;
+    const sptr_t<storelink1::IQuery> query = store->createQuery(table, 0);
+    if (query.is_null()) return false;
+    query->addColumn("rowid");
+    if (filter != nullptr) query->addFilter(filter);
+    const storelink1::QueryMutexHolder lock(store.get());
+    const auto records = query->execute();
+    return !records.is_null() && !records->atEnd();
+}
+
+bool Session::leavesAnything() const {
     const auto& tables = lanefeed_runtime::schemaTables();
     return std::any_of(tables.begin(), tables.end(), [&](const lanefeed_runtime::TableDef& def) {
-        const std::string name(def.name);
-        if (def.role != lanefeed_runtime::TableRole::instance || !database->isTableExist(name))
-            return false;
-        const sptr_t<storelink1::IQuery> query = database->createQuery(name, 0);
-        if (query.is_null()) return false;
-        query->addColumn("rowid");
-        query->addFilter(kGlobalFilter);
-        const storelink1::QueryMutexHolder lock(database.get());
-        const auto records = query->execute();
-        return !records.is_null() && !records->atEnd();
+        return def.role == lanefeed_runtime::TableRole::instance &&
+               holdsRows(std::string(def.name), kGlobalFilter);
     });
 }
 
@@ -209,9 +216,12 @@ void Session::requireWholeReads() const {
 sptr_t<IDicerProvider> Session::boundProvider(int area) {
     sptr_t<IDicerProvider> provider = IDicerProvider::create(m_input);
     if (provider.is_null()) throw Failure(exitFailure, "no provider could be made for the result");
-    auto& rowSets = m_parser.m_areas[static_cast<std::size_t>(area)].rowSets;
-    provider->setResult(area, m_input, rowSets.empty() ? nullptr : &rowSets.front(),
-                        m_viewpointName, 0);
+    TLViewpointParser::RowSet* rowSet = nullptr;
+    if (area != kRuler) {
+        auto& rowSets = m_parser.m_areas[static_cast<std::size_t>(area)].rowSets;
+        if (!rowSets.empty()) rowSet = &rowSets.front();
+    }
+    provider->setResult(area, m_input, rowSet, m_viewpointName, 0);
     return provider;
 }
 

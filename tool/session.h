@@ -6,6 +6,7 @@
 #include <basekit2/object.h>
 #include <dataface_1/input_data.h>
 #include <dataface_1/query_library.h>
+#include <storelink1/database.h>
 
 #include <idicerprovider.h>
 #include <parse_logger.h>
@@ -45,6 +46,11 @@ public:
     bool isFiltered() const;
     bool leavesAnything() const;
 
+    // The store of the result, null without one.
+    basekit2::sptr_t<storelink1::IDatabase> database() const;
+    // Whether a table is there and has a row, that a filter leaves if one is named.
+    bool holdsRows(const std::string& table, const char* filter = nullptr) const;
+
     // No instances at all: there is nothing that a viewpoint could show.
     bool isEmpty() const;
     // Says on stderr why there is nothing to show, if the result is empty or filters leave nothing.
@@ -69,7 +75,7 @@ public:
     // layers.
     bool holdsDataFor(const lanefeed_1::TLViewpointParser::RowSet* rowSet,
                       lanefeed_1::IDicerProvider& provider);
-    // A new provider, bound to the row set of an area that is there.
+    // A new provider, bound to the row set of an area that is there, or to none for kRuler.
     basekit2::sptr_t<lanefeed_1::IDicerProvider> boundProvider(int area);
 
 private:

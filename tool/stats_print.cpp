@@ -3,6 +3,7 @@
 
 #include "stats_print.h"
 
+#include "area_view.h"
 #include "json_text.h"
 
 #include <fmt/format.h>
@@ -54,7 +55,7 @@ void printStats(const std::vector<LayerStats>& layers) {
     for (const LayerStats& layer : layers) {
         out += fmt::format(
             "{}\n  {{\"area\": {}, \"layer\": {}, \"served\": {}, \"ms\": {:.3f}, {}}}",
-            out.size() == 1 ? "" : ",", layer.title.area, layer.title.layer,
+            out.size() == 1 ? "" : ",", areaJson(layer.title.area), layer.title.layer,
             jsonString(layer.serve.served), layer.serve.milliseconds,
             layer.title.kind == LayerKind::series ? readsJson(layer.serve) : accountJson(layer));
     }

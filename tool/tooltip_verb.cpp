@@ -105,7 +105,7 @@ std::string rowText(int row) {
 void printJson(const AreaView& area, const Answer& answer) {
     std::string out =
         fmt::format("{{\"area\": {}, \"layer\": {}, \"table\": {}, \"leftOut\": {}, \"objects\": [",
-                    answer.area, answer.layer, jsonString(answer.table), answer.leftOut);
+                    areaJson(answer.area), answer.layer, jsonString(answer.table), answer.leftOut);
     for (std::size_t i = 0; i < answer.instances.size(); ++i) {
         const PointedInstance& instance = answer.instances[i];
         out += fmt::format(
@@ -170,8 +170,8 @@ int chooseLayer(Session& session, AreaView& area, const ViewOptions& view) {
     const std::vector<LayerInfo>& layers = area.rowSet() != nullptr ? area.rowSet()->layers : kNone;
     if (view.layer >= static_cast<int>(layers.size()))
         throw Failure(exitUsage,
-                      fmt::format("--layer {}: area {} of {} has {} layers, counted from 0",
-                                  view.layer, view.area, session.viewpointName(), layers.size()));
+                      fmt::format("--layer {}: {} of {} has {} layers, counted from 0", view.layer,
+                                  areaName(view.area), session.viewpointName(), layers.size()));
     std::string known;
     for (int i = 0; i < static_cast<int>(layers.size()); ++i) {
         const std::string why = refusal(session, area, layers[static_cast<std::size_t>(i)]);
@@ -179,12 +179,12 @@ int chooseLayer(Session& session, AreaView& area, const ViewOptions& view) {
         if (why.empty()) known += (known.empty() ? "" : ", ") + std::to_string(i);
         if (view.layer != i) continue;
         throw Failure(exitUsage,
-                      fmt::format("--layer {}: layer {} of area {} {}", i, i, view.area, why));
+                      fmt::format("--layer {}: layer {} of {} {}", i, i, areaName(view.area), why));
     }
     throw Failure(exitUsage,
-                  fmt::format("--area {}: no layer of this area of {} has a tooltip that "
-                              "the result can fill; give one a <tooltipBy>",
-                              view.area, session.viewpointName()));
+                  fmt::format("no layer of {} of {} has a tooltip that the result can fill; "
+                              "give one a <tooltipBy>",
+                              areaName(view.area), session.viewpointName()));
 }
 
 int idOf(long long asked) {
@@ -216,9 +216,8 @@ std::vector<PointedInstance> instancesAt(const AreaView& area,
     const int row = idOf(*options.row);
     if (row < 0 || row >= static_cast<int>(area.rows().size()))
         throw Failure(exitUsage,
-                      fmt::format("--row {}: area {} has {} rows, counted from 0; see "
-                                  "'lanefeed rows --area {}'",
-                                  *options.row, view.area, area.rows().size(), view.area));
+                      fmt::format("--row {}: {} has {} rows, counted from 0; see 'lanefeed rows'",
+                                  *options.row, areaName(view.area), area.rows().size()));
     const std::uint64_t tick = parseTime(options.at, area.time(), "--at");
     std::vector<PointedInstance> found = finder.at(row, tick);
     if (found.empty())

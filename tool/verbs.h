@@ -21,6 +21,9 @@ struct ImportOptions {
     Format format = Format::table;
 };
 
+// Stands for the ruler of a viewpoint where areas have their number.
+constexpr int kRuler = -1;
+
 // What the reading verbs have in common.
 struct ViewOptions {
     std::string result;
@@ -30,7 +33,7 @@ struct ViewOptions {
     std::vector<std::string> queries;  // further files of query definitions
     std::vector<std::string> filters;  // in force for this call alone
     bool strict = false;               // a viewpoint with messages is an error
-    int area = 0;                      // from 0, as in the viewpoint
+    int area = 0;                      // from 0, as in the viewpoint, or kRuler
     int layer = -1;                    // from 0; -1: all
     std::string sort;                  // COLUMN[:desc] of the rows; empty: as a pane does first
     bool visible = false;              // only rows that the filters in force leave

@@ -1,6 +1,7 @@
 // lanefeed viewpoint: reads a viewpoint against a result, shows its log on stderr and what came of
 // it on stdout. Tested by tests/tool/series_facts_test.cpp.
 
+#include "area_view.h"
 #include "failure.h"
 #include "json_text.h"
 #include "session.h"
@@ -41,7 +42,7 @@ std::string queryId(const DicerDataSource& source) {
 
 // One line of the answer: a layer, or an area without any.
 struct Line {
-    int area = 0;
+    int area = 0;  // or kRuler
     std::string areaId;
     std::string rowBy;
     int layer = -1;
@@ -50,8 +51,22 @@ struct Line {
     bool applicable = false;
 };
 
+// The ruler first, as a pane shows it.
 std::vector<Line> describe(Session& session) {
     std::vector<Line> lines;
+    const auto addLayers = [&](Line line, const std::vector<TLViewpointParser::LayerInfo>& layers) {
+        const auto provider = session.boundProvider(line.area);
+        for (const TLViewpointParser::LayerInfo& layer : layers) {
+            ++line.layer;
+            line.type = layerTypeName(layer.type);
+            line.query = queryId(layer.drawBy.ds);
+            line.applicable = session.viewpoint().isApplicable(layer, provider.get());
+            lines.push_back(line);
+        }
+    };
+    Line ruler;
+    ruler.area = kRuler;
+    addLayers(ruler, session.viewpoint().m_rulerLayers);
     const auto& areas = session.viewpoint().m_areas;
     for (std::size_t i = 0; i < areas.size(); ++i) {
         Line line;
@@ -63,15 +78,7 @@ std::vector<Line> describe(Session& session) {
         }
         const TLViewpointParser::RowSet& rowSet = areas[i].rowSets.front();
         if (!rowSet.rowBys.empty()) line.rowBy = queryId(rowSet.rowBys.front().ds);
-        const auto provider = session.boundProvider(line.area);
-        for (std::size_t k = 0; k < rowSet.layers.size(); ++k) {
-            const TLViewpointParser::LayerInfo& layer = rowSet.layers[k];
-            line.layer = static_cast<int>(k);
-            line.type = layerTypeName(layer.type);
-            line.query = queryId(layer.drawBy.ds);
-            line.applicable = session.viewpoint().isApplicable(layer, provider.get());
-            lines.push_back(line);
-        }
+        addLayers(line, rowSet.layers);
     }
     return lines;
 }
@@ -114,7 +121,7 @@ void printJson(Session& session, const std::vector<Line>& lines) {
         out += fmt::format(
             "{}\n    {{\"area\": {}, \"areaId\": {}, \"rowBy\": {}, \"layer\": {}, \"type\": {}, "
             "\"query\": {}, \"applicable\": {}}}",
-            first ? "" : ",", line.area, jsonString(line.areaId), jsonString(line.rowBy),
+            first ? "" : ",", areaJson(line.area), jsonString(line.areaId), jsonString(line.rowBy),
             line.layer < 0 ? "null" : std::to_string(line.layer), jsonString(line.type),
             jsonString(line.query), line.applicable);
         first = false;
@@ -138,7 +145,8 @@ int runViewpoint(const ViewOptions& options) {
     table.columns = {{"area", true},  {"id", false},    {"rows by", false},   {"layer", true},
                      {"type", false}, {"query", false}, {"applicable", false}};
     for (const Line& line : lines) {
-        table.rows.push_back({std::to_string(line.area), line.areaId, line.rowBy,
+        table.rows.push_back({line.area == kRuler ? "ruler" : std::to_string(line.area),
+                              line.areaId, line.rowBy,
                               line.layer < 0 ? "" : std::to_string(line.layer), line.type,
                               line.query, line.layer < 0 ? "" : (line.applicable ? "yes" : "no")});
     }

@@ -42,14 +42,16 @@ bool looksPacked(const char* bytes, std::size_t length) {
 
 }  // namespace
 
-std::unique_ptr<ByteSource> ByteSource::open(const std::string& path, ImportError& error) {
+std::unique_ptr<ByteSource> ByteSource::open(const std::string& path,
+                                             ImportError& error,
+                                             const std::atomic<bool>* cancel) {
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (file < 0) {
         error = ImportError::failure(
             fmt::format("{}: {}; check the name and the permissions", path, systemText(errno)));
         return nullptr;
     }
-    std::unique_ptr<ByteSource> source(new ByteSource(path, file));
+    std::unique_ptr<ByteSource> source(new ByteSource(path, file, cancel));
     if (source->describe()) source->readHead();
     if (source->m_error.failed() && source->m_head.empty()) {
         error = source->m_error;
@@ -62,7 +64,8 @@ std::unique_ptr<ByteSource> ByteSource::open(const std::string& path, ImportErro
     return source;
 }
 
-ByteSource::ByteSource(std::string path, int file) : m_path(std::move(path)), m_file(file) {
+ByteSource::ByteSource(std::string path, int file, const std::atomic<bool>* cancel)
+    : m_path(std::move(path)), m_file(file), m_cancel(cancel) {
     m_input.resize(kInputSize);
 }
 
@@ -132,7 +135,7 @@ bool ByteSource::fillInput() {
     ssize_t got = 0;
     do {
         got = ::read(m_file, m_input.data(), m_input.size());
-    } while (got < 0 && errno == EINTR);
+    } while (got < 0 && errno == EINTR && !(m_cancel && m_cancel->load()));
     if (got < 0) fail(systemText(errno));
     m_inputAt = 0;
     m_inputEnd = got > 0 ? static_cast<std::size_t>(got) : 0;

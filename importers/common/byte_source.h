@@ -2,6 +2,7 @@
 
 #include "common/import_error.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -17,8 +18,11 @@ namespace lanefeed_importers {
 // Reads in pieces, so a pipe will do. One thread.
 class ByteSource {
 public:
-    // Null with an error for what cannot be read or is empty.
-    static std::unique_ptr<ByteSource> open(const std::string& path, ImportError& error);
+    // Null with an error for what cannot be read or is empty. A signal ends a read that waits, as
+    // that of a pipe, once the flag is set; it outlives the source, null for none.
+    static std::unique_ptr<ByteSource> open(const std::string& path,
+                                            ImportError& error,
+                                            const std::atomic<bool>* cancel = nullptr);
     ~ByteSource();
     ByteSource(const ByteSource&) = delete;
     ByteSource& operator=(const ByteSource&) = delete;
@@ -45,7 +49,7 @@ public:
     const std::string& identity() const { return m_identity; }
 
 private:
-    ByteSource(std::string path, int file);
+    ByteSource(std::string path, int file, const std::atomic<bool>* cancel);
 
     bool describe();
     std::string hashOf(std::uint64_t offset, std::size_t length) const;
@@ -61,6 +65,7 @@ private:
 
     std::string m_path;
     int m_file;
+    const std::atomic<bool>* m_cancel;
     std::uint64_t m_fileSize = 0;
     std::int64_t m_modified = 0;
     std::string m_identity;

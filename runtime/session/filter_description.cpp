@@ -9,6 +9,7 @@
 
 #include <map>
 #include <set>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -87,16 +88,35 @@ private:
         if (leaf.empty() || leaf == "dd_band") return text;
         if (text == "0") return "nothing";
         const std::string suffix = condition.suffix.empty() ? "name" : condition.suffix;
-        auto& column = m_texts[leaf + "." + suffix];
-        if (column == nullptr) column = readAttributeColumn(*m_session, leaf + "." + suffix);
+        const Texts& texts = textsOf(leaf + "." + suffix);
         const auto row = static_cast<std::size_t>(condition.value.get<basekit2::s64_t>());
-        const bool isKnown =
-            column != nullptr && row < column->values.size() && column->exists[row];
-        return isKnown ? inQuotes(storelink1::utils::variantToString(column->values[row])) : text;
+        const bool isKnown = texts.column != nullptr && row < texts.column->values.size() &&
+                             texts.column->exists[row];
+        if (!isKnown) return text;
+        const std::string known = storelink1::utils::variantToString(texts.column->values[row]);
+        // A text of several does not tell which is meant.
+        return inQuotes(known) + (texts.uses.at(known) > 1 ? " #" + text : std::string());
+    }
+
+    // What the rows of a column are called, and how many bear each text.
+    struct Texts {
+        std::shared_ptr<const AttributeColumn> column;
+        std::unordered_map<std::string, int> uses;
+    };
+
+    const Texts& textsOf(const std::string& path) {
+        const auto [place, isNew] = m_texts.try_emplace(path);
+        Texts& texts = place->second;
+        if (!isNew) return texts;
+        texts.column = readAttributeColumn(*m_session, path);
+        for (std::size_t i = 0; texts.column != nullptr && i < texts.column->values.size(); ++i)
+            if (texts.column->exists[i])
+                ++texts.uses[storelink1::utils::variantToString(texts.column->values[i])];
+        return texts;
     }
 
     const std::shared_ptr<StoreSession> m_session;
-    std::map<std::string, std::shared_ptr<const AttributeColumn>> m_texts;
+    std::map<std::string, Texts> m_texts;
 };
 
 }  // namespace

@@ -23,6 +23,8 @@ namespace {
     dup2(err, STDERR_FILENO);
     const int nothing = open("/dev/null", O_RDONLY);
     dup2(nothing, STDIN_FILENO);
+    // Whoever runs the tests may have it ignored, as in the background of a script.
+    std::signal(SIGINT, SIG_DFL);
     if (options.fileSizeLimit >= 0) {
         const auto bytes = static_cast<rlim_t>(options.fileSizeLimit);
         const rlimit limit{bytes, bytes};

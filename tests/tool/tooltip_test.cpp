@@ -160,7 +160,7 @@ TEST_F(Tooltip, APointerIntoNothingIsTold) {
                  {{"--row", "0", "--at", "soon"}, "'soon' is no time"},
                  {{"--row", "0", "--at", "100%"}, "lies outside of the result"},
                  {{"--id", "1", "--layer", "9"}, "layers, counted from 0"},
-                 {{"--id", "1", "--area", "2"}, "no layer of this area"}};
+                 {{"--id", "1", "--area", "2"}, "no layer of area 2"}};
     for (const auto& c : cases) {
         const ToolRun run = ask(c.options);
         EXPECT_EQ(run.exit, 2) << c.said;
