@@ -1,6 +1,6 @@
 // What a filter keeps of each kind of table: instances by themselves, bands by themselves and by
-// what stands on them, rows of attribute tables by the bands that lead to them. Tested by
-// tests/store/filter_sql_test.cpp against a filter run by hand.
+// what stands on them, rows of attribute tables by the bands that lead to them.
+// Tested by tests/store/filter_sql_test.cpp.
 #include "store/filter_rows.h"
 
 #include "store/dialect.h"

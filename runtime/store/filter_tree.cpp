@@ -2,7 +2,7 @@
 // A condition speaks of its own table; from another one it is told along the same references, or
 // not at all. What can't be told is "true" where it stands plain and "false" where it stands under
 // a negation, so that the answer errs on the side of keeping.
-// Tested by tests/store/filter_sql_test.cpp against a filter run by hand.
+// Tested by tests/store/filter_sql_test.cpp.
 #include "store/filter_tree.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // The relational face: columns by path, values, filters, order, one record per key; then a record
-// set. Tested by tests/store/record_query_test.cpp and filter_query_test.cpp.
+// set. Tested by tests/store/record_query_test.cpp and filter_sql_test.cpp.
 #include "store/record_query.h"
 
 #include "store/attribute_retriever.h"

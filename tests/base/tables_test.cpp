@@ -1,10 +1,9 @@
 // The table in memory, its dump into a bag, and the merger.
+#include "base/series_text.h"
 #include "support/captured_log.h"
-#include "support/fake_queries.h"
 #include "support/table_text.h"
 #include "support/table_tree_contract.h"
 
-#include <facekit_1_x/table_building.h>
 #include <facekit_1_x/table_helpers.h>
 #include <facekit_1_x/table_wrapper.h>
 
@@ -12,51 +11,32 @@
 
 namespace {
 
-using basekit2::make_object;
+using namespace facekit_1_x;  // NOLINT(google-build-using-namespace)
 using basekit2::sptr_t;
-using basekit2::variant_bag_t;
 using basekit2::variant_t;
 using dataface_1::IColumnInfo;
-using dataface_1::IQuery;
 using dataface_1::ITableRow;
 using dataface_1::ITableTree;
-using facekit_1_x::IDPIHelperTableTree;
-using facekit_1_x::IWriteableColumn;
-using facekit_1_x::IWriteableTableRow;
+using lanefeed_test::keepsTableContract;
 using lanefeed_test::namedQuery;
+using lanefeed_test::seriesOf;
 using lanefeed_test::tableText;
 
 sptr_t<IWriteableColumn> addColumn(const sptr_t<IDPIHelperTableTree>& tree,
                                    int kind,
                                    const std::string& name,
                                    const sptr_t<IColumnInfo>& parent = nullptr) {
-    const auto column = facekit_1_x::createColumn(kind, namedQuery(name), tree);
+    const auto column = createColumn(kind, namedQuery(name), tree);
     tree->addColumn(column, parent, 0);
     return column;
 }
 
-// Time bins and series; the cells of a row are {bin, value of each series}.
-sptr_t<IDPIHelperTableTree> series(const std::vector<std::string>& names,
-                                   const std::vector<std::vector<variant_t>>& rows) {
-    const auto tree = facekit_1_x::createTableTree();
-    std::vector<sptr_t<IWriteableColumn>> columns{addColumn(tree, 1, "timeBin")};
-    for (const std::string& name : names)
-        columns.push_back(addColumn(tree, 20, name));
-    for (const auto& cells : rows) {
-        const auto row = facekit_1_x::createSparseRow(nullptr, tree);
-        for (std::size_t i = 0; i < cells.size(); ++i)
-            if (!cells[i].is_null()) row->setContent(columns[i], dataface_1::ccValue, cells[i]);
-        tree->addRow(row, nullptr);
-    }
-    return tree;
-}
-
 template <class MakeRow>
 sptr_t<ITableTree> nestedTable(MakeRow* makeRow) {
-    const auto tree = facekit_1_x::createTableTree();
-    const auto name = addColumn(tree, 4, "name");
-    const auto busy = addColumn(tree, 20, "busy");
-    const auto read = addColumn(tree, 20, "read", busy);
+    const auto tree = createTableTree();
+    const auto name = addColumn(tree, columnPlain, "name");
+    const auto busy = addColumn(tree, columnSeries, "busy");
+    const auto read = addColumn(tree, columnSeries, "read", busy);
     busy->setProperty(4, 0xFF0000FFU);
     busy->setProperty(7, 3);
     const auto process = makeRow(namedQuery("process"), tree);
@@ -72,40 +52,26 @@ sptr_t<ITableTree> nestedTable(MakeRow* makeRow) {
     return tree;
 }
 
-sptr_t<ITableTree> nestedVectorTable() {
-    return nestedTable(facekit_1_x::createVectorRow);
-}
-
-TEST(MemoryTable, KeepsTheContractOfTables) {
-    EXPECT_TRUE(lanefeed_test::keepsTableContract(nestedVectorTable));
-    EXPECT_TRUE(lanefeed_test::keepsTableContract(
-        [] { return nestedTable(facekit_1_x::createSparseRow); }));
-    EXPECT_TRUE(lanefeed_test::keepsTableContract([] { return facekit_1_x::createTableTree(); }));
-}
-
-TEST(MemoryTable, BothKindsOfRowsAnswerAlike) {
-    const std::string expected =
-        "#    name  busy  busy.read  style\n"
-        "3    p     -     -          -\n"
-        "  -  null  -     2.5        7\n";
-    lanefeed_test::TableTextOptions options;
-    options.rowIds = true;
-    options.rowStyles = true;
-    EXPECT_EQ(tableText(nestedVectorTable(), options), expected);
-    EXPECT_EQ(tableText(nestedTable(facekit_1_x::createSparseRow), options), expected);
+TEST(MemoryTable, BothKindsOfRowsAnswerAlikeAndKeepTheContract) {
+    EXPECT_TRUE(keepsTableContract(createTableTree));
+    for (auto* makeRow : {createVectorRow, createSparseRow}) {
+        EXPECT_TRUE(keepsTableContract([&] { return nestedTable(makeRow); }));
+        EXPECT_EQ(tableText(nestedTable(makeRow), {true, true, {}}),
+                  "#    name  busy  busy.read  style\n"
+                  "3    p     -     -          -\n"
+                  "  -  null  -     2.5        7\n");
+    }
 }
 
 TEST(MemoryTable, RefusesWrongNodesAloud) {
-    const auto tree = facekit_1_x::createTableTree();
-    const auto other = facekit_1_x::createTableTree();
-    const auto column = addColumn(tree, 4, "a");
-    const auto foreign = addColumn(other, 4, "b");
-    const auto row = facekit_1_x::createVectorRow(nullptr, tree);
-    const auto child = facekit_1_x::createVectorRow(nullptr, tree);
+    const auto tree = createTableTree();
+    const auto column = addColumn(tree, columnPlain, "a");
+    const auto foreign = addColumn(createTableTree(), columnPlain, "b");
+    const auto row = createVectorRow(nullptr, tree);
+    const auto child = createVectorRow(nullptr, tree);
     const lanefeed_test::CapturedLog log;
-    tree->addColumn(foreign, nullptr, 0);
-    tree->addColumn(column, nullptr, 0);
-    tree->addColumn(nullptr, nullptr, 0);
+    for (const sptr_t<IColumnInfo>& wrong : {sptr_t<IColumnInfo>(foreign), {column}, {}})
+        tree->addColumn(wrong, nullptr, 0);
     tree->addRow(row, row);
     tree->addRow(child, row);
     tree->addRow(row, child);
@@ -115,21 +81,23 @@ TEST(MemoryTable, RefusesWrongNodesAloud) {
     EXPECT_EQ(tableText(tree), "a\n");
     variant_t out;
     EXPECT_FALSE(row->getContent(foreign, dataface_1::ccValue, out));
-    EXPECT_TRUE(facekit_1_x::createColumn(4, nullptr, nullptr).is_null());
-    EXPECT_TRUE(facekit_1_x::createVectorRow(nullptr, nullptr).is_null());
-    EXPECT_TRUE(facekit_1_x::createSparseRow(nullptr, nullptr).is_null());
+    EXPECT_TRUE(createColumn(columnPlain, nullptr, nullptr).is_null());
+    EXPECT_TRUE(createVectorRow(nullptr, nullptr).is_null());
+    EXPECT_TRUE(createSparseRow(nullptr, nullptr).is_null());
 }
 
 std::string dumped(const sptr_t<ITableTree>& tree, int rowLimit) {
-    variant_bag_t bag("bag");
+    basekit2::variant_bag_t bag("bag");
     std::string text;
-    if (!is_success(facekit_1_x::createTableTreeHelper(tree)->write(bag, rowLimit))) return "error";
+    if (!is_success(createTableTreeHelper(tree)->write(bag, rowLimit))) return "error";
     EXPECT_TRUE(is_success(save_variant_bag_to_string2(bag, text, "bag")));
     return text;
 }
 
-TEST(TableDump, HoldsColumnsRowsAndCellsNested) {
-    EXPECT_EQ(dumped(nestedVectorTable(), -1), R"(<bag>
+TEST(TableDump, HoldsColumnsRowsAndCellsNestedUpToALimit) {
+    const sptr_t<ITableTree> tree = nestedTable(createVectorRow);
+    const std::string whole = dumped(tree, -1);
+    EXPECT_EQ(whole, R"(<bag>
   <columns>
     <column int:number="0" int:type="4" name="name" id="name" />
     <column int:number="1" int:type="20" name="busy" id="busy" uint:color="4278190335" int:row="3">
@@ -147,27 +115,17 @@ TEST(TableDump, HoldsColumnsRowsAndCellsNested) {
     </row>
   </rows>
 </bag>)");
-}
-
-TEST(TableDump, LimitCountsNestedRowsAndTellsWhatIsLeftOut) {
-    const auto rowsIn = [](const std::string& text) {
-        std::size_t count = 0;
-        for (std::size_t at = text.find("<row "); at != std::string::npos;
-             at = text.find("<row ", at + 1))
-            ++count;
-        return count;
-    };
-    const sptr_t<ITableTree> tree = nestedVectorTable();
-    EXPECT_EQ(rowsIn(dumped(tree, 2)), 2U);
-    EXPECT_EQ(rowsIn(dumped(tree, 1)), 1U);
-    EXPECT_EQ(rowsIn(dumped(tree, 0)), 0U);
-    EXPECT_NE(dumped(tree, 1).find("rowsLeftOut=\"true\""), std::string::npos);
-    EXPECT_EQ(dumped(tree, 2).find("rowsLeftOut"), std::string::npos);
+    EXPECT_EQ(dumped(tree, 2), whole);
+    const std::string one = dumped(tree, 1);
+    EXPECT_NE(one.find("rowsLeftOut=\"true\""), std::string::npos);
+    EXPECT_NE(one.find("<row name=\"process\""), std::string::npos);
+    EXPECT_EQ(one.find("<row name=\"thread\""), std::string::npos);
+    EXPECT_EQ(dumped(tree, 0).find("<row "), std::string::npos);
     EXPECT_EQ(dumped(nullptr, -1), "error");
 }
 
 sptr_t<ITableTree> merged(const std::vector<sptr_t<ITableTree>>& trees) {
-    const auto merger = facekit_1_x::createTableTreeMerger();
+    const auto merger = createTableTreeMerger();
     EXPECT_TRUE(is_success(merger->init(1, 0)));
     for (const auto& tree : trees)
         EXPECT_TRUE(is_success(merger->addTree(tree, tree->getColumns(nullptr))));
@@ -176,23 +134,31 @@ sptr_t<ITableTree> merged(const std::vector<sptr_t<ITableTree>>& trees) {
     return out;
 }
 
-TEST(TableMerger, UnitesRowsByAscendingBin) {
-    const auto first = series({"a", "b"}, {{7, 1.0, variant_t()}, {2, 2.0, 3.0}});
-    const auto second = series({"c"}, {{10, 4.0}, {7, 5.0}});
-    EXPECT_EQ(tableText(merged({first, second})),
-              "timeBin  a  b  c\n"
-              "2        2  3  -\n"
-              "7        1  -  5\n"
-              "10       -  -  4\n");
-    EXPECT_TRUE(lanefeed_test::keepsTableContract([&] { return merged({first, second}); }));
-    EXPECT_EQ(tableText(merged({series({"a"}, {}), series({"b"}, {})})), "timeBin  a  b\n");
+TEST(TableMerger, UnitesRowsByAscendingBinAndKeepsColumns) {
+    const auto first = seriesOf("timeBin a b\n7 1 -\n2 2 3\n");
+    const auto second = seriesOf("timeBin c c.d\n10 4 -\n7 5 6\n");
+    const auto nested = lanefeed_test::columnNamed(second, "d");
+    dynamic_cast<IWriteableColumn&>(*nested).setProperty(4, 5U);
+    const auto out = merged({first, second});
+    EXPECT_EQ(tableText(out),
+              "timeBin  a  b  c  c.d\n"
+              "2        2  3  -  -\n"
+              "7        1  -  5  6\n"
+              "10       -  -  4  -\n");
+    variant_t color;
+    EXPECT_TRUE(lanefeed_test::columnNamed(out, "d")->getContent(dataface_1::ccStyle, color));
+    EXPECT_EQ(color, variant_t(5U));
+    EXPECT_TRUE(keepsTableContract([&] { return merged({first, second}); }));
+    EXPECT_EQ(tableText(merged({seriesOf("timeBin a"), seriesOf("timeBin b")})), "timeBin  a  b\n");
 }
 
-// A table that can sum its rows, whose sum of nothing is 0.
-class ReducibleTable : public facekit_1_x::TableTreeWrapperBase<>,
-                       public dataface_1::IReducibleTableTree {
+// A table that can sum its rows, whose sum of nothing is 0 in its last column.
+class ReducibleTable : public TableTreeWrapperBase<>, public dataface_1::IReducibleTableTree {
 public:
-    using TableTreeWrapperBase::TableTreeWrapperBase;
+    explicit ReducibleTable(const sptr_t<IDPIHelperTableTree>& tree)
+        : TableTreeWrapperBase(tree), m_sum(createSparseRow(nullptr, tree)) {
+        m_sum->setContent(lanefeed_test::allColumns(tree).back(), dataface_1::ccValue, 0.0);
+    }
     unsigned int get_type() const override { return TableTreeWrapperBase::get_type(); }
     basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override {
         if (type == basekit2::type_id_t<IReducibleTableTree>::id())
@@ -203,33 +169,18 @@ public:
     sptr_t<ITableRow> reduce(const basekit2::generic_iterator_t<sptr_t<ITableRow>>& rows,
                              relay2::IProgress* /*progress*/) override {
         EXPECT_TRUE(rows.reset() && rows.at_end());
-        return make_object<Zero>();
+        return m_sum;
     }
 
 private:
-    class Zero : public ITableRow {
-    public:
-        sptr_t<IQuery> getQuery() override { return nullptr; }
-        sptr_t<ITableTree> getTableTree() override { return nullptr; }
-        sptr_t<ITableRow> getParent() override { return nullptr; }
-        bool getContent(const sptr_t<IColumnInfo>&,
-                        dataface_1::cell_contents_t,
-                        variant_t& out) override {
-            out = 0.0;
-            return true;
-        }
-        status_t getChildren(basekit2::generic_iterator_t<sptr_t<ITableRow>>&,
-                             relay2::IProgress*,
-                             bool) override {
-            return ecsfSuccess;
-        }
-    };
+    sptr_t<IWriteableTableRow> m_sum;
 };
 
 TEST(TableMerger, ColumnsOfSummableTablesReadTheirSumOfNothing) {
-    const sptr_t<ITableTree> first = make_object<ReducibleTable>(series({"a"}, {{1, 1.5}}));
-    const auto second = series({"b"}, {{2, 2.5}});
-    const auto third = series({"c"}, {{3, 3.5}});
+    const sptr_t<ITableTree> first =
+        basekit2::make_object<ReducibleTable>(seriesOf("timeBin a\n1 1.5\n"));
+    const auto second = seriesOf("timeBin b\n2 2.5\n");
+    const auto third = seriesOf("timeBin c\n3 3.5\n");
     const std::string expected =
         "timeBin  a    b    c\n"
         "1        1.5  -    -\n"
@@ -240,20 +191,9 @@ TEST(TableMerger, ColumnsOfSummableTablesReadTheirSumOfNothing) {
     EXPECT_EQ(tableText(merged({merged({first, second}), third})), expected);
 }
 
-TEST(TableMerger, KeepsNestingAndColumnProperties) {
-    const auto tree = series({"busy"}, {});
-    const auto busy = lanefeed_test::columnNamed(tree, "busy");
-    addColumn(tree, 20, "read", busy)->setProperty(4, 5U);
-    const auto out = merged({series({"a"}, {}), tree});
-    EXPECT_EQ(tableText(out), "timeBin  a  busy  busy.read\n");
-    variant_t color;
-    EXPECT_TRUE(lanefeed_test::columnNamed(out, "read")->getContent(dataface_1::ccStyle, color));
-    EXPECT_EQ(color, variant_t(5U));
-}
-
 TEST(TableMerger, AnswersErrorsForWrongUse) {
-    const auto merger = facekit_1_x::createTableTreeMerger();
-    const auto tree = series({"a"}, {});
+    const auto merger = createTableTreeMerger();
+    const auto tree = seriesOf("timeBin a");
     sptr_t<ITableTree> out;
     EXPECT_FALSE(merger->addTree(tree, tree->getColumns(nullptr)).succeeded());
     EXPECT_FALSE(merger->getMergedTree(out).succeeded());

@@ -7,17 +7,10 @@
 #include <cmath>
 #include <limits>
 #include <utility>
-#include <vector>
 
 namespace {
 
 using namespace basekit2;  // NOLINT(google-build-using-namespace)
-
-std::string printed(const variant_t& value) {
-    variant_t out = "left over";
-    print_variant(value, out, true);
-    return out.is_null() ? "(null)" : out.get<std::string>();
-}
 
 class Counted : public serializable_object_interface_t {
 public:
@@ -28,14 +21,26 @@ private:
     int& m_alive;
 };
 
-TEST(Variant, EachConstructorGivesItsCode) {
-    const variant_t made[] = {true,     s8_t{1}, u8_t{1}, s16_t{1}, u16_t{1}, 1,   1U,  s64_t{1},
-                              u64_t{1}, 1.0F,    1.0,     "a",      L"a",     1LL, 1ULL};
-    std::vector<int> codes;
-    for (const variant_t& value : made)
-        codes.push_back(value.get_type());
-    EXPECT_EQ(codes, (std::vector<int>{0, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 8, 9}));
-    EXPECT_EQ(variant_t().get_type(), 17);
+// "CODE:PRINTED FORM" of each value.
+std::string shown(std::initializer_list<variant_t> values) {
+    std::string text;
+    for (const variant_t& value : values) {
+        variant_t out = "left over";
+        print_variant(value, out, true);
+        EXPECT_EQ(out.is_null(), value.is_null());
+        text += (text.empty() ? "" : " ") + std::to_string(value.get_type()) + ":" +
+                out.get<std::string>();
+    }
+    return text;
+}
+
+TEST(Variant, HasTheCodeOfItsConstructorAndPrintsItsValue) {
+    EXPECT_EQ(shown({true, s8_t{-3}, u8_t{200}, s16_t{-300}, u16_t{300}, 1, 1U, -1L, 1LL, 1UL}),
+              "0:true 2:-3 3:200 4:-300 5:300 6:1 7:1 8:-1 8:1 9:1");
+    EXPECT_EQ(shown({~0ULL, 0.1F, 0.1, 100.0, 1.0 / 3, variant_t()}),
+              "9:18446744073709551615 10:0.1 11:0.1 11:100 11:0.3333333333333333 17:");
+    EXPECT_EQ(shown({"as it is", L"gr\u00fc\u00df \U0001F600"}),
+              "12:as it is 13:gr\xC3\xBC\xC3\x9F \xF0\x9F\x98\x80");
 }
 
 TEST(Variant, ReadsByKind) {
@@ -62,56 +67,40 @@ TEST(Variant, ReadsByKind) {
 
 TEST(Variant, CopiesShareAndLetGo) {
     int alive = 0;
-    {
-        variant_t object(7, make_object<Counted>(alive));
-        EXPECT_EQ(object.get_type(), 16);
-        EXPECT_EQ(object.get_object_type(), 7U);
-        variant_t copy = object;
-        object = "text";
-        EXPECT_EQ(alive, 1);
-        EXPECT_EQ(object.get_object_type(), 0U);
-        variant_t moved = std::move(copy);
-        const variant_t& same = moved;
-        moved = same;
-        EXPECT_FALSE(moved.get<sptr_t<object_interface_t>>().is_null());
-        moved = variant_t();
-        EXPECT_EQ(alive, 0);
-    }
+    variant_t object(7, make_object<Counted>(alive));
+    EXPECT_EQ(object.get_type(), 16);
+    EXPECT_EQ(object.get_object_type(), 7U);
+    variant_t copy = object;
+    object = "text";
+    EXPECT_EQ(alive, 1);
+    EXPECT_EQ(object.get_object_type(), 0U);
+    variant_t moved = std::move(copy);
+    const variant_t& same = moved;
+    moved = same;
+    EXPECT_FALSE(moved.get<sptr_t<object_interface_t>>().is_null());
+    moved = variant_t();
+    EXPECT_EQ(alive, 0);
     EXPECT_TRUE(variant_t(7, nullptr).is_null());
-    variant_t text = "kept while copied";
-    const variant_t copy = text;
-    text = 1;
-    EXPECT_EQ(copy.get<std::string>(), "kept while copied");
-}
-
-TEST(Variant, PrintsEachKind) {
-    EXPECT_EQ(printed(true), "true");
-    EXPECT_EQ(printed(s8_t{-3}), "-3");
-    EXPECT_EQ(printed(u8_t{200}), "200");
-    EXPECT_EQ(printed(std::numeric_limits<u64_t>::max()), "18446744073709551615");
-    EXPECT_EQ(printed(0.1), "0.1");
-    EXPECT_EQ(printed(0.1F), "0.1");
-    EXPECT_EQ(printed(100.0), "100");
-    EXPECT_EQ(printed(1.0 / 3), "0.3333333333333333");
-    EXPECT_EQ(printed("as it is"), "as it is");
-    EXPECT_EQ(printed(L"gr\u00fc\u00df \U0001F600"), "gr\xC3\xBC\xC3\x9F \xF0\x9F\x98\x80");
-    EXPECT_EQ(printed(variant_t()), "(null)");
+    const variant_t text = object;
+    object = 1;
+    EXPECT_EQ(text.get<std::string>(), "text");
 }
 
 TEST(Variant, MultipliesWithoutLosingTheValue) {
-    EXPECT_EQ(variant_mult(3, 4).get_type(), vtS64);
-    EXPECT_EQ(variant_mult(3, 4), variant_t(12));
-    EXPECT_EQ(variant_mult(u8_t{200}, u8_t{200}), variant_t(40000));
-    EXPECT_EQ(variant_mult(3, 2.5).get_type(), vtDouble);
-    EXPECT_EQ(variant_mult(3, 2.5), variant_t(7.5));
-    EXPECT_EQ(variant_mult(true, 2.0F), variant_t(2.0));
+    const auto product = [](const variant_t& a, const variant_t& b) {
+        EXPECT_EQ(variant_mult(a, b), variant_mult(b, a));
+        return shown({variant_mult(a, b)});
+    };
     const u64_t half = u64_t{1} << 63;
-    EXPECT_EQ(variant_mult(half, 1).get_type(), vtU64);
-    EXPECT_EQ(variant_mult(half, 1), variant_t(half));
-    EXPECT_EQ(variant_mult(half, -1), variant_t(std::numeric_limits<s64_t>::min()));
+    EXPECT_EQ(product(3, 4), "8:12");
+    EXPECT_EQ(product(u8_t{200}, u8_t{200}), "8:40000");
+    EXPECT_EQ(product(3, 2.5), "11:7.5");
+    EXPECT_EQ(product(true, 2.0F), "11:2");
+    EXPECT_EQ(product(half, 1), "9:9223372036854775808");
+    EXPECT_EQ(product(half, -1), "8:-9223372036854775808");
     EXPECT_EQ(variant_mult(half, 4), variant_t(36893488147419103232.0));
-    EXPECT_TRUE(variant_mult("3", 4).is_null());
-    EXPECT_TRUE(variant_mult(3, variant_t()).is_null());
+    EXPECT_EQ(variant_mult(half, half).get<double>(), std::ldexp(1.0, 126));
+    EXPECT_EQ(product("3", 4), "17:");
 }
 
 }  // namespace

@@ -10,17 +10,22 @@ namespace {
 
 using basekit2::make_object;
 using basekit2::sptr_t;
-using dataface_1::IQuery;
-using dataface_1::IVectorQuery;
+using dataface_1::IInputData;
 using lanefeed_test::FakeDataQuery;
 using lanefeed_test::FakeDerivedQuery;
 using lanefeed_test::FakeInput;
 using lanefeed_test::infoQuery;
+using lanefeed_test::Query;
 using lanefeed_test::QueryFacts;
+using lanefeed_test::QueryList;
+using lanefeed_test::vectorOf;
 using slicekit_1_0::PrerequisiteHelper;
 
-// Hands the database out through a proxy, as hosts may.
-class Proxy : public basekit2::das_proxy_t {
+using Count = FakeDataQuery<dataface_1::ICountQuery>;
+
+// Hands the database out through a proxy, as hosts may: a result with the tables "slice_data" and
+// "dd_band", whose only column is "dd_thread".
+class SmallResult : public basekit2::das_proxy_t {
 public:
     unsigned int get_type() const override {
         return basekit2::type_id_t<storelink1::IPerfDatabase>::id();
@@ -32,109 +37,77 @@ public:
     }
 };
 
-// A result with the tables "slice_data" and "dd_band", whose only column is "dd_thread".
-sptr_t<dataface_1::IInputData> smallResult() {
+sptr_t<IInputData> smallResult() {
     const auto result = make_object<FakeInput>();
     result->offered[basekit2::type_id_t<storelink1::IPerfDatabase>::id()] =
-        basekit2::notype_ptr_t(make_object<Proxy>());
+        basekit2::notype_ptr_t(make_object<SmallResult>());
     return result;
 }
 
-QueryFacts on(const std::string& table, const std::string& path = "") {
+template <class Kind>
+Query on(const std::string& table, const std::string& path = "", const Query& next = nullptr) {
     QueryFacts facts;
     facts.table = table;
     facts.path = path;
-    return facts;
+    facts.next = next;
+    return make_object<Kind>(facts);
+}
+Query attribute(const std::string& table, const std::string& path) {
+    return on<lanefeed_test::FakeInfoQuery>(table, path);
+}
+Query derived(const QueryList& members) {
+    QueryFacts facts;
+    facts.members = members;
+    return make_object<FakeDerivedQuery>(facts);
 }
 
-sptr_t<IVectorQuery> listOf(const std::vector<sptr_t<IQuery>>& queries) {
-    sptr_t<IVectorQuery> list;
-    for (const auto& query : queries)
-        list = IVectorQuery::pushBack(list, query);
-    return list;
-}
-
-const sptr_t<IQuery>& present() {
-    static const sptr_t<IQuery> query =
-        make_object<FakeDataQuery<dataface_1::ICountQuery>>(on("slice_data"));
-    return query;
-}
-const sptr_t<IQuery>& absent() {
-    static const sptr_t<IQuery> query =
-        make_object<FakeDataQuery<dataface_1::ICountQuery>>(on("counter_data"));
-    return query;
-}
-
-bool isValid(const std::vector<sptr_t<IQuery>>& queries,
-             PrerequisiteHelper::operation_t operation = PrerequisiteHelper::group_and) {
+bool isValid(const QueryList& queries,
+             PrerequisiteHelper::operation_t operation = PrerequisiteHelper::group_and,
+             const sptr_t<IInputData>& result = smallResult()) {
     PrerequisiteHelper helper;
-    helper.addPrerequisiteQuery(smallResult(), listOf(queries), operation);
+    helper.addPrerequisiteQuery(result, vectorOf(queries), operation);
     return helper.arePrerequisitesValid();
 }
 
 TEST(Prerequisites, AskTheStoreForTablesAndAttributes) {
-    EXPECT_TRUE(PrerequisiteHelper().arePrerequisitesValid());
-    EXPECT_TRUE(isValid({present()}));
-    EXPECT_FALSE(isValid({absent()}));
-    EXPECT_TRUE(isValid({infoQuery(on("dd_band", "dd_thread"))}));
-    EXPECT_TRUE(isValid({infoQuery(on("dd_band", ""))}));
-    EXPECT_FALSE(isValid({infoQuery(on("dd_band", "dd_core"))}));
-    EXPECT_FALSE(isValid({infoQuery(on("missing", "dd_thread"))}));
-    EXPECT_TRUE(isValid({make_object<lanefeed_test::FakeQuery<IQuery>>(QueryFacts())}));
-    EXPECT_FALSE(isValid({nullptr}));
-}
-
-TEST(Prerequisites, ADerivedQueryNeedsAllItsMembers) {
-    const auto derived = [](lanefeed_test::QueryList members) {
-        QueryFacts facts;
-        facts.members = std::move(members);
-        return make_object<FakeDerivedQuery>(facts);
+    const Query present = on<Count>("slice_data");
+    const Query absent = on<Count>("counter_data");
+    const auto expandedBy = [](const Query& next) {
+        return on<Count>("slice_data", "", on<Count>("", "", next));
     };
-    EXPECT_TRUE(isValid({derived({present(), present()})}));
-    EXPECT_FALSE(isValid({derived({present(), absent()})}));
-    EXPECT_FALSE(isValid({derived({derived({absent()})})}));
-    EXPECT_TRUE(isValid({derived({listOf({present()})})}));
     // Members that are shared over many levels are looked at once.
-    sptr_t<IQuery> query = present();
+    Query deep = present;
     for (int level = 0; level < 32; ++level)
-        query = derived({query, query});
-    EXPECT_TRUE(isValid({query}));
-}
-
-TEST(Prerequisites, AnExpandedQueryNeedsItsAttributes) {
-    const auto expandedBy = [](const std::string& table, const std::string& path) {
-        QueryFacts link;
-        link.next = infoQuery(on(table, path));
-        QueryFacts facts = on("slice_data");
-        facts.next = make_object<FakeDataQuery<dataface_1::ICountQuery>>(link);
-        return make_object<FakeDataQuery<dataface_1::ICountQuery>>(facts);
-    };
-    EXPECT_TRUE(isValid({expandedBy("dd_band", "dd_thread")}));
-    EXPECT_FALSE(isValid({expandedBy("dd_band", "dd_core")}));
+        deep = derived({deep, deep});
+    for (const Query& held :
+         {present, attribute("dd_band", "dd_thread"), attribute("dd_band", ""),
+          Query(make_object<lanefeed_test::FakeQuery<dataface_1::IQuery>>(QueryFacts())),
+          derived({present, present}), derived({vectorOf({present})}), deep,
+          expandedBy(attribute("dd_band", "dd_thread"))})
+        EXPECT_TRUE(isValid({held}));
+    for (const Query& missing :
+         {absent, Query(), attribute("dd_band", "dd_core"), attribute("missing", "dd_thread"),
+          derived({present, absent}), derived({derived({absent})}),
+          expandedBy(attribute("dd_band", "dd_core"))})
+        EXPECT_FALSE(isValid({missing}));
 }
 
 TEST(Prerequisites, OperationsCombineOneListAndListsMustAllHold) {
-    EXPECT_FALSE(isValid({absent(), present()}));
-    EXPECT_TRUE(isValid({absent(), present()}, PrerequisiteHelper::group_or));
-    EXPECT_FALSE(isValid({absent()}, PrerequisiteHelper::group_or));
-    const auto result = smallResult();
+    const Query present = on<Count>("slice_data");
+    const Query absent = on<Count>("counter_data");
+    EXPECT_FALSE(isValid({absent, present}));
+    EXPECT_TRUE(isValid({absent, present}, PrerequisiteHelper::group_or));
+    EXPECT_FALSE(isValid({absent}, PrerequisiteHelper::group_or));
+    EXPECT_FALSE(isValid({present}, PrerequisiteHelper::group_and, nullptr));
+    EXPECT_FALSE(isValid({present}, PrerequisiteHelper::group_and, make_object<FakeInput>()));
     PrerequisiteHelper helper;
-    helper.addPrerequisiteQuery(result, listOf({absent()}), PrerequisiteHelper::group_and);
-    helper.addPrerequisiteQuery(result, listOf({present()}), PrerequisiteHelper::group_or);
+    EXPECT_TRUE(helper.arePrerequisitesValid());
+    helper.addPrerequisiteQuery(smallResult(), vectorOf({absent}), PrerequisiteHelper::group_and);
+    helper.addPrerequisiteQuery(smallResult(), vectorOf({present}), PrerequisiteHelper::group_or);
     EXPECT_FALSE(helper.arePrerequisitesValid());
-}
-
-TEST(Prerequisites, WithoutAStoreNothingHolds) {
-    for (const sptr_t<dataface_1::IInputData>& input :
-         {sptr_t<dataface_1::IInputData>(),
-          sptr_t<dataface_1::IInputData>(make_object<FakeInput>())}) {
-        PrerequisiteHelper helper;
-        helper.addPrerequisiteQuery(input, listOf({present()}), PrerequisiteHelper::group_and);
-        EXPECT_FALSE(helper.arePrerequisitesValid());
-    }
-    PrerequisiteHelper helper;
-    helper.addPrerequisiteQuery(smallResult(), nullptr, PrerequisiteHelper::group_or);
-    EXPECT_FALSE(helper.arePrerequisitesValid());
+    PrerequisiteHelper none;
+    none.addPrerequisiteQuery(smallResult(), nullptr, PrerequisiteHelper::group_or);
+    EXPECT_FALSE(none.arePrerequisitesValid());
 }
 
 }  // namespace

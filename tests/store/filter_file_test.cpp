@@ -5,6 +5,7 @@
 #include "store/filter_registry.h"
 #include "store/result_facts.h"
 #include "store/sqlite_handle.h"
+#include "support/filter_words.h"
 #include "support/store_text.h"
 #include "support/trace_text.h"
 
@@ -24,10 +25,23 @@ namespace lanefeed_runtime {
 namespace {
 
 namespace fs = std::filesystem;
-using basekit2::sptr_t;
-using basekit2::variant_t;
-using Condition = QueryFilter::Condition;
-using Group = QueryFilter::Group;
+using Names = std::vector<std::string>;
+
+NamedFilter filterOf(const std::string& words) {
+    const auto registry = basekit2::make_object<FilterRegistry>();
+    EXPECT_TRUE(lanefeed_test::setFilter(*registry, "f", words)) << words;
+    return registry->filter("f");
+}
+
+// A filter with everything that there is.
+NamedFilter rich() {
+    const std::string name = " slice_data::dd_task/name=";
+    const std::string values = name + "null" + name + "-1" + name + "4611686018427387904" + name +
+                               "0.1" + name + "''" + name + "'it's_\"\xF0\x9F\x99\x82\"'" + name +
+                               "'" + std::string(20000, 'x') + "'";
+    return filterOf("dd_band::dd_thread!=3 not( filter( ) filter(" + values + " ) any(" + values +
+                    " ) none( ) ) @5..9 @-7..8 @0..18446744073709551615");
+}
 
 class FilterFileTest : public testing::Test {
 protected:
@@ -42,132 +56,92 @@ protected:
         return store;
     }
 
-    StoreError write(const FilterMap& filters, bool* readOnly = nullptr) {
-        bool isReadOnly = false;
-        const StoreError error = writeFilters(*open().facts, filters, isReadOnly);
-        if (readOnly != nullptr) *readOnly = isReadOnly;
-        return error;
+    StoreError write(const FilterMap& filters) {
+        return writeFilters(*open().facts, filters, m_isReadOnly);
     }
 
     // Names of the filters that an opened result has.
-    std::vector<std::string> names() {
+    Names names() {
         const OpenStore store = open();
         return dynamic_cast<FilterRegistry&>(*store.filters).names();
     }
 
-    NamedFilter read(const std::string& name) {
-        const OpenStore store = open();
-        EXPECT_FALSE(store.filterError.failed()) << store.filterError.text;
-        return dynamic_cast<FilterRegistry&>(*store.filters).filter(name);
-    }
-
-    void change(const std::string& sql) {
-        std::string error;
-        const auto connection = Connection::open(m_file, Connection::Mode::write, error);
-        ASSERT_NE(connection, nullptr) << error;
-        ASSERT_TRUE(connection->run(sql)) << connection->message();
-    }
-
-    static NamedFilter rich() {
-        const std::vector<variant_t> values = {variant_t(),
-                                               variant_t(std::int64_t{-1}),
-                                               variant_t(std::int64_t{1} << 62),
-                                               variant_t(0.1),
-                                               variant_t(""),
-                                               variant_t("it's \"\xF0\x9F\x99\x82\"\n"),
-                                               variant_t(std::string(100000, 'x'))};
-        Group inner;
-        for (const variant_t& value : values)
-            inner.conditions.push_back({"slice_data", "dd_task", "name", false, value});
-        Group group;
-        group.kind = 2;
-        group.groups = {inner, Group()};
-        group.groups.back().kind = 0;
-        group.filters = {basekit2::make_object<QueryFilter>(Group()),
-                         basekit2::make_object<QueryFilter>(inner)};
-        Group root;
-        root.groups = {group};
-        root.conditions.push_back({"dd_band", "dd_thread", "", true, variant_t(std::int64_t{3})});
-        NamedFilter out;
-        out.query = basekit2::make_object<QueryFilter>(root);
-        out.time = basekit2::make_object<TimeFilter>(std::vector<TimeFilter::Range>{
-            {{5, 9}, false}, {{7, 8}, true}, {{0, ~basekit2::u64_t{0}}, false}});
-        return out;
-    }
-
     lanefeed_test::TempDirectory m_directory;
     std::string m_file = m_directory.file("trace.lft");
+    bool m_isReadOnly = false;
 };
 
 TEST_F(FilterFileTest, ReadsBackWhatWasWritten) {
     NamedFilter onlyTime;
     onlyTime.time = basekit2::make_object<TimeFilter>(std::vector<TimeFilter::Range>());
-    const FilterMap filters = {{"global", rich()},
-                               {"it's", onlyTime},
-                               {"empty", {}},
-                               {"timeline_filter_v_area_3", onlyTime},
-                               {"required_data_filter_94021", rich()},
-                               {"lnfd_intervals_140737488355327", rich()},
-                               {"restrictions_filter_dd_task", rich()}};
-    const StoreError error = write(filters);
-    EXPECT_FALSE(error.failed()) << error.text;
-    EXPECT_EQ(names(), (std::vector<std::string>{"global", "it's", "timeline_filter_v_area_3"}));
-    const NamedFilter global = read("global");
     const NamedFilter written = rich();
-    ASSERT_FALSE(global.isEmpty());
+    const StoreError error = write({{"global", written},
+                                    {"it's", onlyTime},
+                                    {"empty", {}},
+                                    {"timeline_filter_v_area_3", onlyTime},
+                                    {"required_data_filter_94021", written},
+                                    {"lnfd_intervals_140737488355327", written},
+                                    {"restrictions_filter_dd_task", written}});
+    EXPECT_FALSE(error.failed()) << error.text;
+    const OpenStore store = open();
+    EXPECT_FALSE(store.filterError.failed()) << store.filterError.text;
+    auto& registry = dynamic_cast<FilterRegistry&>(*store.filters);
+    EXPECT_EQ(registry.names(), (Names{"global", "it's", "timeline_filter_v_area_3"}));
+    EXPECT_FALSE(registry.filter("it's").time.is_null());
+    const NamedFilter global = registry.filter("global");
     EXPECT_TRUE(global.query->root() == written.query->root());
-    ASSERT_EQ(global.time->ranges().size(), 3U);
-    for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(global.time->ranges()[i].ticks.start, written.time->ranges()[i].ticks.start);
-        EXPECT_EQ(global.time->ranges()[i].ticks.end, written.time->ranges()[i].ticks.end);
-        EXPECT_EQ(global.time->ranges()[i].excluded, written.time->ranges()[i].excluded);
-    }
-    EXPECT_FALSE(read("it's").time.is_null());
+    const auto isSame = [](const TimeFilter::Range& a, const TimeFilter::Range& b) {
+        return a.ticks.start == b.ticks.start && a.ticks.end == b.ticks.end &&
+               a.excluded == b.excluded;
+    };
+    const auto& ranges = global.time->ranges();
+    const auto& expected = written.time->ranges();
+    EXPECT_TRUE(std::equal(ranges.begin(), ranges.end(), expected.begin(), expected.end(), isSame));
     // None is none, and leaves nothing beside the file.
     EXPECT_FALSE(write({}).failed());
-    EXPECT_EQ(names(), std::vector<std::string>());
-    EXPECT_EQ(m_directory.names(), std::vector<std::string>{"trace.lft"});
+    EXPECT_EQ(names(), Names());
+    EXPECT_EQ(m_directory.names(), Names{"trace.lft"});
 }
 
 // The write that goes beyond the limit fails, in the journal or in the file itself; the latter
 // can't be taken back before the limit is gone.
 TEST_F(FilterFileTest, KeepsTheOldOnesWhenTheDiskFails) {
-    ASSERT_FALSE(write({{"old", {nullptr, rich().time}}}).failed());
+    ASSERT_FALSE(write({{"old", filterOf("@1..2")}}).failed());
     const auto oldAction = std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
     const auto facts = open().facts;
     int failures = 0;
-    for (bool isDone = false; !isDone && !HasFailure();) {
+    for (bool isDone = false; !isDone && !HasFailure(); failures += isDone ? 0 : 1) {
         rlimit limit = before;
         limit.rlim_cur = static_cast<rlim_t>(failures) * 10000;
         ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
-        bool isReadOnly = false;
-        const StoreError error = writeFilters(*facts, {{"new", rich()}}, isReadOnly);
+        const StoreError error = writeFilters(*facts, {{"new", rich()}}, m_isReadOnly);
         ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
         isDone = !error.failed();
         if (isDone) break;
-        ++failures;
         EXPECT_EQ(error.kind, StoreError::Kind::cannotWrite);
         EXPECT_NE(error.text.find(m_file), std::string::npos) << error.text;
-        EXPECT_EQ(names(), std::vector<std::string>{"old"}) << limit.rlim_cur;
+        EXPECT_EQ(names(), Names{"old"}) << limit.rlim_cur;
     }
     std::signal(SIGXFSZ, oldAction);
     EXPECT_GT(failures, 3);
-    EXPECT_EQ(names(), std::vector<std::string>{"new"});
+    EXPECT_EQ(names(), Names{"new"});
 }
 
 TEST_F(FilterFileTest, TellsOfAFileInUseOrReplaced) {
     ASSERT_FALSE(write({{"old", rich()}}).failed());
     const OpenStore store = open();
+    const auto problem = [&] {
+        return writeFilters(*store.facts, {{"new", rich()}}, m_isReadOnly).text;
+    };
     {
         std::string message;
         const auto other = Connection::open(m_file, Connection::Mode::write, message);
         ASSERT_TRUE(other->run("begin exclusive"));
-        bool isReadOnly = true;
-        const StoreError error = writeFilters(*store.facts, {{"new", rich()}}, isReadOnly);
-        EXPECT_NE(error.text.find("another program"), std::string::npos) << error.text;
-        EXPECT_FALSE(isReadOnly);
+        m_isReadOnly = true;
+        EXPECT_NE(problem().find("another program"), std::string::npos) << problem();
+        EXPECT_FALSE(m_isReadOnly);
         StoreError opening;
         openStore(m_file, opening);
         EXPECT_NE(opening.text.find("another program"), std::string::npos) << opening.text;
@@ -176,52 +150,45 @@ TEST_F(FilterFileTest, TellsOfAFileInUseOrReplaced) {
             std::this_thread::sleep_for(std::chrono::milliseconds(200));
             other->run("rollback");
         });
-        EXPECT_EQ(names(), std::vector<std::string>{"old"});
+        EXPECT_EQ(names(), Names{"old"});
         end.join();
     }
     fs::remove(m_file);
     lanefeed_test::writeTraceText(m_file, "thread main 0..9 c 10..19 d 30..40 e\n");
-    bool isReadOnly = true;
-    StoreError error = writeFilters(*store.facts, {{"new", rich()}}, isReadOnly);
-    EXPECT_NE(error.text.find("another result"), std::string::npos) << error.text;
+    EXPECT_NE(problem().find("another result"), std::string::npos) << problem();
     fs::remove(m_file);
-    error = writeFilters(*store.facts, {{"new", rich()}}, isReadOnly);
-    EXPECT_TRUE(error.failed());
+    EXPECT_NE(problem(), "");
     EXPECT_TRUE(m_directory.names().empty());
 }
 
 TEST_F(FilterFileTest, TellsOfAFileThatMayNotBeWritten) {
     if (::geteuid() == 0) GTEST_SKIP() << "root may write everything";
     ::chmod(m_file.c_str(), 0400);
-    bool isReadOnly = false;
-    EXPECT_TRUE(write({{"new", rich()}}, &isReadOnly).failed());
-    EXPECT_TRUE(isReadOnly);
+    EXPECT_TRUE(write({{"new", rich()}}).failed());
+    EXPECT_TRUE(m_isReadOnly);
 }
 
 TEST_F(FilterFileTest, OpensAResultWhoseFiltersAreNotUnderstood) {
     ASSERT_FALSE(write({{"global", rich()}}).failed());
-    const char* const changes[] = {
-        "update filters set kind = 'some of' where level = 1 and kind <> 'is not'",
-        "update filters set level = 99 where level = 2",
-        "update filters set level = null",
-        "delete from filters where level = 0",
-        "alter table filters drop column suffix",
-        "update filters set kind = 'include'"};
     std::ifstream in(m_file, std::ios::binary);
     const std::string whole((std::istreambuf_iterator<char>(in)), {});
-    for (const char* sql : changes) {
+    for (const char* sql :
+         {"update filters set kind = 'some of' where level = 1 and kind <> 'is not'",
+          "update filters set level = 99 where level = 2", "update filters set level = null",
+          "delete from filters where level = 0", "alter table filters drop column suffix",
+          "update filters set kind = 'include'"}) {
         SCOPED_TRACE(sql);
         std::ofstream(m_file, std::ios::binary) << whole;
-        change(sql);
+        std::string message;
+        EXPECT_TRUE(Connection::open(m_file, Connection::Mode::write, message)->run(sql));
         const OpenStore store = open();
-        EXPECT_FALSE(store.failed());
         EXPECT_EQ(store.filterError.kind, StoreError::Kind::notUnderstood);
         EXPECT_NE(store.filterError.text.find(m_file), std::string::npos);
         EXPECT_FALSE(store.filters->hasFilter("global"));
         EXPECT_EQ(lanefeed_test::rowsOf(*store.database, "slice_data", {"rowid"}), "1\n2\n");
         // New ones take their place.
         EXPECT_FALSE(write({{"new", rich()}}).failed());
-        EXPECT_EQ(names(), std::vector<std::string>{"new"});
+        EXPECT_EQ(names(), Names{"new"});
     }
 }
 

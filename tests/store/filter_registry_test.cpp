@@ -2,104 +2,112 @@
 #include "store/filter_registry.h"
 
 #include "store/filter_parts.h"
+#include "support/captured_log.h"
+#include "support/fake_filters.h"
+#include "support/fake_queries.h"
 
 #include <gtest/gtest.h>
 
 namespace lanefeed_runtime {
 namespace {
 
+using basekit2::make_object;
+using basekit2::sptr_t;
+
 class FilterRegistryTest : public testing::Test {
 protected:
-    basekit2::sptr_t<FilterRegistry> m_registry = basekit2::make_object<FilterRegistry>();
-    basekit2::sptr_t<dataface_1::IFilterRegistry> m_client = m_registry;
-    basekit2::sptr_t<storelink1::IFilterRegistry> m_store = m_registry;
+    sptr_t<FilterRegistry> m_registry = make_object<FilterRegistry>();
+    sptr_t<dataface_1::IFilterRegistry> m_client = m_registry;
+    sptr_t<storelink1::IFilterRegistry> m_store = m_registry;
+    sptr_t<dataface_1::ITimeFilter> m_time = m_client->createTimeFilterBuilder()->build();
 };
 
 TEST_F(FilterRegistryTest, KeepsBothPartsOfANameApart) {
-    const auto query = m_client->createQueryFilterBuilder()->build();
-    const auto time = m_client->createTimeFilterBuilder()->build();
-    EXPECT_FALSE(m_store->hasFilter("a"));
-    m_client->setQueryFilter("a", query);
+    m_client->setQueryFilter("a", m_client->createQueryFilterBuilder()->build());
     EXPECT_TRUE(m_store->hasFilter("a"));
     EXPECT_TRUE(m_client->hasFilter("a"));
     EXPECT_FALSE(m_store->hasFilter("b"));
-    m_client->setTimeFilter("a", time);
+    m_client->setTimeFilter("a", m_time);
     m_client->setQueryFilter("a", nullptr);
     EXPECT_TRUE(m_store->hasFilter("a"));
     m_client->setTimeFilter("a", nullptr);
     EXPECT_FALSE(m_store->hasFilter("a"));
-    m_client->setTimeFilter("a", time);
+    m_client->setTimeFilter("a", m_time);
     m_client->clearFilter("a");
     EXPECT_FALSE(m_store->hasFilter("a"));
-    m_client->setTimeFilter("a", time);
+    m_client->setTimeFilter("a", m_time);
     m_client->removeFilter("a");
     EXPECT_FALSE(m_store->hasFilter("a"));
-    m_client->clearFilter("never set");
-    m_client->removeFilter("never set");
+    EXPECT_EQ(basekit2::interface_cast<dataface_1::IFilterRegistry>(m_client.get()), m_client);
+    EXPECT_EQ(basekit2::interface_cast<storelink1::IFilterRegistry>(m_client.get()), m_store);
 }
 
 TEST_F(FilterRegistryTest, CountsChangesOfAName) {
-    EXPECT_EQ(m_registry->changesOf("global"), 0U);
     m_client->clearFilter("global");
     m_client->removeFilter("global");
     EXPECT_EQ(m_registry->changesOf("global"), 0U);
-    m_client->setTimeFilter("global", m_client->createTimeFilterBuilder()->build());
+    m_client->setTimeFilter("global", m_time);
     const unsigned once = m_registry->changesOf("global");
-    m_client->setTimeFilter("other", m_client->createTimeFilterBuilder()->build());
+    m_client->setTimeFilter("other", m_time);
     EXPECT_EQ(m_registry->changesOf("global"), once);
     m_client->clearFilter("global");
     EXPECT_NE(m_registry->changesOf("global"), once);
 }
 
-TEST_F(FilterRegistryTest, AppliesToNoTableAndSaysSo) {
-    basekit2::sptr_t<storelink1::IFilterEvaluator> evaluator;
+TEST_F(FilterRegistryTest, AppliesToNoTableWithoutAResult) {
+    sptr_t<storelink1::IFilterEvaluator> evaluator;
     const basekit2::generic_iterator_t<std::string> none;
     EXPECT_FALSE(m_store->createEvaluator(evaluator, "a", none, "slice_data").succeeded());
-    m_client->setTimeFilter("a", m_client->createTimeFilterBuilder()->build());
+    m_client->setTimeFilter("a", m_time);
     EXPECT_FALSE(m_store->isFilterApplicable("a", "slice_data"));
     EXPECT_EQ(m_store->createEvaluator(evaluator, "a", none, "slice_data").value(),
               basekit2::error_code_t::noResult);
     EXPECT_TRUE(evaluator.is_null());
 }
 
-TEST_F(FilterRegistryTest, AnswersBothLookups) {
-    EXPECT_EQ(basekit2::interface_cast<dataface_1::IFilterRegistry>(m_client.get()), m_client);
-    EXPECT_EQ(basekit2::interface_cast<storelink1::IFilterRegistry>(m_client.get()), m_store);
+TEST_F(FilterRegistryTest, RefusesWhatItDoesNotKnow) {
+    const lanefeed_test::CapturedLog log;
+    m_client->setQueryFilter("a", make_object<lanefeed_test::FakeQueryFilter>("of another"));
+    EXPECT_FALSE(m_store->hasFilter("a"));
+    EXPECT_TRUE(log.contains("filter \"a\": made by another registry, so it is not taken"));
+    const auto refuses = [&](const auto& say) {
+        const auto builder = m_client->createQueryFilterBuilder();
+        say(*builder);
+        return builder->build().is_null();
+    };
+    using Builder = dataface_1::IQueryFilterBuilder;
+    const lanefeed_test::Query name = lanefeed_test::namedQuery("a");
+    const auto object = basekit2::variant_t(1, m_client.get());
+    EXPECT_FALSE(refuses([&](Builder& b) { b.addCondition(name, false, 1); }));
+    EXPECT_FALSE(refuses([&](Builder& b) {
+        b.addCondition(dataface_1::IVectorQuery::pushBack(nullptr, name), false, 1);
+    }));
+    EXPECT_TRUE(refuses([](Builder& b) { b.addCondition(nullptr, false, 1); }));
+    EXPECT_TRUE(refuses([&](Builder& b) { b.addCondition(name, false, object); }));
+    EXPECT_TRUE(refuses([](Builder& b) { b.addFilter(nullptr); }));
+    EXPECT_TRUE(refuses([](Builder& b) { b.beginGroup(Builder::groupNegated + 1); }));
+    EXPECT_TRUE(refuses([](Builder& b) { b.beginGroup(-1); }));
 }
 
 TEST_F(FilterRegistryTest, BuildsGroupsAsTheyWereNested) {
     const auto builder = m_client->createQueryFilterBuilder();
-    const auto inner = m_client->createQueryFilterBuilder()->build();
     builder->setMode(dataface_1::IQueryFilterBuilder::modeValueList);
     builder->beginGroup(dataface_1::IQueryFilterBuilder::groupIncluded);
     builder->beginGroup(dataface_1::IQueryFilterBuilder::groupExcluded);
-    builder->addFilter(inner);
+    builder->addFilter(m_client->createQueryFilterBuilder()->build());
     builder->endGroup();
     builder->endGroup();
     builder->endGroup();                                                 // one too many
     builder->beginGroup(dataface_1::IQueryFilterBuilder::groupNegated);  // never ended
     const auto filter = builder->build();
-    const auto* made = dynamic_cast<QueryFilter*>(filter.get());
-    ASSERT_NE(made, nullptr);
-    ASSERT_EQ(made->root().groups.size(), 2U);
-    EXPECT_EQ(made->root().groups[1].kind, dataface_1::IQueryFilterBuilder::groupNegated);
-    const QueryFilter::Group& outer = made->root().groups[0];
-    ASSERT_EQ(outer.groups.size(), 1U);
-    EXPECT_EQ(outer.groups[0].kind, dataface_1::IQueryFilterBuilder::groupExcluded);
-    EXPECT_EQ(outer.groups[0].filters.size(), 1U);
-    EXPECT_TRUE(outer.groups[0].conditions.empty());
-}
-
-TEST_F(FilterRegistryTest, BuildsRangesInTheirOrder) {
-    const auto builder = m_client->createTimeFilterBuilder();
-    builder->addRange(5, 9, false);
-    builder->addRange(1, 2, true);
-    const auto filter = builder->build();
-    const auto* made = dynamic_cast<TimeFilter*>(filter.get());
-    ASSERT_NE(made, nullptr);
-    ASSERT_EQ(made->ranges().size(), 2U);
-    EXPECT_EQ(made->ranges()[0].ticks.end, 9U);
-    EXPECT_TRUE(made->ranges()[1].excluded);
+    QueryFilter::Group inner;
+    inner.kind = dataface_1::IQueryFilterBuilder::groupExcluded;
+    inner.filters = {make_object<QueryFilter>(QueryFilter::Group())};
+    QueryFilter::Group root;
+    root.groups.resize(2);
+    root.groups[0].groups = {inner};
+    root.groups[1].kind = dataface_1::IQueryFilterBuilder::groupNegated;
+    EXPECT_TRUE(dynamic_cast<QueryFilter&>(*filter).root() == root);
 }
 
 }  // namespace
