@@ -37,10 +37,18 @@ protected:
     }
 
     void openMany() {
-        std::string text = "thread t";
-        for (int i = 0; i < kManySlices; ++i)
-            text += " " + std::to_string(i) + ".." + std::to_string(i + 1) + " n";
-        open(text);
+        open("thread t 0..1 n",
+             {"with recursive n(i) as (select 2 union all select i + 1 from n where i <" +
+              std::to_string(kManySlices) +
+              ") insert into slice_data(start_tsc, end_tsc, attr, count, dd_band)"
+              " select i, i, 1, 1, 1 from n"});
+    }
+
+    static int countOf(storelink1::IGenericRecordset<storelink1::IConstRecord>& set) {
+        int records = 0;
+        for (; !set.atEnd(); set.next())
+            ++records;
+        return records;
     }
 
     basekit2::sptr_t<storelink1::IQuery> query(const std::vector<std::string>& columns) {
@@ -151,11 +159,8 @@ TEST_F(RecordJoinTest, TellsOfAFileThatBecomesUnreadable) {
     const auto set = query({"start_tsc"})->execute();
     lanefeed_test::CapturedLog log;
     std::filesystem::resize_file(m_file, 3 * 4096);
-    int records = 0;
-    for (; !set->atEnd(); set->next())
-        ++records;
-    EXPECT_GT(records, 0);
-    EXPECT_LT(records, kManySlices);
+    const int records = countOf(*set);
+    EXPECT_TRUE(records > 0 && records < kManySlices) << records;
     EXPECT_EQ(log.count(m_file + ": a read broke off"), 1);
     EXPECT_EQ(log.count("SQL: select t0.\"start_tsc\" from"), 1);
     EXPECT_EQ(*m_store.brokenReads, 1U);
@@ -165,21 +170,24 @@ TEST_F(RecordJoinTest, TellsOfAFileThatBecomesUnreadable) {
     EXPECT_NE(sql.find("\"end_tsc\" in (2.5)"), std::string::npos) << sql;
 }
 
-TEST_F(RecordJoinTest, EndsAWalkThatIsCancelledWithoutAWord) {
+TEST_F(RecordJoinTest, EndsWalksAndSortsThatAreCancelledWithoutAWord) {
     openMany();
     const lanefeed_test::CapturedLog log;
-    const auto progress = basekit2::make_object<lanefeed_test::CancelAtPoll>(1);
     std::string error;
     std::string sql;
-    const auto set = query({"start_tsc"})->execute(progress.get(), error, sql);
-    ASSERT_FALSE(set.is_null());
-    int records = 0;
-    for (; !set->atEnd(); set->next())
-        ++records;
-    EXPECT_GT(records, 0);
-    EXPECT_LT(records, kManySlices);
+    const auto cancelled = [&](storelink1::IQuery& query) {
+        const auto progress = basekit2::make_object<lanefeed_test::CancelAtPoll>(1);
+        return countOf(*query.execute(progress.get(), error, sql));
+    };
+    const auto walk = query({"start_tsc"});
+    const int records = cancelled(*walk);
+    EXPECT_TRUE(records > 0 && records < kManySlices) << records;
+    walk->addOrderBy("end_tsc", true);
+    EXPECT_EQ(cancelled(*walk), 0);
+    EXPECT_EQ(error, "");
     EXPECT_TRUE(log.empty());
     EXPECT_EQ(*m_store.brokenReads, 0U);
+    EXPECT_FALSE(walk->execute()->atEnd()) << "the connection works on";
 }
 
 }  // namespace
