@@ -7,15 +7,16 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace lanefeed_runtime {
 namespace {
 
 namespace fs = std::filesystem;
+using Kind = StoreError::Kind;
 
 class ResultFileTest : public testing::Test {
 protected:
@@ -31,6 +32,7 @@ protected:
         lanefeed_test::addTraceText(*writer, "thread main 0..1 a");
         writer->setFact(result_keys::kTicksPerSecond, "1000");
         writer->setFact(result_keys::kSource, "source of " + identity);
+        if (!m_inBetween.empty()) put("r.lft", m_inBetween);
         writer->finish();
         return writer->error();
     }
@@ -47,64 +49,46 @@ protected:
 
     lanefeed_test::TempDirectory m_directory;
     std::string m_file = m_directory.file("r.lft");
+    std::string m_inBetween;  // what comes to stand there while a result is written
 };
 
-TEST_F(ResultFileTest, ReplacesTheSameSource) {
+TEST_F(ResultFileTest, ReplacesTheSameSourceAndAnotherWhenTold) {
     ASSERT_FALSE(write("a").failed());
-    EXPECT_EQ(sourceOfFile(), "source of a");
-    ASSERT_FALSE(write("a").failed());
-    EXPECT_EQ(m_directory.names(), std::vector<std::string>{"r.lft"});
-}
-
-TEST_F(ResultFileTest, ReplacesAnotherSourceWhenTold) {
     ASSERT_FALSE(write("a").failed());
     const StoreError refused = write("b");
-    EXPECT_EQ(refused.kind, StoreError::Kind::exists);
+    EXPECT_EQ(refused.kind, Kind::exists);
     EXPECT_NE(refused.text.find(m_file), std::string::npos);
     EXPECT_EQ(sourceOfFile(), "source of a");
-    ASSERT_FALSE(write("b", true).failed());
-    EXPECT_EQ(sourceOfFile(), "source of b");
-}
-
-TEST_F(ResultFileTest, TakesNoIdentityForTheSameSource) {
-    ASSERT_FALSE(write("").failed());
-    EXPECT_EQ(write("").kind, StoreError::Kind::exists);
+    EXPECT_FALSE(write("", true).failed());
+    EXPECT_EQ(sourceOfFile(), "source of ");
+    EXPECT_EQ(write("").kind, Kind::exists) << "no identity is none to agree on";
+    EXPECT_EQ(m_directory.names(), std::vector<std::string>{"r.lft"});
 }
 
 TEST_F(ResultFileTest, NeverReplacesWhatIsNoResult) {
     for (const std::string& text :
          {std::string(), std::string("my diary"), std::string(200, 'x')}) {
         put("r.lft", text);
-        EXPECT_EQ(write("a", true).kind, StoreError::Kind::exists) << text;
+        EXPECT_EQ(write("a", true).kind, Kind::exists) << text;
         EXPECT_EQ(fs::file_size(m_file), text.size());
     }
     fs::remove(m_file);
+    m_inBetween = "came in between";
+    EXPECT_EQ(write("a").kind, Kind::exists);
+    EXPECT_EQ(fs::file_size(m_file), m_inBetween.size());
+    fs::remove(m_file);
     fs::create_directory(m_file);
-    EXPECT_EQ(write("a", true).kind, StoreError::Kind::exists);
+    EXPECT_EQ(write("a", true).kind, Kind::exists);
     EXPECT_TRUE(fs::is_directory(m_file));
 }
 
-TEST_F(ResultFileTest, RefusesWhatCameToStandThereInBetween) {
-    WriterOptions options;
-    options.target = m_file;
-    StoreError error;
-    const auto writer = ResultWriter::create(options, error);
-    writer->setFact(result_keys::kTicksPerSecond, "1000");
-    put("r.lft", "came in between");
-    EXPECT_FALSE(writer->finish());
-    EXPECT_EQ(writer->error().kind, StoreError::Kind::exists);
-    EXPECT_EQ(fs::file_size(m_file), 15U);
-}
-
 TEST_F(ResultFileTest, ReplacesWhatALinkPointsTo) {
-    fs::create_directory(m_directory.file("far"));
-    fs::create_symlink(m_directory.file("far/real.lft"), m_file);
-    put("far/real.lft", "");
-    fs::remove(m_directory.file("far/real.lft"));
+    const std::string real = m_directory.file("real.lft");
+    fs::create_symlink(real, m_file);
     // The link dangles, so the name itself is written.
     ASSERT_FALSE(write("a").failed());
-    fs::rename(m_file, m_directory.file("far/real.lft"));
-    fs::create_symlink(m_directory.file("far/real.lft"), m_file);
+    fs::rename(m_file, real);
+    fs::create_symlink(real, m_file);
     ASSERT_FALSE(write("a").failed());
     EXPECT_TRUE(fs::is_symlink(m_file));
     EXPECT_EQ(sourceOfFile(), "source of a");
@@ -114,28 +98,25 @@ TEST_F(ResultFileTest, ClearsWhatADeadProcessLeft) {
     char host[256] = {};
     ASSERT_EQ(::gethostname(host, sizeof host - 1), 0);
     std::string name = host;
-    for (char& c : name)
-        c = c == '.' ? '-' : c;
+    std::replace(name.begin(), name.end(), '.', '-');
     // No process has a number above the system's limit of 2^22.
-    put("r.lft." + name + ".99999999.1.part", "dead");
+    const std::string dead = "r.lft." + name + ".99999999.1.part";
+    put(dead, "dead");
     put("r.lft." + name + "." + std::to_string(::getpid()) + ".77.part", "alive");
     put("r.lft.elsewhere.99999999.1.part", "another host");
     put("other.lft." + name + ".99999999.1.part", "another target");
     put("r.lft." + name + ".99999999x.part", "no name of ours");
     ASSERT_FALSE(write("a").failed());
     EXPECT_EQ(m_directory.names().size(), 5U);
-    EXPECT_FALSE(fs::exists(m_directory.file("r.lft." + name + ".99999999.1.part")));
+    EXPECT_FALSE(fs::exists(m_directory.file(dead)));
 }
 
-TEST_F(ResultFileTest, SaysWhereItCannotWrite) {
+TEST_F(ResultFileTest, WritesIntoTheCurrentFolderAndSaysWhereItCannot) {
     m_file = m_directory.file("no/such/r.lft");
     const StoreError error = write("a");
-    EXPECT_EQ(error.kind, StoreError::Kind::cannotWrite);
+    EXPECT_EQ(error.kind, Kind::cannotWrite);
     EXPECT_NE(error.text.find(m_file), std::string::npos);
     EXPECT_NE(error.text.find("No such file"), std::string::npos);
-}
-
-TEST_F(ResultFileTest, WritesIntoTheCurrentFolder) {
     const fs::path old = fs::current_path();
     fs::current_path(m_directory.path());
     m_file = "here.lft";
