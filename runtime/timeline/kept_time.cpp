@@ -1,7 +1,7 @@
 // Time that counts, with pauses and filtered spans taken out.
 //
 // The excluded spans are put in order and joined once, so that each question is one search.
-// Tested by tests/timeline/buckets_test.cpp.
+// Tested by tests/timeline/bucket_query_test.cpp.
 
 #include "timeline/kept_time.h"
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "store/filter_registry.h"
 #include "store/result_facts.h"
-#include "timeline/buckets.h"
+#include "support/filter_words.h"
 #include "timeline/random_instances.h"
-#include "timeline/time_filter.h"
 #include "timeline/timeline_database.h"
 
 #include <storelink1/timeline_query.h>
@@ -11,12 +11,11 @@
 #include <algorithm>
 #include <map>
 #include <memory>
-#include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
-// Asks bucketed questions about random instances and gives the answers in a form that is easy to
-// compare, beside what the same question costs tick by tick.
+// Asks bucketed questions about instances and gives the answers in a form that is easy to compare.
 namespace lanefeed_test {
 
 using storelink1::ITimelineQuery;
@@ -36,11 +35,40 @@ struct Question {
     bool keepZeros = false;
     bool byThread = true;
     std::string grouping;
+    std::string required;  // filter
     std::vector<Level> levels;
     basekit2::u64_t start = 1;
     basekit2::u64_t end = 201;
-    int bins = 10;
+    int bins = 1;
 };
+
+// A question out of words: "count", "all" (no rows), "zeros", "bins=2", "start=5", "end=9",
+// "group=G" and levels: "by=PATH", each with "only=a1,!a2", "hide", "sort=name" and "down".
+inline Question questionOf(const std::string& text) {
+    Question question;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        const std::size_t equals = word.find('=');
+        const std::string key = word.substr(0, equals);
+        const std::string value = equals == std::string::npos ? "" : word.substr(equals + 1);
+        if (key == "count") question.type = ITimelineQuery::qtCount;
+        if (key == "all") question.byThread = false;
+        if (key == "zeros") question.keepZeros = true;
+        if (key == "bins") question.bins = std::stoi(value);
+        if (key == "start") question.start = std::stoull(value);
+        if (key == "end") question.end = std::stoull(value);
+        if (key == "group") question.grouping = value;
+        if (key == "required") question.required = value;
+        if (key == "by") question.levels.push_back({value, {}, false, "", true});
+        if (key == "hide") question.levels.back().hideZero = true;
+        if (key == "sort") question.levels.back().sortName = value;
+        if (key == "down") question.levels.back().ascending = false;
+        std::istringstream values(key == "only" ? value : "");
+        for (std::string one; std::getline(values, one, ',');)
+            question.levels.back().values.push_back(one);
+    }
+    return question;
+}
 
 // Value by row, series and bucket.
 using Cells = std::map<int, std::map<std::string, std::map<int, double>>>;
@@ -52,34 +80,25 @@ struct Answer {
     bool shapesAgree = true;
 };
 
-using Filters = std::map<std::string, lanefeed_runtime::NamedFilter>;
-
 class Asker {
 public:
     explicit Asker(std::vector<Instance> instances) : m_instances(std::move(instances)) {
         fillReader(*reader, m_instances);
     }
     void pause(basekit2::u64_t first, basekit2::u64_t last) {
-        storelink1::time_interval_t span;
-        span.start = first;
-        span.end = last;
-        facts->pauses.push_back(span);
+        facts->pauses.push_back({first, last});
+        m_excluded.push_back({first, last});
     }
     // The same by the filter "global".
     void cut(basekit2::u64_t first, basekit2::u64_t last) {
-        cuts.push_back({first, last + 1, true});
-        filter("global", cuts);
-    }
-    void filter(const std::string& name, const std::vector<TimeRange>& ranges) const {
-        (*filters)[name].time = timeFilter(ranges);
+        m_excluded.push_back({first, last});
+        m_cuts += "@-" + std::to_string(first) + ".." + std::to_string(last + 1) + " ";
+        setFilter(*filters, "global", m_cuts);
     }
     bool excluded(basekit2::u64_t tick) const {
-        return std::any_of(
-                   facts->pauses.begin(), facts->pauses.end(),
-                   [&](const auto& span) { return span.start <= tick && tick <= span.end; }) ||
-               std::any_of(cuts.begin(), cuts.end(), [&](const TimeRange& range) {
-                   return range.start <= tick && tick < range.end;
-               });
+        return std::any_of(m_excluded.begin(), m_excluded.end(), [&](const auto& span) {
+            return span.first <= tick && tick <= span.second;
+        });
     }
     const std::vector<Instance>& instances() const { return m_instances; }
 
@@ -93,6 +112,7 @@ public:
         if (!onRawResult)
             made->setTimelineDatabase(
                 lanefeed_runtime::filteredTimelineDatabase(database, "global", lookup));
+        if (!question.required.empty()) made->setRequiredFilter(question.required);
         made->setFourthFlag(question.keepZeros);
         for (const Level& level : question.levels)
             made->addExpansion(level.path.find("::") == std::string::npos ? "slice_data" : "",
@@ -126,41 +146,41 @@ public:
         return answer;
     }
 
+    // Names of the series of a question in words, in their order.
+    std::string names(const std::string& question) {
+        std::string text;
+        for (const std::string& name : ask(questionOf(question)).names)
+            text += name + " ";
+        return text.substr(0, text.find_last_of(' '));
+    }
+    // The cells: "ROW SERIES BUCKET=VALUE", parted by commas.
+    std::string cells(const std::string& question) {
+        std::ostringstream text;
+        const Answer answer = ask(questionOf(question));
+        if (!is_success(answer.err)) return "no data";
+        for (const auto& [row, series] : answer.cells)
+            for (const auto& [name, cells] : series)
+                for (const auto& [bucket, value] : cells)
+                    text << (text.tellp() > 0 ? ", " : "") << row << " "
+                         << (name.empty() ? "" : name + " ") << bucket << "=" << value;
+        return text.str();
+    }
+
     std::shared_ptr<ColumnReader> reader = std::make_shared<ColumnReader>();
     std::shared_ptr<lanefeed_runtime::ResultFacts> facts =
         std::make_shared<lanefeed_runtime::ResultFacts>();
     basekit2::sptr_t<storelink1::ITimelineDatabase> database;
-    std::shared_ptr<Filters> filters = std::make_shared<Filters>();
-    std::vector<TimeRange> cuts;
+    basekit2::sptr_t<lanefeed_runtime::FilterRegistry> filters =
+        basekit2::make_object<lanefeed_runtime::FilterRegistry>();
     lanefeed_runtime::TimelineFilterLookup lookup = [named = filters](const std::string& name) {
-        return (*named)[name];
+        return named->filter(name);
     };
     bool onRawResult = false;
 
 private:
     std::vector<Instance> m_instances;
+    std::vector<std::pair<basekit2::u64_t, basekit2::u64_t>> m_excluded;  // inclusive
+    std::string m_cuts;
 };
-
-// Name of the series of an instance.
-inline std::string seriesName(const Question& question, const Instance& instance) {
-    if (question.levels.empty()) return {};
-    return instance.attr < 0 ? "[Unknown]" : "a" + std::to_string(instance.attr);
-}
-
-inline int rowOf(const Question& question, const Instance& instance) {
-    return question.byThread ? instance.band / 2 : 0;
-}
-
-// A question with random window, bins and expansion.
-inline Question randomQuestion(std::mt19937& random) {
-    Question question;
-    question.byThread = pick(random, 0, 3) != 0;
-    if (pick(random, 0, 1) == 0) question.levels.resize(1);
-    question.start = static_cast<basekit2::u64_t>(pick(random, 1, 150));
-    const int span = pick(random, 1, 220);
-    question.end = question.start + static_cast<basekit2::u64_t>(span);
-    question.bins = pick(random, 1, std::min(span, 40));
-    return question;
-}
 
 }  // namespace lanefeed_test

@@ -1,11 +1,11 @@
 // Bucketed series against what comes out tick by tick.
 
+#include "support/answer_rows.h"
+#include "support/cancel_at_poll.h"
 #include "timeline/bucket_asker.h"
+#include "timeline/buckets.h"
 
 #include <gtest/gtest.h>
-
-#include <cmath>
-#include <set>
 
 namespace {
 
@@ -14,15 +14,17 @@ using lanefeed_runtime::Buckets;
 using lanefeed_test::Answer;
 using lanefeed_test::Asker;
 using lanefeed_test::Cells;
+using lanefeed_test::expectAnswers;
 using lanefeed_test::Instance;
 using lanefeed_test::ITimelineQuery;
 using lanefeed_test::pick;
 using lanefeed_test::Question;
+using lanefeed_test::setFilter;
 
 constexpr int kBands = 5;
 constexpr int kSpan = 200;
 
-// Seeded: random instances, sometimes with pauses and with spans that "global" cuts out.
+// Random instances, sometimes with pauses and with spans that "global" cuts out.
 Asker randomAsker(std::mt19937& random) {
     Asker asker(lanefeed_test::randomInstances(random, pick(random, 1, 60), kBands, 3, kSpan));
     u64_t first = 1;
@@ -39,17 +41,53 @@ Asker randomAsker(std::mt19937& random) {
     return asker;
 }
 
+// With random window, bins and expansion.
+Question randomQuestion(std::mt19937& random) {
+    Question question;
+    question.byThread = pick(random, 0, 3) != 0;
+    if (pick(random, 0, 1) == 0) question.levels.resize(1);
+    question.start = static_cast<u64_t>(pick(random, 1, 150));
+    const int span = pick(random, 1, 220);
+    question.end = question.start + static_cast<u64_t>(span);
+    question.bins = pick(random, 1, std::min(span, 40));
+    return question;
+}
+
 template <class Check>
-void forRandomQuestions(int rounds, Check&& check) {
-    for (int seed = 1; seed <= rounds; ++seed) {
+void forRandomQuestions(Check&& check) {
+    for (int seed = 1; seed <= 150; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         std::mt19937 random(static_cast<unsigned>(seed));
         Asker asker = randomAsker(random);
-        Question question = lanefeed_test::randomQuestion(random);
+        Question question = randomQuestion(random);
         check(random, asker, question);
         if (testing::Test::HasFatalFailure()) return;
     }
 }
+
+// Cells of what is summed tick by tick.
+class Sums {
+public:
+    Sums(const Asker& asker, const Question& question)
+        : m_asker(asker),
+          m_question(question),
+          m_buckets(question.start, question.end, question.bins) {}
+
+    bool counts(u64_t tick) const { return m_buckets.contains(tick) && !m_asker.excluded(tick); }
+    int bucket(u64_t tick) const { return m_buckets.at(tick); }
+    std::map<int, double>& series(const Instance& instance) {
+        std::string name = instance.attr < 0 ? "[Unknown]" : "a" + std::to_string(instance.attr);
+        if (m_question.levels.empty()) name.clear();
+        return cells[m_question.byThread ? instance.band / 2 : 0][name];
+    }
+
+    Cells cells;
+
+private:
+    const Asker& m_asker;
+    const Question& m_question;
+    Buckets m_buckets;
+};
 
 void expectNear(const Cells& found, const Cells& expected) {
     ASSERT_EQ(found.size(), expected.size());
@@ -62,172 +100,102 @@ void expectNear(const Cells& found, const Cells& expected) {
         }
 }
 
-Cells timeByTick(const Asker& asker, const Question& question) {
-    const Buckets buckets(question.start, question.end, question.bins);
-    Cells cells;
-    for (u64_t tick = question.start; tick < question.end; ++tick)
-        for (int band = 1; band <= kBands && !asker.excluded(tick); ++band) {
-            const auto open = lanefeed_test::covering(asker.instances(), band, tick);
-            if (open.empty()) continue;
-            const Instance& innermost = asker.instances()[static_cast<std::size_t>(open.back())];
-            ++cells[rowOf(question, innermost)][seriesName(question, innermost)][buckets.at(tick)];
-        }
-    return cells;
-}
-
 TEST(BucketQuery, TimeIsTheUnionAndBelongsToTheInnermost) {
-    forRandomQuestions(150, [](std::mt19937&, Asker& asker, const Question& question) {
+    forRandomQuestions([](std::mt19937&, Asker& asker, const Question& question) {
+        Sums sums(asker, question);
+        for (u64_t tick = question.start; tick < question.end; ++tick)
+            for (int band = 1; band <= kBands && sums.counts(tick); ++band) {
+                const auto open = lanefeed_test::covering(asker.instances(), band, tick);
+                if (open.empty()) continue;
+                const auto innermost = static_cast<std::size_t>(open.back());
+                ++sums.series(asker.instances()[innermost])[sums.bucket(tick)];
+            }
         const Answer answer = asker.ask(question);
         ASSERT_TRUE(answer.shapesAgree);
-        EXPECT_EQ(answer.cells, timeByTick(asker, question));
+        EXPECT_EQ(answer.cells, sums.cells);
         EXPECT_EQ(is_success(answer.err), !answer.cells.empty());
     });
 }
 
 TEST(BucketQuery, PointsGoToTheBucketOfTheirSample) {
-    forRandomQuestions(150, [](std::mt19937& random, Asker& asker, Question& question) {
+    forRandomQuestions([](std::mt19937& random, Asker& asker, Question& question) {
         question.objectType = ITimelineQuery::otPoint;
         question.samplePoint = pick(random, 0, 2);
-        const Buckets buckets(question.start, question.end, question.bins);
-        Cells counts;
-        Cells instances;
-        Cells times;
+        Sums counts(asker, question);
+        Sums instances(asker, question);
+        Sums times(asker, question);
         for (const Instance& instance : asker.instances()) {
             const u64_t tick = question.samplePoint == 2 ? instance.end : instance.start;
-            if (!buckets.contains(tick) || asker.excluded(tick)) continue;
-            const int row = rowOf(question, instance);
-            const std::string name = seriesName(question, instance);
-            ++instances[row][name][buckets.at(tick)];
+            if (!instances.counts(tick)) continue;
+            const int bucket = instances.bucket(tick);
+            ++instances.series(instance)[bucket];
             for (u64_t own = instance.start; own <= instance.end; ++own)
-                if (!asker.excluded(own)) ++times[row][name][buckets.at(tick)];
-            if (instance.count != 0)
-                counts[row][name][buckets.at(tick)] += static_cast<double>(instance.count);
+                if (!asker.excluded(own)) ++times.series(instance)[bucket];
+            if (instance.count == 0) continue;
+            counts.series(instance)[bucket] += static_cast<double>(instance.count);
         }
-        question.type = ITimelineQuery::qtInstanceCount;
-        EXPECT_EQ(asker.ask(question).cells, instances);
-        question.type = ITimelineQuery::qtTime;
-        EXPECT_EQ(asker.ask(question).cells, times);
-        question.type = ITimelineQuery::qtCount;
-        EXPECT_EQ(asker.ask(question).cells, counts);
-        question.type = ITimelineQuery::qtCountOverTime;
-        EXPECT_EQ(asker.ask(question).cells, counts);
+        for (const auto& [type, sums] : {std::pair{ITimelineQuery::qtInstanceCount, &instances},
+                                         {ITimelineQuery::qtTime, &times},
+                                         {ITimelineQuery::qtCount, &counts},
+                                         {ITimelineQuery::qtCountOverTime, &counts}}) {
+            question.type = type;
+            EXPECT_EQ(asker.ask(question).cells, sums->cells) << type;
+        }
     });
 }
 
 TEST(BucketQuery, IntervalsShareTheirCountAndCountWhereTheyTouch) {
-    forRandomQuestions(150, [](std::mt19937&, Asker& asker, Question& question) {
-        const Buckets buckets(question.start, question.end, question.bins);
+    forRandomQuestions([](std::mt19937&, Asker& asker, Question& question) {
+        Sums shares(asker, question);
+        Sums touches(asker, question);
+        Sums active(asker, question);
         std::map<int, double> ticks;
         for (u64_t tick = question.start; tick < question.end; ++tick)
-            if (!asker.excluded(tick)) ++ticks[buckets.at(tick)];
-        Cells shares;
-        Cells touches;
-        Cells active;
+            if (shares.counts(tick)) ++ticks[shares.bucket(tick)];
         for (const Instance& instance : asker.instances()) {
             std::map<int, double> covered;
             double length = 0;
             for (u64_t tick = instance.start; tick <= instance.end; ++tick) {
-                if (asker.excluded(tick)) continue;
-                ++length;
-                if (buckets.contains(tick)) ++covered[buckets.at(tick)];
+                if (!asker.excluded(tick)) ++length;
+                if (shares.counts(tick)) ++covered[shares.bucket(tick)];
             }
-            const int row = rowOf(question, instance);
-            const std::string name = seriesName(question, instance);
             const auto count = static_cast<double>(instance.count);
-            for (const auto& cell : covered) {
-                ++touches[row][name][cell.first];
+            for (const auto& [bucket, own] : covered) {
+                ++touches.series(instance)[bucket];
                 if (count == 0) continue;
-                shares[row][name][cell.first] += count * cell.second / length;
-                active[row][name][cell.first] += count * cell.second / ticks[cell.first];
+                shares.series(instance)[bucket] += count * own / length;
+                active.series(instance)[bucket] += count * own / ticks[bucket];
             }
         }
         question.type = ITimelineQuery::qtInstanceCount;
-        EXPECT_EQ(asker.ask(question).cells, touches);
+        EXPECT_EQ(asker.ask(question).cells, touches.cells);
         question.type = ITimelineQuery::qtCount;
-        expectNear(asker.ask(question).cells, shares);
+        expectNear(asker.ask(question).cells, shares.cells);
         question.type = ITimelineQuery::qtCountOverTime;
-        expectNear(asker.ask(question).cells, active);
+        expectNear(asker.ask(question).cells, active.cells);
     });
-}
-
-// Adds the means of one track to its row and series.
-void addTrackByTick(
-    const Asker& asker, const Question& question, int band, int attr, Cells& cells) {
-    const Buckets buckets(question.start, question.end, question.bins);
-    std::vector<Instance> track;
-    for (const Instance& instance : asker.instances())
-        if (instance.attr == attr && instance.band == band) track.push_back(instance);
-    std::map<int, std::pair<double, double>> means;
-    for (u64_t tick = question.start; tick < question.end; ++tick) {
-        const auto open = lanefeed_test::covering(track, band, tick);
-        if (open.empty() || asker.excluded(tick)) continue;
-        auto& mean = means[buckets.at(tick)];
-        mean.first += static_cast<double>(track[static_cast<std::size_t>(open.back())].count) - 4;
-        mean.second += 1;
-    }
-    for (const auto& mean : means)
-        cells[rowOf(question, track.front())][seriesName(question, track.front())][mean.first] +=
-            mean.second.first / mean.second.second;
 }
 
 TEST(BucketQuery, CountersAreMeansOfTheirTracksAndTracksAddUp) {
-    forRandomQuestions(150, [](std::mt19937&, Asker& asker, Question& question) {
+    forRandomQuestions([](std::mt19937&, Asker& asker, Question& question) {
         question.type = ITimelineQuery::qtAttribute;
-        Cells expected;
-        for (int band = 1; band <= kBands; ++band)
-            for (int attr = -1; attr <= 3; ++attr)
-                addTrackByTick(asker, question, band, attr, expected);
-        expectNear(asker.ask(question).cells, expected);
-    });
-}
-
-// Everything that is summed: by whatever windows and buckets, the sums stay the same.
-TEST(BucketQuery, WindowsAndBucketsAddUpToTheWhole) {
-    forRandomQuestions(100, [](std::mt19937& random, Asker& asker, Question& question) {
-        question.type = pick(random, 0, 1) == 0 ? ITimelineQuery::qtTime : ITimelineQuery::qtCount;
-        using Totals = std::map<std::pair<int, std::string>, double>;
-        const auto add = [&](Totals& totals) {
-            for (const auto& row : asker.ask(question).cells)
-                for (const auto& series : row.second)
-                    for (const auto& cell : series.second)
-                        totals[{row.first, series.first}] += cell.second;
-        };
-        question.start = 1;
-        question.end = kSpan + 1;
-        question.bins = 1;
-        Totals whole;
-        add(whole);
-        Totals parts;
-        for (question.end = 1; question.end < kSpan + 1;) {
-            question.start = question.end;
-            question.end += static_cast<u64_t>(pick(random, 1, 70));
-            question.bins = pick(random, 1, static_cast<int>(question.end - question.start));
-            add(parts);
+        Sums means(asker, question);
+        std::map<std::pair<int, int>, std::vector<Instance>> tracks;
+        for (const Instance& instance : asker.instances())
+            tracks[{instance.band, instance.attr}].push_back(instance);
+        for (const auto& [band, track] : tracks) {
+            std::map<int, std::pair<double, double>> weighed;
+            for (u64_t tick = question.start; tick < question.end; ++tick) {
+                const auto open = lanefeed_test::covering(track, band.first, tick);
+                if (open.empty() || !means.counts(tick)) continue;
+                auto& [sum, weight] = weighed[means.bucket(tick)];
+                sum += static_cast<double>(track[static_cast<std::size_t>(open.back())].count) - 4;
+                ++weight;
+            }
+            for (const auto& [bucket, mean] : weighed)
+                means.series(track.front())[bucket] += mean.first / mean.second;
         }
-        ASSERT_EQ(parts.size(), whole.size());
-        for (const auto& total : whole) {
-            if (question.type == ITimelineQuery::qtTime)
-                EXPECT_EQ(parts[total.first], total.second);
-            else
-                EXPECT_NEAR(parts[total.first], total.second, 1e-9);
-        }
-    });
-}
-
-TEST(BucketQuery, WhatHasDataNeverLooksEmptyAtACoarserZoom) {
-    forRandomQuestions(60, [](std::mt19937& random, Asker& asker, Question& question) {
-        const int type = pick(random, 0, 4);
-        question.type = static_cast<ITimelineQuery::QueryType>(type);
-        question.objectType = static_cast<ITimelineQuery::ObjectType>(pick(random, 1, 2));
-        question.bins = 12;
-        question.end = question.start + 240;
-        const Cells fine = asker.ask(question).cells;
-        question.bins = 3;
-        const Cells coarse = asker.ask(question).cells;
-        for (const auto& row : fine)
-            for (const auto& series : row.second)
-                for (const auto& cell : series.second)
-                    ASSERT_EQ(coarse.at(row.first).at(series.first).count(cell.first / 4), 1U);
+        expectNear(asker.ask(question).cells, means.cells);
     });
 }
 
@@ -240,187 +208,102 @@ std::vector<Instance> fewInstances() {
             {61, 70, 4, 2, 0}};
 }
 
-TEST(BucketQuery, ExpansionsTakeNamesTheyWant) {
+TEST(BucketQuery, ExpansionsTakeSortAndHideTheirValues) {
     Asker asker(fewInstances());
-    Question question;
-    question.levels.resize(1);
-    question.bins = 2;
-    EXPECT_EQ(asker.ask(question).names, (std::vector<std::string>{"[Unknown]", "a1", "a2", "a3"}));
-    question.levels[0].values = {"a2", "a7"};
-    const Answer wanted = asker.ask(question);
-    EXPECT_EQ(wanted.names, std::vector<std::string>{"a2"});
-    // The ticks inside a1 are its own even where a1 is not asked for.
-    EXPECT_EQ(wanted.cells, (Cells{{1, {{"a2", {{0, 10}}}}}, {2, {{"a2", {{0, 10}}}}}}));
-    question.levels[0].values = {"!a2", "!a3"};
-    EXPECT_EQ(asker.ask(question).names, (std::vector<std::string>{"[Unknown]", "a1"}));
-    question.levels[0].values = {"a9"};
-    EXPECT_TRUE(asker.ask(question).names.empty());
-    EXPECT_EQ(asker.ask(question).err.value(), basekit2::error_code_t::noResult);
-
+    asker.reader->columnTexts["dd_task.weight"] = {"", "30", "200", "4"};
+    asker.reader->leaves["dd_band::dd_thread"] = "dd_thread";
+    asker.reader->columnTexts["dd_thread.name"] = {"t0", "t1", "t2"};
+    // Of two levels the outer one decides first, a value of it sorted by all that it holds.
+    expectAnswers(R"(
+        by=attr | [Unknown] a1 a2 a3;                by=attr only=a2,a7 | a2
+        by=attr only=!a2,!a3 | [Unknown] a1;         by=attr only=a9 | ''
+        by=attr sort=name down | a3 a2 a1 [Unknown]; by=attr sort=value down | a1 a2 a3 [Unknown]
+        by=attr sort=value | [Unknown] a3 a2 a1;     by=attr sort=weight only=a1,a2,a3 | a3 a1 a2
+        by=attr start=25 end=45 | [Unknown] a1 a2 a3
+        by=attr start=25 end=45 hide | [Unknown] a1 a3
+        by=dd_band::dd_thread sort=value down by=attr sort=name |
+            t1:a1 t1:a2 t1:a3 t2:[Unknown] t2:a2)",
+                  [&](const std::string& question) { return asker.names(question); });
     const auto query = asker.query(Question());
     EXPECT_TRUE(query->addExpansion("slice_data", "attr", "name", {}, false, "", true));
     EXPECT_FALSE(query->addExpansion("slice_data", "nothing", "name", {}, false, "", true));
 }
 
-TEST(BucketQuery, ExpansionsSortAndHideByLevel) {
+TEST(BucketQuery, AnswersWhatThereIsInRowsAndGroups) {
     Asker asker(fewInstances());
-    asker.reader->columnTexts["dd_task.weight"] = {"", "30", "200", "4"};
-    Question question;
-    question.levels.resize(1);
-    question.bins = 2;
-    const auto names = [&](const char* sort, bool ascending, bool hideZero) {
-        question.levels[0].sortName = sort;
-        question.levels[0].ascending = ascending;
-        question.levels[0].hideZero = hideZero;
-        return asker.ask(question).names;
-    };
-    using Names = std::vector<std::string>;
-    EXPECT_EQ(names("name", false, false), (Names{"a3", "a2", "a1", "[Unknown]"}));
-    EXPECT_EQ(names("value", false, false), (Names{"a1", "a2", "a3", "[Unknown]"}));
-    EXPECT_EQ(names("value", true, false), (Names{"[Unknown]", "a3", "a2", "a1"}));
-    question.levels[0].values = {"!nothing"};
-    EXPECT_EQ(names("weight", true, false).front(), "a3");
-    EXPECT_EQ(names("weight", true, false).at(1), "a1");
-    question.start = 25;
-    question.end = 45;
-    EXPECT_EQ(names("", true, false).size(), 4U);
-    EXPECT_EQ(names("", true, true), (Names{"[Unknown]", "a1", "a3"}));
-
-    // Two levels: the outer one decides first, a value of it sorted by all that it holds.
-    question = Question();
-    question.levels.resize(2);
-    question.levels[0].path = "dd_band::dd_thread";
-    question.levels[0].sortName = "value";
-    question.levels[0].ascending = false;
-    question.levels[1].sortName = "name";
-    asker.reader->leaves["dd_band::dd_thread"] = "dd_thread";
-    asker.reader->columnTexts["dd_thread.name"] = {"t0", "t1", "t2"};
-    EXPECT_EQ(asker.ask(question).names,
-              (Names{"t1:a1", "t1:a2", "t1:a3", "t2:[Unknown]", "t2:a2"}));
-}
-
-TEST(BucketQuery, OverlapOfBandsAddsUpUnlessTheWholeRowIsAskedFor) {
-    Asker asker(fewInstances());
-    Question question;
-    question.bins = 1;
-    EXPECT_EQ(asker.ask(question).cells.at(1).at("").at(0), 110);
-    question.grouping = "global_data_grouper";
-    EXPECT_EQ(asker.ask(question).cells.at(1).at("").at(0), 100);
-    question.grouping = "dd_band::dd_thread";
-    question.byThread = false;
-    EXPECT_EQ(asker.ask(question).cells.at(0).at("").at(0), 115);
-}
-
-TEST(BucketQuery, ZerosAreKeptWhenAskedFor) {
-    Asker asker({{1, 10, 4, 1, 0}, {21, 30, 4, 1, 3}});
-    Question question;
-    question.type = ITimelineQuery::qtCount;
-    EXPECT_EQ(asker.ask(question).cells, (Cells{{2, {{"", {{1, 3}}}}}}));
-    question.keepZeros = true;
-    EXPECT_EQ(asker.ask(question).cells, (Cells{{2, {{"", {{0, 0}, {1, 3}}}}}}));
-}
-
-TEST(BucketQuery, InstancesOutsideOfEveryRowAreNoRow) {
-    Asker asker(fewInstances());
+    // The ticks inside a1 are its own even where a1 is not asked for; overlap of bands adds up
+    // unless the whole row is asked for.
+    expectAnswers(R"(
+        by=attr only=a2 bins=2 | 1 a2 0=10, 2 a2 0=10;  by=attr only=a9 | no data
+        '' | 1 0=110, 2 0=15;                           group=global_data_grouper | 1 0=100, 2 0=15
+        all group=dd_band::dd_thread | 0 0=115;         bins=201 | no data;  bins=0 | no data
+        count end=71 start=61 | 1 0=0.2;                count end=71 start=61 zeros bins=2 |
+            1 0=0.1, 1 1=0.1, 2 0=0, 2 1=0
+        start=150 | no data)",
+                  [&](const std::string& question) { return asker.cells(question); });
+    EXPECT_EQ(asker.names("start=150 by=attr"), "[Unknown] a1 a2 a3") << "series are told";
+    asker.database = nullptr;
     asker.reader->tables["slice_data"].ids["dd_band::dd_thread"].assign(5, -1);
-    Question question;
-    EXPECT_TRUE(asker.ask(question).cells.empty());
-    question.byThread = false;
-    EXPECT_FALSE(asker.ask(question).cells.empty());
-}
-
-class Canceled : public relay2::IProgress {
-public:
-    bool isCanceled() override { return --m_answers < 0; }
-    int m_answers = 0;
-};
-
-TEST(BucketQuery, AnswersNoDataToWhatHasNone) {
-    Asker asker(fewInstances());
-    Question question;
-    question.bins = 201;  // more buckets than ticks
-    EXPECT_EQ(asker.ask(question).err.value(), basekit2::error_code_t::noResult);
-    question.bins = 0;
-    EXPECT_EQ(asker.ask(question).err.value(), basekit2::error_code_t::noResult);
-    question = Question();
-    question.start = 150;  // nothing there; the series are told all the same
-    const Answer empty = asker.ask(question);
-    EXPECT_EQ(empty.err.value(), basekit2::error_code_t::noResult);
-    EXPECT_EQ(empty.names.size(), 1U);
-
-    question = Question();
-    for (int answers = 0; answers < 3; ++answers) {
-        const auto progress = basekit2::make_object<Canceled>();
-        progress->m_answers = answers;
-        const Answer canceled = asker.ask(question, progress.get());
-        EXPECT_EQ(canceled.err.value(), basekit2::error_code_t::noResult);
-        EXPECT_TRUE(canceled.cells.empty());
-    }
-    EXPECT_TRUE(is_success(asker.ask(question).err)) << "a cancelled read leaves nothing behind";
-
-    const auto query = asker.query(question);
+    EXPECT_EQ(asker.cells(""), "no data") << "instances outside of every row are no row";
+    EXPECT_EQ(asker.cells("all"), "0 0=125");
+    const auto query = asker.query(Question());
     query->setSource(ITimelineQuery::qtTime, "no_data", "", "");
     std::vector<storelink1::OverTimeData> data;
     std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
     EXPECT_FALSE(query->getOverTimeData(1, 100, 10, data, metadata, nullptr).succeeded());
 }
 
+TEST(BucketQuery, ACancelledReadLeavesNothingBehind) {
+    Asker asker(fewInstances());
+    for (int poll = 1; poll <= 3; ++poll) {
+        const auto progress = basekit2::make_object<lanefeed_test::CancelAtPoll>(poll);
+        const Answer canceled = asker.ask(Question(), progress.get());
+        EXPECT_EQ(canceled.err.value(), basekit2::error_code_t::noResult);
+        EXPECT_TRUE(canceled.cells.empty());
+    }
+    EXPECT_TRUE(is_success(asker.ask(Question()).err));
+}
+
 TEST(BucketQuery, FiltersAddUpAndAreTakenAsTheyStandWhenTheQueryRuns) {
     Asker asker(fewInstances());
-    asker.facts->firstTick = 1;
-    asker.facts->lastTick = 100;
-    Question question;
-    question.bins = 1;
-    question.grouping = "global_data_grouper";
-    const auto busy = [&](const char* required) {
-        std::vector<storelink1::OverTimeData> data;
-        std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
-        const auto query = asker.query(question);
-        query->setRequiredFilter(required);
-        if (!is_success(query->getOverTimeData(1, 101, 1, data, metadata, nullptr))) return 0.0;
-        return data.front().series.front().at(0);
+    const auto busy = [&](const char* global, const char* early) {
+        setFilter(*asker.filters, "global", global);
+        setFilter(*asker.filters, "early", early);
+        return asker.cells("all end=101 group=global_data_grouper required=early");
     };
     for (const bool raw : {false, true}) {
         asker.onRawResult = raw;
-        asker.filters->clear();
-        EXPECT_EQ(busy("early"), 100) << "a name without a filter";
-        asker.filter("global", {{51, 101}});
-        EXPECT_EQ(busy(""), 50);
-        asker.filter("early", {{1, 61}, {71, 90}});
-        EXPECT_EQ(busy("early"), 29);
-        asker.filter("early", {{55, 60, true}});
-        EXPECT_EQ(busy("early"), 45);
-        asker.filter("early", {{1, 51}});
-        EXPECT_EQ(busy("early"), 0);
+        EXPECT_EQ(busy("", ""), "0 0=100") << "a name without a filter";
+        EXPECT_EQ(busy("@51..101", ""), "0 0=50");
+        EXPECT_EQ(busy("@51..101", "@1..61 @71..90"), "0 0=29");
+        EXPECT_EQ(busy("@51..101", "@-55..60"), "0 0=45");
+        EXPECT_EQ(busy("@51..101", "@1..51"), "no data");
     }
     EXPECT_EQ(asker.reader->reads, 1) << "time is cut in memory";
-
-    question.levels.resize(1);
-    asker.filter("global", {{21, 40}});
-    EXPECT_EQ(asker.ask(question).names, (std::vector<std::string>{"a1", "a3"}))
-        << "series that nothing is left of are gone";
+    setFilter(*asker.filters, "global", "@21..40");
+    EXPECT_EQ(asker.names("by=attr"), "a1 a3") << "series that nothing is left of are gone";
 }
 
 TEST(BucketQuery, TellsWhatGlobalCutsOutAndKeepsWithinTheResult) {
     Asker asker(fewInstances());
     asker.facts->firstTick = 1;
     asker.facts->lastTick = 100;
-    const auto spans = [&](bool kept) {
-        std::vector<std::pair<u64_t, u64_t>> all;
-        const auto found = asker.query(Question())->getFilterIntervals(kept);
-        for (; !found.at_end(); found.next())
-            all.emplace_back(found.current().start, found.current().end);
-        return all;
-    };
-    using Spans = std::vector<std::pair<u64_t, u64_t>>;
-    EXPECT_EQ(spans(false), Spans());
-    EXPECT_EQ(spans(true), (Spans{{1, 101}}));
-    asker.filter("global", {{0, 11}, {51, 1000}, {60, 70, true}});
-    EXPECT_EQ(spans(false), (Spans{{11, 51}, {60, 70}}));
-    EXPECT_EQ(spans(true), (Spans{{1, 11}, {51, 60}, {70, 101}}));
-    asker.filter("global", {{200, 300}});
-    EXPECT_EQ(spans(false), (Spans{{1, 101}}));
-    EXPECT_EQ(spans(true), Spans());
+    expectAnswers(R"(
+        '' | cut kept 1..101
+        @0..11 @51..1000 @-60..70 | cut 11..51 60..70 kept 1..11 51..60 70..101
+        @200..300 | cut 1..101 kept)",
+                  [&](const std::string& words) {
+                      setFilter(*asker.filters, "global", words);
+                      std::string text;
+                      for (const bool kept : {false, true}) {
+                          text += kept ? " kept" : "cut";
+                          const auto found = asker.query(Question())->getFilterIntervals(kept);
+                          for (; !found.at_end(); found.next())
+                              text += " " + std::to_string(found.current().start) + ".." +
+                                      std::to_string(found.current().end);
+                      }
+                      return text;
+                  });
 }
 
 }  // namespace

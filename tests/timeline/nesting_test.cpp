@@ -1,121 +1,78 @@
-// Instances cut by their depth, against the covering instances of every single tick.
+// Instances cut by their depth. Random ones are compared with every single tick in
+// timeline_database_test.cpp and bucket_query_test.cpp.
 
 #include "timeline/nesting.h"
 
-#include "timeline/random_instances.h"
+#include "support/answer_rows.h"
 
 #include <gtest/gtest.h>
 
-#include <map>
-#include <random>
-#include <set>
-#include <tuple>
-#include <vector>
+#include <sstream>
 
 namespace {
 
 using basekit2::u64_t;
 using lanefeed_runtime::combine;
 using lanefeed_runtime::GroupedInstances;
-using lanefeed_runtime::InnermostSweep;
 using lanefeed_runtime::splitByLevel;
 using lanefeed_runtime::SplitPieces;
-using lanefeed_test::Instance;
 
-constexpr int kSpan = 60;
-
-GroupedInstances byBand(const std::vector<Instance>& instances) {
-    std::vector<u64_t> start;
-    std::vector<u64_t> end;
-    std::vector<int> bands;
-    for (const Instance& instance : instances) {
-        start.push_back(instance.start);
-        end.push_back(instance.end);
-        bands.push_back(instance.band);
-    }
+// All on one band.
+GroupedInstances onBand(const std::vector<u64_t>& start, const std::vector<u64_t>& end) {
+    const std::vector<int> bands(start.size(), 1);
     return {start, end, combine({&bands}, bands.size())};
 }
 
-TEST(Nesting, LevelsAreTheDepthAtEveryTick) {
-    for (unsigned seed = 1; seed <= 60; ++seed) {
-        SCOPED_TRACE(seed);
-        std::mt19937 random(seed);
-        const auto instances =
-            lanefeed_test::randomInstances(random, lanefeed_test::pick(random, 1, 25), 2, 3, kSpan);
-        SplitPieces pieces;
-        ASSERT_TRUE(splitByLevel(byBand(instances), 10000, pieces));
-
-        // By band, tick and level: who is there.
-        std::map<std::tuple<int, u64_t, int>, int> found;
-        std::set<std::tuple<u64_t, unsigned, int>> begins;
-        for (std::size_t i = 0; i < pieces.start.size(); ++i) {
-            const int position = static_cast<int>(pieces.position[i]);
-            const int band = instances[pieces.position[i]].band;
-            ASSERT_LE(pieces.start[i == 0 ? 0 : i - 1], pieces.start[i]);
-            for (u64_t tick = pieces.start[i]; tick <= pieces.end[i]; ++tick)
-                ASSERT_TRUE(
-                    found.emplace(std::make_tuple(band, tick, pieces.level[i]), position).second);
-            begins.emplace(pieces.start[i], pieces.position[i], pieces.level[i]);
-        }
-        for (std::size_t i = 0; i < pieces.start.size(); ++i)
-            EXPECT_EQ(begins.count({pieces.end[i] + 1, pieces.position[i], pieces.level[i]}), 0U)
-                << "cut where the level stays";
-
-        std::map<std::tuple<int, u64_t, int>, int> expected;
-        for (int band = 1; band <= 2; ++band)
-            for (u64_t tick = 1; tick <= kSpan; ++tick) {
-                const std::vector<int> open = lanefeed_test::covering(instances, band, tick);
-                for (std::size_t i = 0; i < open.size(); ++i)
-                    expected[{band, tick, static_cast<int>(open.size() - 1 - i)}] = open[i];
-            }
-        EXPECT_EQ(found, expected);
+// "1..9 2..5" as its pieces "LEVEL PLACE:FIRST..LAST", parted by commas.
+std::string pieces(const std::string& question) {
+    std::vector<u64_t> start;
+    std::vector<u64_t> end;
+    std::istringstream words(question);
+    for (std::string word; words >> word;) {
+        start.push_back(std::stoull(word));
+        end.push_back(std::stoull(word.substr(word.find("..") + 2)));
     }
+    SplitPieces made;
+    EXPECT_TRUE(splitByLevel(onBand(start, end), 10000, made));
+    std::ostringstream text;
+    for (std::size_t i = 0; i < made.start.size(); ++i)
+        text << (i > 0 ? ", " : "") << static_cast<int>(made.level[i]) << " " << made.position[i]
+             << ":" << made.start[i] << ".." << made.end[i];
+    return text.str();
 }
 
-TEST(Nesting, SweepOwnsEveryCoveredTickOnceAlsoInAWindow) {
-    for (unsigned seed = 1; seed <= 60; ++seed) {
-        SCOPED_TRACE(seed);
-        std::mt19937 random(seed);
-        const auto instances =
-            lanefeed_test::randomInstances(random, lanefeed_test::pick(random, 1, 25), 1, 3, kSpan);
-        const GroupedInstances grouped = byBand(instances);
-        const auto from = static_cast<u64_t>(lanefeed_test::pick(random, 1, kSpan));
-        const u64_t to = from + static_cast<u64_t>(lanefeed_test::pick(random, 1, kSpan));
-        std::map<u64_t, int> owners;
-        const auto own = [&](std::size_t i, u64_t first, u64_t last) {
-            for (u64_t tick = first; tick <= last; ++tick)
-                EXPECT_TRUE(owners.emplace(tick, static_cast<int>(grouped.position(i))).second);
-        };
-        InnermostSweep sweep(from, to);
-        grouped.overlapping(grouped.segments().front(), from, to, [&](std::size_t i) {
-            sweep.open(i, grouped.start(i), grouped.end(i), own);
-        });
-        sweep.finish(own);
-        std::map<u64_t, int> expected;
-        for (u64_t tick = from; tick < to; ++tick) {
-            const std::vector<int> open = lanefeed_test::covering(instances, 1, tick);
-            if (!open.empty()) expected[tick] = open.back();
-        }
-        EXPECT_EQ(owners, expected);
-    }
+TEST(Nesting, CutsWhereTheLevelChangesAndNowhereElse) {
+    lanefeed_test::expectAnswers(R"(
+        1..9 | 0 0:1..9
+        1..9 3..5 | 0 0:1..2, 1 0:3..5, 0 1:3..5, 0 0:6..9
+        1..9 1..9 | 1 0:1..9, 0 1:1..9
+        1..5 3..9 | 0 0:1..2, 1 0:3..5, 0 1:3..9
+        1..9 3..4 5..6 | 0 0:1..2, 1 0:3..6, 0 1:3..4, 0 2:5..6, 0 0:7..9)",
+                                 pieces);
 }
 
 TEST(Nesting, RefusesMorePiecesThanAllowed) {
-    std::vector<Instance> instances;
-    for (u64_t i = 1; i <= 50; ++i)
-        instances.push_back({i, 200 - i, 1, 1, 1});
-    SplitPieces pieces;
-    EXPECT_FALSE(splitByLevel(byBand(instances), 1000, pieces));
+    std::vector<u64_t> start;
+    std::vector<u64_t> end;
+    for (u64_t i = 1; i <= 50; ++i) {
+        start.push_back(i);
+        end.push_back(200 - i);
+    }
+    SplitPieces made;
+    EXPECT_FALSE(splitByLevel(onBand(start, end), 1000, made));
 }
 
 TEST(GroupedInstances, LongInstancesReachIntoLateWindows) {
-    // Hundreds of short ones between a long instance and the window.
-    std::vector<Instance> instances;
-    instances.push_back({1, 5000, 1, 1, 1});
-    for (u64_t i = 2; i <= 1000; ++i)
-        instances.push_back({i, i, 1, 1, 1});
-    instances.push_back({1500, 1500, 1, 1, 1});
-    const GroupedInstances grouped = byBand(instances);
+    // A thousand short ones between a long instance and the window.
+    std::vector<u64_t> start = {1};
+    std::vector<u64_t> end = {5000};
+    for (u64_t i = 2; i <= 1000; ++i) {
+        start.push_back(i);
+        end.push_back(i);
+    }
+    start.push_back(1500);
+    end.push_back(1500);
+    const GroupedInstances grouped = onBand(start, end);
     std::vector<u64_t> starts;
     grouped.overlapping(grouped.segments().front(), 1400, 1600,
                         [&](std::size_t i) { starts.push_back(grouped.start(i)); });
