@@ -105,7 +105,7 @@ TEST_F(OpenStoreTest, TellsWhatCannotBeRead) {
         EXPECT_EQ(m_error.kind, Kind::cannotRead) << file;
         EXPECT_NE(m_error.text.find(words), std::string::npos) << m_error.text;
     }
-    if (::geteuid() == 0) GTEST_SKIP() << "root may read everything";
+    if (::geteuid() == 0) return;  // may read everything
     m_file = m_directory.file("x.lft");
     open(m_whole);
     ::chmod(m_file.c_str(), 0);
