@@ -1,7 +1,7 @@
 // Flow of an over-time request, asked by the pane for one layer: at which resolution the store is
 // read, by which route, and how the answer is brought back to the buckets that were asked for and
 // to the layer's time scale. The answer is one tree per row. A cancelled request ends with false
-// between two stages, without a message. Tested by tests/provider/overtime_flow_test.cpp.
+// between two stages, without a message. Tested by tests/provider/overtime_test.cpp.
 
 #include "baseproviderimpl.h"
 

@@ -1,6 +1,6 @@
 // Small questions to the store: which tables and bands a result holds, the last table of a path,
 // the clock, the range of ticks; and the operations that drop what is held. Asked by the viewpoint
-// parser, the filters and the client. Tested by tests/provider/bands_test.cpp.
+// parser, the filters and the client. Tested by tests/provider/binding_test.cpp.
 
 #include "dbiproviderimpl.h"
 

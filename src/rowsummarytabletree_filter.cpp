@@ -1,6 +1,6 @@
 // Selected rows as a filter. Rows of the store are kept by their database indexes, one group for
 // each row, in which each row-by of the area may match; rows of a grid by the grid itself, which
-// knows what its rows stand for. Tested by tests/unit/rowsummary_filter_test.cpp.
+// knows what its rows stand for. Tested by tests/unit/rowsummary_build_test.cpp.
 
 #include "rowsummarytabletree.h"
 

@@ -1,5 +1,5 @@
 // The one form of every check: report, perhaps stop in a debugger, and go on. Tested by
-// tests/provider/check_test.cpp.
+// tests/provider/services_test.cpp.
 
 #include "common/check.h"
 

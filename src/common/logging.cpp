@@ -1,5 +1,5 @@
 // The logger of the library. It is set up when the library is loaded, so that a host can raise or
-// lower its level before the first request. Tested by tests/provider/check_test.cpp.
+// lower its level before the first request. Tested by tests/provider/services_test.cpp.
 
 #include "common/logging.h"
 

@@ -1,22 +1,29 @@
+// A provider before and after it is bound to a result: choices of rows and their joins, and what it
+// tells of the result: kinds of bands, clock, tables, the filtered database.
+
 #include "provider_fixture.h"
 #include "support/fake_grid.h"
 
 namespace lanefeed_test {
 namespace {
 
-using lanefeed_1::DicerDataSource;
+using basekit2::iterator_util::get_item_count;
 using lanefeed_1::IDicerProvider;
-using lanefeed_1::QueryParam;
 using lanefeed_1::TLViewpointParser;
-using Binding = ProviderTest;
 
-QueryFacts rowFacts(const std::string& path, const std::string& attr = "name") {
-    QueryFacts facts;
-    facts.table = "slice_data";
-    facts.path = path;
-    facts.attr = attr;
-    return facts;
-}
+class Binding : public ProviderTest {
+protected:
+    Binding() { m_db->tables["dd_core"]; }
+    // Row-bys of slices by these paths; "+" before one that joins the one before it.
+    static TLViewpointParser::RowSet rowSetOf(const Strings& paths) {
+        TLViewpointParser::RowSet rowSet;
+        for (const std::string& path : paths) {
+            const bool joins = path.front() == '+';
+            rowSet.rowBys.push_back(rowBy(factsAt("slice_data::" + path.substr(joins)), joins));
+        }
+        return rowSet;
+    }
+};
 
 // A grid that knows one row-by.
 class PickingGrid : public FakeGridParser {
@@ -26,7 +33,7 @@ public:
         return query == asked && level == 1 ? rowBy : nullptr;
     }
 
-    Query asked;
+    Query asked = infoQuery({});
     Query rowBy;
 };
 
@@ -41,38 +48,31 @@ TEST_F(Binding, KnowsNothingBeforeAResult) {
     EXPECT_EQ(m_provider->m_hatches[1].color, (dataface_1::color_t{128, 128, 255, 255}));
     EXPECT_EQ(m_provider->m_mode, 2);
     EXPECT_TRUE(m_log.empty());
-    EXPECT_EQ(m_provider->getRowLevel(0), -1);
-    EXPECT_TRUE(m_log.contains("summaryRow"));
+    expectFailure("summaryRow", [this] { return m_provider->getRowLevel(0) != -1; });
+    expectFailure("DbiProviderImpl::openDataFile not implemented",
+                  [this] { return m_provider->openDataFile("x.lft"); });
 }
 
-TEST_F(Binding, SortsRowBysIntoChoicesAndJoins) {
-    m_db->tables["dd_core"];
-    TLViewpointParser::RowSet rowSet;
-    rowSet.rowBys = {rowBy(rowFacts("dd_thread", "tid")), rowBy(rowFacts("x.dd_thread"), true),
-                     rowBy(rowFacts("dd_core", "number"))};
+TEST_F(Binding, SortsRowBysIntoChoicesAndJoinsOfTheSameTable) {
+    auto rowSet = rowSetOf({"dd_thread.tid", "+x.dd_thread.name", "dd_core.number"});
     bind(&rowSet);
     EXPECT_TRUE(m_log.empty());
-    ASSERT_EQ(basekit2::iterator_util::get_item_count(m_provider->getRowByChoices()), 2);
+    EXPECT_EQ(get_item_count(m_provider->getRowByChoices()), 2);
     const auto joins = m_provider->getRowByJoins(0);
     EXPECT_EQ(joins.current().m_path, "x.dd_thread");
-    EXPECT_EQ(basekit2::iterator_util::get_item_count(joins), 1);
+    EXPECT_EQ(get_item_count(joins), 1);
     EXPECT_TRUE(m_provider->getRowByJoins(1).at_end());
     // The table is that of the last choice, the attribute that of the principal one.
     EXPECT_EQ(m_provider->m_rowByAttrTable, "dd_core");
     EXPECT_EQ(m_provider->getAttrPath(nullptr), "dd_core.tid");
     EXPECT_TRUE(m_provider->hasRowBy());
-    // Rows are counted with the first summary.
-    EXPECT_EQ(m_provider->getRowCount(), 0);
-
+    EXPECT_EQ(m_provider->getRowCount(), 0) << "rows are counted with the first summary";
     EXPECT_TRUE(m_provider->getRowByJoins(2).at_end());
     EXPECT_TRUE(m_log.contains(
         "principalRowByIndex >= 0 && principalRowByIndex < (int)m_rowByJoins.size()"));
-}
 
-TEST_F(Binding, RefusesAJoinOfAnotherTable) {
-    m_db->tables["dd_core"];
-    TLViewpointParser::RowSet rowSet;
-    rowSet.rowBys = {rowBy(rowFacts("dd_thread")), rowBy(rowFacts("dd_core"), true)};
+    rowSet = rowSetOf({"dd_thread.name", "+dd_core.name"});
+    m_provider = basekit2::make_object<DbiProbe>();
     bind(&rowSet);
     EXPECT_TRUE(
         m_log.contains("Incorrect leaf table for rowBy attr table: dd_core. Expected: "
@@ -80,70 +80,141 @@ TEST_F(Binding, RefusesAJoinOfAnotherTable) {
     EXPECT_EQ(m_provider->m_rowByAttrTable, "dd_thread");
     EXPECT_FALSE(m_provider->addRowByDS(&rowSet.rowBys[1].ds));
     EXPECT_TRUE(m_provider->addRowByDS(&rowSet.rowBys[0].ds));
-    EXPECT_EQ(basekit2::iterator_util::get_item_count(m_provider->getRowByJoins(0)), 1);
+    EXPECT_EQ(get_item_count(m_provider->getRowByJoins(0)), 1);
 }
 
 TEST_F(Binding, ShowsOneRowWithoutAPrincipalRowBy) {
-    TLViewpointParser::RowSet rowSet;
-    rowSet.rowBys = {rowBy(rowFacts("dd_thread"))};
+    auto rowSet = rowSetOf({"dd_thread.name"});
     rowSet.rowBys.front().valid = false;
     bind(&rowSet);
     EXPECT_EQ(m_provider->getRowCount(), 1);
     EXPECT_FALSE(m_provider->getRowByChoices().at_end());
-
-    const auto other = basekit2::make_object<DbiProbe>();
     rowSet.rowBys.front().valid = true;
+    const auto other = basekit2::make_object<DbiProbe>();
     other->setResult(0, m_input, &rowSet, "view", 4);
     EXPECT_EQ(other->getRowCount(), 1);
     EXPECT_TRUE(other->hasRowBy());
 }
 
 TEST_F(Binding, PicksTheRowByThatTheGridNamesAmongAChoiceAndItsJoins) {
-    m_db->tables["dd_core"];
     const auto grid = basekit2::make_object<PickingGrid>();
-    TLViewpointParser::RowSet rowSet;
+    auto rowSet = rowSetOf({"dd_core.name", "dd_thread.name", "+x.dd_thread.name"});
     rowSet.gridQuery = grid;
-    rowSet.rowBys = {rowBy(rowFacts("dd_core")), rowBy(rowFacts("dd_thread")),
-                     rowBy(rowFacts("x.dd_thread"), true)};
     bind(&rowSet);
-    grid->asked = infoQuery({});
-    const auto picked = [&](int choice) {
+    const auto picked = [&](int choice, int named) {
+        grid->rowBy = named < 0 ? nullptr : rowSet.rowBys.at(named).ds.m_defaultQuery;
         return m_provider->getRowByUsingQuery(choice, grid->asked).m_path;
     };
-    EXPECT_EQ(picked(1), "");  // the grid has none
-    grid->rowBy = rowSet.rowBys[2].ds.m_defaultQuery;
-    EXPECT_EQ(picked(1), "x.dd_thread");
-    grid->rowBy = rowSet.rowBys[1].ds.m_defaultQuery;
-    EXPECT_EQ(picked(1), "dd_thread");
-    EXPECT_EQ(picked(0), "");
-    grid->rowBy = rowSet.rowBys[0].ds.m_defaultQuery;  // of another choice
-    EXPECT_EQ(picked(1), "");
+    EXPECT_EQ(picked(1, -1), "") << "the grid has none";
+    EXPECT_EQ(picked(1, 2), "x.dd_thread");
+    EXPECT_EQ(picked(1, 1), "dd_thread");
+    EXPECT_EQ(picked(0, 1), "") << "of another choice";
+    EXPECT_EQ(picked(1, 0), "");
     EXPECT_TRUE(m_log.empty());
-}
-
-TEST_F(Binding, CannotOpenAFile) {
-    EXPECT_FALSE(m_provider->openDataFile("x.lft"));
-    EXPECT_TRUE(m_log.contains("DbiProviderImpl::openDataFile not implemented"));
 }
 
 TEST_F(Binding, MakesTheProviderThatTheEnvironmentAsksFor) {
     const auto isTimeline = [&] {
         const auto provider = IDicerProvider::create(m_input);
-        EXPECT_FALSE(provider.is_null());
         return dynamic_cast<lanefeed_1::TimelineDbProviderImpl*>(provider.get()) != nullptr;
     };
     const EnvironmentGuard unset("LANEFEED_SQLITE");
     EXPECT_TRUE(isTimeline());
-    {
-        const EnvironmentGuard empty("LANEFEED_SQLITE", "");
-        EXPECT_TRUE(isTimeline());
-    }
-    {
-        const EnvironmentGuard zero("LANEFEED_SQLITE", "0");
-        EXPECT_FALSE(isTimeline());
+    for (const char* value : {"", "0"}) {
+        const EnvironmentGuard set("LANEFEED_SQLITE", value);
+        EXPECT_EQ(isTimeline(), *value == '\0');
     }
     EXPECT_GE(m_input->asked, 3);
     EXPECT_FALSE(IDicerProvider::create(nullptr).is_null());
+    EXPECT_TRUE(m_log.empty());
+}
+
+using Bands = ProviderTest;
+
+TEST_F(Bands, HaveAKindAndATableOnlyWhereThereAreSome) {
+    for (int kind = 0; kind <= 7; ++kind)
+        m_db->bandKinds["k" + std::to_string(kind)] = kind;
+    m_db->tables["dd_band"] = tableOf("rowid dd_band dd_band::dd_thread\n1 1 4");
+    bind();
+    std::string types;
+    for (int kind = 0; kind <= 8; ++kind)
+        types += std::to_string(m_provider->getBandType("k" + std::to_string(kind)));
+    EXPECT_EQ(types, "253514505");
+    EXPECT_TRUE(m_provider->isBandTypeSupported("k3"));
+    EXPECT_FALSE(m_provider->isBandTypeSupported("k8"));
+
+    EXPECT_TRUE(m_provider->isBandTableExist("dd_thread"));
+    EXPECT_TRUE(m_log.empty());
+    for (const char* band : {"dd_core", ""})  // no band, and not the band itself
+        expectFailure("sl1::InvalidColIdx != idx",
+                      [&] { return m_provider->isBandTableExist(band); });
+    const auto hasThreads = [this] { return m_provider->isBandTableExist("dd_thread"); };
+    m_log.clear();
+    m_db->tables["dd_band"].clear();
+    EXPECT_FALSE(hasThreads());
+    EXPECT_TRUE(m_log.empty());
+    m_db->tables.erase("dd_band");
+    expectFailure("query, at file: ", hasThreads);
+}
+
+TEST_F(Bands, GroupRowsByTheirTableAPathOfOnePartAndNoExpansion) {
+    lanefeed_1::DicerDataSource source;
+    const auto groups = [&] { return m_provider->isGroupingByBand(&source); };
+    source.set("dd_thread", "dd_band", "", "");
+    EXPECT_TRUE(groups());
+    QueryFacts expanded;
+    source.m_defaultQuery = infoQuery(expanded);
+    EXPECT_TRUE(groups());
+    expanded.next = source.m_defaultQuery;
+    source.m_defaultQuery = infoQuery(expanded);
+    EXPECT_FALSE(groups());
+    source.m_defaultQuery.reset();
+    for (const auto& [path, table] :
+         {std::pair("dd_thread.name", "dd_band"), {"", "dd_band"}, {"dd_thread", "slice_data"}}) {
+        source.set(path, table, "", "");
+        EXPECT_FALSE(groups()) << path;
+    }
+    EXPECT_FALSE(m_provider->isGroupingByBand(nullptr));
+}
+
+TEST_F(Bands, AreNotKnownWithoutADatabase) {
+    basekit2::u64_t start = 0;
+    basekit2::u64_t end = 0;
+    basekit2::u64_t ticksPerSecond = 0;
+    m_db->ticksPerSecond = 2400000999;
+    bind();
+    EXPECT_EQ(m_provider->ticksInMs(), 2400000U);
+    ASSERT_TRUE(m_provider->getResultTscRange(start, end, ticksPerSecond));
+    EXPECT_EQ(start, 1000U);
+    EXPECT_EQ(end, 1999U);
+    EXPECT_EQ(ticksPerSecond, 2400000999U);
+    m_input->withdraw<storelink1::IPerfDatabase>();
+    bind();
+    EXPECT_EQ(m_provider->getBandType("dd_thread"), 5);
+    EXPECT_FALSE(m_provider->isTableExist("dd_thread"));
+    EXPECT_FALSE(m_provider->isBandTableExist("dd_thread"));
+    expectFailure("db, at file: ", [this] { return m_provider->ticksInMs() != 0; });
+    m_provider->clearCaches();
+    EXPECT_TRUE(m_log.contains("ret && perfDb"));
+}
+
+TEST_F(Bands, AreFilteredInADatabaseMadeWhenTheGlobalFilterChanges) {
+    m_provider->clearCaches();
+    bind();
+    m_provider->filterChanged("selection");
+    EXPECT_EQ(m_db->filteredDatabases, 0);
+    m_provider->filterChanged("global");
+    const auto made = m_provider->m_filteredDb;
+    ASSERT_FALSE(made.is_null());
+    m_provider->clearCaches();
+    EXPECT_EQ(m_db->cachesCleared, 1) << "those of the database alone";
+    // The next request under the filter finds it ready.
+    m_db->filters = {"global"};
+    m_db->filteredTables = {"slice_data"};
+    EXPECT_EQ(m_provider->getTimelineDb("slice_data"), made);
+    EXPECT_EQ(m_db->filteredDatabases, 1);
+    m_provider->filterChanged("global");
+    EXPECT_NE(m_provider->getTimelineDb("slice_data"), made);
     EXPECT_TRUE(m_log.empty());
 }
 

@@ -2,9 +2,6 @@
 #include "provider_fixture.h"
 #include "queries/query_library.h"
 #include "support/table_text.h"
-#include "support/temp_directory.h"
-
-#include <filesystem>
 
 namespace lanefeed_test {
 namespace {
@@ -41,7 +38,7 @@ public:
     using lanefeed_1::BaseProviderImpl::getOverTimeData;
 
     std::vector<std::vector<OverTimeData>> answers;
-    std::vector<std::string> asked;
+    Strings asked;
     bool fails = false;
 
 protected:
@@ -62,20 +59,14 @@ protected:
 
 class Derived : public ProviderTest {
 protected:
-    Derived() : m_answering(basekit2::make_object<AnsweringProvider>()) {
-        std::vector<std::string> errors;
+    Derived() {
+        Strings errors;
         m_queries = lanefeed_runtime::loadQueryLibrary({{"q.xml", kDefinitions}}, {}, errors);
         EXPECT_TRUE(errors.empty()) << errors.front();
         m_db->tables["slice_data"];
         m_answering->setResult(3, m_input, nullptr, "view", 0);
         m_answering->setProgress(m_progress.get());
         m_source.m_rowByLevels = {0, 1};
-        draw("mean");
-    }
-    void draw(const std::string& id) {
-        m_source.m_defaultQuery = m_queries->findQuery(id, nullptr);
-        m_source.m_derivedQuery = dataface_1::IDerivedQuery::cast(m_source.m_defaultQuery);
-        m_source.m_dataType = DicerDataSource::dsDerived;
     }
     // One record per row, each of one series with a value per bucket.
     static std::vector<OverTimeData> rows(const std::vector<std::vector<double>>& values) {
@@ -87,12 +78,18 @@ protected:
         }
         return data;
     }
-    // The tables one below the other; "no data" when there are none.
-    std::string ask(int bins = 2) {
+    // The values of each row of the query, or "no data".
+    std::string ask(const std::string& id, int bins = 2) {
+        m_source.m_defaultQuery = m_queries->findQuery(id, nullptr);
+        m_source.m_derivedQuery = dataface_1::IDerivedQuery::cast(m_source.m_defaultQuery);
+        m_source.m_dataType = DicerDataSource::dsDerived;
+        return ask(bins);
+    }
+    std::string ask(int bins) {
         m_answering->asked.clear();
         QueryParam param = request();
         param.binCount = static_cast<basekit2::u32_t>(bins);
-        std::vector<sptr_t<dataface_1::ITableTree>> forest;
+        Forest forest;
         if (!m_answering->getOverTimeData(param, IDicerProvider::otDerived, forest))
             return "no data";
         std::string text;
@@ -102,102 +99,68 @@ protected:
     }
 
     sptr_t<dataface_1::IQueryLibrary> m_queries;
-    sptr_t<AnsweringProvider> m_answering;
+    const sptr_t<AnsweringProvider> m_answering = basekit2::make_object<AnsweringProvider>();
 };
 
-TEST_F(Derived, ReadsEachInputAndGivesATablePerRow) {
+TEST_F(Derived, ReadsEachInputOnceAndGivesATablePerRow) {
     m_answering->answers = {rows({{10, 30}, {7, 0}}), rows({{2, 0}, {7, 0}})};
-    EXPECT_EQ(ask(), "timeBin  mean\n0        5\ntimeBin  mean\n0        1\n");
-    EXPECT_EQ(m_answering->asked, (std::vector<std::string>{"busy 3 mean 2 ignores 0..1000/2",
-                                                            "count 4 mean 2 ignores 0..1000/2"}));
+    EXPECT_EQ(ask("mean"), "timeBin  mean\n0        5\ntimeBin  mean\n0        1\n");
+    EXPECT_EQ(m_answering->asked,
+              (Strings{"busy 3 mean 2 ignores 0..1000/2", "count 4 mean 2 ignores 0..1000/2"}));
+    expectQuietCancels(8, [this] { return ask("mean") != "no data"; });
+    EXPECT_EQ(dumpsOf([this] { ask("mean"); }),
+              (Strings{"timeline_derived_input.xml", "timeline_derived_output.xml"}));
     // Formulas of members are taken in, and shared inputs are read once.
-    draw("three");
     m_answering->answers = {rows({{1, 1}}), rows({{10, 30}}), rows({{2, 6}})};
-    EXPECT_EQ(ask(), "timeBin  three\n0        6\n1        6\n");
+    EXPECT_EQ(ask("three"), "timeBin  three\n0        6\n1        6\n");
     EXPECT_EQ(m_answering->asked.size(), 3U);
     EXPECT_EQ(m_answering->asked[0], "instances 5 three 2 ignores 0..1000/2");
-    EXPECT_TRUE(m_log.empty());
-}
-
-TEST_F(Derived, InputsOfAPercentageAreHundredfoldUnlessOneIsATime) {
+    // Inputs of a percentage are hundredfold unless one is a time.
     m_answering->answers = {rows({{2, 4}})};
-    draw("half");
-    EXPECT_EQ(ask(), "timeBin  half\n0        100\n1        200\n");
-    draw("mixed");
-    EXPECT_EQ(ask(), "timeBin  mixed\n0        6\n1        12\n");
-}
-
-TEST_F(Derived, ReadsInputsInTheResolutionOfTheLayer) {
+    EXPECT_EQ(ask("half"), "timeBin  half\n0        100\n1        200\n");
+    EXPECT_EQ(ask("mixed"), "timeBin  mixed\n0        6\n1        12\n");
     m_source.m_resolutionMs = 0.2;  // of 1000 ticks
-    draw("half");
     m_answering->answers = {rows({{2, 4, 6, 8, 10}})};
-    EXPECT_EQ(ask(10).find("timeBin  half\n0        50\n1        50\n2        100\n"), 0U);
+    EXPECT_EQ(ask("half", 10).find("timeBin  half\n0        50\n1        50\n2        100\n"), 0U);
     EXPECT_EQ(m_answering->asked.at(0), "count 4 half 2 ignores 0..1000/5");
+    EXPECT_TRUE(m_log.empty());
 }
 
 TEST_F(Derived, LeavesOutInputsThatTheResultDoesNotHold) {
     m_answering->answers = {rows({{2, 0}})};
-    draw("partly");
-    EXPECT_EQ(ask(), "timeBin  partly\n0        2\n");
+    EXPECT_EQ(ask("partly"), "timeBin  partly\n0        2\n");
     EXPECT_EQ(m_answering->asked.size(), 1U);
     EXPECT_TRUE(m_log.empty());
-    draw("nothing");
-    EXPECT_EQ(ask(), "no data");
+    EXPECT_EQ(ask("nothing"), "no data");
     EXPECT_EQ(m_log.count("ret && !dataSources.empty()"), 1);
 }
 
 TEST_F(Derived, ReportsInputsWhoseRowsDoNotFit) {
     m_answering->answers = {rows({{10, 30}, {8, 8}}), rows({{2, 0}})};
     // The row without a second input divides by nothing.
-    EXPECT_EQ(ask(), "timeBin  mean\n0        5\ntimeBin  mean\n");
+    EXPECT_EQ(ask("mean"), "timeBin  mean\n0        5\ntimeBin  mean\n");
     EXPECT_EQ(m_log.count("curDataArray.size() == otDataArray.size()"), 1);
     EXPECT_EQ(m_log.count("otDataArray[r].row == curDataArray[r].row"), 0);
     m_answering->answers[1] = rows({{2, 0}, {4, 4}});
     m_answering->answers[1][1].row = 5;
-    EXPECT_EQ(ask(), "timeBin  mean\n0        5\ntimeBin  mean\n0        2\n1        2\n");
+    EXPECT_EQ(ask("mean"), "timeBin  mean\n0        5\ntimeBin  mean\n0        2\n1        2\n");
     EXPECT_EQ(m_log.count("otDataArray[r].row == curDataArray[r].row"), 1);
 }
 
 TEST_F(Derived, FailuresAreReportedOnce) {
     m_answering->answers = {rows({{1, 1}})};
     m_answering->fails = true;
-    EXPECT_EQ(ask(), "no data");
+    EXPECT_EQ(ask("mean"), "no data");
     EXPECT_EQ(m_log.count("at file"), 1);
     EXPECT_EQ(m_log.count("ret, at file"), 1);
     m_source.m_derivedQuery.reset();
-    EXPECT_EQ(ask(), "no data");
+    EXPECT_EQ(ask(2), "no data");
     EXPECT_EQ(m_log.count("err.succeeded()"), 1);
     QueryParam param = request();
     param.dds = nullptr;
-    std::vector<sptr_t<dataface_1::ITableTree>> forest;
+    Forest forest;
     EXPECT_FALSE(m_answering->getOverTimeData(param, IDicerProvider::otDerived, forest));
     EXPECT_EQ(m_log.count("at file"), 2);
-}
-
-TEST_F(Derived, EndsWithoutAMessageWhenCancelledAtAnyPoll) {
-    m_answering->answers = {rows({{10, 30}, {8, 8}}), rows({{2, 0}, {4, 4}})};
-    m_progress->asked = 0;
-    ASSERT_NE(ask(), "no data");
-    const int polls = m_progress->asked;
-    EXPECT_GT(polls, 8);
-    for (int poll = 1; poll <= polls; ++poll) {
-        m_progress->asked = 0;
-        m_progress->cancelsAt = poll;
-        EXPECT_EQ(ask(), "no data") << poll;
-    }
-    EXPECT_TRUE(m_log.empty());
-}
-
-TEST_F(Derived, WritesInputsAndAnswersOnRequest) {
-    const TempDirectory directory;
-    const std::filesystem::path before = std::filesystem::current_path();
-    std::filesystem::current_path(directory.path());
-    const EnvironmentGuard on("LANEFEED_SAVE_DATA", "1");
-    m_answering->answers = {rows({{10, 30}})};
-    EXPECT_NE(ask(), "no data");
-    std::filesystem::current_path(before);
-    for (const char* name : {"timeline_derived_input.xml", "timeline_derived_output.xml"})
-        EXPECT_TRUE(std::filesystem::exists(directory.file(name))) << name;
 }
 
 }  // namespace

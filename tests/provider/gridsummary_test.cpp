@@ -4,42 +4,42 @@
 #include "provider_fixture.h"
 #include "support/fake_grid.h"
 #include "support/table_text.h"
-#include "support/temp_directory.h"
 
 #include <facekit_1_x/table_building.h>
-
-#include <filesystem>
 
 namespace lanefeed_test {
 namespace {
 
 using basekit2::sptr_t;
 using dataface_1::ITableTree;
-using Calls = std::vector<std::string>;
+using lanefeed_1::IDicerProvider;
+
+const Strings kUnfiltered = {"rows create", "rows clear", "rows execute 5"};
+const Strings kFiltered = {"rows create", "rows clear", "rows filter global", "rows execute 5"};
 
 class GridSummary : public ProviderTest {
 protected:
     GridSummary() {
-        QueryFacts facts;
-        facts.table = "dd_band";
-        facts.path = "dd_process";
-        facts.bandColumn = "dd_band::dd_process";
-        const auto byProcess = vectorOf({infoQuery(facts)});
-        facts.path = "dd_core";
-        facts.bandColumn = "dd_band::dd_core";
-        m_grid->groupings = {byProcess, vectorOf({infoQuery(facts)})};
+        for (const std::string type : {"dd_core", "dd_process"}) {
+            const std::string band = "dd_band::" + type;
+            QueryFacts facts = factsAt(band);
+            facts.bandColumn = band;
+            m_grid->groupings.insert(m_grid->groupings.begin(), vectorOf({infoQuery(facts)}));
+            m_db->tables[band] = tableOf(band + " start_tsc end_tsc\n1 1000 1500");
+        }
+        const auto& byProcess = m_grid->groupings[0];
         m_required->groupings = {byProcess};
         m_grid->table = gridTable(
             {{1, "a", 3, {{11, "a1", 3, {}}}}, {2, "b", 9, {}}, {3, "c", 6, {}}}, byProcess);
         m_requiredTable = basekit2::make_object<FakeGrid>(
             gridTable({{1, "a", {}, {}}, {2, "b", {}, {}}}, byProcess));
         m_required->table = m_requiredTable;
-        for (const char* band : {"dd_band::dd_process", "dd_band::dd_core"}) {
-            m_db->tables[band] = {{{band, 1}, {"start_tsc", 1000}, {"end_tsc", 1500}}};
-        }
-        facts.path = "dd_thread";
-        m_rowSet.rowBys.push_back(rowBy(facts));
+        m_rowSet.rowBys.push_back(rowBy(factsAt("dd_band::dd_thread")));
         m_rowSet.gridQuery = m_grid;
+    }
+    void bindWithRequiredData() {
+        m_rowSet.requiredData = m_required;
+        bind(&m_rowSet);
     }
     bool summary(int grouping = -1, bool resort = false, bool useGlobalFilter = true) {
         m_calls.clear();
@@ -48,15 +48,19 @@ protected:
         return m_provider->getRowSummary(m_table, grouping, resort, useGlobalFilter);
     }
     // The summary fails with this text, and stays the one before.
-    void expectFailure(const std::string& text, int grouping = -1) {
+    void expectFailedSummary(const std::string& text, int grouping = -1) {
         const auto before = m_provider->m_rowSummaryTable;
-        EXPECT_FALSE(summary(grouping)) << text;
-        EXPECT_TRUE(m_log.contains(text)) << text;
+        expectFailure(text, [&] { return summary(grouping); });
         EXPECT_TRUE(m_log.contains("bRet && summaryImpl")) << text;
         EXPECT_EQ(m_provider->m_rowSummaryTable, before);
     }
+    std::vector<int> order() {
+        std::vector<int> rows;
+        m_provider->getSortOrder(rows);
+        return rows;
+    }
 
-    Calls m_calls;
+    Strings m_calls;
     const sptr_t<basekit2::ref_counted_t<FakeGridParser>> m_grid =
         basekit2::make_object<FakeGridParser>("rows", &m_calls);
     const sptr_t<basekit2::ref_counted_t<FakeGridParser>> m_required =
@@ -69,137 +73,111 @@ protected:
 TEST_F(GridSummary, IsReadUnderTheFilterAndNestsAsTheGridDoes) {
     bind(&m_rowSet);
     ASSERT_TRUE(summary());
-    // No such filter, none asked for, and one that is both.
-    EXPECT_EQ(m_calls, (Calls{"rows create", "rows clear", "rows execute 5"}));
+    EXPECT_EQ(m_calls, kUnfiltered) << "no such filter";
     m_registry->names = {"global"};
     ASSERT_TRUE(summary(-1, false, false));
-    EXPECT_EQ(m_calls, (Calls{"rows create", "rows clear", "rows execute 5"}));
+    EXPECT_EQ(m_calls, kUnfiltered) << "none asked for";
     ASSERT_TRUE(summary(-1, true));
-    EXPECT_EQ(m_calls,
-              (Calls{"rows create", "rows clear", "rows filter global", "rows execute 5"}));
+    EXPECT_EQ(m_calls, kFiltered);
     EXPECT_TRUE(m_registry->calls.empty());
     EXPECT_EQ(m_provider->getRowCount(), 4);
     EXPECT_EQ(m_provider->getRowLevel(1), 1);
     EXPECT_EQ(m_grid->lastGrouping, m_grid->groupings[0]);
     // By the first value, largest first; rows stay where they are.
-    std::vector<int> order;
-    m_provider->getSortOrder(order);
-    EXPECT_EQ(order, (std::vector<int>{1, 2, 0}));
+    EXPECT_EQ(order(), (std::vector<int>{1, 2, 0}));
     EXPECT_EQ(m_provider->getRowDbIndexByUniqueId(0), 1);
     ASSERT_TRUE(summary(1));
     EXPECT_EQ(m_grid->lastGrouping, m_grid->groupings[1]);
     // By the column of the first grouping, whatever grouping the rows are of.
     m_grid->groupings[0] = vectorOf({namedQuery("name")});
     ASSERT_TRUE(summary(1, true));
-    order.clear();
-    m_provider->getSortOrder(order);
-    EXPECT_EQ(order, (std::vector<int>{2, 1, 0}));
-    lanefeed_1::IDicerProvider::SortInfo info;
+    EXPECT_EQ(order(), (std::vector<int>{2, 1, 0}));
+    IDicerProvider::SortInfo info;
     ASSERT_TRUE(m_provider->getDefaultSortOrder(info));
     EXPECT_EQ(info.column, columnNamed(m_table, "name"));
     EXPECT_FALSE(info.ascending);
-    EXPECT_TRUE(m_log.empty());
-}
 
-TEST_F(GridSummary, IsRestrictedToRequiredDataThatAreReadOnce) {
-    m_rowSet.requiredData = m_required;
-    bind(&m_rowSet);
-    const auto* provider = static_cast<lanefeed_1::DbiProviderImpl*>(m_provider.get());
-    const std::string name =
-        "required_data_filter_" + std::to_string(reinterpret_cast<std::uintptr_t>(provider));
-    const Calls rows = {"rows create", "rows clear", "rows filter " + name, "rows execute 5"};
-    Calls first = {"rows create",        "rows clear",          "required create",
-                   "required execute 5", "rows filter " + name, "rows execute 5"};
-    const Calls registry = {"remove " + name, "query " + name + " rows 1 2"};
-    const TempDirectory folder;
-    const auto back = std::filesystem::current_path();
-    std::filesystem::current_path(folder.path());
-    {
-        const EnvironmentGuard on("LANEFEED_SAVE_DATA", "1");
-        EXPECT_TRUE(summary());
-    }
-    std::filesystem::current_path(back);
-    EXPECT_EQ(folder.names(), (Calls{"timeline_required_data.xml", "timeline_row_summary3.xml",
-                                     "timeline_row_summary_input3.xml"}));
-    EXPECT_EQ(m_calls, first);
-    EXPECT_EQ(m_registry->calls, registry);
-    m_provider->clearCaches();
-    ASSERT_TRUE(summary());
-    EXPECT_EQ(m_calls, rows);
-    EXPECT_EQ(m_registry->calls, registry);
-    EXPECT_TRUE(m_log.empty());
-}
-
-TEST_F(GridSummary, TellsWhatItCouldNotGet) {
-    m_rowSet.requiredData = m_required;
-    bind(&m_rowSet);
-    const auto grouping = m_required->groupings;
-    m_required->groupings.clear();
-    expectFailure("grouping,");
-    m_required->groupings = grouping;
-    m_requiredTable->refuses = true;
-    expectFailure("err.succeeded() && filter");
-    m_requiredTable->makesFilters = false;
-    expectFailure("status && filterTableTree");
-    EXPECT_TRUE(m_registry->calls.empty());
-    expectFailure("grouping", 7);
-    m_grid->makesQueries = false;
-    expectFailure("err.succeeded() && query");
-    m_grid->makesQueries = true;
-    m_input->offered.erase(basekit2::type_id_t<dataface_1::IFilterRegistry>::id());
-    expectFailure("filterRegistry");
-}
-
-TEST_F(GridSummary, FailsWithoutATableAndKeepsNoHalfReadData) {
-    m_rowSet.requiredData = m_required;
-    bind(&m_rowSet);
-    m_required->table.reset();
-    expectFailure("err.succeeded() && m_requiredDataTable");
-    m_required->table = m_requiredTable;
-    m_progress->cancelsAt = 1;
-    EXPECT_FALSE(summary());
-    EXPECT_TRUE(m_log.empty());
-    EXPECT_EQ(m_calls.back(), "required execute 5");
-    m_progress->cancelsAt = m_progress->asked + 2;  // after the read of the rows
-    EXPECT_FALSE(summary());
-    EXPECT_TRUE(m_log.empty());
-    EXPECT_EQ(m_calls.back(), "rows execute 5");
-    m_progress->cancelsAt = 0;
-    const auto rows = m_grid->table;
-    m_grid->table.reset();
-    expectFailure("err.succeeded() && tree");
-    const auto holes = basekit2::make_object<FakeGrid>(rows);
-    holes->nullRow = true;
-    m_grid->table = holes;
-    expectFailure("bRet,");
-    m_grid->table = rows;
-    EXPECT_TRUE(summary());
-    EXPECT_EQ(m_calls.size(), 4U);  // the required data were kept
-    // Nothing to start by: what was asked with stays.
-    m_grid->table = facekit_1_x::createTableTree();
-    ASSERT_TRUE(summary());
-    lanefeed_1::IDicerProvider::SortInfo info;
-    info.content = dataface_1::ccId;
-    EXPECT_FALSE(m_provider->getDefaultSortOrder(info));
-    EXPECT_EQ(info.content, dataface_1::ccId);
-}
-
-TEST_F(GridSummary, ShowsTheRowsThatTheFilterLeaves) {
-    bind(&m_rowSet);
-    ASSERT_TRUE(summary());
+    // Fewer rows are visible under the filter; the table stays.
     const auto table = m_provider->m_rowSummaryTable;
-    m_registry->names = {"global"};
     m_grid->table =
         gridTable({{1, "a", 3, {{11, "a1", 3, {}}}}, {3, "c", 6, {}}}, m_grid->groupings[0]);
     m_calls.clear();
     std::vector<int> rows;
     ASSERT_TRUE(m_provider->getVisibleRows(rows, 1));
     EXPECT_EQ(rows, (std::vector<int>{0, 1, 3}));
-    EXPECT_EQ(m_calls,
-              (Calls{"rows create", "rows clear", "rows filter global", "rows execute 5"}));
+    EXPECT_EQ(m_calls, kFiltered);
     EXPECT_EQ(m_grid->lastGrouping, m_grid->groupings[1]);
     EXPECT_EQ(m_provider->m_rowSummaryTable, table);
-    EXPECT_EQ(m_provider->getRowCount(), 4);
+    EXPECT_TRUE(m_log.empty());
+    // Nothing to start by: what was asked with stays.
+    m_grid->table = facekit_1_x::createTableTree();
+    ASSERT_TRUE(summary());
+    info.content = dataface_1::ccId;
+    EXPECT_FALSE(m_provider->getDefaultSortOrder(info));
+    EXPECT_EQ(info.content, dataface_1::ccId);
+}
+
+TEST_F(GridSummary, IsRestrictedToRequiredDataThatAreReadOnce) {
+    bindWithRequiredData();
+    const auto* provider = static_cast<lanefeed_1::DbiProviderImpl*>(m_provider.get());
+    const std::string name =
+        "required_data_filter_" + std::to_string(reinterpret_cast<std::uintptr_t>(provider));
+    const Strings registry = {"remove " + name, "query " + name + " rows 1 2"};
+    EXPECT_EQ(dumpsOf([this] { EXPECT_TRUE(summary()); }),
+              (Strings{"timeline_required_data.xml", "timeline_row_summary3.xml",
+                       "timeline_row_summary_input3.xml"}));
+    EXPECT_EQ(m_calls, (Strings{"rows create", "rows clear", "required create",
+                                "required execute 5", "rows filter " + name, "rows execute 5"}));
+    EXPECT_EQ(m_registry->calls, registry);
+    m_provider->clearCaches();
+    ASSERT_TRUE(summary());
+    EXPECT_EQ(m_calls,
+              (Strings{"rows create", "rows clear", "rows filter " + name, "rows execute 5"}));
+    EXPECT_EQ(m_registry->calls, registry);
+    EXPECT_TRUE(m_log.empty());
+}
+
+TEST_F(GridSummary, TellsWhatItCouldNotGetAndKeepsNoHalfReadData) {
+    bindWithRequiredData();
+    m_required->groupings.clear();
+    expectFailedSummary("grouping,");
+    m_required->groupings = {m_grid->groupings[0]};
+    m_required->table.reset();
+    expectFailedSummary("err.succeeded() && m_requiredDataTable");
+    m_required->table = m_requiredTable;
+    m_progress->cancelsAt = 1;
+    EXPECT_FALSE(summary());
+    EXPECT_EQ(m_calls.back(), "required execute 5");
+    EXPECT_TRUE(m_log.empty());
+    m_progress->cancelsAt = m_progress->asked + 2;  // after the read of the rows
+    EXPECT_FALSE(summary());
+    EXPECT_EQ(m_calls.back(), "rows execute 5");
+    EXPECT_TRUE(m_log.empty());
+    m_progress->cancelsAt = 0;
+    const auto rows = m_grid->table;
+    m_grid->table.reset();
+    expectFailedSummary("err.succeeded() && tree");
+    const auto holes = basekit2::make_object<FakeGrid>(rows);
+    holes->nullRow = true;
+    m_grid->table = holes;
+    expectFailedSummary("bRet,");
+    m_grid->table = rows;
+    EXPECT_TRUE(summary());
+    EXPECT_EQ(m_calls.size(), 4U) << "the required data were kept";
+
+    m_provider = basekit2::make_object<DbiProbe>();
+    bindWithRequiredData();
+    m_requiredTable->refuses = true;
+    expectFailedSummary("err.succeeded() && filter");
+    m_requiredTable->makesFilters = false;
+    expectFailedSummary("status && filterTableTree");
+    EXPECT_TRUE(m_registry->calls.empty());
+    expectFailedSummary("grouping", 7);
+    m_grid->makesQueries = false;
+    expectFailedSummary("err.succeeded() && query");
+    m_grid->makesQueries = true;
+    m_input->withdraw<dataface_1::IFilterRegistry>();
+    expectFailedSummary("filterRegistry");
 }
 
 }  // namespace

@@ -1,5 +1,10 @@
 #include "provider_fixture.h"
 
+#include "support/temp_directory.h"
+
+#include <cmath>
+#include <filesystem>
+
 namespace lanefeed_test {
 
 using lanefeed_1::DicerDataSource;
@@ -27,16 +32,12 @@ void ProviderTest::bind(TLViewpointParser::RowSet* rowSet) {
 }
 
 void ProviderTest::bindRows(const std::vector<int>& ids) {
-    FakeTable threads;
-    for (int id : ids)
-        threads.push_back({{"rowid", id}, {"dd_thread.name", "thread " + std::to_string(id)}});
-    m_db->tables["dd_thread"] = threads;
-    QueryFacts facts;
-    facts.table = "slice_data";
-    facts.path = "dd_thread";
-    facts.attr = "name";
+    std::string threads = "rowid dd_thread.name";
+    for (const int id : ids)
+        threads += "\n" + std::to_string(id) + " thread" + std::to_string(id);
+    m_db->tables["dd_thread"] = tableOf(threads);
     TLViewpointParser::RowSet rowSet;
-    rowSet.rowBys.push_back(rowBy(facts));
+    rowSet.rowBys.push_back(rowBy(factsAt("slice_data::dd_thread.name")));
     m_rowBySource = rowSet.rowBys.front().ds;
     bind(&rowSet);
     basekit2::sptr_t<dataface_1::ITableTree> table;
@@ -75,12 +76,59 @@ storelink1::OverTimeData ProviderTest::record(const std::vector<int>& key,
     return record;
 }
 
-std::vector<storelink1::OverTimeDataSeriesMetadata> ProviderTest::series(
-    const std::vector<std::string>& names) {
-    std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
+TimelineAnswer ProviderTest::answerOf(const std::vector<storelink1::OverTimeData>& records,
+                                      const Strings& names) {
+    TimelineAnswer answer;
+    answer.data = records;
     for (const std::string& name : names)
-        metadata.push_back({name, {name}, {1}});
-    return metadata;
+        answer.metadata.push_back({name, {name}, {1}});
+    return answer;
+}
+
+std::string ProviderTest::dataText(const std::vector<lanefeed_1::OverTimeData>& data) {
+    std::string text;
+    for (const auto& record : data) {
+        text += (text.empty() ? "" : " ") + std::to_string(record.row) + ":[";
+        for (const auto& series : record.seriesSet) {
+            text += (text.back() == '[' ? "" : " ") + series.name + " ";
+            text += series.values.empty() ? "-" : std::to_string(std::lround(series.values[0]));
+        }
+        text += "]";
+    }
+    return text;
+}
+
+void ProviderTest::expectFailure(const std::string& text, const std::function<bool()>& call) {
+    m_log.clear();
+    EXPECT_FALSE(call()) << text;
+    EXPECT_TRUE(m_log.contains(text)) << text;
+}
+
+void ProviderTest::expectQuietCancels(int polls, const std::function<bool()>& call) {
+    m_log.clear();
+    m_progress->cancelsAt = m_progress->asked = 0;
+    EXPECT_TRUE(call());
+    const int last = m_progress->asked;
+    EXPECT_GE(last, polls);
+    for (int poll = 1; poll <= last; ++poll) {
+        m_progress->cancelsAt = poll;
+        m_progress->asked = 0;
+        EXPECT_FALSE(call()) << "cancelled at " << poll << " of " << last;
+        EXPECT_TRUE(m_log.empty()) << m_log.lines().front();
+    }
+    m_progress->cancelsAt = 0;
+}
+
+Strings ProviderTest::dumpsOf(const std::function<void()>& call, const std::string& value) {
+    const TempDirectory folder;
+    const auto back = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path());
+    {
+        const EnvironmentGuard asks("LANEFEED_SAVE_DATA", value);
+        call();
+    }
+    std::filesystem::current_path(back);
+    return folder.names();
 }
 
 }  // namespace lanefeed_test

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,17 +21,14 @@ namespace lanefeed_test {
 template <class Provider>
 class Probe : public Provider {
 public:
-    using Provider::addJoinDS;
     using Provider::addRowByDS;
     using Provider::applyExpansionHelper;
     using Provider::bandToObject;
     using Provider::copyOvertimeData;
     using Provider::createOverTimeQuery;
-    using Provider::getApplicableRowBy;
     using Provider::getAttrOverTimeData;
     using Provider::getDb;
     using Provider::getHatchesForObject;
-    using Provider::getLeafTable;
     using Provider::getObjectType;
     using Provider::getRowDbIndexByUniqueId;
     using Provider::getRowLevel;
@@ -43,7 +41,6 @@ public:
     using Provider::m_rowByAttrTable;
     using Provider::m_rowCount;
     using Provider::m_rowSummaryTable;
-    using Provider::m_timeBase;
     using Provider::ticksInMs;
 
     // The read of a store, by a name of its own.
@@ -51,6 +48,9 @@ public:
         return lanefeed_1::DbiProviderImpl::getOverTimeData(param, data);
     }
 };
+
+using Strings = std::vector<std::string>;
+using Forest = std::vector<basekit2::sptr_t<dataface_1::ITableTree>>;
 
 // A provider over fakes: a result of 1000 ticks that begins at the absolute tick 1000.
 class ProviderTest : public testing::Test {
@@ -69,9 +69,18 @@ protected:
     // A record of the store: ids of the row, and for each series one value in bucket 0.
     static storelink1::OverTimeData record(const std::vector<int>& key,
                                            const std::vector<double>& values);
-    // Metadata of series by one name each.
-    static std::vector<storelink1::OverTimeDataSeriesMetadata> series(
-        const std::vector<std::string>& names);
+    // What the store answers: records, and series of these names.
+    static TimelineAnswer answerOf(const std::vector<storelink1::OverTimeData>& records,
+                                   const Strings& names);
+    // Rows and values of bucket 0: "0:[a 1 b -] 1:[]"; "-" is a series without data.
+    static std::string dataText(const std::vector<lanefeed_1::OverTimeData>& data);
+    // The call gives nothing and tells this.
+    void expectFailure(const std::string& text, const std::function<bool()>& call);
+    // Asks again with a cancel at each poll of a whole answer, which are as many at least: each
+    // ends without an answer and without a message.
+    void expectQuietCancels(int polls, const std::function<bool()>& call);
+    // Names of the files that the call dumps while the environment asks for them by that value.
+    static Strings dumpsOf(const std::function<void()>& call, const std::string& value = "1");
 
     basekit2::sptr_t<FakeDatabase> m_db;
     basekit2::sptr_t<FakeInput> m_input;

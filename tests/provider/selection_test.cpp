@@ -8,45 +8,38 @@
 namespace lanefeed_test {
 namespace {
 
-using basekit2::sptr_t;
 using basekit2::variant_t;
-using dataface_1::IInfoQuery;
-using dataface_1::IQueryFilter;
 using lanefeed_1::DicerDataSource;
-using Calls = std::vector<std::string>;
 
-const Calls kDropped = {"clear selection", "remove selection"};
+const Strings kDropped = {"clear selection", "remove selection"};
 
-Calls droppedAnd(const Calls& more) {
-    Calls calls = kDropped;
-    calls.insert(calls.end(), more.begin(), more.end());
-    return calls;
+Strings droppedAnd(Strings more) {
+    more.insert(more.begin(), kDropped.begin(), kDropped.end());
+    return more;
 }
 
 class Selections : public ProviderTest {
 protected:
-    // Drops the registry of the result.
-    void loseRegistry() {
-        m_input->offered.erase(basekit2::type_id_t<dataface_1::IFilterRegistry>::id());
+    void loseRegistry() { m_input->withdraw<dataface_1::IFilterRegistry>(); }
+    // The calls of the registry for this one.
+    template <class Call>
+    Strings callsOf(const Call& call) {
+        m_registry->takeCalls();
+        call();
+        return m_registry->takeCalls();
     }
     // Makes the call with one step after another refused; each leaves no selection, and reports its
     // text, or nothing where that is empty.
     template <class Call>
     void expectRefusals(const std::vector<std::pair<FakeRegistry::Step, std::string>>& steps,
-                        const Calls& calls,
+                        const Strings& calls,
                         const Call& call) {
         for (const auto& [step, text] : steps) {
             m_log.clear();
             m_registry->names = {"selection"};
             m_registry->refused = {step};
-            m_registry->takeCalls();
-            call();
-            EXPECT_EQ(m_registry->takeCalls(), calls) << text;
-            if (text.empty()) {
-                EXPECT_TRUE(m_log.empty()) << step;
-            } else {
-                EXPECT_TRUE(m_log.contains(text)) << text;
-            }
+            EXPECT_EQ(callsOf(call), calls) << text;
+            EXPECT_TRUE(text.empty() ? m_log.empty() : m_log.contains(text)) << step << text;
         }
         m_registry->refused.clear();
         m_log.clear();
@@ -55,21 +48,21 @@ protected:
 
 TEST_F(Selections, InTimeReplaceTheOneBeforeInAbsoluteTicks) {
     bind();
-    m_provider->filterInByTimeSelection(100, 200);
-    EXPECT_EQ(m_registry->takeCalls(), droppedAnd({"time selection +1100..1200"}));
-    m_provider->filterOutByTimeSelection(100, 200);
-    EXPECT_EQ(m_registry->takeCalls(), droppedAnd({"time selection -1100..1200"}));
-    // Only what is kept is cleared by an empty span.
-    m_provider->filterOutByTimeSelection(7, 7);
-    EXPECT_EQ(m_registry->takeCalls(), droppedAnd({"time selection -1007..1007"}));
-    m_provider->filterInByTimeSelection(7, 7);
-    EXPECT_EQ(m_registry->takeCalls(), kDropped);
-    EXPECT_FALSE(m_provider->hasFilter("selection"));
-
-    const auto steps = {std::make_pair(FakeRegistry::timeBuilder, std::string()),
-                        std::make_pair(FakeRegistry::timeFilter, std::string())};
-    expectRefusals(steps, kDropped, [&] { m_provider->filterInByTimeSelection(1, 2); });
-    expectRefusals(steps, kDropped, [&] { m_provider->filterOutByTimeSelection(1, 2); });
+    for (const bool isKept : {true, false}) {
+        const auto select = [&](int start, int end) {
+            isKept ? m_provider->filterInByTimeSelection(start, end)
+                   : m_provider->filterOutByTimeSelection(start, end);
+        };
+        const std::string sign = isKept ? "+" : "-";
+        EXPECT_EQ(callsOf([&] { select(100, 200); }),
+                  droppedAnd({"time selection " + sign + "1100..1200"}));
+        // Only what is kept is cleared by an empty span.
+        EXPECT_EQ(callsOf([&] { select(7, 7); }),
+                  isKept ? kDropped : droppedAnd({"time selection -1007..1007"}));
+        EXPECT_EQ(m_provider->hasFilter("selection"), !isKept);
+        expectRefusals({{FakeRegistry::timeBuilder, ""}, {FakeRegistry::timeFilter, ""}}, kDropped,
+                       [&] { select(1, 2); });
+    }
     loseRegistry();
     m_provider->filterInByTimeSelection(1, 2);
     m_provider->filterOutByTimeSelection(1, 2);
@@ -78,30 +71,26 @@ TEST_F(Selections, InTimeReplaceTheOneBeforeInAbsoluteTicks) {
 
 TEST_F(Selections, InTimeAndRowShareOneName) {
     bindRows({10, 30});
-    m_registry->takeCalls();
-    const Calls inTime = droppedAnd({"time selection +1001..1002"});
-    m_provider->filterByTimeAndRow(&m_rowBySource, 1, 2, 1);
-    EXPECT_EQ(m_registry->takeCalls(),
+    const Strings inTime = droppedAnd({"time selection +1001..1002"});
+    const auto select = [&](const DicerDataSource* rows, int row) {
+        return callsOf([&] { m_provider->filterByTimeAndRow(rows, 1, 2, row); });
+    };
+    EXPECT_EQ(select(&m_rowBySource, 1),
               droppedAnd({"time selection +1001..1002",
                           "query selection {1 slice_data::dd_thread.name=30}"}));
     // No row, no source, a row that is not there, a source that is no attribute.
-    m_provider->filterByTimeAndRow(&m_rowBySource, 1, 2, -1);
-    EXPECT_EQ(m_registry->takeCalls(), inTime);
-    m_provider->filterByTimeAndRow(nullptr, 1, 2, 1);
-    EXPECT_EQ(m_registry->takeCalls(), inTime);
-    m_provider->filterByTimeAndRow(&m_rowBySource, 1, 2, 9);
-    EXPECT_EQ(m_registry->takeCalls(), inTime);
-    m_provider->filterByTimeAndRow(&m_source, 1, 2, 1);
-    EXPECT_EQ(m_registry->takeCalls(), inTime);
+    EXPECT_EQ(select(&m_rowBySource, -1), inTime);
+    EXPECT_EQ(select(nullptr, 1), inTime);
+    EXPECT_EQ(select(&m_rowBySource, 9), inTime);
+    EXPECT_EQ(select(&m_source, 1), inTime);
     EXPECT_TRUE(m_log.empty());
-
-    const auto select = [&] { m_provider->filterByTimeAndRow(&m_rowBySource, 1, 2, 1); };
+    const auto selectRow = [&] { m_provider->filterByTimeAndRow(&m_rowBySource, 1, 2, 1); };
     expectRefusals({{FakeRegistry::timeBuilder, "tfBuilder"}, {FakeRegistry::timeFilter, "tf"}},
-                   kDropped, select);
+                   kDropped, selectRow);
     expectRefusals({{FakeRegistry::queryBuilder, "qfBuilder"}, {FakeRegistry::queryFilter, "qf"}},
-                   inTime, select);
+                   inTime, selectRow);
     loseRegistry();
-    select();
+    selectRow();
     EXPECT_EQ(m_log.count("filterRegistry"), 1);
 }
 
@@ -109,23 +98,19 @@ TEST_F(Selections, OfAnObjectTakeTheFirstPartOfItsPath) {
     bind();
     DicerDataSource source;
     source.set("dd_task.dd_category", "slice_data", "name", "");
-    EXPECT_TRUE(m_provider->filterOnAttrId(&source, 12, false, "of no account"));
-    EXPECT_EQ(m_registry->takeCalls(), droppedAnd({"query selection slice_data::dd_task=12"}));
-
-    const auto select = [&] { EXPECT_FALSE(m_provider->filterOnAttrId(&source, 12, false, "")); };
+    const auto select = [&] { return m_provider->filterOnAttrId(&source, 12, false, "no matter"); };
+    EXPECT_EQ(callsOf([&] { EXPECT_TRUE(select()); }),
+              droppedAnd({"query selection slice_data::dd_task=12"}));
     expectRefusals({{FakeRegistry::queryBuilder, "qfBuilder"}, {FakeRegistry::queryFilter, "qf"}},
-                   kDropped, select);
+                   kDropped, [&] { EXPECT_FALSE(select()); });
     source.m_path.clear();
-    select();
-    EXPECT_TRUE(m_log.contains("!parts.empty()"));
+    expectFailure("!parts.empty()", select);
     source.m_path = "dd_task";
     m_library->refuses = true;
-    select();
-    EXPECT_TRUE(m_log.contains("filterQuery"));
+    expectFailure("filterQuery", select);
     EXPECT_FALSE(m_provider->hasFilter("selection"));
     loseRegistry();
-    select();
-    EXPECT_TRUE(m_log.contains("filterRegistry"));
+    expectFailure("filterRegistry", select);
 }
 
 // Answers the values of attributes by itself.
@@ -144,30 +129,24 @@ TEST_F(Selections, OfADiveAreTheValueInTheStoreUnderANameOfTheirOwn) {
     const auto probe = basekit2::make_object<DiveProbe>();
     probe->setResult(3, m_input, nullptr, "", 0);
     m_registry->names = {"selection"};
-    QueryFacts facts;
-    facts.table = "slice_data";
-    facts.path = "dd_task";
-    facts.attr = "name";
     DicerDataSource source;
-    source.m_defaultQuery = infoQuery(facts);
+    source.m_defaultQuery = infoQuery(factsAt("slice_data::dd_task.name"));
     const std::string dive = "deep_view_selection_filter";
-    EXPECT_TRUE(probe->filterOnAttrId(&source, 12, true, ""));
+    const auto select = [&] { return probe->filterOnAttrId(&source, 12, true, ""); };
+    EXPECT_EQ(callsOf([&] { EXPECT_TRUE(select()); }),
+              (Strings{"clear " + dive, "remove " + dive,
+                       "query " + dive + " slice_data::dd_task.name='main'"}));
     EXPECT_EQ(probe->asked, "slice_data::dd_task.name#12");
-    EXPECT_EQ(m_registry->takeCalls(),
-              (Calls{"clear " + dive, "remove " + dive,
-                     "query " + dive + " slice_data::dd_task.name='main'"}));
     EXPECT_TRUE(m_registry->hasFilter("selection"));
-
     // A dive query of the source's own goes first.
-    facts.path = "dd_category";
-    source.m_infoQueries = {IInfoQuery::cast(infoQuery(facts))};
+    source.m_infoQueries = {
+        dataface_1::IInfoQuery::cast(infoQuery(factsAt("slice_data::dd_category.name")))};
     EXPECT_FALSE(probe->createDiveFilter(&source, 1).is_null());
     EXPECT_EQ(probe->asked, "slice_data::dd_category.name#1");
     EXPECT_TRUE(m_log.empty());
 
     const auto refused = [&](const DicerDataSource* of, const char* text) {
-        EXPECT_TRUE(probe->createDiveFilter(of, 1).is_null()) << text;
-        EXPECT_TRUE(m_log.contains(text)) << text;
+        expectFailure(text, [&] { return !probe->createDiveFilter(of, 1).is_null(); });
     };
     m_registry->refused = {FakeRegistry::queryFilter};
     refused(&source, "qf,");
@@ -176,8 +155,7 @@ TEST_F(Selections, OfADiveAreTheValueInTheStoreUnderANameOfTheirOwn) {
     m_registry->refused.clear();
     refused(nullptr, "dds,");
     probe->value = variant_t();
-    EXPECT_FALSE(probe->filterOnAttrId(&source, 12, true, ""));
-    EXPECT_TRUE(m_log.contains("val.get_type() != bk2::vtNull"));
+    expectFailure("val.get_type() != bk2::vtNull", select);
     EXPECT_FALSE(m_registry->hasFilter(dive));
     source.m_infoQueries.clear();
     source.m_defaultQuery.reset();
@@ -188,7 +166,7 @@ TEST_F(Selections, OfADiveAreTheValueInTheStoreUnderANameOfTheirOwn) {
 
 TEST_F(Selections, OfValuesHaveTheSignOfTheFirst) {
     bind();
-    const auto filterOf = [&](const std::vector<std::string>& values) {
+    const auto filterOf = [&](const Strings& values) {
         DicerDataSource::ExtraArgs extra;
         extra.table = "slice_data";
         extra.path = "attr";
@@ -198,6 +176,7 @@ TEST_F(Selections, OfValuesHaveTheSignOfTheFirst) {
         const auto* fake = dynamic_cast<const FakeQueryFilter*>(filter.get());
         return fake != nullptr ? fake->text : "null";
     };
+    const auto isMade = [&] { return filterOf({"a"}) != "null"; };
     const std::string column = "slice_data::attr.name";
     EXPECT_EQ(filterOf({"a", "!b"}), "mode 1 {1 " + column + "='a' " + column + "='b'}");
     EXPECT_EQ(filterOf({"!a", "b"}), "mode 1 {0 " + column + "!='a' " + column + "!='b'}");
@@ -208,60 +187,55 @@ TEST_F(Selections, OfValuesHaveTheSignOfTheFirst) {
     EXPECT_EQ(m_log.count("!rName.empty()"), 2);
     EXPECT_TRUE(m_registry->calls.empty());
     m_registry->refused = {FakeRegistry::queryBuilder};
-    EXPECT_EQ(filterOf({"a"}), "null");
-    EXPECT_TRUE(m_log.contains("qfBuilder"));
+    expectFailure("qfBuilder", isMade);
     m_library->refuses = true;
-    EXPECT_EQ(filterOf({"a"}), "null");
-    EXPECT_TRUE(m_log.contains("filterQuery"));
+    expectFailure("filterQuery", isMade);
     m_library->refuses = false;
     loseRegistry();
-    try {
-        filterOf({"a"});
-        ADD_FAILURE() << "nothing thrown";
-    } catch (const basekit2::error_code_t& err) {
-        EXPECT_EQ(err.expression(), "filterRegistry");
-    }
+    EXPECT_THROW(
+        try { isMade(); } catch (const basekit2::error_code_t& err) {
+            EXPECT_EQ(err.expression(), "filterRegistry");
+            throw;
+        },
+        basekit2::error_code_t);
 }
 
 TEST_F(Selections, OfRowsAreDroppedFirstThenNegatedWhenRowsAreExcluded) {
     bind();
-    EXPECT_FALSE(m_provider->filterOnRows({0}, false));  // no choice of rows
+    EXPECT_FALSE(m_provider->filterOnRows({0}, false)) << "no choice of rows";
     EXPECT_TRUE(m_registry->calls.empty());
     bindRows({10, 30, 20});
-    m_registry->takeCalls();
-    const Calls dropped = {"remove selection", "clear selection"};
-    const auto callsOf = [&](const std::vector<int>& rows, bool exclude) {
-        EXPECT_TRUE(m_provider->filterOnRows(rows, exclude));
-        const Calls calls = m_registry->takeCalls();
-        EXPECT_EQ(calls.size(), 3U);
-        EXPECT_EQ(Calls(calls.begin(), calls.begin() + 2), dropped);
-        return calls.back();
+    const Strings dropped = {"remove selection", "clear selection"};
+    const auto select = [&](const std::vector<int>& rows, bool exclude) {
+        Strings calls = callsOf([&] { EXPECT_TRUE(m_provider->filterOnRows(rows, exclude)); });
+        EXPECT_EQ(Strings(calls.begin(), calls.begin() + 2), dropped);
+        return calls.size() == 3 ? calls[2] : "";
     };
     const std::string column = "slice_data::dd_thread.name";
     const std::string both = "{1 {1 " + column + "=10} {1 " + column + "=20}}";
-    EXPECT_EQ(callsOf({0, 2}, false), "query selection " + both);
-    EXPECT_EQ(callsOf({0, 2}, true), "query selection {2 " + both + "}");
-    EXPECT_EQ(callsOf({}, false), "query selection {2}");
-    EXPECT_EQ(callsOf({}, true), "query selection {2}");
+    EXPECT_EQ(select({0, 2}, false), "query selection " + both);
+    EXPECT_EQ(select({0, 2}, true), "query selection {2 " + both + "}");
+    EXPECT_EQ(select({}, false), "query selection {2}");
+    EXPECT_EQ(select({}, true), "query selection {2}");
     EXPECT_TRUE(m_log.empty());
 
-    const auto refused = [&](const std::vector<int>& rows, const std::string& text) {
+    const auto refused = [&](int row, const std::string& text) {
         m_registry->names = {"selection"};
-        EXPECT_FALSE(m_provider->filterOnRows(rows, true));
-        EXPECT_TRUE(m_log.contains(text)) << text;
-        EXPECT_EQ(m_registry->takeCalls(), dropped);
+        EXPECT_EQ(callsOf([&] {
+                      expectFailure(text, [&] { return m_provider->filterOnRows({row}, true); });
+                  }),
+                  dropped);
     };
-    refused({3}, "selectedUniqueIDs[i] >= 0 && selectedUniqueIDs[i] < (int)m_flatRows.size()");
+    refused(3, "selectedUniqueIDs[i] >= 0 && selectedUniqueIDs[i] < (int)m_flatRows.size()");
     m_registry->refused = {FakeRegistry::queryBuilder};
-    refused({1}, "qfBuilder");
+    refused(1, "qfBuilder");
     m_registry->refused = {FakeRegistry::queryFilter};
-    refused({1}, "qf");
+    refused(1, "qf");
     // Rows that cannot be taken the other way round leave no selection.
     m_registry->refused = {FakeRegistry::filterOfFilter};
-    EXPECT_TRUE(m_provider->filterOnRows({1}, true));
-    EXPECT_EQ(m_registry->takeCalls(), dropped);
+    EXPECT_EQ(select({1}, true), "");
     m_provider->m_rowSummaryTable.reset();
-    refused({1}, "qf");
+    refused(1, "qf");
     loseRegistry();
     EXPECT_TRUE(m_provider->filterOnRows({1}, false));
 }

@@ -1,30 +1,57 @@
+// Checks, texts out of catalogs, and scopes that a profiler is told of.
+
+#include "common/check.h"
 #include "common/tracescope.h"
 #include "messages/message_catalogs.h"
+#include "support/captured_log.h"
+#include "support/environment_guard.h"
 #include "texts.h"
 
+#include <platkit_2_18/debug.h>
 #include <settingstore2/message_catalogs.h>
 
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
+#include <cstdio>
+#include <cstdlib>
 
 namespace lanefeed_test {
 namespace {
 
-class CatalogsInForce {
-public:
-    explicit CatalogsInForce(const basekit2::sptr_t<settingstore2::IMessageCatalogSource>& source)
-        : m_old(settingstore2::getMessageCatalogSource()) {
-        settingstore2::setMessageCatalogSource(source);
-    }
-    ~CatalogsInForce() { settingstore2::setMessageCatalogSource(m_old); }
-    CatalogsInForce(const CatalogsInForce&) = delete;
-    CatalogsInForce& operator=(const CatalogsInForce&) = delete;
+constexpr int positiveLine = __LINE__ + 2;
+bool positive(int number) {
+    return LF_CHECK(number > 0);
+}
 
-private:
-    basekit2::sptr_t<settingstore2::IMessageCatalogSource> m_old;
-};
+TEST(Check, LogsTheConditionWithPlaceAndFunctionAndGoesOn) {
+    const CapturedLog log;
+    EXPECT_TRUE(positive(1));
+    EXPECT_TRUE(log.empty());
+    EXPECT_FALSE(positive(0));
+    ASSERT_EQ(log.entries().size(), 1U);
+    const CapturedLog::Entry entry = log.entries().front();
+    EXPECT_EQ(entry.level, 40000);
+    EXPECT_EQ(entry.text, "number > 0, at file: tests/provider/services_test.cpp:" +
+                              std::to_string(positiveLine));
+    EXPECT_NE(entry.function.find("positive(int)"), std::string::npos) << entry.function;
+    LF_ALERT("Master table skipped");
+    EXPECT_EQ(log.lines(40000).size(), 2U);
+    EXPECT_TRUE(log.contains("Master table skipped, at file: "));
+}
+
+// Asked once per process, hence in a process of its own.
+TEST(CheckDeathTest, CallsTheAssertionHandlerWhenTheEnvironmentAsksForIt) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const EnvironmentGuard asks("lanefeed_ERROR_HANDLING", "break,assert");
+    const auto failWithHandler = [] {
+        platkit_2_18::debug::set_assertion_handler([](const char* text, const char*, int line) {
+            std::fprintf(stderr, "%d %s", line, text);
+            std::exit(7);
+        });
+        positive(0);
+    };
+    EXPECT_EXIT(failWithHandler(), testing::ExitedWithCode(7), "number > 0, at file: ");
+}
 
 TEST(Texts, ComeFromTheFirstCatalogThatKnowsTheKey) {
     const auto text = [](const std::string& name, const std::string& keys) {
@@ -34,7 +61,8 @@ TEST(Texts, ComeFromTheFirstCatalogThatKnowsTheKey) {
         return xml + "</messageCatalog>";
     };
     std::vector<std::string> errors;
-    const CatalogsInForce inForce(lanefeed_runtime::readCatalogs(
+    const auto before = settingstore2::getMessageCatalogSource();
+    settingstore2::setMessageCatalogSource(lanefeed_runtime::readCatalogs(
         {text("storelink1", "ABC"), text("viewpoint", "AB"), text("slicer2", "A")}, errors));
     EXPECT_EQ(lanefeed_1::getString("%A"), "slicer2");
     EXPECT_EQ(lanefeed_1::getString("%B"), "viewpoint");
@@ -42,6 +70,7 @@ TEST(Texts, ComeFromTheFirstCatalogThatKnowsTheKey) {
     EXPECT_EQ(lanefeed_1::getString("%D"), "%D");
     settingstore2::setMessageCatalogSource(nullptr);
     EXPECT_EQ(lanefeed_1::getString("%A"), "%A");
+    settingstore2::setMessageCatalogSource(before);
 }
 
 std::string profiled;

@@ -1,3 +1,5 @@
+// Pauses and what filters cut out of the time, as ranges of the pane.
+
 #include "common/pauseranges.h"
 #include "provider_fixture.h"
 #include "support/fake_grid.h"
@@ -7,12 +9,9 @@
 namespace lanefeed_test {
 namespace {
 
-using basekit2::u64_t;
 using dataface_1::ITableTree;
 using lanefeed_1::QueryParam;
 using lanefeed_1::SBInterval;
-using lanefeed_1::TimeRange;
-using TimeFilters = ProviderTest;
 
 std::string spansText(const std::vector<SBInterval>& spans) {
     std::string text;
@@ -22,26 +21,22 @@ std::string spansText(const std::vector<SBInterval>& spans) {
 }
 
 std::string rangesText(const basekit2::sptr_t<ITableTree>& table) {
-    std::set<TimeRange> ranges;
+    std::set<lanefeed_1::TimeRange> ranges;
     lanefeed_1::fillPauserangesSet(ranges, table);
     std::vector<SBInterval> spans;
-    for (const TimeRange& range : ranges)
+    for (const auto& range : ranges)
         spans.push_back({range.start, range.end});
     return spansText(spans);
 }
 
 TEST(PauseRanges, MergesWhatTouchesThenDropsWhatIsNarrow) {
-    const auto merged = [](std::vector<SBInterval> spans, u64_t minWidth) {
+    const auto merged = [](std::vector<SBInterval> spans, basekit2::u64_t minWidth) {
         lanefeed_1::mergeIntervals(spans, minWidth);
         return spansText(spans);
     };
-    EXPECT_EQ(merged({{0, 5}, {3, 9}, {100, 101}}, 4), "[0,9]");
-    EXPECT_EQ(merged({{100, 101}, {3, 9}, {0, 3}}, 0), "[0,9][100,101]");
-    EXPECT_EQ(merged({{0, 3}, {4, 7}}, 0), "[0,3][4,7]");
-    EXPECT_EQ(merged({{0, 9}, {2, 4}, {5, 6}}, 4), "[0,9]");
-    // Two narrow spans are wide enough together.
-    EXPECT_EQ(merged({{0, 2}, {2, 4}}, 4), "[0,4]");
-    EXPECT_EQ(merged({{0, 2}, {5, 6}}, 4), "");
+    EXPECT_EQ(merged({{100, 101}, {3, 9}, {0, 3}, {10, 12}}, 0), "[0,9][10,12][100,101]");
+    EXPECT_EQ(merged({{0, 9}, {2, 4}, {5, 6}, {100, 101}}, 4), "[0,9]");
+    EXPECT_EQ(merged({{0, 2}, {2, 4}, {6, 8}}, 4), "[0,4]") << "wide enough together";
     EXPECT_EQ(merged({}, 4), "");
 }
 
@@ -75,94 +70,85 @@ TEST(PauseRanges, AreReadUpToWhatIsNoRange) {
     EXPECT_EQ(log.count("bRet,"), 1);
 }
 
-TEST_F(TimeFilters, GivesPausesOfTheWindowInPaneTicks) {
+class TimeFilters : public ProviderTest {
+protected:
+    TimeFilters() { bind(); }
+    basekit2::sptr_t<ITableTree> pauses(const QueryParam& param) {
+        basekit2::sptr_t<ITableTree> table;
+        EXPECT_TRUE(m_provider->getPauseRangesData(param, table));
+        return table;
+    }
+};
+
+TEST_F(TimeFilters, ArePausesOfTheWindowAndFilterSpansOfTheWholeInPaneTicks) {
     // The first reaches in from before the result; two touch the ends of the window; of those
     // inside one is as wide as a bin, the other by a tick less.
     m_db->pauses = {{900, 1250},  {1400, 1700}, {1100, 1200},
                     {1701, 1800}, {1350, 1395}, {1300, 1344}};
-    bind();
+    m_db->filterSpans = {{1900, 1950}, {1000, 1100}};
     QueryParam param = request();
     param.startTime = 250;
     param.endTime = 700;
-    basekit2::sptr_t<ITableTree> table;
-    ASSERT_TRUE(m_provider->getPauseRangesData(param, table));
+    const auto table = pauses(param);
     EXPECT_EQ(rangesText(table), "[0,250][350,395][400,700]");
     std::string columns;
     for (auto it = table->getColumns(nullptr); !it.at_end(); it.next())
         columns += it.current()->getQuery()->getId() + " ";
     EXPECT_EQ(columns, "timelineNameQuery_startTime_tsc timelineNameQuery_endTime_tsc ");
-}
 
-TEST_F(TimeFilters, GivesFilterSpansOutsideTheWindowToo) {
-    m_db->filterSpans = {{1900, 1950}, {1000, 1100}};
-    m_db->pauses = {{1300, 1350}};
-    bind();
-    QueryParam param = request();
+    param.startTime = 0;
     param.endTime = 100;
-    basekit2::sptr_t<ITableTree> table;
-    ASSERT_TRUE(m_provider->getFilteredRanges(param, table));
-    EXPECT_EQ(rangesText(table), "[0,100][900,950]");
+    basekit2::sptr_t<ITableTree> filtered;
+    ASSERT_TRUE(m_provider->getFilteredRanges(param, filtered));
+    EXPECT_EQ(rangesText(filtered), "[0,100][900,950]");
     // The other order of arguments asks for what filters keep; the key of the last read is its own.
     param.endTime = 200;
-    ASSERT_TRUE(m_provider->getFilteredRanges(table, param));
-    EXPECT_EQ(rangesText(table), "");
+    ASSERT_TRUE(m_provider->getFilteredRanges(filtered, param));
+    EXPECT_EQ(rangesText(filtered), "");
+
+    const int reads = m_db->pauseReads;
+    param.binCount = 0;
+    EXPECT_FALSE(m_provider->getPauseRangesData(param, filtered));
+    param = request();
+    param.startTime = param.endTime;
+    EXPECT_FALSE(m_provider->getPauseRangesData(param, filtered));
+    EXPECT_EQ(m_db->pauseReads, reads);
+    EXPECT_TRUE(m_log.empty());
 }
 
-TEST_F(TimeFilters, ReadsARangeOnceUntilSpanBinsOrPausesChange) {
+TEST_F(TimeFilters, AreReadOnceUntilSpanBinsOrPausesChange) {
     m_db->pauses = {{1000, 1100}};
-    bind();
     QueryParam param = request();
-    basekit2::sptr_t<ITableTree> first;
-    basekit2::sptr_t<ITableTree> again;
-    ASSERT_TRUE(m_provider->getPauseRangesData(param, first));
-    ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
-    EXPECT_EQ(first, again);
-    EXPECT_EQ(m_db->pauseReads, 1);
+    const auto first = pauses(param);
     // A read of one kind makes its span and bins those of both.
     param.binCount = 15;
-    ASSERT_TRUE(m_provider->getFilteredRanges(param, again));
-    EXPECT_NE(first, again);
-    ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
-    EXPECT_EQ(first, again);
+    basekit2::sptr_t<ITableTree> filtered;
+    ASSERT_TRUE(m_provider->getFilteredRanges(param, filtered));
+    EXPECT_NE(first, filtered);
+    EXPECT_EQ(pauses(param), first);
     EXPECT_EQ(m_db->pauseReads, 1);
     param.binCount = 20;
-    ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
-    EXPECT_NE(first, again);
+    EXPECT_NE(pauses(param), first);
     EXPECT_EQ(m_db->pauseReads, 2);
     param.startTime = 1;
-    ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
+    EXPECT_EQ(pauses(param), pauses(param));
     EXPECT_EQ(m_db->pauseReads, 3);
     param.endTime = 999;
-    ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
+    EXPECT_EQ(pauses(param), pauses(param));
     EXPECT_EQ(m_db->pauseReads, 4);
     EXPECT_TRUE(m_provider->updateSBFilterData());
-    ASSERT_TRUE(m_provider->getPauseRangesData(param, again));
+    pauses(param);
     EXPECT_EQ(m_db->pauseReads, 5);
 }
 
-TEST_F(TimeFilters, RefusesAnEmptyWindowAndNoBins) {
-    bind();
-    QueryParam param = request();
-    basekit2::sptr_t<ITableTree> table;
-    param.binCount = 0;
-    EXPECT_FALSE(m_provider->getPauseRangesData(param, table));
-    param = request();
-    param.startTime = param.endTime;
-    EXPECT_FALSE(m_provider->getPauseRangesData(param, table));
-    EXPECT_EQ(m_db->pauseReads, 0);
-    EXPECT_TRUE(m_log.empty());
-}
-
-TEST_F(TimeFilters, AsksTheRegistryForFilters) {
-    bind();
+TEST_F(TimeFilters, AreKnownByTheRegistry) {
     m_registry->names = {"global"};
-    EXPECT_TRUE(m_provider->hasFilter("global"));
+    EXPECT_TRUE(m_provider->hasFilter(m_provider->getGlobalFilterName()));
+    EXPECT_EQ(m_provider->getSelectionFilterName(), "selection");
     EXPECT_FALSE(m_provider->hasFilter("selection"));
-    m_input->offered.erase(basekit2::type_id_t<dataface_1::IFilterRegistry>::id());
+    m_input->withdraw<dataface_1::IFilterRegistry>();
     EXPECT_FALSE(m_provider->hasFilter("global"));
     EXPECT_TRUE(m_log.empty());
-    EXPECT_EQ(m_provider->getGlobalFilterName(), "global");
-    EXPECT_EQ(m_provider->getSelectionFilterName(), "selection");
 }
 
 }  // namespace

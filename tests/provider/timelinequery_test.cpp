@@ -1,3 +1,6 @@
+// What the store is asked for a request: source, flags, expansions, type of object; and the copy of
+// its sparse answer.
+
 #include "provider_fixture.h"
 
 #include <cmath>
@@ -10,103 +13,104 @@ using lanefeed_1::OverTimeData;
 using lanefeed_1::QueryParam;
 using storelink1::ITimelineQuery;
 
-class TimelineQuery : public ProviderTest {
-protected:
-    // Runs a request without rows and gives what the store was asked.
-    TimelineCall ask(const QueryParam& param) {
-        std::vector<OverTimeData> data;
-        EXPECT_TRUE(m_provider->read(param, data));
-        return m_db->calls.empty() ? TimelineCall() : m_db->calls.back();
-    }
-    int objectTypeOf(const QueryParam& param) {
-        ITimelineQuery::ObjectType type{};
-        return m_provider->getObjectType(param, type) ? type : 0;
-    }
-};
-
-QueryFacts withAttribute(const std::string& name, const basekit2::variant_t& value) {
+QueryFacts with(const std::string& name, const basekit2::variant_t& value) {
     QueryFacts facts;
     facts.attributes[name] = value;
     return facts;
 }
 
+class TimelineQuery : public ProviderTest {
+protected:
+    TimelineQuery() { bind(); }
+    bool read(const QueryParam& param) {
+        std::vector<OverTimeData> data;
+        return m_provider->read(param, data);
+    }
+    TimelineCall ask(const QueryParam& param) {
+        EXPECT_TRUE(read(param));
+        return m_db->calls.empty() ? TimelineCall() : m_db->calls.back();
+    }
+};
+
 TEST_F(TimelineQuery, CarriesSourceGroupingAndFlags) {
-    QueryFacts facts;
+    QueryFacts facts = with("timelineRequiredFilter", "busy");
     facts.grouping = "by_band";
     m_source.m_defaultQuery = timeQuery(facts);
     m_source.m_path = "dd_task";
     m_source.m_attr = "name";
-    bind();
     QueryParam param = request();
     param.startTime = 100;
     param.keepZeroValues = true;
-    TimelineCall call = ask(param);
+    const TimelineCall call = ask(param);
     EXPECT_EQ(call.source, "0|slice_data|dd_task.name|by_band");
     EXPECT_EQ(call.start, 1100U);
     EXPECT_EQ(call.end, 2000U);
     EXPECT_EQ(call.bins, 10);
     EXPECT_TRUE(call.fourthFlag);
     EXPECT_EQ(call.objectType, ITimelineQuery::otInterval);
+    EXPECT_EQ(call.samplePoint, 0);
+    EXPECT_EQ(call.requiredFilter, "busy");
     EXPECT_EQ(call.database, m_db->getTimelineDatabase().get());
-
     facts.globalGrouping = true;
     m_source.m_defaultQuery = timeQuery(facts);
+    param.ignoreRequiredFilter = true;
+    param.samplePoint = 1;
     EXPECT_EQ(ask(param).source, "0|slice_data|dd_task.name|global_data_grouper");
+    EXPECT_EQ(m_db->calls.back().requiredFilter, "");
+    EXPECT_EQ(m_db->calls.back().samplePoint, 0) << "of an interval";
+    param.objectType = ITimelineQuery::otPoint;
+    std::string points;
+    for (param.samplePoint = 0; param.samplePoint < 4; ++param.samplePoint)
+        points += std::to_string(ask(param).samplePoint);
+    EXPECT_EQ(points, "0120");
     EXPECT_TRUE(m_log.empty());
 }
 
 TEST_F(TimelineQuery, TakesTheKindFromTheDataButTheFlagFirst) {
-    bind();
-    const std::map<int, char> kinds{
-        {DicerDataSource::dsNone, '0'},  {DicerDataSource::dsInfo, '3'},
-        {DicerDataSource::dsData, '0'},  {DicerDataSource::dsTime, '0'},
-        {DicerDataSource::dsCount, '1'}, {DicerDataSource::dsInstanceCount, '2'}};
-    for (const auto& [dataType, kind] : kinds) {
-        SCOPED_TRACE(dataType);
-        m_source.m_dataType = dataType;
-        EXPECT_EQ(ask(request()).source.front(), kind);
+    std::string kinds;
+    for (const auto type :
+         {DicerDataSource::dsNone, DicerDataSource::dsInfo, DicerDataSource::dsData,
+          DicerDataSource::dsTime, DicerDataSource::dsCount, DicerDataSource::dsInstanceCount}) {
+        m_source.m_dataType = type;
+        kinds += ask(request()).source.front();
     }
+    EXPECT_EQ(kinds, "030012");
     QueryParam param = request();
     param.countOverTime = true;
     EXPECT_EQ(ask(param).source.front(), '4');
 }
 
-TEST_F(TimelineQuery, AddsEachInfoExpansionWithItsOrder) {
-    const auto extra = [&](QueryFacts facts, const char* path,
-                           const std::vector<std::string>& values) {
+TEST_F(TimelineQuery, ExpandsByEachAttributeInItsOrder) {
+    const auto extra = [&](QueryFacts facts, const char* path, const Strings& values) {
         m_source.addExtra(infoQuery(std::move(facts)), path, "slice_data", "name", values, "");
     };
     extra({}, "dd_task", {});
-    extra(withAttribute("hideZeroDataOnExpansion", true), "dd_thread", {"main", "!worker"});
-    extra(withAttribute("hideZeroDataOnExpansion", "true"), "dd_core", {});
-    QueryFacts sorted = withAttribute("sortName", "load");
+    extra(with("hideZeroDataOnExpansion", true), "dd_thread", {"main", "!worker"});
+    extra(with("hideZeroDataOnExpansion", "true"), "dd_core", {});
+    QueryFacts sorted = with("sortName", "load");
     sorted.attributes["sortDescending"] = true;
     extra(sorted, "dd_process", {});
     m_source.addExtra(timeQuery(), "", "slice_data", "", "", "");
-    bind();
     EXPECT_EQ(
         ask(request()).expansions,
-        (std::vector<std::string>{
+        (Strings{
             "slice_data|dd_task|name||show||up", "slice_data|dd_thread|name|main,!worker,|hide||up",
             "slice_data|dd_core|name||show||up", "slice_data|dd_process|name||show|load|down"}));
-}
 
-TEST_F(TimelineQuery, ReportsARefusedExpansionOnlyWhenItNamedNoValues) {
+    // A refusal is told only where no values were named.
+    m_db->calls.clear();
     m_db->answers = {{{}, {}, true}};
-    m_source.addExtra(infoQuery({}), "dd_task", "slice_data", "name", "main", "");
-    bind();
-    std::vector<OverTimeData> data;
-    EXPECT_FALSE(m_provider->read(request(), data));
+    m_source.m_extras.erase(m_source.m_extras.begin());
+    EXPECT_FALSE(read(request()));
     EXPECT_TRUE(m_log.empty());
     m_source.m_extras.front().values.clear();
-    EXPECT_FALSE(m_provider->read(request(), data));
-    EXPECT_TRUE(m_log.contains("Failed to add expansion: "));
+    expectFailure("Failed to add expansion: ", [this] { return read(request()); });
     EXPECT_TRUE(m_db->calls.empty());
 }
 
 TEST_F(TimelineQuery, AllowsToCollapseDataUnlessItsQueryForbids) {
-    bind();
-    const auto allows = [&] {
+    const auto allows = [&](const Query& source) {
+        m_source.m_defaultQuery = source;
         basekit2::sptr_t<ITimelineQuery> query;
         bool isTimeData = false;
         bool allowCollapse = false;
@@ -115,93 +119,64 @@ TEST_F(TimelineQuery, AllowsToCollapseDataUnlessItsQueryForbids) {
         EXPECT_TRUE(isTimeData);
         return allowCollapse;
     };
-    EXPECT_TRUE(allows());
-    m_source.m_defaultQuery = timeQuery(withAttribute("allowCollapse", false));
-    EXPECT_FALSE(allows());
-    m_source.m_defaultQuery = infoQuery({});  // no data query
-    EXPECT_FALSE(allows());
-}
-
-TEST_F(TimelineQuery, AppliesTheRequiredFilterUnlessToldToIgnoreIt) {
-    m_source.m_defaultQuery = timeQuery(withAttribute("timelineRequiredFilter", "busy"));
-    bind();
-    QueryParam param = request();
-    EXPECT_EQ(ask(param).requiredFilter, "busy");
-    param.ignoreRequiredFilter = true;
-    EXPECT_EQ(ask(param).requiredFilter, "");
-}
-
-TEST_F(TimelineQuery, SamplesPointsAtOneEnd) {
-    bind();
-    QueryParam param = request();
-    param.objectType = ITimelineQuery::otPoint;
-    const std::map<int, int> expected{{0, 0}, {1, 1}, {2, 2}, {3, 0}};
-    for (const auto& [asked, given] : expected) {
-        param.samplePoint = asked;
-        EXPECT_EQ(ask(param).samplePoint, given);
-    }
-    param.objectType = ITimelineQuery::otInterval;
-    param.samplePoint = 1;
-    EXPECT_EQ(ask(param).samplePoint, 0);
+    EXPECT_TRUE(allows(timeQuery()));
+    EXPECT_FALSE(allows(timeQuery(with("allowCollapse", false))));
+    EXPECT_FALSE(allows(infoQuery({}))) << "no data query";
 }
 
 TEST_F(TimelineQuery, FindsTheObjectTypeFromTheMostSpecificText) {
     QueryParam param = request();
-    EXPECT_EQ(objectTypeOf(param), 2);  // of times
+    const auto type = [&] {
+        ITimelineQuery::ObjectType found{};
+        return m_provider->getObjectType(param, found) ? found : 0;
+    };
+    EXPECT_EQ(type(), 2) << "of times";
     m_source.m_dataType = DicerDataSource::dsInfo;
-    EXPECT_EQ(objectTypeOf(param), 2);
+    EXPECT_EQ(type(), 2);
     m_source.m_dataType = DicerDataSource::dsCount;
-    EXPECT_EQ(objectTypeOf(param), 1);
-
-    m_source.m_defaultQuery = timeQuery(withAttribute("timelineObjectType", "Interval"));
-    EXPECT_EQ(objectTypeOf(param), 2);
-    std::vector<basekit2::sptr_t<dataface_1::IQuery>> members{m_source.m_defaultQuery};
-    m_source.m_vectorQuery = basekit2::make_object<FakeVectorQuery>(
-        members, withAttribute("timelineObjectType", "POINT"));
-    EXPECT_EQ(objectTypeOf(param), 1);
-    // No text in the vector query: the default query is asked.
-    m_source.m_vectorQuery =
-        basekit2::make_object<FakeVectorQuery>(members, withAttribute("timelineObjectType", 1));
-    EXPECT_EQ(objectTypeOf(param), 2);
-    m_source.m_derivedQuery =
-        basekit2::make_object<FakeDerivedQuery>(withAttribute("timelineObjectType", "Point"));
-    EXPECT_EQ(objectTypeOf(param), 1);
+    EXPECT_EQ(type(), 1);
+    // Of the query, of the vector that it is in, of what is derived from it, of the request.
+    const char* const key = "timelineObjectType";
+    m_source.m_defaultQuery = timeQuery(with(key, "Interval"));
+    EXPECT_EQ(type(), 2);
+    m_source.m_vectorQuery = vectorOf({m_source.m_defaultQuery}, {{key, "POINT"}});
+    EXPECT_EQ(type(), 1);
+    m_source.m_vectorQuery = vectorOf({m_source.m_defaultQuery}, {{key, 1}});
+    EXPECT_EQ(type(), 2) << "a number is no text";
+    m_source.m_derivedQuery = basekit2::make_object<FakeDerivedQuery>(with(key, "Point"));
+    EXPECT_EQ(type(), 1);
     m_source.m_derivedQuery.reset();
     param.objectType = 1;
-    EXPECT_EQ(objectTypeOf(param), 1);
+    EXPECT_EQ(type(), 1);
     EXPECT_TRUE(m_log.empty());
 
     param.objectType = 0;
     m_source.m_vectorQuery.reset();
-    m_source.m_defaultQuery = timeQuery(withAttribute("timelineObjectType", 7));
-    EXPECT_EQ(objectTypeOf(param), 1);  // a count
+    m_source.m_defaultQuery = timeQuery(with(key, 7));
+    EXPECT_EQ(type(), 1) << "a count";
     EXPECT_TRUE(m_log.contains("can_get<const char*>()"));
     m_source.m_defaultQuery.reset();
-    EXPECT_EQ(objectTypeOf(param), 0);
-    EXPECT_TRUE(m_log.contains("param.dds->m_defaultQuery"));
+    expectFailure("param.dds->m_defaultQuery", [&] { return type() != 0; });
 }
 
-TEST_F(TimelineQuery, CopiesSparseSeriesIntoDenseOnes) {
+TEST_F(TimelineQuery, AnswersSparseSeriesThatBecomeDenseOnes) {
     storelink1::OverTimeData src;
     src.key = {4, 5};
     src.series.resize(2);
     src.series[0] = {{1, 2.0}, {-1, 9.0}, {10, 9.0}};
-    const std::vector<storelink1::OverTimeDataSeriesMetadata> metadata{
-        {"ignored", {"a", "b"}, {1, 2}}, {"x", {"c"}, {3}}};
     OverTimeData dst;
-    m_provider->copyOvertimeData(request(), &m_source, 0.5, src, dst, metadata);
+    m_provider->copyOvertimeData(request(), &m_source, 0.5, src, dst,
+                                 {{"ignored", {"a", "b"}, {1, 2}}, {"x", {"c"}, {3}}});
     EXPECT_EQ(dst.dbIndexes, src.key);
     EXPECT_EQ(dst.row, -1);
-    ASSERT_EQ(dst.seriesSet.size(), 2U);
-    EXPECT_EQ(dst.seriesSet[0].name, "a:b");
-    EXPECT_EQ(dst.seriesSet[0].idParts, (std::vector<int>{1, 2}));
-    EXPECT_EQ(dst.seriesSet[0].ds.m_table, "slice_data");
-    ASSERT_EQ(dst.seriesSet[0].values.size(), 10U);
-    EXPECT_EQ(dst.seriesSet[0].values[1], 1.0);
-    EXPECT_TRUE(std::isnan(dst.seriesSet[0].values[0]));
-    EXPECT_TRUE(std::isnan(dst.seriesSet[0].values[9]));
-    // Nothing at all is not a row of buckets without data.
-    EXPECT_TRUE(dst.seriesSet[1].values.empty());
+    EXPECT_TRUE(dst.seriesSet.at(1).values.empty()) << "nothing at all is no row of buckets";
+    const auto& series = dst.seriesSet.at(0);
+    EXPECT_EQ(series.name, "a:b");
+    EXPECT_EQ(series.idParts, (std::vector<int>{1, 2}));
+    EXPECT_EQ(series.ds.m_table, "slice_data");
+    ASSERT_EQ(series.values.size(), 10U);
+    EXPECT_EQ(series.values[1], 1.0);
+    EXPECT_TRUE(std::isnan(series.values[0]) && std::isnan(series.values[9]));
 }
 
 }  // namespace

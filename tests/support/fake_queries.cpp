@@ -13,6 +13,18 @@ std::string textOf(const basekit2::variant_bag_t* bag, const char* name) {
 
 }  // namespace
 
+QueryFacts factsAt(const std::string& path) {
+    QueryFacts facts;
+    const std::size_t colons = path.find("::");
+    facts.table = path.substr(0, colons);
+    facts.path = path.substr(colons + 2);
+    const std::size_t last = facts.path.rfind('.') + 1;
+    if (facts.path.compare(last, 3, "dd_") == 0) return facts;
+    facts.attr = facts.path.substr(last);
+    facts.path.resize(last > 0 ? last - 1 : 0);
+    return facts;
+}
+
 Query namedQuery(const std::string& name) {
     QueryFacts facts;
     facts.id = facts.name = name;

@@ -36,6 +36,10 @@ struct QueryFacts {
     std::vector<slicekit_1_0::rpn_step_t> formula;  // of a derived query
 };
 
+// Facts of a path such as "dd_band::dd_thread.dd_process.name"; the attribute is a last part that
+// is no table "dd_*".
+QueryFacts factsAt(const std::string& path);
+
 // The operations of every query, out of its facts.
 template <class Kind>
 class FakeQuery : public Kind {

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
+#include <sstream>
 
 namespace lanefeed_test {
 
@@ -163,7 +165,6 @@ public:
             metadata = answer.metadata;
         }
         m_database->calls.push_back(m_call);
-        if (m_database->onRun) m_database->onRun();
         return basekit2::error_code_t::success;
     }
 
@@ -220,6 +221,26 @@ basekit2::error_code_t FakeTimelineDatabase::fill(
     return basekit2::error_code_t::success;
 }
 
+FakeTable tableOf(const std::string& text) {
+    std::istringstream lines(text);
+    std::string line;
+    std::getline(lines, line);
+    std::istringstream head(line);
+    const std::vector<std::string> columns{std::istream_iterator<std::string>(head), {}};
+    FakeTable table;
+    while (std::getline(lines, line)) {
+        std::istringstream cells(line);
+        std::string cell;
+        for (auto column = columns.begin(); cells >> cell; ++column) {
+            if (table.empty() || column == columns.begin()) table.emplace_back();
+            const bool isNumber = cell.find_first_not_of("-0123456789") == std::string::npos;
+            basekit2::variant_t& value = table.back()[*column];
+            if (cell != "-") value = isNumber ? basekit2::variant_t(std::stoi(cell)) : cell;
+        }
+    }
+    return table;
+}
+
 FakeDatabase::FakeDatabase() : m_timeline(basekit2::make_object<FakeTimelineDatabase>()) {}
 
 basekit2::sptr_t<storelink1::IQuery> FakeDatabase::createQuery(const std::string& table,
@@ -246,7 +267,7 @@ basekit2::sptr_t<storelink1::IAttributeDataRetriever> FakeDatabase::createAttrib
 bool FakeDatabase::getTimeRange(basekit2::u64_t& start, basekit2::u64_t& end, int /*reserved*/) {
     start = firstTick;
     end = lastTick;
-    return timeRangeAnswer;
+    return true;
 }
 
 bool FakeDatabase::getBandKind(const std::string& band, int& kind) {

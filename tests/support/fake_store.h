@@ -5,7 +5,6 @@
 #include <storelink1/database.h>
 
 #include <atomic>
-#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -63,8 +62,10 @@ struct TimelineAnswer {
     bool refusesExpansions = false;
 };
 
-// A table of the store by rows of named cells.
+// A table of the store by rows of named cells, and one out of text: a line of names of columns,
+// then one per row; whole numbers are numbers, "-" is a cell of null.
 using FakeTable = std::vector<std::map<std::string, basekit2::variant_t>>;
+FakeTable tableOf(const std::string& text);
 
 class FakeDatabase : public storelink1::IDatabase, public storelink1::IFilterRegistry {
 public:
@@ -103,7 +104,6 @@ public:
 
     basekit2::u64_t firstTick = 1000;
     basekit2::u64_t lastTick = 1999;
-    bool timeRangeAnswer = true;
     basekit2::u64_t ticksPerSecond = 1000000;
     std::map<std::string, FakeTable> tables;
     std::map<std::string, int> bandKinds;
@@ -114,7 +114,6 @@ public:
     std::vector<TimelineCall> calls;  // of timeline queries that were run
     // Answer of the nth run; the last stands for all that follow.
     std::vector<TimelineAnswer> answers;
-    std::function<void()> onRun;
     // Record queries that were run: table, "filtered" where useFilters was called, columns,
     // conditions, filters, orders and key columns, in the order of the calls.
     std::vector<std::string> reads;
@@ -139,6 +138,11 @@ public:
     template <class T>
     void offer(const basekit2::sptr_t<T>& object) {
         offered[basekit2::type_id_t<T>::id()] = basekit2::notype_ptr_t(object.get());
+    }
+
+    template <class T>
+    void withdraw() {
+        offered.erase(basekit2::type_id_t<T>::id());
     }
 
     std::map<unsigned int, basekit2::notype_ptr_t> offered;

@@ -2,6 +2,7 @@
 #include "support/slice_pane.h"
 
 #include "session/open_result.h"
+#include "support/trace_text.h"
 #include "viewpointparser.h"
 
 #include <basekit2/variant_bag.h>
@@ -16,6 +17,11 @@ namespace {
 
 void require(bool condition, const std::string& what) {
     if (!condition) throw std::runtime_error(what);
+}
+
+std::string written(const std::string& file, const std::string& trace) {
+    writeTraceText(file, trace);
+    return file;
 }
 
 }  // namespace
@@ -80,5 +86,10 @@ void SlicePane::expandBy(const std::string& queryId, const std::vector<std::stri
     slices.addExtra(info, info->getAttributeTable(), info->getInstanceTable(),
                     info->getAttributeName(), values, "");
 }
+
+TracePane::TracePane(const std::string& trace,
+                     const std::string& rowSet,
+                     const std::string& definitions)
+    : SlicePane(written(file("trace.lft"), trace), rowSet, definitions) {}
 
 }  // namespace lanefeed_test

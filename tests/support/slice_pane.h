@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dbiproviderimpl.h"
+#include "support/temp_directory.h"
 
 #include <dataface_1/filters.h>
 #include <dataface_1/query_library.h>
@@ -38,6 +39,18 @@ public:
 private:
     basekit2::sptr_t<dataface_1::IInputData> m_result;
     basekit2::sptr_t<dataface_1::IQueryLibrary> m_library;
+};
+
+// The same on a trace that is told as text (trace_text.h).
+class TracePane : private TempDirectory, public SlicePane {
+public:
+    explicit TracePane(const std::string& trace,
+                       const std::string& rowSet = kByThread,
+                       const std::string& definitions = "");
+
+    // A row set of processes with their threads below them.
+    static constexpr char kNested[] =
+        "<gridQuery><rowBy query='processAndThread'/><columnBy query='busyTime'/></gridQuery>";
 };
 
 }  // namespace lanefeed_test

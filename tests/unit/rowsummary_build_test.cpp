@@ -1,16 +1,46 @@
-// The row table: what it asks of the store, what it makes of it, and its lookups.
+// The row table: what it asks of the store, what it makes of it or of a grid, its lookups, and the
+// filters that it makes of rows.
 
 #include "row_tables.h"
 #include "support/table_tree_contract.h"
+
+#include <facekit_1_x/table_building.h>
+
+#include <functional>
 
 namespace lanefeed_test {
 namespace {
 
 using basekit2::sptr_t;
 using basekit2::variant_t;
-using lanefeed_1::RowSummaryTableRow;
 using lanefeed_1::RowSummaryTableTree;
-using RowSummaryBuild = RowTableTest;
+using Strings = std::vector<std::string>;
+
+class RowSummaryBuild : public RowTableTest {
+protected:
+    RowSummaryBuild() { m_bound.input->offer<dataface_1::IFilterRegistry>(m_registry); }
+    void expectUnbuilt(const std::string& text, const std::function<Table()>& make) {
+        m_log.clear();
+        EXPECT_TRUE(make().is_null()) << text;
+        EXPECT_TRUE(m_log.contains(text)) << text;
+    }
+    static std::string filterOf(const Table& table, const std::vector<int>& rows) {
+        const auto filter = table->createRowFilter(rows);
+        const auto* fake = dynamic_cast<const FakeQueryFilter*>(filter.get());
+        return fake != nullptr ? fake->text : "null";
+    }
+    void expectNoFilter(const std::string& text, const Table& table, int row) {
+        m_log.clear();
+        EXPECT_EQ(filterOf(table, {row}), "null") << text;
+        EXPECT_TRUE(m_log.contains(text)) << text;
+    }
+
+    const sptr_t<FakeRegistry> m_registry = basekit2::make_object<FakeRegistry>();
+    CapturedLog m_log;
+};
+
+const char* const kUnknownRow =
+    "selectedUniqueIDs[i] >= 0 && selectedUniqueIDs[i] < (int)m_flatRows.size()";
 
 TEST_F(RowSummaryBuild, HasARowForEachRecordOfTheStore) {
     addThread(7, "main");
@@ -23,12 +53,11 @@ TEST_F(RowSummaryBuild, HasARowForEachRecordOfTheStore) {
 3  worker  100        200
 )");
     EXPECT_EQ(m_bound.database->reads,
-              (std::vector<std::string>{"dd_band::dd_thread dd_band::dd_thread start_tsc end_tsc",
-                                        "dd_thread filtered rowid dd_thread.name filter=global"}));
-}
+              (Strings{"dd_band::dd_thread dd_band::dd_thread start_tsc end_tsc",
+                       "dd_thread filtered rowid dd_thread.name filter=global"}));
+    EXPECT_TRUE(keepsTableContract([this] { return buildThreads(); }));
 
-TEST_F(RowSummaryBuild, AsksForTheGlobalFilterAlsoWhenNoneIsNamed) {
-    addThread(7, "main");
+    // The global filter goes for none that is named, too.
     QueryFacts facts = bandFacts("dd_process");
     facts.values = {"lfd", "sh"};
     ASSERT_FALSE(build({rowBy(bandFacts("dd_thread"))}, "", infoQuery(facts)).is_null());
@@ -39,42 +68,47 @@ TEST_F(RowSummaryBuild, AsksForTheGlobalFilterAlsoWhenNoneIsNamed) {
     EXPECT_EQ(m_bound.database->reads.back(), "dd_thread filtered rowid dd_thread.name filter=own");
     EXPECT_EQ(m_bound.library->created.back().get<variant_t>("id")->get<std::string>(),
               "timelineNameQuery_name_own");
-}
-
-TEST_F(RowSummaryBuild, NamesARowByItsIdWithoutANameColumn) {
-    addThread(7, "main");
-    QueryFacts facts = bandFacts("dd_thread");
-    facts.attr = "";
-    EXPECT_EQ(tableText(build({rowBy(facts)}), {false, false, {"name"}}), "name\n7\n");
-    facts.attr = "unknown";
-    EXPECT_EQ(tableText(build({rowBy(facts)}), {false, false, {"name"}}), "name\n7\n");
+    // Without a column of names they are named by their ids.
+    facts = bandFacts("dd_thread");
+    for (const char* attr : {"", "unknown"}) {
+        facts.attr = attr;
+        EXPECT_EQ(tableText(build({rowBy(facts)}), {false, false, {"name"}}), "name\n7\n3\n");
+    }
 }
 
 TEST_F(RowSummaryBuild, FailsLoudlyWithoutWhatItNeeds) {
-    const CapturedLog log;
-    RowTableTest::Table table = basekit2::make_object<RowSummaryTableTree>();
-    EXPECT_FALSE(table->init(nullptr, {}, m_bound.provider.get(), "", nullptr));
-    EXPECT_TRUE(log.contains("m_result,"));
-    EXPECT_TRUE(build({}).is_null());
-    EXPECT_TRUE(log.contains("!m_rowBys.empty()"));
-    EXPECT_FALSE(log.contains("tq"));
-    EXPECT_TRUE(build({rowBy(bandFacts("dd_thread"))}).is_null());
-    EXPECT_TRUE(log.contains("tq,"));
-
+    expectUnbuilt("m_result,", [&] {
+        const Table table = basekit2::make_object<RowSummaryTableTree>();
+        return table->init(nullptr, {}, m_bound.provider.get(), "", nullptr) ? table : Table();
+    });
+    expectUnbuilt("!m_rowBys.empty()", [&] { return build({}); });
+    EXPECT_FALSE(m_log.contains("tq"));
+    expectUnbuilt("tq,", [&] { return buildThreads(); });
     m_bound.database->tables["dd_thread"] = {};
-    EXPECT_TRUE(buildThreads().is_null());
-    EXPECT_EQ(log.count("rs && !rs->atEnd()"), 1);
+    expectUnbuilt("rs && !rs->atEnd()", [&] { return buildThreads(); });
     m_bound.database->brokenTables = {"dd_thread"};
-    EXPECT_TRUE(buildThreads().is_null());
-    EXPECT_EQ(log.count("rs && !rs->atEnd() ' Error: disk on fire, SQL: SELECT'"), 1);
+    expectUnbuilt("rs && !rs->atEnd() ' Error: disk on fire, SQL: SELECT'",
+                  [&] { return buildThreads(); });
+    const auto grouping = vectorOf({infoQuery(bandFacts("dd_process"))});
+    expectUnbuilt("m_grouping,", [&] { return buildOn(facekit_1_x::createTableTree(), nullptr); });
+    expectUnbuilt("m_gridTree,", [&] { return buildOn(nullptr, grouping); });
+    const auto grid = basekit2::make_object<FakeGrid>(gridTable({{1, "a", 1, {}}}, grouping));
+    grid->nullRow = true;
+    expectUnbuilt("row", [&] { return buildOn(grid, grouping); });
+    grid->nullRow = false;
+    grid->nullColumn = true;
+    expectUnbuilt("column", [&] { return buildOn(grid, grouping); });
 }
 
 TEST_F(RowSummaryBuild, NestsRowsAsTheGridDoes) {
     addBand("dd_process", 2, 1100, 1200);
-    const Table table = buildOnGrid({{1, "lfd", 3, {{7, "main", 2, {}}, {1, "io", 1, {}}}},
-                                     {2, "sh", {}, {{7, "main", 5, {}}}}},
-                                    bandFacts("dd_process"));
-    ASSERT_FALSE(table.is_null());
+    const auto make = [this] {
+        return buildOnGrid({{1, "lfd", 3, {{7, "main", 2, {}}, {1, "io", 1, {}}}},
+                            {2, "sh", {}, {{7, "main", 5, {}}}}},
+                           bandFacts("dd_process"));
+    };
+    EXPECT_TRUE(keepsTableContract(make));
+    const Table table = make();
     EXPECT_EQ(tableText(table, {true, false, {}}), R"(#    name  busy  startTime  endTime
 1    lfd   3     0          999
   7  main  2     0          999
@@ -92,16 +126,15 @@ TEST_F(RowSummaryBuild, NestsRowsAsTheGridDoes) {
     EXPECT_EQ(table->getRowByDbIndexes({2, 1}), nullptr);
     EXPECT_EQ(table->getRowByDbIndexes({2, 7, 7}), nullptr);
     EXPECT_EQ(table->getRow(0)->getChildRowByDbIndex(7), table->getRow(1));
-}
 
-TEST_F(RowSummaryBuild, FindsTheFirstOfOnePlaceAndTheLastByPath) {
-    const Table table =
+    // Of several in one place the first is found, and by path the last.
+    const Table twice =
         buildOnGrid({{1, "a", {}, {{7, "x", {}, {}}, {7, "y", {}, {}}}}, {1, "b", {}, {}}},
                     bandFacts("dd_process"));
-    EXPECT_EQ(table->getRowByDbId(0, 1), table->getRow(0));
-    EXPECT_EQ(table->getRowByDbIndexes({1}), table->getRow(3));
-    EXPECT_EQ(table->getRowByDbId(1, 7), table->getRow(1));
-    EXPECT_EQ(table->getRow(0)->getChildRowByDbIndex(7), table->getRow(2));
+    EXPECT_EQ(twice->getRowByDbId(0, 1), twice->getRow(0));
+    EXPECT_EQ(twice->getRowByDbIndexes({1}), twice->getRow(3));
+    EXPECT_EQ(twice->getRowByDbId(1, 7), twice->getRow(1));
+    EXPECT_EQ(twice->getRow(0)->getChildRowByDbIndex(7), twice->getRow(2));
 }
 
 TEST_F(RowSummaryBuild, IndexesAFlatGroupingAtOneLevel) {
@@ -113,30 +146,52 @@ TEST_F(RowSummaryBuild, IndexesAFlatGroupingAtOneLevel) {
     EXPECT_EQ(table->getRowMaxLevel(), 0);
     EXPECT_EQ(table->getRow(1)->getLevel(), 1);
     EXPECT_EQ(table->getRowByDbId(5, 7), table->getRow(1));
+    m_log.clear();
     EXPECT_EQ(table->getRowByDbIndexes({7}), table->getRow(1));
-    const CapturedLog log;
+    EXPECT_TRUE(m_log.empty());
     EXPECT_EQ(table->getRowByDbIndexes({7, 1}), table->getRow(1));
-    EXPECT_EQ(log.count("indexes.size() == 1"), 1);
+    EXPECT_EQ(m_log.count("indexes.size() == 1"), 1);
 }
 
-TEST_F(RowSummaryBuild, NeedsGridAndGrouping) {
-    const CapturedLog log;
-    RowTableTest::Table table = basekit2::make_object<RowSummaryTableTree>();
-    EXPECT_FALSE(table->init(m_bound.input, sptr_t<dataface_1::ITableTree>(), nullptr,
-                             m_bound.provider.get(), nullptr));
-    EXPECT_TRUE(log.contains("m_gridTree,"));
-    EXPECT_FALSE(table->init(m_bound.input, facekit_1_x::createTableTree(), nullptr,
-                             m_bound.provider.get(), nullptr));
-    EXPECT_TRUE(log.contains("m_grouping,"));
-}
-
-TEST_F(RowSummaryBuild, KeepsTheContractOfTables) {
+TEST_F(RowSummaryBuild, MakesFiltersThatNameEachRowByEachChoice) {
     addThread(7, "main");
     addThread(3, "worker");
-    EXPECT_TRUE(keepsTableContract([this] { return buildThreads(); }));
-    EXPECT_TRUE(keepsTableContract([this] {
-        return buildOnGrid({{1, "lfd", 3, {{7, "main", 2, {}}}}}, bandFacts("dd_process"));
-    }));
+    m_bound.database->tables["dd_core"] = {};
+    const Table table = build({rowBy(bandFacts("dd_thread")), rowBy(bandFacts("dd_core"))});
+    EXPECT_EQ(filterOf(table, {1, 0}),
+              "{1 {1 dd_band::dd_thread.name=3 dd_band::dd_core.name=3} "
+              "{1 dd_band::dd_thread.name=7 dd_band::dd_core.name=7}}");
+    EXPECT_EQ(filterOf(table, {}), "{2}");
+    EXPECT_TRUE(m_registry->calls.empty());  // a name for it is the caller's
+    expectNoFilter(kUnknownRow, table, -1);
+    expectNoFilter(kUnknownRow, table, 2);
+    m_registry->refused = {FakeRegistry::queryFilter};
+    expectNoFilter("err.succeeded() && qf", table, 0);
+    m_registry->refused = {FakeRegistry::queryBuilder};
+    expectNoFilter("qfBuilder", table, 0);
+    EXPECT_EQ(filterOf(table, {}), "null");
+    lanefeed_1::DicerDataSource derived = rowBy(bandFacts("dd_thread"));
+    derived.m_defaultQuery = makeQuery<FakeDerivedQuery>({});
+    m_registry->refused.clear();
+    expectNoFilter("infoQuery", build({derived}), 0);
+    m_bound.input->withdraw<dataface_1::IFilterRegistry>();
+    expectNoFilter("filterRegistry", table, 0);
+}
+
+TEST_F(RowSummaryBuild, LeavesFiltersOfAGridToTheGrid) {
+    const auto grouping = vectorOf({infoQuery(bandFacts("dd_process"))});
+    const auto grid = basekit2::make_object<FakeGrid>(
+        gridTable({{1, "a", 1, {{11, "a1", 1, {}}}}, {2, "b", 2, {}}}, grouping));
+    const Table table = buildOn(grid, grouping);
+    m_log.clear();
+    EXPECT_EQ(filterOf(table, {1, 2}), "rows 11 2");
+    EXPECT_EQ(filterOf(table, {}), "{2}");
+    EXPECT_TRUE(m_log.empty());
+    expectNoFilter(kUnknownRow, table, 3);
+    grid->refuses = true;
+    expectNoFilter("err.succeeded() && qf", table, 1);
+    grid->makesFilters = false;
+    expectNoFilter("status && filterTableTree", table, 1);
 }
 
 }  // namespace

@@ -36,7 +36,7 @@ public:
     void release() override = 0;
 };
 
-TEST_F(RowSummaryRows, AnswerByColumnAndKind) {
+TEST_F(RowSummaryRows, AnswerByColumnAndKindAndTheirIdAloneWithoutAColumn) {
     addThread(7, "main");
     addBand("dd_thread", 7, 1100, 1200);
     const Table table = buildThreads();
@@ -44,18 +44,19 @@ TEST_F(RowSummaryRows, AnswerByColumnAndKind) {
     const auto name = columnNamed(table, "name");
     const auto start = columnNamed(table, "startTime");
     variant_t out = "untouched";
-    EXPECT_FALSE(row.getContent(start, ccStyle, out));
-    EXPECT_FALSE(row.getContent(start, ccId, out));
+    EXPECT_FALSE(row.getContent(start, ccStyle, out) || row.getContent(start, ccId, out));
     EXPECT_EQ(out, variant_t("untouched"));
     EXPECT_TRUE(row.getContent(start, ccSecondValue, out));
     EXPECT_EQ(out.get_type(), basekit2::vtU64);
     EXPECT_EQ(out, variant_t(100));
     EXPECT_TRUE(row.getContent(name, ccSecondValue, out));
     EXPECT_EQ(out, variant_t("main"));
-    EXPECT_TRUE(row.getContent(name, ccId, out));
-    EXPECT_EQ(out, variant_t(7));
     EXPECT_TRUE(row.getContent(name, ccStyle, out));
     EXPECT_TRUE(out.is_null());
+    for (const sptr_t<dataface_1::IColumnInfo>& column : {columnNamed(table, "name"), {}}) {
+        EXPECT_TRUE(row.getContent(column, ccId, out));
+        EXPECT_EQ(out, variant_t(7));
+    }
     EXPECT_EQ(name->getType(), 3);
     EXPECT_EQ(start->getType(), 2);
     basekit2::u64_t first = 0;
@@ -63,19 +64,9 @@ TEST_F(RowSummaryRows, AnswerByColumnAndKind) {
     row.getTimeRange(first, last);
     EXPECT_EQ(first, 100U);
     EXPECT_EQ(last, 200U);
-}
-
-TEST_F(RowSummaryRows, AnswerTheirIdAloneWithoutAColumnOfTheirs) {
-    addThread(7, "main");
-    const Table table = buildThreads();
-    RowSummaryTableRow& row = *table->getRow(0);
-    variant_t out;
-    EXPECT_TRUE(row.getContent(nullptr, ccId, out));
-    EXPECT_EQ(out, variant_t(7));
     const CapturedLog log;
     EXPECT_FALSE(row.getContent(nullptr, ccValue, out));
-    const auto other = seriesColumns({"cpu"});
-    EXPECT_FALSE(row.getContent(columnNamed(other, "cpu"), ccValue, out));
+    EXPECT_FALSE(row.getContent(columnNamed(seriesColumns({"cpu"}), "cpu"), ccValue, out));
     EXPECT_EQ(log.count("colImpl"), 2);
 }
 
@@ -107,29 +98,22 @@ TEST_F(RowSummaryRows, AnswerNothingOnceTheirTableIsGone) {
     EXPECT_TRUE(children.at_end());
 }
 
-TEST_F(RowSummaryRanges, SpanAllLivesOfAThingWithinTheStartOfTheResult) {
-    addThread(1, "early");
-    addThread(2, "twice");
-    addThread(3, "late");
+TEST_F(RowSummaryRanges, SpanAllLivesOfTheFirstGroupingByBand) {
+    for (const char* name : {"early", "twice", "late", "unknown"})
+        addThread(static_cast<int>(m_bound.database->tables["dd_thread"].size()) + 1, name);
     addBand("dd_thread", 1, 900, 1100);
     addBand("dd_thread", 2, 1500, 1600);
     addBand("dd_thread", 2, 1200, 1300);
+    addBand("dd_thread", 2, 1700, 1800);
     addBand("dd_thread", 3, 1900, 2500);
-    EXPECT_EQ(tableText(buildThreads()), R"(name   startTime  endTime
-early  0          100
-twice  200        600
-late   900        1500
-)");
-}
-
-TEST_F(RowSummaryRanges, FollowTheFirstGroupingByBandAlone) {
-    addThread(1, "known");
-    addThread(2, "unknown");
-    addBand("dd_thread", 1, 1100, 1200);
-    addBand("dd_process", 1, 1300, 1400);
-    addBand("dd_process", 2, 1300, 1400);
+    addBand("dd_process", 4, 1300, 1400);
     EXPECT_EQ(tableText(build({rowBy(bandFacts("dd_thread")), rowBy(bandFacts("dd_process"))})),
-              "name     startTime  endTime\nknown    100        200\nunknown  0          999\n");
+              R"(name     startTime  endTime
+early    0          100
+twice    200        800
+late     900        1500
+unknown  0          999
+)");
 }
 
 TEST_F(RowSummaryRanges, AreReadForEachLevelOfTheChains) {

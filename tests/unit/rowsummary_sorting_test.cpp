@@ -35,7 +35,15 @@ protected:
     }
 };
 
-TEST_F(RowSummarySorting, ComparesTextsInLowerCase) {
+TEST_F(RowSummarySorting, ComparesTextsInLowerCaseAndLeavesEqualOnesAsTheyAre) {
+    Order all(40);
+    std::iota(all.begin(), all.end(), 0);
+    for (std::size_t i = 0; i < all.size(); ++i)
+        addThread(1, i % 2 == 0 ? "Same" : "same");
+    const Table equal = buildThreads();
+    EXPECT_EQ(sorted(equal, "name", true), all);
+    EXPECT_EQ(sorted(equal, "name", false), all);
+    m_bound.database->tables["dd_thread"].clear();
     for (const char* name : {"beta", "Alpha", "gamma", "ALPHA 2", "_"})
         addThread(1, name);
     const Table table = buildThreads();
@@ -46,19 +54,9 @@ TEST_F(RowSummarySorting, ComparesTextsInLowerCase) {
     EXPECT_EQ(tableText(table, {false, false, {"name"}}), "name\nbeta\nAlpha\ngamma\nALPHA 2\n_\n");
 }
 
-TEST_F(RowSummarySorting, LeavesRowsOfOneValueAsTheyAre) {
-    Order all(40);
-    std::iota(all.begin(), all.end(), 0);
-    for (std::size_t i = 0; i < all.size(); ++i)
-        addThread(1, "same");
-    const Table table = buildThreads();
-    EXPECT_EQ(sorted(table, "name", true), all);
-    EXPECT_EQ(sorted(table, "name", false), all);
-}
-
-TEST_F(RowSummarySorting, ComparesNumbersByValueAndMissingOnesFirst) {
+TEST_F(RowSummarySorting, ComparesNumbersByValueAndMissingOnesFirstLevelByLevel) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    const Table table = buildOnGrid({{1, "a", 9, {}},
+    const Table table = buildOnGrid({{1, "a", 9, {{6, "y", {}, {}}, {7, "x", {}, {}}}},
                                      {2, "b", 10.5, {}},
                                      {3, "c", {}, {}},
                                      {4, "d", nan, {}},
@@ -66,17 +64,21 @@ TEST_F(RowSummarySorting, ComparesNumbersByValueAndMissingOnesFirst) {
                                     bandFacts("dd_process"));
     EXPECT_EQ(sorted(table, "busy", true), (Order{2, 3, 4, 0, 1}));
     EXPECT_EQ(sorted(table, "busy", false), (Order{1, 0, 4, 3, 2}));
-}
-
-TEST_F(RowSummarySorting, OrdersEachLevelByItself) {
-    const Table table =
-        buildOnGrid({{1, "b", {}, {{4, "y", {}, {}}, {5, "x", {}, {}}}}, {2, "a", {}, {}}},
-                    bandFacts("dd_process"));
-    EXPECT_EQ(sorted(table, "name", true), (Order{1, 0}));
+    EXPECT_EQ(sorted(table, "name", true), (Order{0, 1, 2, 3, 4}));
     Order all{99};
-    table->getSortOrder(all);
     table->getRow(0)->getSortOrder(all);
-    EXPECT_EQ(all, (Order{99, 1, 0, 1, 0}));
+    EXPECT_EQ(all, (Order{99, 1, 0}));
+    // A null column is remembered and changes nothing.
+    table->sortByColumn(columnNamed(table, "busy"), ccValue, true);
+    table->sortByColumn(nullptr, ccId, false);
+    EXPECT_EQ(sortOrder(table), (Order{2, 3, 4, 0, 1}));
+    sptr_t<dataface_1::IColumnInfo> column = columnNamed(table, "name");
+    cell_contents_t content = ccValue;
+    bool ascending = true;
+    table->getCurrentSorting(column, content, ascending);
+    EXPECT_TRUE(column.is_null());
+    EXPECT_EQ(content, ccId);
+    EXPECT_FALSE(ascending);
 }
 
 TEST_F(RowSummarySorting, SortsNamesByTheKindThatTheRowsAskFor) {
@@ -100,22 +102,6 @@ TEST_F(RowSummarySorting, SortsNamesByTheKindThatTheRowsAskFor) {
     // A kind that was asked for stands.
     table->sortByColumn(column, ccSecondValue, true);
     EXPECT_EQ(sortOrder(table), (Order{0, 1}));
-}
-
-TEST_F(RowSummarySorting, RemembersANullColumnAndChangesNothing) {
-    addThread(1, "b");
-    addThread(2, "a");
-    const Table table = buildThreads();
-    sorted(table, "name", true);
-    table->sortByColumn(nullptr, ccId, false);
-    EXPECT_EQ(sortOrder(table), (Order{1, 0}));
-    sptr_t<dataface_1::IColumnInfo> column = columnNamed(table, "name");
-    cell_contents_t content = ccValue;
-    bool ascending = true;
-    table->getCurrentSorting(column, content, ascending);
-    EXPECT_TRUE(column.is_null());
-    EXPECT_EQ(content, ccId);
-    EXPECT_FALSE(ascending);
 }
 
 TEST_F(RowSummarySorting, StartsByTimeForThreadsAndByNameElse) {
@@ -158,12 +144,9 @@ TEST_F(RowSummarySorting, StartsByTheFirstOfSeveralValuesAtTheTop) {
     const Table table = buildOn(grid, vectorOf({infoQuery(bandFacts("dd_process"))}));
     EXPECT_EQ(tableText(table), "busy  busy.read  idle  startTime  endTime\n");
     EXPECT_EQ(initial(table, nullptr), "busy down");
-}
 
-TEST_F(RowSummarySorting, HasNoFirstOrderWithoutAColumn) {
     const CapturedLog log;
-    const auto empty = basekit2::make_object<lanefeed_1::RowSummaryTableTree>();
-    EXPECT_EQ(initial(Table(empty), nullptr), "none");
+    EXPECT_EQ(initial(basekit2::make_object<lanefeed_1::RowSummaryTableTree>(), nullptr), "none");
     EXPECT_EQ(log.count("sortCol >= 0 && sortCol < (int)m_topLevelCols.size()"), 1);
 }
 
