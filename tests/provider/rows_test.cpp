@@ -1,6 +1,10 @@
 // Rows of an area: read, counted, sorted, replaced, and those that a filter leaves.
 
+#include "messages/message_catalogs.h"
 #include "provider_fixture.h"
+#include "support/table_text.h"
+
+#include <settingstore2/message_catalogs.h>
 
 namespace lanefeed_test {
 namespace {
@@ -64,6 +68,21 @@ TEST_F(Rows, AreReadUnderTheRestrictionAndDumpedUnderTheNumberOfTheArea) {
                   DbiProbe::dumpTableTreeToFile(nullptr, "nothing");
               }),
               Strings{"timeline_row_summary3.xml"});
+}
+
+TEST_F(Rows, HaveNamesThatMayBeKeysOfTexts) {
+    Strings errors;
+    const auto before = settingstore2::getMessageCatalogSource();
+    settingstore2::setMessageCatalogSource(lanefeed_runtime::readCatalogs(
+        {"<messageCatalog name='viewpoint'><message key='%Idle'>idle thread</message>"
+         "</messageCatalog>"},
+        errors));
+    bindRows({10});
+    m_db->tables["dd_thread"] = tableOf("rowid dd_thread.name\n1 %Idle\n2 %Unknown\n3 100%");
+    ASSERT_TRUE(getSummary());
+    EXPECT_EQ(tableText(m_provider->m_rowSummaryTable, {false, false, {"name"}}),
+              "name\nidle thread\n%Unknown\n100%\n");
+    settingstore2::setMessageCatalogSource(before);
 }
 
 TEST_F(Rows, AreReplacedByTheNextSummaryButNotByAFailedOrCancelledOne) {

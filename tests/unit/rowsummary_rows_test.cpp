@@ -3,8 +3,6 @@
 
 #include "row_tables.h"
 
-#include <settingstore2/message_catalogs.h>
-
 namespace lanefeed_test {
 namespace {
 
@@ -17,24 +15,6 @@ using dataface_1::ccValue;
 using lanefeed_1::RowSummaryTableRow;
 using RowSummaryRows = RowTableTest;
 using RowSummaryRanges = RowTableTest;
-
-// One catalog with one text.
-class OneText : public settingstore2::IMessageCatalogSource, public platkit_2_18::i18n::catalog_t {
-public:
-    sptr_t<platkit_2_18::i18n::catalog_t> getCatalog(const std::string& name) override {
-        return name == "viewpoint" ? sptr_t<platkit_2_18::i18n::catalog_t>(this) : nullptr;
-    }
-    bool has_message(const std::string& key) const override { return key == "%Idle"; }
-    platkit_2_18::i18n::message_t message(const std::string&) const override {
-        return platkit_2_18::i18n::message_t("idle thread");
-    }
-    unsigned int get_type() const override { return IMessageCatalogSource::get_type(); }
-    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override {
-        return IMessageCatalogSource::adapt_to_pointer(type);
-    }
-    void add_ref() override = 0;
-    void release() override = 0;
-};
 
 TEST_F(RowSummaryRows, AnswerByColumnAndKindAndTheirIdAloneWithoutAColumn) {
     addThread(7, "main");
@@ -68,16 +48,6 @@ TEST_F(RowSummaryRows, AnswerByColumnAndKindAndTheirIdAloneWithoutAColumn) {
     EXPECT_FALSE(row.getContent(nullptr, ccValue, out));
     EXPECT_FALSE(row.getContent(columnNamed(seriesColumns({"cpu"}), "cpu"), ccValue, out));
     EXPECT_EQ(log.count("colImpl"), 2);
-}
-
-TEST_F(RowSummaryRows, LookUpNamesThatAreKeysOfTexts) {
-    addThread(1, "%Idle");
-    addThread(2, "%Unknown");
-    addThread(3, "100%");
-    const Table table = buildThreads();
-    settingstore2::setMessageCatalogSource(basekit2::make_object<OneText>());
-    EXPECT_EQ(tableText(table, {false, false, {"name"}}), "name\nidle thread\n%Unknown\n100%\n");
-    settingstore2::setMessageCatalogSource(nullptr);
 }
 
 TEST_F(RowSummaryRows, AnswerNothingOnceTheirTableIsGone) {
