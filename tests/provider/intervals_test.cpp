@@ -176,8 +176,7 @@ TEST_F(FakeIntervals, AskForAllTheirColumnsAndAnswerInTheirTypes) {
     m_db->tables["dd_kind"] = tableOf("dd_kind\n4\n5");
     for (const int task : {1, 99, 97})
         put(2, task);
-    put(2, 2, 6);  // of a kind that does not exist
-    put(-1, 3);    // of no thread
+    put(2, 2, 6);
     m_param.colorByDS = &m_source;
     ASSERT_TRUE(m_provider->getTaskData(m_param, m_trees, nullptr)) << m_log.lines().front();
     EXPECT_EQ(m_db->reads.back(),
@@ -201,7 +200,8 @@ TEST_F(FakeIntervals, AskForAllTheirColumnsAndAnswerInTheirTypes) {
     EXPECT_EQ(types,
               "startTime_tsc 9 4\nendTime_tsc 9 4\ndbAttrIdx 6 4\nduplicateCount 6 4\n"
               "seriesIdx 7 4\ndepth 6 4\nname 12 4\n");
-    EXPECT_EQ(m_log.count("Empty references found in slice_data instance table"), 1);
+    EXPECT_EQ(m_log.count("Empty references found in slice_data instance table"), 1)
+        << "for a kind that does not exist";
 
     // No mapper is no failure, whatever comes with that answer; a failure and no factory are.
     factory->answer = basekit2::error_code_t::noResult;
@@ -215,6 +215,10 @@ TEST_F(FakeIntervals, AskForAllTheirColumnsAndAnswerInTheirTypes) {
 }
 
 TEST_F(FakeIntervals, NeedTheirRowsAndAStoreThatAnswers) {
+    put(-1, 1);
+    EXPECT_TRUE(ask());
+    EXPECT_EQ(m_log.count("Empty references found in slice_data instance table"), 1);
+    m_db->tables["slice_data"].clear();
     put(2, 1);
     put(2, 1);
     // Rows by a source without a query are one row, by its column.
