@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <iostream>
 #include <locale>
 #include <map>
 #include <set>
@@ -163,7 +164,12 @@ void AreaView::readColumns(const generic_iterator_t<sptr_t<IColumnInfo>>& column
         const std::string name = prefix + lanefeed_1::getString(key);
         const int type = column->getType();
         if ((type & kNameColumnBit) != 0) {
-            if (m_name.is_null()) m_name = column;
+            // Whatever is called "name" has the names of the rows in its cells.
+            if (!m_name.is_null())
+                std::cerr << "lanefeed: note: a column called 'name' passes for that of names and "
+                             "is not shown; give its query another displayName\n";
+            else
+                m_name = column;
         } else if (key == IDicerProvider::startTime) {
             m_start = column;
         } else if (key == IDicerProvider::endTime) {

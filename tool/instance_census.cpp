@@ -16,7 +16,6 @@
 #include <storelink1/utils.h>
 
 #include <algorithm>
-#include <fmt/format.h>
 #include <optional>
 #include <utility>
 
@@ -93,9 +92,7 @@ public:
 
 private:
     [[noreturn]] void fail(const std::string& reason) const {
-        throw Failure(exitFailure,
-                      fmt::format("{}: the table {} can't be read ({}); import the trace again",
-                                  m_session.resultName(), m_layer.drawBy.ds.m_table, reason));
+        throw m_session.unreadable(m_layer.drawBy.ds.m_table, reason);
     }
 
     void addColumns() {

@@ -13,11 +13,11 @@
 #include <fmt/format.h>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <session/apply_selection.h>
 #include <session/filter_text.h>
 #include <session/open_result.h>
 #include <session/shipped_viewpoints.h>
+#include <sstream>
 #include <store/result_facts.h>
 #include <store/schema.h>
 #include <system_error>
@@ -61,17 +61,17 @@ Failure openFailure(const lanefeed_runtime::OpenOutcome& outcome) {
 
 std::string readViewpointFile(const std::string& path) {
     errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    std::string text;
+    const std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
     // A folder opens and fails at the first read.
-    if (file) text.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    if (file) text << file.rdbuf();
     if (!file || errno != 0) {
         const std::string reason =
             errno != 0 ? std::generic_category().message(errno) : "it can't be read";
         throw Failure(exitFailure,
                       fmt::format("{}: {}; name a viewpoint file that can be read", path, reason));
     }
-    return text;
+    return text.str();
 }
 
 std::vector<std::string> allMessages(const lanefeed_1::ParseLogger& log) {
@@ -124,8 +124,16 @@ bool Session::holdsRows(const std::string& table, const char* filter) const {
     query->addColumn("rowid");
     if (filter != nullptr) query->addFilter(filter);
     const storelink1::QueryMutexHolder lock(store.get());
-    const auto records = query->execute();
-    return !records.is_null() && !records->atEnd();
+    std::string error;
+    std::string sql;
+    const auto records = query->execute(nullptr, error, sql);
+    if (records.is_null()) throw unreadable(table, error);
+    return !records->atEnd();
+}
+
+Failure Session::unreadable(const std::string& table, const std::string& reason) const {
+    return {exitFailure, fmt::format("{}: the table {} can't be read ({}); import the trace again",
+                                     m_options.result, table, reason)};
 }
 
 bool Session::leavesAnything() const {

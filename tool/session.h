@@ -48,8 +48,12 @@ public:
 
     // The store of the result, null without one.
     basekit2::sptr_t<storelink1::IDatabase> database() const;
-    // Whether a table is there and has a row, that a filter leaves if one is named.
+    // Whether a table is there and has a row, that a filter leaves if one is named. Throws when it
+    // can't be read.
     bool holdsRows(const std::string& table, const char* filter = nullptr) const;
+
+    // The failure of a read of a table.
+    Failure unreadable(const std::string& table, const std::string& reason) const;
 
     // No instances at all: there is nothing that a viewpoint could show.
     bool isEmpty() const;
