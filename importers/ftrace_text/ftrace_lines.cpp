@@ -125,11 +125,17 @@ ImportError FtraceLines::error(const SchedulerTrace& trace) const {
 }
 
 std::vector<std::string> FtraceLines::warnings() const {
-    if (m_losses == 0) return {};
-    return {
-        fmt::format("the tracer lost events {}, {} of them at least; states and slices around "
-                    "these places are not those of the program",
-                    counted(m_losses, "time", "times"), m_lostEvents)};
+    std::vector<std::string> texts;
+    if (!m_payloads.anyUnderstood()) {
+        texts.push_back(fmt::format(
+            "no event of the scheduler and no mark is in it, so the result is empty; {}", kRemedy));
+    }
+    if (m_losses > 0)
+        texts.push_back(
+            fmt::format("the tracer lost events {}, {} of them at least; states and slices around "
+                        "these places are not those of the program",
+                        counted(m_losses, "time", "times"), m_lostEvents));
+    return texts;
 }
 
 bool hasTraceLines(std::string_view head) {

@@ -37,8 +37,8 @@ struct CollectedTrace {
     TraceCounts counts;
     std::unique_ptr<TimeSorter> events;
 
-    std::uint64_t entries = 0;  // objects in the array
-    bool hasEvents = false;     // one of them has a phase or a time
+    std::uint64_t entries = 0;       // objects in the array
+    bool hasEvents = false;          // one of them has a phase or a time
     std::uint64_t otherEntries = 0;  // what else is in it
     std::uint64_t instants = 0;
     std::uint64_t counterSamples = 0;

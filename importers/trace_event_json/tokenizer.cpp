@@ -324,7 +324,10 @@ bool beginsLikeTrace(std::string_view head) {
     if (next == std::string_view::npos) return true;
     // What may follow in JSON, and no section of a settings file, log or name of a task.
     const std::string_view may = head[first] == '{' ? "\"}" : "{]\"[-0123456789tfnNI";
-    return may.find(head[next]) != std::string_view::npos;
+    if (may.find(head[next]) == std::string_view::npos) return false;
+    // The number of a core, "[001]", is none of JSON.
+    return head[next] != '0' || next + 1 == head.size() || head[next + 1] < '0' ||
+           head[next + 1] > '9';
 }
 
 }  // namespace lanefeed_importers

@@ -254,6 +254,8 @@ TEST_F(FtraceText, countsWhatItLeavesOutAndTellsIt) {
         outcome.warnings[0].substr(path("trace.txt").size()),
         ": the tracer lost events 3 times, 15 of them at least; states and slices around these "
         "places are not those of the program");
+    EXPECT_NE(import(" a-5 [0] 1.5: cpu_idle: x\n").warnings.at(0).find("and no mark is in it"),
+              std::string::npos);
 }
 
 // Whatever becomes of the text, the import ends, in a result or in an error that tells why.

@@ -105,6 +105,7 @@ TEST_F(PerfScriptTest, tellsWhatATextLacksAndHowToRecord) {
          "a 1 [0] 1.6: sched:sched_migrate_task: pid=1\n"
          "a 1 [0] 1.7: sched:sched_migrate_task: pid=1\n",
          "line 2 has a sched:sched_migrate_task with"},
+        {"[001] g++ 1 1.5: sched:sched_switch: prev_comm=a\n", "bad.txt: line 1"},
         {"a 1 [0] 9999999999.5: a:b: c\n", "line 1 has a time beyond the 73 years"},
         {"# cmdline : perf record\n# more\n", "bad.txt: holds comments alone"},
     };
