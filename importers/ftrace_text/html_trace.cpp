@@ -1,6 +1,6 @@
 // Takes the trace out of the page that systrace wraps around it. The scripts of the page are some
 // hundred kilobytes that talk about traces, so nothing counts as trace but what follows a
-// "# tracer" line that stands by itself. Tested by tests/importers/html_trace_test.cpp.
+// "# tracer" line that stands by itself. Tested by tests/importers/ftrace_text_test.cpp.
 #include "ftrace_text/html_trace.h"
 
 #include <array>

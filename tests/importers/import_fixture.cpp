@@ -3,8 +3,10 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <zlib.h>
 
 namespace lanefeed_importers {
@@ -29,17 +31,31 @@ void ImportTest::importEvents(const std::string& events) {
     ASSERT_TRUE(outcome.warnings.empty()) << outcome.warnings.front();
 }
 
-Rows ImportTest::rows(const std::string& sql) const {
-    Rows found;
+ImportOutcome ImportTest::importText(std::string_view text) {
+    std::filesystem::remove(target());
+    return importFile(writeFile("trace", text));
+}
+
+std::string ImportTest::refusal(std::string_view text) {
+    const ImportOutcome outcome = importText(text);
+    EXPECT_EQ(outcome.error.kind, ImportError::Kind::notUnderstood) << text.substr(0, 99);
+    EXPECT_EQ(files(), std::vector<std::string>{"trace"});
+    const std::string file = path("trace: ");
+    EXPECT_EQ(outcome.error.text.rfind(file, 0), 0U) << outcome.error.text;
+    return outcome.error.text.substr(std::min(outcome.error.text.size(), file.size()));
+}
+
+std::string ImportTest::rows(const std::string& sql) const {
+    std::string found;
     sqlite3* database = nullptr;
     sqlite3_stmt* statement = nullptr;
     if (sqlite3_open_v2(target().c_str(), &database, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
         sqlite3_prepare_v2(database, sql.c_str(), -1, &statement, nullptr) == SQLITE_OK) {
         while (sqlite3_step(statement) == SQLITE_ROW) {
-            std::vector<std::string>& row = found.emplace_back();
             for (int i = 0; i < sqlite3_column_count(statement); ++i) {
                 const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, i));
-                row.emplace_back(text ? text : "null");
+                found += i > 0 ? " " : found.empty() ? "" : "; ";
+                found += text ? text : "-";
             }
         }
     }
@@ -50,13 +66,31 @@ Rows ImportTest::rows(const std::string& sql) const {
     return found;
 }
 
-std::string ImportTest::cell(const std::string& sql) const {
-    const Rows found = rows(sql);
-    return found.empty() ? "none" : found.front().front();
+std::string ImportTest::fact(std::string_view key) const {
+    return rows("select value from result where key = '" + std::string(key) + "'");
 }
 
-std::string ImportTest::fact(std::string_view key) const {
-    return cell("select value from result where key = '" + std::string(key) + "'");
+std::string ImportTest::facts(const std::string& keys) const {
+    std::istringstream words(keys);
+    std::string values;
+    for (std::string key; words >> key;)
+        values += (values.empty() ? "" : " ") + fact(key);
+    return values;
+}
+
+void expectAnswers(const std::function<std::string(std::string_view)>& read, const char* lines) {
+    constexpr std::string_view kArrow = " -> ";
+    std::istringstream text(lines);
+    for (std::string line; std::getline(text, line);) {
+        const std::size_t begin = line.find_first_not_of(' ');
+        const std::size_t arrow = line.rfind(kArrow);
+        if (begin == std::string::npos || line[begin] == '#') continue;
+        ASSERT_NE(arrow, std::string::npos) << line;
+        const std::size_t end = line.find_last_not_of(' ', arrow);
+        const std::string input =
+            end < begin || end == std::string::npos ? "" : line.substr(begin, end + 1 - begin);
+        EXPECT_EQ(read(input), line.substr(arrow + kArrow.size())) << line;
+    }
 }
 
 std::string packed(std::string_view text) {

@@ -5,13 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace lanefeed_importers {
-
-using Rows = std::vector<std::vector<std::string>>;
 
 // A folder of its own for each test, imports into it, and plain looks at what was written.
 class ImportTest : public testing::Test {
@@ -25,10 +24,17 @@ protected:
     // Of events in an array; fails the test unless they are taken without a warning.
     void importEvents(const std::string& events);
 
-    // Cells as text, "null" for none. An empty answer for a table that isn't there.
-    Rows rows(const std::string& sql) const;
-    std::string cell(const std::string& sql) const;
+    // Of a text under the name "trace", into a new result.
+    ImportOutcome importText(std::string_view text);
+    // Why such a text is not understood, without the name of the file. It leaves nothing behind.
+    std::string refusal(std::string_view text);
+
+    // Rows parted by "; " and their cells by blanks, "-" for null. Empty for a table that isn't
+    // there.
+    std::string rows(const std::string& sql) const;
     std::string fact(std::string_view key) const;
+    // Facts parted by blanks, as their keys are.
+    std::string facts(const std::string& keys) const;
 
     ImportOptions m_options;
 
@@ -37,5 +43,9 @@ private:
 };
 
 std::string packed(std::string_view text);
+
+// Expects of each line "input -> answer" that `read` answers so. Blanks before the answer are no
+// part of the input, and the line may begin with some.
+void expectAnswers(const std::function<std::string(std::string_view)>& read, const char* lines);
 
 }  // namespace lanefeed_importers

@@ -10,33 +10,24 @@ constexpr std::uint32_t kMain = 1;
 constexpr std::uint32_t kInner = 2;
 constexpr std::uint32_t kLost = 3;
 
-TEST(OpenSlices, anEndClosesTheNearestBeginOfItsName) {
+TEST(OpenSlices, anEndClosesTheNearestBeginOfItsNameAndALostOneHarmsNothing) {
     OpenSlices slices;
-    OpenSlice closed;
+    const auto end = [&](std::uint32_t thread, std::uint32_t name, bool anonymous = false) {
+        OpenSlice closed;
+        return slices.end(thread, name, anonymous, closed) ? closed.begin.ns : -1;
+    };
+    EXPECT_EQ(end(0, kMain, true), -1);
     slices.begin(0, {{10, 0}, kMain, 0, ""});
     slices.begin(0, {{20, 0}, kInner, 0, ""});
     slices.begin(0, {{30, 0}, kLost, 0, ""});
     slices.begin(1, {{35, 0}, kInner, 0, ""});
-    ASSERT_TRUE(slices.end(0, kInner, false, closed));
-    EXPECT_EQ(closed.begin.ns, 20);
+    EXPECT_EQ(end(0, kInner), 20);
     EXPECT_EQ(slices.abandoned(), 1U);
-    // Its begin is gone, and the other thread's is not its own.
-    EXPECT_FALSE(slices.end(0, kInner, false, closed));
-    ASSERT_TRUE(slices.end(0, kMain, false, closed));
-    EXPECT_EQ(closed.begin.ns, 10);
-    EXPECT_EQ(slices.openCount(), 1U);
-}
-
-TEST(OpenSlices, anAnonymousEndClosesTheTopAndALostOneHarmsNothing) {
-    OpenSlices slices;
-    OpenSlice closed;
-    EXPECT_FALSE(slices.end(7, kMain, true, closed));
-    slices.begin(7, {{10, 0}, kMain, 0, ""});
-    EXPECT_FALSE(slices.end(7, kLost, false, closed));
-    EXPECT_EQ(slices.openCount(), 1U);
-    EXPECT_EQ(slices.abandoned(), 0U);
-    ASSERT_TRUE(slices.end(7, kLost, true, closed));
-    EXPECT_EQ(closed.name, kMain);
+    EXPECT_EQ(end(0, kInner), -1) << "its begin is gone, and the other thread's is not its own";
+    EXPECT_EQ(slices.openCount(), 2U);
+    EXPECT_EQ(end(0, kMain), 10);
+    EXPECT_EQ(end(1, kLost, true), 35);
+    EXPECT_EQ(slices.abandoned(), 1U);
 }
 
 TEST(OpenSlices, endsWithoutBeginDoNotSearchADeepStack) {

@@ -5,6 +5,8 @@
 #include "import_fixture.h"
 #include "trace_event_json/json_stream.h"
 
+#include <fmt/format.h>
+
 namespace lanefeed_importers {
 namespace {
 
@@ -27,13 +29,23 @@ public:
 
 class TokenizerTest : public ImportTest {
 protected:
-    // The names found, with the way it ended if that wasn't well.
-    std::string read(std::string_view text) {
+    // The names found.
+    std::string read(std::string_view text, int pieces = 1 << 20) {
         ImportError error;
         const auto source = ByteSource::open(writeFile("text", text), error);
         m_sink.names.clear();
-        m_end = tokenize(*source, m_sink, [] { return true; });
+        m_end = tokenize(*source, m_sink, [&] { return --pieces > 0; });
         return m_sink.names;
+    }
+
+    // name|ts|tid|pid|id|id2.local|dur|cat|args
+    std::string lastEvent() const {
+        const TraceEvent& event = m_sink.last;
+        return fmt::format("{}|{}|{}|{}|{}|{}|{}|{}|{}", event.name.key(), event.time.key(),
+                           event.thread.key(), event.process.key(), event.id.key(),
+                           event.hasId2 ? event.localId.key() : "no id2",
+                           event.duration.maybeNumber() ? event.duration.key() : "-",
+                           event.category.key(), event.args);
     }
 
     Names m_sink;
@@ -41,18 +53,29 @@ protected:
 };
 
 TEST_F(TokenizerTest, findsTheEventArrayInEveryForm) {
-    EXPECT_EQ(read(R"([{"name":"a"},{"name":"b"}])"), "a b ");
-    EXPECT_EQ(read("\xEF\xBB\xBF \n[{\"name\":\"a\"}] rest"), "a ");
-    EXPECT_EQ(read(R"({"x":[{"name":"no"}],"traceEvents":[{"name":"a"}],"y":{"traceEvents":[1]}})"),
-              "a ");
-    EXPECT_EQ(read(R"({"events":[{"name":"a"}]})"), "a ");
-    EXPECT_EQ(read(R"({"events":[{"name":"a"}],"traceEvents":[{"name":"b"}]})"), "a | b ");
-    EXPECT_EQ(read(R"({"traceEvents":[{"name":"b"}],"events":[{"name":"a"}]})"), "b ");
-    EXPECT_EQ(read(R"([{"name":"a"},3,null,"x",[{"name":"no"}],{"name":"b"},])"), "a ? ? ? ? b ");
-    EXPECT_EQ(
-        read(R"({"systemTraceEvents":{"type":"x","events":[{"name":"p"}]},"traceEvents":[]})"),
-        "~p ");
-    EXPECT_EQ(m_end.end, End::complete);
+    const std::pair<std::string, const char*> cases[] = {
+        {R"([{"name":"a"},{"name":"b"}])", "a b "},
+        {"\xEF\xBB\xBF \n[{\"name\":\"a\"}] rest", "a "},
+        {R"({"x":[{"name":"no"}],"traceEvents":[{"name":"a"}],"y":{"traceEvents":[1]}})", "a "},
+        {R"({"events":[{"name":"a"}]})", "a "},
+        {R"({"events":[{"name":"a"}],"traceEvents":[{"name":"b"}]})", "a | b "},
+        {R"({"traceEvents":[{"name":"b"}],"events":[{"name":"a"}]})", "b "},
+        {R"([{"name":"a"},3,null,"x",[{"name":"no"}],{"name":"b"},])", "a ? ? ? ? b "},
+        {R"({"systemTraceEvents":{"type":"x","events":[{"name":"p"}]},"traceEvents":[]})", "~p "},
+        // what other readers refuse
+        {"[{\"name\":\"a\tb\x01\"},{\"ts\":NaN,\"args\":{\"v\":-Infinity,},\"name\":\"c\"},]",
+         "a b  c "},
+        {std::string("[{\"name\":\"a\0b\"}]", 16), "a b "},
+    };
+    for (const auto& [text, names] : cases) {
+        EXPECT_EQ(read(text), names) << text;
+        EXPECT_EQ(m_end.end, End::complete) << text;
+    }
+    for (const char* text :
+         {"hello", "{}", R"({"traceEvents":{}})", "7", R"({"profile":[{"name":1}]})"}) {
+        EXPECT_EQ(read(text), "");
+        EXPECT_EQ(m_end.end, End::noTrace) << text;
+    }
 }
 
 TEST_F(TokenizerTest, passesOverTextsOfAnyLengthThatBelongToNoEvent) {
@@ -75,34 +98,14 @@ TEST_F(TokenizerTest, readsTheFieldsOfAnEventAndNothingFromBelow) {
     read(R"([{"args":{"name":"no","ts":1,"args":{"id":2}},"ts":12.5000,"tid":"main","pid":null,
               "id2":{"local":"0x1","x":{"local":3}},"name":"a","name":"b\u00e4\t","dur":true,
               "cat":["no"],"stack":[{"id":"no"}]}])");
-    const TraceEvent& event = m_sink.last;
-    EXPECT_EQ(event.name.text(), "b\xC3\xA4\t");
-    EXPECT_EQ(event.time.text(), "12.5000");
-    EXPECT_EQ(event.thread.key(), "main");
-    EXPECT_FALSE(event.process.present());
-    EXPECT_FALSE(event.id.present());
-    EXPECT_TRUE(event.hasId2);
-    EXPECT_EQ(event.localId.text(), "0x1");
-    EXPECT_FALSE(event.duration.maybeNumber());
-    EXPECT_FALSE(event.category.present());
-    EXPECT_EQ(event.args, R"({"name":"no","ts":1,"args":{"id":2}})");
-}
-
-TEST_F(TokenizerTest, takesWhatOtherReadersRefuse) {
     EXPECT_EQ(
-        read("[{\"name\":\"a\tb\x01\"},{\"ts\":NaN,\"args\":{\"v\":-Infinity,},\"name\":\"c\"},]"),
-        "a b  c ");
-    EXPECT_EQ(m_end.end, End::complete);
-    EXPECT_EQ(read(std::string("[{\"name\":\"a\0b\"}]", 16)), "a b ");
-}
-
-TEST_F(TokenizerTest, takesTheLastOfRepeatedKeys) {
+        lastEvent(),
+        "b\xC3\xA4\t|12.5000|main|-|-|0x1|-|-|{\"name\":\"no\",\"ts\":1,\"args\":{\"id\":2}}");
+    // Of repeated keys the last one counts.
     read(R"([{"args":{"a":1},"name":"x","args":{"b":2},"name":"y","id2":{"local":1},"id2":7}])");
-    EXPECT_EQ(m_sink.last.args, R"({"b":2})");
-    EXPECT_EQ(m_sink.last.name.text(), "y");
-    EXPECT_FALSE(m_sink.last.hasId2);
+    EXPECT_EQ(lastEvent(), R"(y|-|-|-|-|no id2|-|-|{"b":2})");
     read(R"([{"args":{"a":1},"args":5}])");
-    EXPECT_EQ(m_sink.last.args, "");
+    EXPECT_EQ(lastEvent(), "-|-|-|-|-|no id2|-|-|");
 }
 
 TEST_F(TokenizerTest, replacesHalvesOfSurrogatePairsWhereverThePiecesEnd) {
@@ -117,47 +120,26 @@ TEST_F(TokenizerTest, replacesHalvesOfSurrogatePairsWhereverThePiecesEnd) {
     for (std::size_t blanks = kPiece - 90; blanks < kPiece; ++blanks)
         EXPECT_EQ(read("[" + std::string(blanks, ' ') + names), expected) << blanks;
     EXPECT_EQ(m_end.end, End::complete);
-    for (const char* cut :
-         {R"([{"name":"\)", R"([{"name":"\ud8)", R"([{"name":"\ud83d)", R"([{"name":"\ud83d\u)"}) {
-        EXPECT_EQ(read(cut), "");
-        EXPECT_EQ(m_end.end, End::cut);
-        EXPECT_LE(m_end.byte, std::string(cut).size());
-    }
-}
-
-TEST_F(TokenizerTest, argumentsMayLieAcrossPieces) {
-    std::string arguments = "{\"text\":\"";
-    for (int i = 0; i < 100000; ++i)
-        arguments += std::to_string(i) + " ";
-    arguments += "\"}";
-    read("[{\"name\":\"first\"},{\"args\":" + arguments + ",\"name\":\"last\"}]");
-    EXPECT_EQ(m_sink.last.args, arguments);
-    EXPECT_EQ(m_sink.last.name.text(), "last");
 }
 
 // Wherever the text ends: the complete events are there, and the end is told.
 TEST_F(TokenizerTest, keepsCompleteEventsOfATextCutAnywhere) {
     const std::string text =
-        R"({"a":{"b":[1]},"traceEvents":[{"name":"x","args":{"k":[1,"]"]}}, {"name":"y","ts":1.5}],"z":"\u00e4"})";
+        R"({"a":{"b":[1]},"traceEvents":[{"name":"x","args":{"k":[1,"]"]}}, {"name":"y\ud83d\ude00","ts":1.5}],"z":"\u00e4"})";
     const std::size_t list = text.find("[{") + 1;
     const std::size_t first = text.find("}}, ") + 2;
     const std::size_t second = text.find("1.5}") + 4;
     for (std::size_t length = 1; length < text.size(); ++length) {
         const std::string found = read(text.substr(0, length));
-        EXPECT_EQ(found, length < first ? "" : length < second ? "x " : "x y ") << length;
+        EXPECT_EQ(found, length < first    ? ""
+                         : length < second ? "x "
+                                           : "x y\xF0\x9F\x98\x80 ")
+            << length;
         EXPECT_EQ(m_end.end, length < list ? End::noTrace : End::cut) << length;
         const bool inside =
             (length > list && length < first) || (length > first + 2 && length < second);
         EXPECT_EQ(m_end.insideEvent, inside) << length;
         EXPECT_LE(m_end.byte, length);
-    }
-}
-
-TEST_F(TokenizerTest, tellsTextsThatAreNoTraces) {
-    for (const char* text :
-         {"hello", "{}", R"({"traceEvents":{}})", "7", R"({"profile":[{"name":1}]})"}) {
-        EXPECT_EQ(read(text), "");
-        EXPECT_EQ(m_end.end, End::noTrace) << text;
     }
 }
 
@@ -172,16 +154,17 @@ TEST_F(TokenizerTest, limitsDepthAndLengthOfAnEvent) {
     EXPECT_GE(m_end.byte, limit);
 }
 
-TEST_F(TokenizerTest, stopsBetweenPieces) {
-    std::string text = "[";
+TEST_F(TokenizerTest, readsAcrossPiecesAndStopsBetweenThem) {
+    std::string arguments = "{\"text\":\"";
     for (int i = 0; i < 100000; ++i)
-        text += "{\"name\":\"event\"},";
-    ImportError error;
-    const auto source = ByteSource::open(writeFile("text", text), error);
-    int pieces = 0;
-    m_end = tokenize(*source, m_sink, [&] { return ++pieces < 3; });
+        arguments += std::to_string(i) + " ";
+    arguments += "\"}";
+    const std::string text =
+        "[{\"name\":\"first\"},{\"args\":" + arguments + ",\"name\":\"last\"}]";
+    EXPECT_EQ(read(text), "first last ");
+    EXPECT_EQ(m_sink.last.args, arguments);
+    EXPECT_EQ(read(text, 2), "first ");
     EXPECT_EQ(m_end.end, End::stopped);
-    EXPECT_EQ(pieces, 3);
 }
 
 }  // namespace
