@@ -268,6 +268,14 @@ protected:
         m_manipulatorMappers;
 
 private:
+    // --- forest (baseproviderimpl_forest.cpp)
+    // As getManipulatorColorForColumn, for the query of a column.
+    basekit2::error_code_t getMappedColor(
+        const basekit2::sptr_t<dataface_1::IVectorQuery>& colVectorQuery,
+        unsigned int& packedColor,
+        int id,
+        const basekit2::sptr_t<dataface_1::IManipulatorMapperFactory>& factory);
+
     // --- derived series (baseproviderimpl_derived.cpp)
     // Series of all inputs of a derived query, side by side, with the processor and the factor that
     // the forest needs.

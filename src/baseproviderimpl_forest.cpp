@@ -64,10 +64,10 @@ sptr_t<IInfoQuery> valueQuery(const sptr_t<IInfoQuery>& infoQuery,
 }
 
 bool makeLevelQueries(const OverTimeDataSeries& series, LevelQueries& queries) {
-    if (series.ds.m_defaultQuery.is_null()) return false;
-    const std::vector<DicerDataSource::ExtraArgs>& extras = series.ds.m_extras;
+    if (series.ds->m_defaultQuery.is_null()) return false;
+    const std::vector<DicerDataSource::ExtraArgs>& extras = series.ds->m_extras;
     queries.resize(extras.size() + 1);
-    queries[0] = vectorOf(foldedQuery(series.ds.m_defaultQuery));
+    queries[0] = vectorOf(foldedQuery(series.ds->m_defaultQuery));
     for (std::size_t j = 0; j < extras.size(); ++j) {
         const sptr_t<IInfoQuery> infoQuery = IInfoQuery::cast(extras[j].query);
         if (infoQuery.is_null()) continue;
@@ -80,7 +80,14 @@ bool makeLevelQueries(const OverTimeDataSeries& series, LevelQueries& queries) {
 
 // Columns of one series, outermost first, with the database id of the value of each.
 struct NestedColumns {
+    explicit NestedColumns(std::size_t levels) {
+        columns.reserve(levels);
+        queries.reserve(levels);
+        ids.reserve(levels);
+    }
+
     LevelColumns columns;
+    LevelQueries queries;
     std::vector<int> ids;
 };
 
@@ -96,6 +103,7 @@ void addNestedColumn(const sptr_t<IVectorQuery>& query,
     const sptr_t<IColumnInfo> parent =
         nested.columns.empty() ? sptr_t<IColumnInfo>() : nested.columns.back();
     nested.columns.push_back(facekit_1_x::createColumn(facekit_1_x::columnSeries, query, tree));
+    nested.queries.push_back(query);
     nested.ids.push_back(id);
     tree->addColumn(nested.columns.back(), parent, 0);
 }
@@ -189,13 +197,14 @@ bool BaseProviderImpl::createColumnsFromOvertimeSeries(const OverTimeData& data,
     binColumn->setProperty(kRowProperty, data.row);
     tree->addColumn(binColumn, nullptr, 0);
     columns.clear();
+    columns.reserve(columnQueries.size());
     sptr_t<IManipulatorMapperFactory> factory;
     dataface_1::lookup(m_result, factory);
     const OverTimeDataSeries noSeries;
     for (std::size_t i = 0; i < columnQueries.size(); ++i) {
         // A record with fewer series than the first filled one has columns for them all.
         const OverTimeDataSeries& series = i < data.seriesSet.size() ? data.seriesSet[i] : noSeries;
-        NestedColumns nested;
+        NestedColumns nested(columnQueries[i].size());
         for (std::size_t level = 0; level < columnQueries[i].size(); ++level) {
             if (isCanceled()) return false;
             if (!columnQueries[i][level].is_null())
@@ -205,8 +214,8 @@ bool BaseProviderImpl::createColumnsFromOvertimeSeries(const OverTimeData& data,
             if (isCanceled()) return false;
             unsigned int packedColor = series.color;
             const bool isConfigured = !series.hasColor && k != 0 && !factory.is_null() &&
-                                      basekit2::is_success(getManipulatorColorForColumn(
-                                          nested.columns[k], packedColor, nested.ids[k], factory));
+                                      basekit2::is_success(getMappedColor(
+                                          nested.queries[k], packedColor, nested.ids[k], factory));
             if (series.hasColor || isConfigured)
                 nested.columns[k]->setProperty(kColorProperty, packedColor);
         }
@@ -226,6 +235,14 @@ error_code_t BaseProviderImpl::getManipulatorColorForColumn(
         return error_code_t::raise(dataface_1::error::IsNot.Valid.Query, "colVectorQuery", __FILE__,
                                    __LINE__);
     }
+    return getMappedColor(colVectorQuery, packedColor, id, factory);
+}
+
+error_code_t BaseProviderImpl::getMappedColor(const sptr_t<IVectorQuery>& colVectorQuery,
+                                              unsigned int& packedColor,
+                                              int id,
+                                              const sptr_t<IManipulatorMapperFactory>& factory) {
+    if (id == kNoId) return error_code_t::noResult;
     auto entry = m_manipulatorMappers.find(colVectorQuery);
     if (entry == m_manipulatorMappers.end()) {
         sptr_t<IManipulatorMapper> mapper;

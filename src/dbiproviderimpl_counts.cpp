@@ -202,12 +202,13 @@ int DbiProviderImpl::CountReader::rowOf(int dbIndex) {
 
 bool DbiProviderImpl::CountReader::makeTrees(Forest& trees) {
     OverTimeData data;
+    const SharedDataSource source(*m_param.dds);
     for (const storelink1::OverTimeDataSeriesMetadata& entry : m_metadata) {
         OverTimeDataSeries& series = data.seriesSet.emplace_back();
         series.name = entry.name;
         series.nameParts = entry.nameParts;
         series.idParts = entry.idParts;
-        series.ds = *m_param.dds;
+        series.ds = source;
     }
     ColumnQueries columnQueries;
     const bool areMade = m_provider.createColumnQueries(data, columnQueries);

@@ -202,6 +202,7 @@ void DbiProviderImpl::copyOvertimeData(
     const std::vector<storelink1::OverTimeDataSeries>& src,
     OverTimeData& dst,
     const std::vector<storelink1::OverTimeDataSeriesMetadata>& metadata) {
+    const SharedDataSource source(*ds);
     dst.seriesSet.reserve(dst.seriesSet.size() + src.size());
     for (std::size_t i = 0; i < src.size(); ++i) {
         OverTimeDataSeries series;
@@ -211,7 +212,7 @@ void DbiProviderImpl::copyOvertimeData(
             series.name = seriesName(series.nameParts);
         }
         copyValues(src[i], param.binCount, series.values);
-        series.ds = *ds;
+        series.ds = source;
         if (scale != 0)
             for (double& value : series.values)
                 value *= scale;

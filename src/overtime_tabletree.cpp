@@ -1,6 +1,7 @@
 // What the pane reads over-time series from. The values stand in a sparse map by series and bucket,
 // filled once by the constructor: a bucket in a pause and one with nothing in it have no row. Cells
-// are scaled when they are read; sums are not, for their reader may want another scale. Tested by
+// are scaled when they are read; sums are not, for their reader may want another scale. A sum goes
+// over the values that there are, so that series without any cost nothing. Tested by
 // tests/unit/overtime_tabletree_test.cpp.
 
 #include "overtime_tabletree.h"
@@ -167,6 +168,7 @@ generic_iterator_t<sptr_t<ITableRow>> OvertimeTableTree::getRows(relay2::IProgre
 
 generic_iterator_t<sptr_t<IColumnInfo>> OvertimeTableTree::getColumns(relay2::IProgress* progress) {
     if (m_colToIdx.empty()) {
+        m_colToIdx.reserve(2 * m_seriesCount + 1);  // as most are expanded by one level or none
         std::size_t series = kTimeBinSeries;
         const auto columns = TableTreeWrapperBase::getColumns(progress);
         for (; !columns.at_end(); columns.next())

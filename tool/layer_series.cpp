@@ -71,9 +71,11 @@ LayerSeries read(Session& session,
     answer.title = {kindOf(*layer.info),    options.area,        layer.index,
                     layerName(*layer.info), unitOf(*layer.info), window};
     answer.rows.resize(area.rows().size());
-    const Forest forest = requestSeries(session, area, layer, window, answer.stats);
-    for (std::size_t row = 0; row < forest.size() && row < answer.rows.size(); ++row)
+    Forest forest = requestSeries(session, area, layer, window, answer.stats);
+    for (std::size_t row = 0; row < forest.size() && row < answer.rows.size(); ++row) {
         answer.rows[row] = readSeries(forest[row], window.bins, keepsZeros(*layer.info));
+        forest[row] = nullptr;  // the tables of many rows by many series are large
+    }
     answer.stats.cells = filledCells(answer);
     // Other percentages are no share of time.
     if (options.ticks && layer.info->drawBy.ds.m_dataType == DicerDataSource::dsTime &&

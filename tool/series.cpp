@@ -1,4 +1,5 @@
-// Series out of over-time tables, cell by cell, as a timeline pane reads them.
+// Series out of over-time tables, cell by cell, as a timeline pane reads them; those without data in
+// a table are told by its sums. Tested by tests/tool/series_facts_test.cpp.
 
 #include "series.h"
 
@@ -50,15 +51,6 @@ std::vector<std::string> partsOf(IColumnInfo& column) {
     for (auto child = firstChild(column); !child.is_null(); child = firstChild(*child))
         if (const auto value = expansionValue(*child)) parts.push_back(*value);
     return parts;
-}
-
-// Whether partsOf gives any.
-bool isExpanded(IColumnInfo& column) {
-    for (auto child = firstChild(column); !child.is_null(); child = firstChild(*child)) {
-        const auto info = IInfoQuery::cast(columnQuery(*child));
-        if (!info.is_null() && !info->getValues(0).at_end()) return true;
-    }
-    return false;
 }
 
 // Without values.
@@ -150,7 +142,7 @@ std::vector<Series> readSeries(const sptr_t<ITableTree>& table, int bins, bool k
     // a row would be most of the answer. A series of its own stays, without data as well.
     for (SeriesColumn& series : columns) {
         const bool isEmpty = series.values.empty();
-        if (isEmpty && isExpanded(*series.column)) continue;
+        if (isEmpty && !firstChild(*series.column).is_null()) continue;
         all.push_back(namedSeries(series.column));
         all.back().values = isEmpty ? noValues(bins) : std::move(series.values);
     }

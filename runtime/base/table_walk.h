@@ -28,12 +28,24 @@ private:
     std::size_t m_position = 0;
 };
 
-// A fresh walk over nodes that stay in place as long as their table.
+// A walk over nothing, which needs no position: one serves all.
+template <class Interface>
+class EmptyWalk : public basekit2::iterator_impl_t<basekit2::sptr_t<Interface>> {
+public:
+    bool at_end() const override { return true; }
+    basekit2::sptr_t<Interface> current() const override { return {}; }
+    void next() override {}
+    bool reset() override { return true; }
+};
+
+// A fresh walk over nodes that stay in place as long as their table. Most nodes have no children.
 template <class Interface, class Table, class Node>
 basekit2::generic_iterator_t<basekit2::sptr_t<Interface>> walkTable(
     Table* table, const std::vector<Node*>& nodes) {
-    return basekit2::generic_iterator_t<basekit2::sptr_t<Interface>>(
-        std::make_shared<TableWalk<Interface, Table, Node>>(table, nodes));
+    using Walk = basekit2::generic_iterator_t<basekit2::sptr_t<Interface>>;
+    static const auto none = std::make_shared<EmptyWalk<Interface>>();
+    if (nodes.empty()) return Walk(none);
+    return Walk(std::make_shared<TableWalk<Interface, Table, Node>>(table, nodes));
 }
 
 }  // namespace lanefeed_runtime
