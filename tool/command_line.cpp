@@ -1,5 +1,5 @@
 // The verbs and their options. The only file that knows the command line library. Tested by
-// tests/tool/bad_input_test.cpp.
+// tests/tool/errors_test.cpp.
 
 #include "command_line.h"
 

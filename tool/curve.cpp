@@ -1,4 +1,4 @@
-// Curves for terminals. Tested by tests/tool/table_print_test.cpp.
+// Curves for terminals. Tested by tests/tool/texts_test.cpp.
 
 #include "curve.h"
 

@@ -1,5 +1,5 @@
 // lanefeed import: a trace into a result. Ctrl-C ends it without leaving anything behind. Tested by
-// tests/tool/bad_input_test.cpp.
+// tests/tool/errors_test.cpp.
 
 #include "failure.h"
 #include "interrupt.h"

@@ -1,6 +1,6 @@
 // What Ctrl-C does. Verbs that read leave nothing behind and end at once, wherever they are; those
 // that write hold the signal back until the file is whole or gone. Tested by
-// tests/tool/bad_input_test.cpp.
+// tests/tool/errors_test.cpp.
 
 #include "interrupt.h"
 

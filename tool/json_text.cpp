@@ -1,4 +1,4 @@
-// Texts and numbers as JSON. Tested by tests/tool/json_text_test.cpp.
+// Texts and numbers as JSON. Tested by tests/tool/texts_test.cpp.
 
 #include "json_text.h"
 

@@ -1,4 +1,4 @@
-// Window and buckets of a request, the same for every verb. Tested by tests/tool/bad_input_test.cpp
+// Window and buckets of a request, the same for every verb. Tested by tests/tool/errors_test.cpp
 // and layer_verbs_test.cpp.
 
 #include "layer_window.h"

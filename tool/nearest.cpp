@@ -1,5 +1,5 @@
 // Advice for misspelt words: verbs, columns, ids of queries. Tested by
-// tests/tool/bad_input_test.cpp.
+// tests/tool/errors_test.cpp.
 
 #include "nearest.h"
 

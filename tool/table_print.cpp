@@ -1,4 +1,4 @@
-// Tables on a terminal and as csv. Tested by tests/tool/table_print_test.cpp.
+// Tables on a terminal and as csv. Tested by tests/tool/texts_test.cpp.
 
 #include "table_print.h"
 

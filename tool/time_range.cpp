@@ -1,4 +1,4 @@
-// Tested by tests/tool/time_range_test.cpp.
+// Tested by tests/tool/texts_test.cpp.
 
 #include "time_range.h"
 

@@ -1,4 +1,4 @@
-// Spans of time as users write them. Tested by tests/tool/time_range_test.cpp.
+// Spans of time as users write them. Tested by tests/tool/texts_test.cpp.
 #include "time_text.h"
 
 #include <algorithm>

@@ -1,12 +1,10 @@
 #include "tool/run_tool.h"
 
-#include <algorithm>
-#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
-#include <poll.h>
+#include <future>
 #include <sstream>
 #include <stdexcept>
 #include <sys/resource.h>
@@ -40,23 +38,14 @@ namespace {
     _exit(127);
 }
 
-// Reads both pipes until the process has closed them.
-void drain(std::array<pollfd, 2>& pipes, std::array<std::string*, 2> texts) {
-    std::array<char, 65536> buffer;
-    int open = 2;
-    while (open > 0 && poll(pipes.data(), pipes.size(), -1) > 0) {
-        for (std::size_t i = 0; i < pipes.size(); ++i) {
-            if (pipes[i].fd < 0 || pipes[i].revents == 0) continue;
-            const ssize_t count = read(pipes[i].fd, buffer.data(), buffer.size());
-            if (count > 0) {
-                texts[i]->append(buffer.data(), static_cast<std::size_t>(count));
-            } else {
-                close(pipes[i].fd);
-                pipes[i].fd = -1;
-                --open;
-            }
-        }
-    }
+// All that comes out of a pipe.
+std::string drained(int pipe) {
+    std::string text;
+    char buffer[65536];
+    for (ssize_t count = 0; (count = read(pipe, buffer, sizeof buffer)) > 0;)
+        text.append(buffer, static_cast<std::size_t>(count));
+    close(pipe);
+    return text;
 }
 
 }  // namespace
@@ -71,36 +60,13 @@ ToolRun runTool(const std::vector<std::string>& arguments, const RunOptions& opt
     close(err[1]);
     if (options.onStart) options.onStart(pid);
     ToolRun run;
-    std::array<pollfd, 2> pipes{{{out[0], POLLIN, 0}, {err[0], POLLIN, 0}}};
-    drain(pipes, {&run.out, &run.err});
+    std::future<std::string> errors = std::async(std::launch::async, drained, err[0]);
+    run.out = drained(out[0]);
+    run.err = errors.get();
     int status = 0;
     waitpid(pid, &status, 0);
     run.exit = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return run;
-}
-
-ScratchFolder::ScratchFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "lanefeed-tool-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("mkdtemp");
-    m_path = name;
-}
-
-ScratchFolder::~ScratchFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
-}
-
-std::vector<std::string> ScratchFolder::files() const {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(m_path))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-std::string ScratchFolder::write(const std::string& name, const std::string& text) const {
-    std::ofstream(m_path / name, std::ios::binary) << text;
-    return *this / name;
 }
 
 std::string traceFile(const std::string& name) {

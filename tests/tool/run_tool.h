@@ -1,6 +1,5 @@
 #pragma once
 
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -21,23 +20,6 @@ struct RunOptions {
 };
 
 ToolRun runTool(const std::vector<std::string>& arguments, const RunOptions& options = {});
-
-// A folder that goes away with the test.
-class ScratchFolder {
-public:
-    ScratchFolder();
-    ~ScratchFolder();
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    std::string operator/(const std::string& name) const { return (m_path / name).string(); }
-    // Names of the files in it, sorted.
-    std::vector<std::string> files() const;
-    std::string write(const std::string& name, const std::string& text) const;
-
-private:
-    std::filesystem::path m_path;
-};
 
 // A bundled trace.
 std::string traceFile(const std::string& name);

@@ -1,40 +1,37 @@
 // What the client prints for bundled traces against facts that were found out independently: the
 // facts of a result, and sums of series that must come out whatever the buckets and windows.
 
-#include "tool/answers.h"
-
-#include <gtest/gtest.h>
+#include "tool/tool_test.h"
 
 #include <cmath>
 #include <map>
-#include <rapidjson/document.h>
-#include <string>
-#include <vector>
+#include <sstream>
 
 namespace {
 
 using rapidjson::Document;
+using rapidjson::SizeType;
 using rapidjson::Value;
+using ::testing::HasSubstr;
+using Sums = std::map<std::string, double>;
 
-const char* const kTraces[] = {"node20-workers.json", "uftrace-threads.json.gz", "flow.json.gz",
-                               "bazel-profile-with_queuing.json.gz", "fuchsia_trace.json.gz"};
+class SeriesFacts : public ToolTest {
+protected:
+    Document overtime(const std::string& words, const RunOptions& how = {}) const {
+        return json("overtime @ --unit ticks " + words, how);
+    }
+    // Of the first layer that is asked for.
+    Sums rowSums(const std::string& words) const;
+};
 
-Document overtime(const std::string& result,
-                  const std::vector<std::string>& options,
-                  const RunOptions& how = {}) {
-    std::vector<std::string> arguments{"overtime", result, "--format", "json", "--unit", "ticks"};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    const ToolRun run = runTool(arguments, how);
-    EXPECT_EQ(run.exit, 0) << run.err;
-    return parsed(run.out);
-}
-
-// Ticks of each row over all series and buckets of a layer.
-std::map<int, double> rowSums(const Value& layer) {
-    std::map<int, double> sums;
+// Ticks of each row over all buckets of a layer; with `series` those of each series.
+Sums sumsOf(const Value& layer, bool bySeries = false) {
+    Sums sums;
     for (const Value& row : layer["rows"].GetArray()) {
-        double& sum = sums[row["id"].GetInt()];
         for (const Value& series : row["series"].GetArray()) {
+            const std::string name = bySeries ? series["name"].GetString() : "";
+            double& sum = sums[std::to_string(row["id"].GetInt()) + " " + row["name"].GetString() +
+                               " " + name];
             for (const Value& value : series["values"].GetArray())
                 sum += value.IsNull() ? 0 : value.GetDouble();
         }
@@ -42,196 +39,128 @@ std::map<int, double> rowSums(const Value& layer) {
     return sums;
 }
 
-void add(std::map<int, double>& sums, const std::map<int, double>& more) {
-    for (const auto& [row, sum] : more)
-        sums[row] += sum;
+Sums SeriesFacts::rowSums(const std::string& words) const {
+    const Document answer = overtime(words);
+    return sumsOf(answer[0]);
 }
 
-std::uint64_t duration(const std::string& result) {
-    const Document answer = overtime(result, {"--layer", "0", "--bins", "1"});
-    return answer[0]["end"].GetUint64();
+Sums operator+(Sums sums, const Sums& more) {
+    for (const auto& [row, sum] : more)
+        sums[row] += sum;
+    return sums;
+}
+
+void expectFacts(const Document& info, const Value& expected, const std::string& keys) {
+    std::istringstream in(keys);
+    for (std::string key; in >> key;) {
+        ASSERT_TRUE(info.HasMember(key.c_str())) << key;
+        EXPECT_EQ(info[key.c_str()].GetInt64(), expected[key.c_str()].GetInt64()) << key;
+    }
 }
 
 }  // namespace
 
-TEST(SeriesFacts, InfoTellsWhatTheTraceHolds) {
-    const Document expected = parsed(fileText(traceFile("facts.json")));
-    for (const char* name : kTraces) {
+// The busy time of threads, and the same told apart by name, for any buckets and by both providers.
+TEST_F(SeriesFacts, ChromeTracesComeToTheirFacts) {
+    const Document facts = parsed(fileText(traceFile("facts.json")));
+    for (const std::string name :
+         {"node20-workers.json", "uftrace-threads.json.gz", "flow.json.gz"}) {
         SCOPED_TRACE(name);
-        const ImportedTrace trace(name);
-        const ToolRun run = runTool({"info", trace.result(), "--format", "json"});
-        ASSERT_EQ(run.exit, 0) << run.err;
-        const Document info = parsed(run.out);
-        for (const char* key : {"completeSlices", "orphanEnds", "unclosedBegins", "processes",
-                                "threads", "instants", "counterTracks", "counterSamples",
-                                "asyncPairs", "flowArrows", "firstTick", "lastTick"}) {
-            ASSERT_TRUE(info.HasMember(key)) << key;
-            EXPECT_EQ(info[key].GetInt64(), expected[name][key].GetInt64()) << key;
-        }
-        EXPECT_EQ(info["ticksPerSecond"].GetInt64(), 1000000000);
-        EXPECT_TRUE(info["skipped"].IsObject());
-    }
-}
-
-TEST(SeriesFacts, BusyTimeIsThatOfTheThreadsForAnyNumberOfBuckets) {
-    const Document expected = parsed(fileText(traceFile("facts.json")));
-    for (const char* name : kTraces) {
-        SCOPED_TRACE(name);
-        const ImportedTrace trace(name);
-        for (const char* bins : {"1", "1013"}) {
-            SCOPED_TRACE(bins);
-            const Document answer = overtime(trace.result(), {"--layer", "0", "--bins", bins});
-            std::map<std::string, double> byName;
-            const std::map<int, double> sums = rowSums(answer[0]);
-            for (const Value& row : answer[0]["rows"].GetArray())
-                byName[row["name"].GetString()] = sums.at(row["id"].GetInt());
-            for (const Value& thread : expected[name]["busiestThreads"].GetArray()) {
+        const Value& expected = facts[name.c_str()];
+        import("$" + name);
+        expectFacts(json("info @"), expected,
+                    "completeSlices orphanEnds unclosedBegins processes threads instants "
+                    "counterTracks counterSamples asyncPairs flowArrows firstTick lastTick");
+        Sums sums;
+        for (const char* bins : {"--bins 1", "--bins 37"}) {
+            const Document answer = overtime(bins);
+            sums = sumsOf(answer[0]);
+            EXPECT_EQ(sumsOf(answer[1]), sums) << "by name";
+            for (const Value& thread : expected["busiestThreads"].GetArray()) {
                 const double covered = thread["coveredTicks"].GetDouble();
-                const double slices = thread["slices"].GetDouble();
                 double nearest = 1e300;
-                for (const auto& [row, ticks] : byName)
+                for (const auto& [row, ticks] : sums)
                     if (std::fabs(ticks - covered) < std::fabs(nearest - covered)) nearest = ticks;
-                EXPECT_NEAR(nearest, covered, slices) << "thread " << thread["tid"].GetString();
+                EXPECT_NEAR(nearest, covered, thread["slices"].GetDouble()) << bins;
             }
         }
-    }
-}
-
-TEST(SeriesFacts, WindowsThatFollowEachOtherAddUpToTheTick) {
-    for (const char* name : kTraces) {
-        SCOPED_TRACE(name);
-        const ImportedTrace trace(name);
-        const std::uint64_t end = duration(trace.result());
-        const auto whole = rowSums(overtime(trace.result(), {"--layer", "0", "--bins", "13"})[0]);
-        std::map<int, double> parts;
-        const std::uint64_t cuts[] = {0, end / 7, end / 3 + 1, end / 2, end - 17, end};
-        for (std::size_t i = 0; i + 1 < std::size(cuts); ++i) {
-            const std::string span =
-                std::to_string(cuts[i]) + "ticks.." + std::to_string(cuts[i + 1]) + "ticks";
-            add(parts, rowSums(overtime(trace.result(),
-                                        {"--layer", "0", "--bins", "11", "--time", span})[0]));
-        }
-        EXPECT_EQ(parts, whole);
-    }
-}
-
-TEST(SeriesFacts, TimeByNameAddsUpToTheBusyTime) {
-    for (const char* name : kTraces) {
-        SCOPED_TRACE(name);
-        const ImportedTrace trace(name);
-        for (const char* bins : {"1", "50"}) {
-            const Document answer = overtime(trace.result(), {"--bins", bins});
-            EXPECT_EQ(rowSums(answer[1]), rowSums(answer[0])) << bins;
-        }
-    }
-}
-
-TEST(SeriesFacts, ABucketWithDataNeverLooksEmptyAtACoarserZoom) {
-    const ImportedTrace trace("node20-workers.json");
-    const Document fine = overtime(trace.result(), {"--layer", "0", "--bins", "1000"});
-    const Document coarse = overtime(trace.result(), {"--layer", "0", "--bins", "50"});
-    const std::uint64_t width = coarse[0]["binTicks"].GetUint64();
-    for (rapidjson::SizeType i = 0; i < fine[0]["rows"].Size(); ++i) {
-        const Value& fineSeries = fine[0]["rows"][i]["series"];
-        if (fineSeries.Empty()) continue;
-        const Value& values = fineSeries[0]["values"];
-        const Value& covered = coarse[0]["rows"][i]["series"][0]["values"];
-        for (rapidjson::SizeType bucket = 0; bucket < values.Size(); ++bucket) {
-            if (values[bucket].IsNull()) continue;
-            const std::uint64_t start = bucket * fine[0]["binTicks"].GetUint64();
-            const auto at =
-                static_cast<rapidjson::SizeType>(std::min<std::uint64_t>(start / width, 49));
-            const bool next = at + 1 < 50 && !covered[at + 1].IsNull();
-            EXPECT_TRUE(!covered[at].IsNull() || next) << "row " << i << " bucket " << bucket;
-        }
-    }
-}
-
-TEST(SeriesFacts, BothProvidersGiveTheSameAnswers) {
-    RunOptions plain;
-    plain.environment = {"LANEFEED_SQLITE=1"};
-    for (const char* name : kTraces) {
-        SCOPED_TRACE(name);
-        const ImportedTrace trace(name);
-        for (const char* area : {"0", "1", "2"}) {
-            const Document timeline = overtime(trace.result(), {"--bins", "37", "--area", area});
-            const Document store =
-                overtime(trace.result(), {"--bins", "37", "--area", area}, plain);
-            EXPECT_TRUE(timeline == store) << "area " << area;
-        }
-    }
-}
-
-TEST(SeriesFacts, APauseCarriesNothingAndTheRestStays) {
-    ScratchFolder folder;
-    const std::string source = traceFile("node20-workers.json");
-    const std::string whole = folder / "whole.lft";
-    const std::string paused = folder / "paused.lft";
-    ASSERT_EQ(runTool({"import", source, "-o", whole}).exit, 0);
-    const ToolRun import = runTool({"import", source, "-o", paused, "--pause", "100ms..150ms"});
-    ASSERT_EQ(import.exit, 0) << import.err;
-    for (const char* layer : {"0", "1"}) {
-        SCOPED_TRACE(layer);
-        std::map<int, double> outside =
-            rowSums(overtime(whole, {"--layer", layer, "--time", "..100ms"})[0]);
-        add(outside, rowSums(overtime(whole, {"--layer", layer, "--time", "150ms.."})[0]));
-        EXPECT_EQ(rowSums(overtime(paused, {"--layer", layer})[0]), outside);
-        const Document inside =
-            overtime(paused, {"--layer", layer, "--time", "100ms..150ms", "--bins", "7"});
-        for (const auto& [row, ticks] : rowSums(inside[0]))
-            EXPECT_EQ(ticks, 0) << "row " << row;
+        const std::string csv = "overtime @ --layer 0 --bins 37 --format csv";
+        EXPECT_TRUE(out(csv, kPlain) == out(csv)) << "without the timeline";
+        const std::string layer = "--layer 0 --bins 11 --time ";
+        EXPECT_EQ(rowSums(layer + "..14%") + rowSums(layer + "14%..33.1%") +
+                      rowSums(layer + "33.1%..99.99%") + rowSums(layer + "99.99%.."),
+                  sums)
+            << "windows that follow each other";
     }
 }
 
 // Facts of scheduler traces, and the time of threads and of idle cores, to the tick.
-TEST(SeriesFacts, SchedulerTracesComeToTheirFacts) {
-    const Document expected = parsed(fileText(traceFile("scheduler/facts.json")));
-    ScratchFolder folder;
-    const std::string viewpoint = folder.write(
+TEST_F(SeriesFacts, SchedulerTracesComeToTheirFacts) {
+    const Document facts = parsed(fileText(traceFile("scheduler/facts.json")));
+    write(
         "v.xml",
         R"(<viewpoint><area><rowSet><rowBy useGridQuery="false" query="thread"/>)"
         R"(<layer type="Overtime"><drawBy query="timeByState"/></layer></rowSet></area>)"
         R"(<area><rowSet><rowBy useGridQuery="false" query="core"/>)"
         R"(<layer type="Overtime"><drawBy query="idleTime"/></layer></rowSet></area></viewpoint>)");
-    for (const auto& sample : expected.GetObject()) {
+    for (const auto& sample : facts.GetObject()) {
         SCOPED_TRACE(sample.name.GetString());
-        const ImportedTrace trace(std::string("scheduler/") + sample.name.GetString());
-        const Document info = answerOf({"info", trace.result()});
-        for (const char* key : {"switches", "wakeups", "runningIntervals", "runningTotal",
-                                "interruptPairs", "switchesOutOfStep"})
-            EXPECT_EQ(info[key].GetInt64(), sample.value[key].GetInt64()) << key;
+        import(std::string("$scheduler/") + sample.name.GetString());
+        const Document info = json("info @");
+        expectFacts(info, sample.value,
+                    "switches wakeups runningIntervals runningTotal interruptPairs "
+                    "switchesOutOfStep");
         EXPECT_EQ(info["firstTick"].GetInt64(), sample.value["firstTime"].GetInt64());
         EXPECT_EQ(info["lastTick"].GetInt64(), sample.value["lastTime"].GetInt64());
-        EXPECT_TRUE(info["skipped"].IsObject());
-
-        const auto sumsOf = [&](const char* area) {
-            std::map<std::string, double> sums;
-            const Document answer = overtime(
-                trace.result(), {"--viewpoint", viewpoint, "--area", area, "--bins", "13"});
-            for (const Value& row : answer[0]["rows"].GetArray()) {
-                for (const Value& series : row["series"].GetArray()) {
-                    double& sum = sums[row["name"].GetString() + std::string(" ") +
-                                       series["name"].GetString()];
-                    for (const Value& value : series["values"].GetArray())
-                        sum += value.IsNull() ? 0 : value.GetDouble();
-                }
-            }
-            return sums;
-        };
-        const auto find = [](const std::map<std::string, double>& sums, const std::string& text) {
+        const auto find = [](const Sums& sums, const std::string& text) {
             for (const auto& [name, sum] : sums)
                 if (name.find(text) != std::string::npos) return sum;
             return -1.0;
         };
-        const auto states = sumsOf("0");
+        const Document states = overtime("--viewpoint @v.xml --bins 13");
         for (const auto& task : sample.value["busiest"].GetObject())
-            EXPECT_EQ(find(states, std::string("(") + task.name.GetString() + ") Running"),
+            EXPECT_EQ(find(sumsOf(states[0], true),
+                           std::string("(") + task.name.GetString() + ") Running"),
                       task.value.GetDouble())
                 << task.name.GetString();
-        const auto idle = sumsOf("1");
+        const Document idle = overtime("--viewpoint @v.xml --area 1 --bins 13");
         for (const auto& core : sample.value["idle"].GetObject())
-            EXPECT_EQ(find(idle, std::string("core ") + core.name.GetString() + " "),
+            EXPECT_EQ(find(sumsOf(idle[0]), std::string("core ") + core.name.GetString() + " "),
                       core.value.GetDouble())
                 << core.name.GetString();
+        EXPECT_EQ(run("overtime @ --area 2").exit, 0) << "an area without rows";
     }
+}
+
+// Colours and series of states are found by the names that imports give them; the grid reaches
+// threads by what runs on the bands of cores.
+TEST_F(SeriesFacts, ShippedViewpointsShowSchedulerTraces) {
+    import("$scheduler/perf-script.txt");
+    std::map<std::string, std::string> colors;
+    const Document bars = json("intervals @ --layer 0 --bins 5000");
+    for (const Value& row : bars[0]["rows"].GetArray())
+        for (const Value& bar : row["intervals"].GetArray())
+            colors[bar["name"].GetString()] =
+                bar["color"].IsString() ? bar["color"].GetString() : "none";
+    EXPECT_EQ(colors, (std::map<std::string, std::string>{{"Running", "#2e7d32"},
+                                                          {"Runnable", "#ffb300"},
+                                                          {"Sleeping", "#cfd8dc"},
+                                                          {"Blocked", "#c62828"}}));
+    const Document counts = json("counts @ --layer 5");
+    const Value& series = counts[0]["rows"][0]["series"];
+    ASSERT_EQ(series.Size(), 2U);
+    EXPECT_STREQ(series[1]["name"].GetString(), "Runnable");
+
+    const std::string grid = "--viewpoint scheduler_processes ";
+    const Document rows = json("rows @ " + grid);
+    const Document use = overtime(grid + "--layer 0 --bins 1");
+    ASSERT_GT(rows.Size(), 10U);
+    for (SizeType i = 0; i < rows.Size(); ++i)
+        EXPECT_EQ(use[0]["rows"][i]["series"][0]["values"][0].GetUint64(),
+                  rows[i]["values"]["CPU use"].GetUint64());
+    EXPECT_THAT(out("tooltip @ " + grid + "--layer 0 --at 50% --format json --row " +
+                    std::to_string(rows[1]["id"].GetInt())),
+                HasSubstr("{\"key\": \"Thread id\""));
+    // What a fact comes to stands behind it, for people.
+    EXPECT_THAT(out("info @"), HasSubstr(" s after the first tick)\n"));
 }
