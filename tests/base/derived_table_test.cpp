@@ -201,6 +201,7 @@ TEST(DerivedTable, TellsWhatItCannotWorkWith) {
               "time-bin column of the source");
     sptr_t<IVectorQuery> inputs;
     helper->getInputColumnBy(err, inputs, 100);
+    EXPECT_TRUE(err.succeeded());
     EXPECT_EQ(inputs->getCount(), 2);
 }
 

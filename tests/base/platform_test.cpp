@@ -87,6 +87,7 @@ TEST(Messages, PutArgumentsIn) {
     arguments.add("x").add(7).add("%1");
     EXPECT_EQ(message_t("%1 of %2, %3, %4, %%, 50% %").as_ustring(arguments),
               "x of 7, %1, %4, %, 50% %");
+    EXPECT_EQ(message_t("%3").as_ustring(arguments), "%1");
     EXPECT_EQ(message_t().as_ustring(arguments), "");
 }
 

@@ -39,8 +39,9 @@ TEST(Pool, GivesEachBlockToOneOwnerAtATime) {
         std::mt19937 random(seed + number);
         for (int round = 0; round < 100; ++round) {
             std::vector<Block> own(random() % 700);
-            const std::size_t size = random() % 600;
+            std::size_t size = random() % 600;
             for (Block& block : own) {
+                if (round % 2 == 0) size = random() % 600;
                 block = {static_cast<unsigned char*>(pool_allocate(size)), size,
                          static_cast<unsigned char>(random())};
                 std::fill_n(block.memory, size, block.mark);

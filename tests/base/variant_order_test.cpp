@@ -64,6 +64,7 @@ TEST(VariantOrder, FollowsKindsThenValuesWhateverTheType) {
     const variant_t object(1, basekit2::make_object<Object>());
     const variant_t other(1, basekit2::make_object<Object>());
     EXPECT_NE(object < other, other < object);
+    EXPECT_FALSE(object == other);
     EXPECT_GT(variant_t::string_compare("b", L"a"), 0);
     EXPECT_EQ(variant_t::string_compare(5, ""), 0);
 }
