@@ -223,6 +223,23 @@ TEST_F(Forest, NeedsARecordWithSeries) {
     EXPECT_TRUE(forest.empty());
 }
 
+TEST_F(Forest, EndsQuietlyWhereverItIsCancelled) {
+    const std::vector<OverTimeData> records(2, recordOf({seriesOf({"lfd", "main"}, {1, 7})}));
+    const auto progress = basekit2::make_object<FakeProgress>();
+    provider().setProgress(progress.get());
+    const CapturedLog log;
+    for (bool isWhole = false; !isWhole;) {
+        progress->asked = 0;
+        ++progress->cancelsAt;
+        BaseProviderImpl::Forest forest;
+        isWhole = forestOf(records, forest);
+        EXPECT_EQ(forest.size() == 2, isWhole) << progress->cancelsAt;
+    }
+    EXPECT_GT(progress->cancelsAt, 10);
+    EXPECT_TRUE(log.empty());
+    provider().setProgress(nullptr);
+}
+
 TEST_F(Forest, ConvertsQueriesToSources) {
     using Time = FakeDataQuery<dataface_1::ITimeQuery>;
     m_bound.database->tables["slice_data"] = {};
@@ -247,6 +264,7 @@ TEST_F(Forest, ConvertsQueriesToSources) {
         sources));
     std::string text;
     for (const DicerDataSource& source : sources) {
+        EXPECT_FALSE(source.m_defaultQuery.is_null());
         EXPECT_EQ(source.m_extras.back().query, source.m_defaultQuery);
         text += std::to_string(source.m_dataType) + " " + source.m_table + ":";
         for (const auto& extra : source.m_extras)
