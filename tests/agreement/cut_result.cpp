@@ -3,47 +3,27 @@
 #include <sqlite3.h>
 
 #include <filesystem>
+#include <fmt/format.h>
 #include <memory>
 #include <stdexcept>
 
 namespace lanefeed_test {
 
+using basekit2::make_iterator;
 using basekit2::sptr_t;
 using basekit2::u64_t;
 using storelink1::ITimelineQuery;
 
 namespace {
 
-using Handle = std::unique_ptr<sqlite3, decltype(&sqlite3_close)>;
-
-Handle openFile(const std::string& file) {
-    sqlite3* opened = nullptr;
-    const int code = sqlite3_open(file.c_str(), &opened);
-    Handle handle(opened, sqlite3_close);
-    if (code != SQLITE_OK) throw std::runtime_error(file + ": " + sqlite3_errmsg(opened));
-    return handle;
-}
-
-using Rows = std::vector<std::string>;  // first fields
-
-Rows run(const std::string& file, const std::string& statement) {
-    const Handle handle = openFile(file);
-    Rows rows;
-    const auto take = [](void* out, int, char** fields, char**) {
-        static_cast<Rows*>(out)->emplace_back(fields[0] != nullptr ? fields[0] : "");
-        return 0;
-    };
-    if (sqlite3_exec(handle.get(), statement.c_str(), take, &rows, nullptr) != SQLITE_OK)
-        throw std::runtime_error(statement + ": " + sqlite3_errmsg(handle.get()));
-    return rows;
-}
+using Texts = std::vector<std::string>;
 
 struct Source {
     std::string table;
     std::vector<ITimelineQuery::QueryType> types;
     std::string attribute;
-    std::vector<std::string> rows;
-    std::vector<std::string> expansions;
+    Texts rows;
+    Texts expansions;
 };
 
 std::vector<Source> sources() {
@@ -67,90 +47,30 @@ struct Window {
     int bins;
 };
 
-struct Ask {
-    storelink1::IDatabase& database;
-    sptr_t<storelink1::ITimelineDatabase> timeline;
-    const Source& source;
-    ITimelineQuery::QueryType type;
-    int samplePoint;  // 0: an interval object, 2: a point object at its end
-    std::string required;
-};
-
-bool isMeanOverBuckets(ITimelineQuery::QueryType type) {
-    return type == ITimelineQuery::qtCountOverTime;
-}
-
-void addCells(const Ask& ask,
-              const std::string& row,
-              const std::string& expansion,
-              const Window& window,
-              Cells& cells) {
-    const auto query = ask.database.createTimelineQuery();
-    if (!row.empty()) query->addRowBy(row, "label");
-    query->setSource(ask.type, ask.source.table, ask.source.attribute, "");
-    query->setTimelineDatabase(ask.timeline);
-    query->setRequiredFilter(ask.required);
-    if (!expansion.empty())
-        query->addExpansion(ask.source.table, expansion, "name", {}, true, "name", true);
-    query->setObjectType(ask.samplePoint == 0 ? ITimelineQuery::otInterval
-                                              : ITimelineQuery::otPoint);
-    query->setSamplePoint(ask.samplePoint);
-    std::vector<storelink1::OverTimeData> data;
-    std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
-    if (!query->getOverTimeData(window.start, window.end, window.bins, data, metadata, nullptr)
-             .succeeded())
-        throw std::runtime_error("no answer about " + ask.source.table);
-    const std::string question = ask.source.table + " " + std::to_string(ask.type) + " " +
-                                 std::to_string(ask.samplePoint) + " " + row + " " + expansion +
-                                 " " + std::to_string(window.start) + " ";
-    for (const auto& record : data)
-        for (std::size_t i = 0; i < metadata.size(); ++i)
-            for (const auto& cell : record.series[i]) {
-                const int key = record.key.empty() ? 0 : record.key.front();
-                cells[question + std::to_string(key) + " " + metadata[i].name + " " +
-                      std::to_string(cell.first)] += cell.second;
-            }
-}
-
-// The whole result, and a third of it.
-void addCells(const Ask& ask, Cells& cells) {
-    u64_t first = 0;
-    u64_t last = 0;
-    ask.database.getTimeRange(first, last, 0);
-    const u64_t third = (last - first) / 3;
-    for (const std::string& row : ask.source.rows)
-        for (const std::string& expansion : ask.source.expansions)
-            for (const Window& window :
-                 {Window{first, last + 1, 37}, Window{first + third, first + 2 * third, 10}})
-                addCells(ask, row, expansion, window, cells);
-}
-
 }  // namespace
 
-CutResult::CutResult(const std::string& file, const std::vector<std::string>& statements) {
+Texts runSql(const std::string& file, const std::string& statements) {
+    sqlite3* opened = nullptr;
+    const int code = sqlite3_open(file.c_str(), &opened);
+    const std::unique_ptr<sqlite3, decltype(&sqlite3_close)> handle(opened, sqlite3_close);
+    Texts fields;
+    const auto take = [](void* out, int, char** texts, char**) {
+        static_cast<Texts*>(out)->emplace_back(texts[0] != nullptr ? texts[0] : "");
+        return 0;
+    };
+    if (code != SQLITE_OK ||
+        sqlite3_exec(opened, statements.c_str(), take, &fields, nullptr) != SQLITE_OK)
+        throw std::runtime_error(file + ": " + statements + ": " + sqlite3_errmsg(opened));
+    return fields;
+}
+
+CutResult::CutResult(const std::string& file, const std::string& statements) {
     const std::string copy = m_directory.file("cut.lft");
     std::filesystem::copy_file(file, copy);
-    std::string all;
-    for (const std::string& statement : statements)
-        all += statement + ";";
-    run(copy, "begin;" + all + "commit;");
+    runSql(copy, "begin;" + statements + ";commit;");
     lanefeed_runtime::StoreError error;
     m_store = lanefeed_runtime::openStore(copy, error);
     if (m_store.failed()) throw std::runtime_error(error.text);
-}
-
-std::string textIn(const std::string& file, const std::string& select) {
-    return run(file, select).at(0);
-}
-
-long long numberIn(const std::string& file, const std::string& select) {
-    return std::stoll(textIn(file, select));
-}
-
-std::vector<std::string> instanceTables(const std::string& file) {
-    return run(file,
-               "select name from sqlite_master where name in"
-               " ('slice_data', 'async_data', 'marker_data', 'counter_data')");
 }
 
 Cells cellsOf(storelink1::IDatabase& database,
@@ -158,12 +78,49 @@ Cells cellsOf(storelink1::IDatabase& database,
               bool everything,
               const std::string& required) {
     Cells cells;
+    u64_t first = 0;
+    u64_t last = 0;
+    database.getTimeRange(first, last, 0);
+    const u64_t third = (last - first) / 3;
+    const Window windows[] = {{first, last + 1, 37}, {first + third, first + 2 * third, 10}};
+    // Sample point 0 is an interval object, 2 a point object at its end.
+    const auto ask = [&](const Source& source, ITimelineQuery::QueryType type, int samplePoint,
+                         const std::string& row, const std::string& expansion,
+                         const Window& window) {
+        const auto query = database.createTimelineQuery();
+        if (!row.empty()) query->addRowBy(row, "label");
+        query->setSource(type, source.table, source.attribute, "");
+        query->setTimelineDatabase(timeline);
+        query->setRequiredFilter(required);
+        if (!expansion.empty())
+            query->addExpansion(source.table, expansion, "name", {}, true, "name", true);
+        query->setObjectType(samplePoint == 0 ? ITimelineQuery::otInterval
+                                              : ITimelineQuery::otPoint);
+        query->setSamplePoint(samplePoint);
+        std::vector<storelink1::OverTimeData> data;
+        std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
+        if (!query->getOverTimeData(window.start, window.end, window.bins, data, metadata, nullptr)
+                 .succeeded())
+            throw std::runtime_error("no answer about " + source.table);
+        const std::string question = fmt::format("{} {} {} {} {} {}", source.table, type,
+                                                 samplePoint, row, expansion, window.start);
+        for (const auto& record : data)
+            for (std::size_t i = 0; i < metadata.size(); ++i)
+                for (const auto& cell : record.series[i])
+                    cells[fmt::format("{} {} {} {}", question,
+                                      record.key.empty() ? 0 : record.key.front(), metadata[i].name,
+                                      cell.first)] += cell.second;
+    };
     for (const Source& source : sources()) {
         if (!database.isTableExist(source.table)) continue;
         for (const auto type : source.types)
-            for (const int sample : {0, 2}) {
-                const bool isAsked = everything || (sample == 0 && !isMeanOverBuckets(type));
-                if (isAsked) addCells({database, timeline, source, type, sample, required}, cells);
+            for (const int samplePoint : {0, 2}) {
+                const bool isMean = type == ITimelineQuery::qtCountOverTime;
+                if (!everything && (samplePoint != 0 || isMean)) continue;
+                for (const std::string& row : source.rows)
+                    for (const std::string& expansion : source.expansions)
+                        for (const Window& window : windows)
+                            ask(source, type, samplePoint, row, expansion, window);
             }
     }
     return cells;
@@ -173,22 +130,23 @@ Drawings drawingsOf(storelink1::ITimelineDatabase& timeline) {
     constexpr int kThreads = 12;
     constexpr int kLevels = 4;
     Drawings drawings;
-    const std::vector<std::string> names = {"dd_band::dd_thread"};
+    const Texts names = {"dd_band::dd_thread"};
     for (const auto kind : {storelink1::tgIntervals, storelink1::tgSplitIntervals})
-        for (int thread = 1; thread <= kThreads; ++thread)
-            for (int level = -1; level < kLevels; ++level) {
+        for (int level = -1; level < kLevels; ++level)
+            for (int thread = 1; thread <= kThreads; ++thread) {
                 sptr_t<storelink1::ITimelineGrouper> grouper;
-                timeline.getGrouper(grouper, kind, "slice_data", basekit2::make_iterator(names),
-                                    basekit2::make_iterator(std::vector<int>{thread}), 0, level);
+                timeline.getGrouper(grouper, kind, "slice_data", make_iterator(names),
+                                    make_iterator(std::vector<int>{thread}), 0, level);
                 if (grouper.is_null()) continue;
-                std::string& text = drawings[std::to_string(kind) + " " + std::to_string(level) +
-                                             " " + std::to_string(thread)];
+                auto& texts = drawings[fmt::format(
+                    "{} {} {}", kind == storelink1::tgIntervals ? "intervals" : "pieces", level,
+                    thread)];
                 sptr_t<storelink1::ITimelineIterator<storelink1::ITimelineInstanceRecord>> cursor;
                 grouper->seek(0, cursor);
                 for (; cursor->valid(); cursor->next()) {
                     const auto& record = *cursor->current();
-                    text += std::to_string(record.start) + ".." + std::to_string(record.end) + " " +
-                            std::to_string(record.attr) + "@" + std::to_string(record.attr2) + " ";
+                    texts.push_back(fmt::format("{}..{} {}@{}", record.start, record.end,
+                                                static_cast<int>(record.attr), record.attr2));
                 }
             }
     return drawings;

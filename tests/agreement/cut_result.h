@@ -11,28 +11,26 @@
 // timeline face tells about a result, in a form that two results can be compared by.
 namespace lanefeed_test {
 
-// A copy of a result after some statements. Throws std::runtime_error with what fails.
+// First fields of the rows of a select, or what other statements leave: nothing. Throws
+// std::runtime_error with what fails.
+std::vector<std::string> runSql(const std::string& file, const std::string& statements);
+
+// A copy of a result after some statements, parted by ";". Throws as above.
 class CutResult {
 public:
-    CutResult(const std::string& file, const std::vector<std::string>& statements);
+    CutResult(const std::string& file, const std::string& statements);
 
-    lanefeed_runtime::OpenStore& store() { return m_store; }
+    storelink1::IDatabase& database() { return *m_store.database; }
 
 private:
     TempDirectory m_directory;
     lanefeed_runtime::OpenStore m_store;
 };
 
-// First field of the first row; throws when there is none.
-long long numberIn(const std::string& file, const std::string& select);
-std::string textIn(const std::string& file, const std::string& select);
-// Those of the instance tables of bands that the file has.
-std::vector<std::string> instanceTables(const std::string& file);
-
 // "table type object rows expansion window row series bucket" to value.
 using Cells = std::map<std::string, double>;
-// "kind level row" to the records drawn there.
-using Drawings = std::map<std::string, std::string>;
+// "intervals LEVEL THREAD" or "pieces LEVEL THREAD" to the records drawn there, each as text.
+using Drawings = std::map<std::string, std::vector<std::string>>;
 
 // Answers of bucketed queries over all instance tables, rows and expansions. A null `timeline` asks
 // the raw result. `required` is a filter that the queries require. Without `everything`: not of

@@ -1,18 +1,13 @@
 // Grids on real results: what their sections say, the rows in levels that they give, the filters
-// made of those, and that totals in levels are those of flat rows.
-#include "session/open_result.h"
-#include "session/shipped_viewpoints.h"
+// made of those. That totals in levels are those of flat rows stands in grid_totals_test.cpp.
+#include "agreement/viewpoint_result.h"
 #include "support/cancel_at_poll.h"
 #include "support/table_text.h"
 #include "support/table_tree_contract.h"
-#include "support/temp_directory.h"
 #include "support/trace_text.h"
 
 #include <basekit2/variant_bag.h>
-#include <dataface_1/query_library.h>
 #include <slicekit_1_0/grid_viewpoint_parser.h>
-
-#include <gtest/gtest.h>
 
 namespace lanefeed_test {
 namespace {
@@ -21,8 +16,6 @@ using basekit2::error_code_t;
 using basekit2::sptr_t;
 using dataface_1::ITableTree;
 using dataface_1::IVectorQuery;
-using slicekit_1_0::IGridQuery;
-using slicekit_1_0::IGridViewpointParser;
 
 const char* const kTrace = R"(
     process alpha
@@ -35,35 +28,28 @@ const char* const kTrace = R"(
     thread main  0..5 outer@ui
     counter load  0=5  50=7.5)";
 
-basekit2::variant_bag_t element(const std::string& xml) {
-    basekit2::variant_bag_t bag;
-    const auto err = basekit2::load_variant_bag_from_string2(bag, xml, "");
-    EXPECT_TRUE(basekit2::is_success(err)) << err.as_string(1);
-    return bag;
+const std::string kProcesses =
+    "<rowBy query='processAndThread'/><columnBy query='busyTime, sliceCount, instantCount'/>";
+
+std::string grid(const std::string& inside) {
+    return "<gridQuery>" + inside + "</gridQuery>";
 }
 
 class Grids : public ::testing::Test {
 protected:
-    void open(const std::string& trace) {
-        writeTraceText(m_directory.file("t.lft"), trace);
-        openFile(m_directory.file("t.lft"));
-    }
-    void openFile(const std::string& file) {
-        lanefeed_runtime::OpenOutcome outcome;
-        m_result = lanefeed_runtime::openResult(file, {}, outcome);
-        ASSERT_TRUE(outcome.isOpened()) << outcome.text;
-        ASSERT_TRUE(dataface_1::lookup(m_result, m_library));
-        ASSERT_TRUE(dataface_1::lookup(m_result, m_filters));
-    }
+    Grids() { EXPECT_TRUE(dataface_1::lookup(m_opened.result(), m_filters)); }
 
     error_code_t parse(const std::string& section) {
-        return createGridViewpointParser(element(section), m_grid, m_library.get(), nullptr,
-                                         m_result);
+        basekit2::variant_bag_t bag;
+        const error_code_t err = basekit2::load_variant_bag_from_string2(bag, section, "");
+        EXPECT_TRUE(is_success(err)) << err.as_string(1);
+        return createGridViewpointParser(bag, m_grid, m_opened.library().get(), nullptr,
+                                         m_opened.result());
     }
     // The rows of the default grouping under the filters; null, with m_error, on failure.
     sptr_t<ITableTree> run(const std::vector<std::string>& filters = {},
                            relay2::IProgress* progress = nullptr) {
-        sptr_t<IGridQuery> query;
+        sptr_t<slicekit_1_0::IGridQuery> query;
         m_error = m_grid->createQuery(m_grid->getDefaultVectorQuery(), query);
         if (!is_success(m_error)) return {};
         for (const std::string& filter : filters)
@@ -77,22 +63,19 @@ protected:
         EXPECT_TRUE(is_success(err)) << err.as_string(1);
         return is_success(err) ? run() : nullptr;
     }
+    sptr_t<dataface_1::IQuery> query(const char* id) {
+        return m_opened.library()->findQuery(id, nullptr);
+    }
 
-    TempDirectory m_directory;
-    sptr_t<dataface_1::IInputData> m_result;
-    sptr_t<dataface_1::IQueryLibrary> m_library;
+    const TextResult m_text{kTrace};
+    const ViewpointResult m_opened{m_text.file()};
     sptr_t<dataface_1::IFilterRegistry> m_filters;
-    sptr_t<IGridViewpointParser> m_grid;
+    sptr_t<slicekit_1_0::IGridViewpointParser> m_grid;
     error_code_t m_error;
 };
 
-const char* const kProcesses =
-    "<gridQuery><rowBy query='processAndThread'/>"
-    "<columnBy query='busyTime, sliceCount, instantCount'/></gridQuery>";
-
 TEST_F(Grids, ListRowsInLevelsWithTotals) {
-    open(kTrace);
-    const auto table = [&] { return rowsOf(kProcesses); };
+    const auto table = [&] { return rowsOf(grid(kProcesses)); };
     EXPECT_EQ(tableText(table(), {true, false, {}}),
               "#    name    %BusyTime  %SliceCount  %InstantCount\n"
               "1    alpha   140        4            1\n"
@@ -104,48 +87,63 @@ TEST_F(Grids, ListRowsInLevelsWithTotals) {
     EXPECT_TRUE(keepsTableContract(table));
 }
 
-// Of what a row adds up to, not the sum of what the rows below it have.
-TEST_F(Grids, ComputeDerivedColumnsForEachRow) {
-    open(kTrace);
-    EXPECT_EQ(tableText(rowsOf("<gridQuery><rowBy query='processAndThread'/><columnBy>"
-                               "<derivedQuery id='mean'><formula>busyTime / sliceCount</formula>"
-                               "<queryRef>busyTime</queryRef><queryRef>sliceCount</queryRef>"
-                               "</derivedQuery><queryRef>sliceCount</queryRef></columnBy>"
-                               "</gridQuery>")),
-              "name      mean  %SliceCount\n"
-              "alpha     35    4\n"
-              "  main    20    3\n"
-              "  worker  80    1\n"
-              "  idle    -     -\n"
-              "beta      5     1\n"
-              "  main    5     1\n");
+std::string derived(const std::string& id, const std::string& formula, const std::string& member) {
+    return "<derivedQuery id='" + id + "'><formula>" + formula +
+           "</formula><queryRef>sliceCount</queryRef>" + member + "</derivedQuery>";
 }
 
-// As in a layer over the whole result: counts alone are hundredfold, unless a time goes with them
-// that the result holds.
-TEST_F(Grids, ComputePercentagesAsLayersDo) {
-    open(kTrace);
-    const auto column = [](const std::string& id, const std::string& formula,
-                           const std::string& members) {
-        return "<derivedQuery id='" + id + "' unit='percent'><formula>" + formula +
-               "</formula><queryRef>sliceCount</queryRef>" + members + "</derivedQuery>";
-    };
-    EXPECT_EQ(tableText(rowsOf(
-                  "<gridQuery><rowBy query='process'/><columnBy>" +
-                  column("counts", "sliceCount / 2", "") +
-                  column("mixed", "sliceCount + 0 * busyTime", "<queryRef>busyTime</queryRef>") +
-                  column("partly", "sliceCount + gone",
-                         "<timeQuery id='gone'><dbPath>gone_data</dbPath>"
-                         "</timeQuery>") +
-                  "</columnBy></gridQuery>")),
-              "name   counts  mixed  partly\n"
-              "alpha  200     4      400\n"
-              "beta   50      1      100\n");
+TEST_F(Grids, ComputeColumnsOfEachRowAndLeaveOutThoseWithoutRequiredData) {
+    const std::string busy = "<queryRef>busyTime</queryRef>";
+    const std::string percent = "' unit='percent";
+    const std::string gone = "<timeQuery id='gone'><dbPath>gone_data</dbPath></timeQuery>";
+    const std::pair<std::string, const char*> sections[] = {
+        // Of what a row adds up to, not the sum of what the rows below it have.
+        {grid("<rowBy query='processAndThread'/><columnBy>" +
+              derived("mean", "busyTime / sliceCount", busy) +
+              "<queryRef>sliceCount</queryRef></columnBy>"),
+         "name      mean  %SliceCount\n"
+         "alpha     35    4\n"
+         "  main    20    3\n"
+         "  worker  80    1\n"
+         "  idle    -     -\n"
+         "beta      5     1\n"
+         "  main    5     1\n"},
+        // As in a layer over the whole result: counts alone are hundredfold, unless a time goes
+        // with them that the result holds.
+        {grid("<rowBy query='process'/><columnBy>" +
+              derived("counts" + percent, "sliceCount / 2", "") +
+              derived("mixed" + percent, "sliceCount + 0 * busyTime", busy) +
+              derived("partly" + percent, "sliceCount + gone", gone) + "</columnBy>"),
+         "name   counts  mixed  partly\n"
+         "alpha  200     4      400\n"
+         "beta   50      1      100\n"},
+        {"<requiredData><rowBy query='processAndThread'/><columnBy query='instantCount'/>"
+         "</requiredData>",
+         "name    %InstantCount\nalpha   1\n  main  1\n"},
+        {grid("<rowBy query='processAndThread'/><columnBy query='instantCount' required='true'/>"
+              "<columnBy query='sliceCount'/>"),
+         "name    %InstantCount  %SliceCount\n"
+         "alpha   1              3\n"
+         "  main  1              3\n"},
+        // A table that the result does not have gives no totals and, required, no rows.
+        {grid("<rowBy query='process'/><columnBy query='asyncCount'/>"),
+         "name   %AsyncCount\nalpha  -\nbeta   -\n"},
+        {"<requiredData><rowBy query='process'/><columnBy query='asyncCount'/></requiredData>",
+         "name  %AsyncCount\n"}};
+    for (const auto& [section, text] : sections)
+        EXPECT_EQ(tableText(rowsOf(section)), text) << section;
+    // Layers give columns only where the section names none.
+    const auto ofLayers = IVectorQuery::pushBack(nullptr, query("sliceCount"));
+    ASSERT_TRUE(is_success(parse(grid("<rowBy query='process'/>"))));
+    m_grid->setColumnBy(ofLayers);
+    EXPECT_EQ(tableText(run()), "name   %SliceCount\nalpha  4\nbeta   1\n");
+    ASSERT_TRUE(is_success(parse(grid(kProcesses))));
+    m_grid->setColumnBy(ofLayers);
+    EXPECT_EQ(allColumns(run()).size(), 4U);
 }
 
 // Of a grouping with a way over the slices, a layer of slices takes that and all others the bands.
 TEST_F(Grids, PickAnAlternativeForALayerAndADefaultGrouping) {
-    open(kTrace);
     ASSERT_TRUE(is_success(parse(R"(<rowSet><layer/>
         <rowBy useGridQuery='false' query='thread'/><rowBy query='process'/>
         <rowBy useGridQuery='true' query='thread'/>
@@ -160,25 +158,24 @@ TEST_F(Grids, PickAnAlternativeForALayerAndADefaultGrouping) {
     EXPECT_TRUE(is_success(m_grid->getGrouping(2, grouping)) && grouping->getCount() == 0);
     EXPECT_TRUE(is_success(m_grid->getGrouping(3, grouping)) && grouping.is_null());
     EXPECT_FALSE(m_grid->getGrouping(4, grouping).succeeded());
-    const auto picked = [&](const std::string& id, int level) {
-        const auto query = m_grid->getRowByForLevel(m_library->findQuery(id, nullptr), level);
-        EXPECT_EQ(query, m_grid->getRowByQuery(m_library->findQuery(id, nullptr), level));
-        return query.is_null() ? "none" : query->getId();
-    };
-    EXPECT_EQ(picked("sliceName", 0) + picked("busyTime", 0), "bySlicesbySlices");
-    EXPECT_EQ(picked("instantCount", 0) + picked("busyTime", 1), "threadthread");
-    EXPECT_EQ(picked("busyTime", 2) + picked("busyTime", -1) + picked("none", 1), "nonenonenone");
+    const std::tuple<const char*, int, const char*> picks[] = {
+        {"sliceName", 0, "bySlices"}, {"busyTime", 0, "bySlices"}, {"instantCount", 0, "thread"},
+        {"busyTime", 1, "thread"},    {"busyTime", 2, "none"},     {"busyTime", -1, "none"},
+        {"none", 1, "none"}};
+    for (const auto& [id, level, expected] : picks) {
+        const auto picked = m_grid->getRowByForLevel(query(id), level);
+        EXPECT_EQ(picked, m_grid->getRowByQuery(query(id), level));
+        EXPECT_EQ(picked.is_null() ? "none" : picked->getId(), expected) << id << " " << level;
+    }
 }
 
 TEST_F(Grids, TellWhatASectionGotWrong) {
-    open(kTrace);
-    const std::pair<const char*, const char*> sections[] = {
-        {"<gridQuery><rowby/></gridQuery>",
-         "<gridQuery>: unknown element <rowby>; write <rowBy> or <columnBy>"},
-        {"<gridQuery><columnBy query='nobody'/></gridQuery>",
+    const std::pair<std::string, const char*> sections[] = {
+        {grid("<rowby/>"), "<gridQuery>: unknown element <rowby>; write <rowBy> or <columnBy>"},
+        {grid("<columnBy query='nobody'/>"),
          "<gridQuery>: <columnBy> names no query that is known; write ids of queries on instances "
          "in its attribute \"query\""},
-        {"<gridQuery><columnBy query='busyTime, sliceName'/></gridQuery>",
+        {grid("<columnBy query='busyTime, sliceName'/>"),
          "<gridQuery>: <columnBy>: \"sliceName\" has no total; name a timeQuery, a countQuery, an "
          "instanceCountQuery, a dataQuery or a derivedQuery"},
         {"<requiredData/>",
@@ -199,14 +196,13 @@ TEST_F(Grids, TellWhatASectionGotWrong) {
         {"<rowBy><infoQuery id='typo'><dbPath>dd_band::dd_thraed</dbPath></infoQuery></rowBy>",
          "the rows of \"typo\" cannot be read: dd_band::dd_thraed is no column of the result"}};
     for (const auto& [rowBy, text] : groupings) {
-        EXPECT_TRUE(rowsOf("<gridQuery>" + std::string(rowBy) + "</gridQuery>").is_null());
+        EXPECT_TRUE(rowsOf(grid(rowBy)).is_null());
         EXPECT_EQ(m_error.expression(), text);
     }
 }
 
 TEST_F(Grids, GiveUpWhenTheyAreCancelled) {
-    open(kTrace);
-    ASSERT_TRUE(is_success(parse(kProcesses)));
+    ASSERT_TRUE(is_success(parse(grid(kProcesses))));
     const auto never = basekit2::make_object<CancelAtPoll>(0);
     EXPECT_FALSE(run().is_null());  // reads the tables, which are kept
     EXPECT_FALSE(run({}, never.get()).is_null());
@@ -219,72 +215,38 @@ TEST_F(Grids, GiveUpWhenTheyAreCancelled) {
 
 // A row is kept by all that stands on its path, and what is kept is cut in rows and totals alike.
 TEST_F(Grids, MakeFiltersOfTheirRowsAndKeepToFilters) {
-    open(kTrace);
-    const auto tree = rowsOf(kProcesses);
+    const auto tree = rowsOf(grid(kProcesses));
     sptr_t<dataface_1::IFilterTableTree> maker;
     ASSERT_TRUE(basekit2::lookup_interface(tree.get(), maker));
     const auto rows = allRows(tree);
     const auto filtered = [&](const std::vector<std::size_t>& places) {
         std::vector<sptr_t<dataface_1::ITableRow>> chosen;
-        chosen.reserve(places.size());
         for (const std::size_t place : places)
             chosen.push_back(rows[place]);
         sptr_t<dataface_1::IQueryFilter> filter;
         EXPECT_TRUE(is_success(maker->createFilter(basekit2::make_iterator(chosen), filter)));
         m_filters->setQueryFilter("rows", filter);
-        return tableText(run({"rows"}), {false, false, {"name", "%BusyTime"}});
+        return tableText(run({"rows", "global"}), {false, false, {"name", "%BusyTime"}});
     };
     EXPECT_EQ(filtered({2, 5}),
               "name      %BusyTime\nalpha     80\n  worker  80\nbeta      5\n  main    5\n");
     EXPECT_EQ(filtered({1, 4}),
               "name    %BusyTime\nalpha   60\n  main  60\nbeta    5\n  main  5\n");
     EXPECT_EQ(filtered({}), "name  %BusyTime\n");
-
     sptr_t<dataface_1::IQueryFilter> none;
-    const auto foreign = rowsOf(kProcesses)->getRows(nullptr);
-    EXPECT_FALSE(maker->createFilter(foreign, none).succeeded());
+    EXPECT_FALSE(maker->createFilter(rowsOf(grid(kProcesses))->getRows(nullptr), none).succeeded());
     EXPECT_TRUE(none.is_null());
 
     // Two names hold together, and time is cut to the tick.
     const auto time = m_filters->createTimeFilterBuilder();
     time->addRange(31, 66, false);
     m_filters->setTimeFilter("global", time->build());
-    filtered({0});
-    EXPECT_EQ(tableText(run({"rows", "global"}), {false, false, {"name", "%BusyTime"}}),
+    EXPECT_EQ(filtered({0}),
               "name      %BusyTime\n"
               "alpha     60\n"
               "  main    25\n"
               "  worker  35\n"
               "  idle    -\n");
-}
-
-TEST_F(Grids, LeaveOutRowsWithoutDataWhereColumnsAreRequired) {
-    open(kTrace);
-    EXPECT_EQ(tableText(rowsOf("<requiredData><rowBy query='processAndThread'/>"
-                               "<columnBy query='instantCount'/></requiredData>")),
-              "name    %InstantCount\nalpha   1\n  main  1\n");
-    EXPECT_EQ(tableText(rowsOf("<gridQuery><rowBy query='processAndThread'/>"
-                               "<columnBy query='instantCount' required='true'/>"
-                               "<columnBy query='sliceCount'/></gridQuery>")),
-              "name    %InstantCount  %SliceCount\n"
-              "alpha   1              3\n"
-              "  main  1              3\n");
-    // A table that the result does not have gives no totals and, required, no rows.
-    EXPECT_EQ(tableText(rowsOf("<gridQuery><rowBy query='process'/><columnBy query='asyncCount'/>"
-                               "</gridQuery>")),
-              "name   %AsyncCount\nalpha  -\nbeta   -\n");
-    EXPECT_EQ(tableText(rowsOf("<requiredData><rowBy query='process'/>"
-                               "<columnBy query='asyncCount'/></requiredData>")),
-              "name  %AsyncCount\n");
-    // Layers give columns only where the section names none.
-    ASSERT_TRUE(is_success(parse("<gridQuery><rowBy query='process'/></gridQuery>")));
-    const auto ofLayers =
-        IVectorQuery::pushBack(nullptr, m_library->findQuery("sliceCount", nullptr));
-    m_grid->setColumnBy(ofLayers);
-    EXPECT_EQ(tableText(run()), "name   %SliceCount\nalpha  4\nbeta   1\n");
-    ASSERT_TRUE(is_success(parse(kProcesses)));
-    m_grid->setColumnBy(ofLayers);
-    EXPECT_EQ(allColumns(run()).size(), 4U);
 }
 
 }  // namespace

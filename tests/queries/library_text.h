@@ -20,9 +20,6 @@ struct LibraryText {
     basekit2::sptr_t<dataface_1::IQuery> find(const std::string& id) const {
         return library->findQuery(id, nullptr);
     }
-    basekit2::sptr_t<dataface_1::IInfoQuery> info(const std::string& id) const {
-        return dataface_1::IInfoQuery::cast(find(id));
-    }
 };
 
 // The texts are the insides of documents "a.xml", "b.xml" and so on; their first line is line 1.
@@ -54,21 +51,20 @@ inline basekit2::variant_t attribute(const basekit2::sptr_t<dataface_1::IQuery>&
     return value;
 }
 
-// Ids along the chain of a query, itself first.
-inline std::vector<std::string> chainIds(basekit2::sptr_t<dataface_1::IQuery> query) {
-    std::vector<std::string> ids;
+// Ids along the chain of a query, itself first, each with a blank after it.
+inline std::string chainIds(basekit2::sptr_t<dataface_1::IQuery> query) {
+    std::string ids;
     for (; !query.is_null(); query = query->getExpansionQuery())
-        ids.push_back(query->getId());
+        ids += query->getId() + " ";
     return ids;
 }
 
-// Ids of the members of a vector query.
-inline std::vector<std::string> memberIds(
-    const basekit2::sptr_t<dataface_1::IVectorQuery>& vector) {
-    std::vector<std::string> ids;
-    if (vector.is_null()) return ids;
+// The same of the members of a vector query; "null" for none.
+inline std::string memberIds(const basekit2::sptr_t<dataface_1::IVectorQuery>& vector) {
+    if (vector.is_null()) return "null";
+    std::string ids;
     for (auto it = vector->getQueries(); !it.at_end(); it.next())
-        ids.push_back(it.current()->getId());
+        ids += it.current()->getId() + " ";
     return ids;
 }
 

@@ -1,27 +1,50 @@
-// Definitions to objects, and what is said of those that have errors.
+// Definitions to objects, what is said of those that have errors, how elements of a viewpoint name
+// them, and how queries and their chains are folded, narrowed and compared.
 #include "library_text.h"
+#include "support/captured_log.h"
 
 #include <facekit_1_x/conversions.h>
 
 #include <gmock/gmock.h>
 
+#include <fmt/format.h>
 #include <fstream>
 
 namespace lanefeed_test {
 namespace {
 
 using basekit2::sptr_t;
-using dataface_1::ICountQuery;
+using basekit2::variant_t;
 using dataface_1::IDataQuery;
-using dataface_1::IDerivedQuery;
 using dataface_1::IInfoQuery;
-using dataface_1::IInstanceCountQuery;
 using dataface_1::IQuery;
-using dataface_1::ITimeQuery;
 using dataface_1::IVectorQuery;
 using ::testing::ElementsAre;
 
-TEST(QueryDefinitions, InfoQueryHoldsAllThatItsElementSays) {
+// Everything that a query answers: its chain, name, unit and kinds.
+std::string textOf(const sptr_t<IQuery>& query) {
+    std::string text =
+        chainIds(query) + "'" + query->getName() + "' " + std::to_string(query->getUnitKind());
+    if (const auto info = IInfoQuery::cast(query)) {
+        text += fmt::format(" info {}::{}.{} shown as {} flat {}", info->getInstanceTable(),
+                            info->getAttributeTable(), info->getAttributeName(),
+                            info->getDisplayText(), info->getFlatGroupingName());
+        for (auto it = info->getValues(0); !it.at_end(); it.next())
+            text += " =" + it.current().get<std::string>();
+    }
+    if (const auto data = IDataQuery::cast(query))
+        text += fmt::format(" data {} {} {}", data->getInstanceTable(), data->getGrouping(),
+                            data->isGlobalGrouping());
+    if (dataface_1::ITimeQuery::cast(query)) text += " time";
+    if (dataface_1::ICountQuery::cast(query)) text += " count";
+    if (dataface_1::IInstanceCountQuery::cast(query)) text += " instances";
+    if (dataface_1::IDerivedQuery::cast(query)) text += " derived";
+    if (const auto vector = IVectorQuery::cast(query))
+        text += " vector " + memberIds(vector) + vector->getDefaultQuery()->getName();
+    return text;
+}
+
+TEST(QueryDefinitions, BecomeQueriesThatHoldAllThatTheirElementsSay) {
     const LibraryText loaded = loadLibrary({R"(
         <infoQuery id="owner" displayName="%Owner" flatGrouping="flat" unit="value">
           <dbPath>dd_band::dd_thread.dd_process</dbPath>
@@ -30,65 +53,44 @@ TEST(QueryDefinitions, InfoQueryHoldsAllThatItsElementSays) {
           <values><value>viewer</value><value> editor </value></values>
         </infoQuery>
         <infoQuery id="shown"><dbPath>slice_data::dd_task</dbPath>
-          <displayDbPath>dd_task.dd_group</displayDbPath></infoQuery>)"});
-    ASSERT_THAT(loaded.errors, ElementsAre());
-    const sptr_t<IInfoQuery> owner = loaded.info("owner");
-    EXPECT_EQ(owner->getName(), "%Owner");
-    EXPECT_EQ(owner->getInstanceTable(), "dd_band");
-    EXPECT_EQ(owner->getAttributeTable(), "dd_thread.dd_process");
-    EXPECT_EQ(owner->getAttributeName(), "label");
-    EXPECT_EQ(owner->getDisplayText(), "dd_thread.dd_process");
-    EXPECT_EQ(owner->getFlatGroupingName(), "flat");
-    EXPECT_EQ(attribute(owner, "valueType").get<std::string>(), "text");
-    const auto values = owner->getValues(0);
-    EXPECT_EQ(values.current().get<std::string>(), "viewer");
-    values.next();
-    EXPECT_EQ(values.current().get<std::string>(), "editor");
-
-    const sptr_t<IInfoQuery> shown = loaded.info("shown");
-    EXPECT_EQ(shown->getName(), "shown");
-    EXPECT_EQ(shown->getDisplayText(), "dd_task.dd_group");
-    EXPECT_TRUE(shown->getValues(1).is_null());
-}
-
-TEST(QueryDefinitions, EveryKindAnswersItsOwnCastsAlone) {
-    const LibraryText loaded = loadLibrary({R"(
-        <infoQuery id="info"/>
+          <displayDbPath>dd_task.dd_group</displayDbPath></infoQuery>
         <dataQuery id="data" grouping="cores"><dbPath>t</dbPath></dataQuery>
         <timeQuery id="time" globalGrouping="true"><dbPath>t</dbPath></timeQuery>
         <countQuery id="count"><dbPath>t</dbPath></countQuery>
         <instanceCountQuery id="instances"><dbPath>t::dd_x</dbPath></instanceCountQuery>
         <derivedQuery id="ratio" unit="percent"><formula>percent(time, count)</formula>
           <queryRef>time</queryRef><queryRef>count</queryRef></derivedQuery>
-        <vectorQuery id="pair"><queryRef>info</queryRef><infoQuery id="inner"/></vectorQuery>)"});
+        <vectorQuery id="pair"><queryRef>replaced</queryRef><infoQuery id="inner"/></vectorQuery>
+        <timeQuery id="late"><dbPath>t</dbPath>
+          <expand><queryRef>a</queryRef><queryRef>b</queryRef></expand></timeQuery>
+        <infoQuery id="a"><expand><queryRef>dropped</queryRef></expand></infoQuery>
+        <infoQuery id="b"><expand><infoQuery id="c"/></expand></infoQuery>
+        <infoQuery id="dropped"/>
+        <infoQuery id="replaced" displayName="old"/>)",
+                                            // A later document replaces a definition.
+                                            R"(<infoQuery id="replaced" displayName="new"/>)"});
     ASSERT_THAT(loaded.errors, ElementsAre());
-    // In the order info, data, time, count, instance count, derived, vector.
-    const auto casts = [&](const std::string& id) {
-        const sptr_t<IQuery> q = loaded.find(id);
-        const auto mark = [](const auto& cast) { return cast.is_null() ? '-' : '+'; };
-        return std::string{mark(IInfoQuery::cast(q)),          mark(IDataQuery::cast(q)),
-                           mark(ITimeQuery::cast(q)),          mark(ICountQuery::cast(q)),
-                           mark(IInstanceCountQuery::cast(q)), mark(IDerivedQuery::cast(q)),
-                           mark(IVectorQuery::cast(q))};
-    };
-    EXPECT_EQ(casts("info"), "+------");
-    EXPECT_EQ(casts("data"), "-+-----");
-    EXPECT_EQ(casts("time"), "-++----");
-    EXPECT_EQ(casts("count"), "-+-+---");
-    EXPECT_EQ(casts("instances"), "-+--+--");
-    EXPECT_EQ(casts("ratio"), "-----+-");
-    EXPECT_EQ(casts("pair"), "------+");
-
-    EXPECT_EQ(IDataQuery::cast(loaded.find("data"))->getGrouping(), "cores");
-    EXPECT_TRUE(IDataQuery::cast(loaded.find("time"))->isGlobalGrouping());
-    EXPECT_EQ(IDataQuery::cast(loaded.find("instances"))->getInstanceTable(), "t");
-    EXPECT_EQ(loaded.find("time")->getUnitKind(), 1);
-    EXPECT_NE(loaded.find("count")->getUnitKind(), 1);
-    EXPECT_EQ(loaded.find("ratio")->getUnitKind(), 1);
-    const sptr_t<IVectorQuery> pair = IVectorQuery::cast(loaded.find("pair"));
-    EXPECT_THAT(memberIds(pair), ElementsAre("info", "inner"));
-    EXPECT_EQ(pair->getDefaultQuery(), loaded.find("info"));
+    const std::pair<const char*, const char*> queries[] = {
+        {"owner",
+         "owner '%Owner' 3 info dd_band::dd_thread.dd_process.label shown as "
+         "dd_thread.dd_process flat flat =viewer =editor"},
+        {"shown", "shown 'shown' 0 info slice_data::dd_task. shown as dd_task.dd_group flat "},
+        {"data", "data 'data' 0 data t cores false"},
+        {"time", "time 'time' 1 data t  true time"},
+        {"count", "count 'count' 2 data t  false count"},
+        {"instances", "instances 'instances' 2 data t  false instances"},
+        {"ratio", "ratio 'ratio' 1 derived"},
+        {"pair", "pair 'pair' 0 vector replaced inner new"},
+        {"late", "late a b c 'late' 1 data t  false time"},
+        {"a", "a dropped 'a' 0 info ::. shown as  flat "}};
+    for (const auto& [id, text] : queries)
+        EXPECT_EQ(textOf(loaded.find(id)), text);
+    EXPECT_EQ(attribute(loaded.find("owner"), "valueType").get<std::string>(), "text");
     EXPECT_EQ(loaded.find("inner"), nullptr) << "an inner definition is known to its owner alone";
+    EXPECT_EQ(facekit_1_x::toXmlString(loaded.find("replaced"))
+                  .rfind(R"(<infoQuery id="replaced" displayName="new")", 0),
+              0U)
+        << "as it was written";
 }
 
 TEST(QueryDefinitions, DisplayAttributesGetTheTypeThatTheirReadersAskFor) {
@@ -98,46 +100,19 @@ TEST(QueryDefinitions, DisplayAttributesGetTheTypeThatTheirReadersAskFor) {
             markerSize="8" int:sortValueType="4" int:timelinePenWidth="3" timelineBinMult="0.5"
             marker="true" double:mine="1.5" other="7"/></timeQuery>)"});
     ASSERT_THAT(loaded.errors, ElementsAre());
-    const auto type = [&](const char* name) {
-        return attribute(loaded.find("q"), name).get_type();
-    };
-    EXPECT_EQ(type("hideZeroDataOnExpansion"), basekit2::vtBool);
-    EXPECT_EQ(type("allowCollapse"), basekit2::vtBool);
-    EXPECT_EQ(type("markerSize"), basekit2::vtS32);
-    EXPECT_EQ(type("sortValueType"), basekit2::vtS32);
-    EXPECT_EQ(type("timelinePenWidth"), basekit2::vtString);
-    EXPECT_EQ(type("timelineBinMult"), basekit2::vtString);
-    EXPECT_EQ(type("marker"), basekit2::vtString);
-    EXPECT_EQ(type("mine"), basekit2::vtDouble);
-    EXPECT_EQ(type("other"), basekit2::vtString);
-    EXPECT_EQ(type("absent"), basekit2::vtNull);
-}
-
-TEST(QueryDefinitions, ChainsFollowTheExpansionsOfADefinition) {
-    const LibraryText loaded = loadLibrary({R"(
-        <timeQuery id="late"><dbPath>t</dbPath>
-          <expand><queryRef>a</queryRef><queryRef>b</queryRef></expand></timeQuery>
-        <infoQuery id="a"><expand><queryRef>dropped</queryRef></expand></infoQuery>
-        <infoQuery id="b"><expand><infoQuery id="c"/></expand></infoQuery>
-        <infoQuery id="dropped"/>)"});
-    ASSERT_THAT(loaded.errors, ElementsAre());
-    EXPECT_THAT(chainIds(loaded.find("late")), ElementsAre("late", "a", "b", "c"));
-    EXPECT_THAT(chainIds(loaded.find("a")), ElementsAre("a", "dropped"));
-}
-
-TEST(QueryDefinitions, ALaterDocumentReplacesADefinition) {
-    const LibraryText loaded = loadLibrary({R"(<infoQuery id="a" displayName="old"/>
-                        <infoQuery id="user"><expand><queryRef>a</queryRef></expand></infoQuery>)",
-                                            R"(<infoQuery id="a" displayName="new"/>)"});
-    ASSERT_THAT(loaded.errors, ElementsAre());
-    EXPECT_EQ(loaded.find("a")->getName(), "new");
-    EXPECT_EQ(loaded.find("user")->getExpansionQuery(), loaded.find("a"));
-}
-
-TEST(QueryDefinitions, DefinitionIsShownAsItWasWritten) {
-    const LibraryText loaded = loadLibrary({R"(<infoQuery id="a" displayName="A"/>)"});
-    const std::string text = facekit_1_x::toXmlString(loaded.find("a"));
-    EXPECT_EQ(text.find(R"(<infoQuery id="a" displayName="A")"), 0U) << text;
+    const std::pair<const char*, basekit2::variant_type_t> types[] = {
+        {"hideZeroDataOnExpansion", basekit2::vtBool},
+        {"allowCollapse", basekit2::vtBool},
+        {"markerSize", basekit2::vtS32},
+        {"sortValueType", basekit2::vtS32},
+        {"timelinePenWidth", basekit2::vtString},
+        {"timelineBinMult", basekit2::vtString},
+        {"marker", basekit2::vtString},
+        {"mine", basekit2::vtDouble},
+        {"other", basekit2::vtString},
+        {"absent", basekit2::vtNull}};
+    for (const auto& [name, type] : types)
+        EXPECT_EQ(attribute(loaded.find("q"), name).get_type(), type) << name;
 }
 
 TEST(QueryDefinitions, BrokenOnesAreToldWithFileLineAndIdAndLeftOut) {
@@ -161,50 +136,157 @@ TEST(QueryDefinitions, BrokenOnesAreToldWithFileLineAndIdAndLeftOut) {
         ++cases;
     }
     EXPECT_GE(cases, 20);
-}
-
-TEST(QueryDefinitions, DocumentThatIsNoXmlIsToldWithItsPlace) {
     const LibraryText loaded = loadLibrary({"<infoQuery id='good'/>", "\n<infoQuery id='x'"});
-    ASSERT_EQ(loaded.errors.size(), 1U);
-    EXPECT_EQ(loaded.errors.front().find("b.xml:2:"), 0U) << loaded.errors.front();
+    EXPECT_THAT(loaded.errors, ElementsAre(::testing::StartsWith("b.xml:2:")));
     EXPECT_NE(loaded.find("good"), nullptr);
 }
 
 // Each definition expands to the next one; the last one has no chain.
 std::string longChain(int links) {
     std::string text;
-    for (int i = 1; i <= links; ++i) {
-        const std::string next =
-            "<expand><queryRef>q" + std::to_string(i + 1) + "</queryRef></expand>";
-        text += "<infoQuery id='q" + std::to_string(i) + "'>" + (i < links ? next : "") +
-                "</infoQuery>\n";
-    }
+    for (int i = 1; i <= links; ++i)
+        text += fmt::format(i < links ? "<infoQuery id='q{}'><expand><queryRef>q{}</queryRef>"
+                                        "</expand></infoQuery>\n"
+                                      : "<infoQuery id='q{}'/>\n",
+                            i, i + 1);
     return text;
 }
 
-TEST(QueryDefinitions, ChainsEndAtThirtyTwoLinks) {
-    const LibraryText fits = loadLibrary({longChain(32)});
-    EXPECT_THAT(fits.errors, ElementsAre());
-    EXPECT_EQ(chainIds(fits.find("q1")).size(), 32U);
-
+TEST(QueryDefinitions, ChainsEndAtThirtyTwoLinksAndDeepNestingIsRefused) {
+    EXPECT_THAT(loadLibrary({longChain(32)}).errors, ElementsAre());
     const LibraryText longer = loadLibrary({longChain(33)});
     EXPECT_THAT(longer.errors,
                 ElementsAre("a.xml:1: infoQuery \"q1\": its chain of expansions has more than 32 "
                             "links; shorten it"));
-    EXPECT_EQ(chainIds(longer.find("q2")).size(), 32U);
+    EXPECT_THAT(chainIds(longer.find("q2")), ::testing::EndsWith("q32 q33 "));
+    EXPECT_EQ(loadLibrary({longChain(20000)}).errors.size(), 20000U - 32U);
+
+    std::string nested = "<infoQuery/>";
+    for (int i = 0; i < 200; ++i)
+        nested = "<infoQuery id='x'><expand>" + nested + "</expand></infoQuery>";
+    EXPECT_THAT(loadLibrary({nested}).errors,
+                ElementsAre("a.xml:1: infoQuery \"x\": definitions stand inside each other too "
+                            "deeply"));
 }
 
-TEST(QueryDefinitions, ManyDefinitionsInALineAndDeepNestingAreRefusedWithoutHarm) {
-    const LibraryText line = loadLibrary({longChain(20000)});
-    EXPECT_EQ(line.errors.size(), 20000U - 32U);
+const char* const kDefinitions = R"(
+    <infoQuery id="a"/><infoQuery id="b"/>
+    <timeQuery id="time" displayName="%Time"><dbPath>slice_data</dbPath>
+      <expand><queryRef>category</queryRef><queryRef>name</queryRef></expand>
+      <displayAttributes timelineGraphColor="1,2,3"/></timeQuery>
+    <infoQuery id="category"><dbPath>slice_data::dd_category</dbPath>
+      <expand><queryRef>name</queryRef></expand></infoQuery>
+    <infoQuery id="name" displayName="%Name"/>
+    <infoQuery id='thread'><dbPath>dd_band::dd_thread</dbPath></infoQuery>
+    <infoQuery id='core'><dbPath>dd_band::dd_core</dbPath></infoQuery>)";
 
-    std::string nested;
-    for (int i = 0; i < 200; ++i)
-        nested = "<infoQuery id='x'><expand>" + (nested.empty() ? "<infoQuery/>" : nested) +
-                 "</expand></infoQuery>";
-    const LibraryText deep = loadLibrary({nested});
-    EXPECT_THAT(deep.errors, ElementsAre("a.xml:1: infoQuery \"x\": definitions stand inside each "
-                                         "other too deeply"));
+bool isThread(const std::string& table, const std::string& column) {
+    return table == "dd_band" && column == "dd_band::dd_thread";
+}
+
+class QueryLibrary : public testing::Test {
+protected:
+    sptr_t<IVectorQuery> resolve(const std::string& xml) {
+        return m_loaded.library->resolveQuery(element(xml), nullptr);
+    }
+    sptr_t<IQuery> create(const std::string& xml, sptr_t<IQuery> query = nullptr) {
+        m_isMade = m_loaded.library->createQuery(element(xml), query, nullptr);
+        return query;
+    }
+    sptr_t<IQuery> find(const char* id) const { return m_loaded.find(id); }
+
+    LibraryText m_loaded = loadLibrary({kDefinitions}, isThread);
+    bool m_isMade = false;
+};
+
+TEST_F(QueryLibrary, FindsTheQueriesThatAnElementNames) {
+    const std::pair<const char*, const char*> elements[] = {
+        {"<rowBy useGridQuery='false' query='a'/>", "a "},
+        {"<tooltipBy query='b, a'/>", "b a "},
+        {"<drawBy><queryRef> time </queryRef></drawBy>", "time "},
+        {"<tooltipBy query='a'><queryRef>b</queryRef><infoQuery id='own'/></tooltipBy>",
+         "a b own "},
+        {"<infoQuery id='self'/>", "self "},
+        {"<queryRef>a</queryRef>", "a "},
+        {"<drawBy query='nobody'/>", "null"},
+        {"<drawBy/>", "null"},
+        // Unknown ones keep their place among others.
+        {"<tooltipBy query='a,nobody'><queryRef>b</queryRef></tooltipBy>", "a nobody b "}};
+    for (const auto& [xml, ids] : elements)
+        EXPECT_EQ(memberIds(resolve(xml)), ids) << xml;
+    const auto unknown = resolve("<tooltipBy query='nobody,a'/>")->getDefaultQuery();
+    EXPECT_TRUE(IInfoQuery::cast(unknown).is_null() && IDataQuery::cast(unknown).is_null());
+
+    // The attributes of an element go before those of its query.
+    const auto outer = resolve(
+        "<drawBy query='a'><displayAttributes timelineGraphColor='1,2,3' "
+        "text:hideZeroDataOnExpansion='true'/></drawBy>");
+    EXPECT_EQ(attribute(outer, "timelineGraphColor").get<std::string>(), "1,2,3");
+    EXPECT_EQ(attribute(outer, "hideZeroDataOnExpansion").get_type(), basekit2::vtBool);
+    EXPECT_TRUE(attribute(outer->getDefaultQuery(), "timelineGraphColor").is_null());
+
+    const CapturedLog log;
+    EXPECT_EQ(resolve("<drawBy><timeQuery id='mine'/></drawBy>"), nullptr);
+    EXPECT_NE(resolve("<drawBy query='a'><displayAttributes markerSize='x'/></drawBy>"), nullptr);
+    EXPECT_THAT(log.lines(40000),
+                ElementsAre("<timeQuery> \"mine\": it needs a table; write <dbPath>TABLE</dbPath>",
+                            ::testing::HasSubstr("display attribute \"markerSize\" is \"x\"")));
+}
+
+TEST_F(QueryLibrary, CreateQueryLeavesItsAnswerAloneWhenItFails) {
+    EXPECT_EQ(create("<column/>", find("a")), find("a"));
+    EXPECT_FALSE(m_isMade);
+    EXPECT_EQ(create("<queryRef>b</queryRef>", find("a")), find("b"));
+    EXPECT_TRUE(m_isMade);
+    EXPECT_EQ(find("nobody"), nullptr);
+}
+
+TEST_F(QueryLibrary, CombinationIsTheFirstLinkWithoutAChain) {
+    const auto time = find("time");
+    const auto combined = IQuery::combineExpansion(time, nullptr);
+    EXPECT_FALSE(dataface_1::ITimeQuery::cast(combined).is_null());
+    EXPECT_EQ(textOf(combined).substr(textOf(combined).find('\'')),
+              "'%Time' 1 data slice_data  false time");
+    EXPECT_EQ(attribute(combined, "timelineGraphColor").get<std::string>(), "1,2,3");
+    EXPECT_EQ(combined->getExpansionQuery(), nullptr);
+    EXPECT_EQ(chainIds(time), "time category name ");
+    EXPECT_TRUE(IQuery::areEqual(combined, time, true, true));
+    EXPECT_EQ(IQuery::combineExpansion(find("a"), nullptr), find("a")) << "nothing to fold";
+    EXPECT_EQ(IQuery::combineExpansion(nullptr, nullptr), nullptr);
+    // Those without ids differ by their chains.
+    const auto expandedBy = [&](const std::string& id) {
+        return IQuery::combineExpansion(
+            create("<timeQuery><dbPath>slice_data</dbPath><expand><queryRef>" + id +
+                   "</queryRef></expand></timeQuery>"),
+            nullptr);
+    };
+    EXPECT_TRUE(IQuery::areEqual(expandedBy("name"), expandedBy("name"), true, true));
+    EXPECT_FALSE(IQuery::areEqual(expandedBy("name"), expandedBy("category"), false, false));
+}
+
+TEST_F(QueryLibrary, EqualityByIdWithRestrictionsAndNamesOnRequest) {
+    const auto narrow = [&] {
+        return IInfoQuery::restrict(find("name"),
+                                    basekit2::make_iterator(std::vector<variant_t>{"a"}));
+    };
+    const auto renamed = create("<infoQuery id='name' displayName='other'/>");
+    const auto name = find("name");
+    EXPECT_TRUE(IQuery::areEqual(name, narrow(), false, true));
+    EXPECT_FALSE(IQuery::areEqual(name, narrow(), true, false));
+    EXPECT_TRUE(IQuery::areEqual(narrow(), narrow(), true, true));
+    EXPECT_TRUE(IQuery::areEqual(name, renamed, true, false));
+    EXPECT_FALSE(IQuery::areEqual(name, renamed, true, true));
+    EXPECT_FALSE(IQuery::areEqual(name, find("category"), false, false));
+    EXPECT_FALSE(IQuery::areEqual(name, nullptr, false, false));
+}
+
+TEST_F(QueryLibrary, BandColumnOfAGroupingIsAskedOfTheResult) {
+    std::string column = "untouched";
+    EXPECT_FALSE(IInfoQuery::cast(find("core"))->getBandColumn(column, "dd_band", 2));
+    EXPECT_FALSE(IInfoQuery::cast(find("thread"))->getBandColumn(column, "slice_data", 2));
+    EXPECT_EQ(column, "untouched");
+    EXPECT_TRUE(IInfoQuery::cast(find("thread"))->getBandColumn(column, "dd_band", 2));
+    EXPECT_EQ(column, "dd_band::dd_thread");
 }
 
 }  // namespace

@@ -128,6 +128,7 @@ private:
             row.count = timeOf(text.substr(count + 1));
             text.resize(count);
         }
+        if (text == "-") return;
         row.attr = names == TableId::thread ? rowId(names, text) : m_writer.named(names, text);
     }
 

@@ -2,7 +2,6 @@
 // comes out is compared with golden/NAME.txt: the records, what was logged while parsing, and what
 // printMessages writes. LANEFEED_UPDATE_GOLDEN=1 writes the files anew.
 #include "queries/query_library.h"
-#include "record_text.h"
 #include "support/captured_log.h"
 #include "viewpoint_text.h"
 
@@ -58,7 +57,7 @@ TEST_P(Golden, GivesTheRecordsAndTheLogToTheLetter) {
 
 INSTANTIATE_TEST_SUITE_P(Viewpoints,
                          Golden,
-                         testing::Values("attributes", "drawing", "broken"),
+                         testing::Values("attributes", "drawing", "grids", "broken"),
                          [](const auto& viewpoint) { return std::string(viewpoint.param); });
 
 }  // namespace

@@ -8,10 +8,10 @@
 
 #include <string>
 
+// Viewpoints from a few lines of text, and what becomes of them as text.
 namespace lanefeed_1::fakes {
 
 using basekit2::sptr_t;
-using lanefeed_test::FakeLibrary;
 
 // A host: localised texts are their keys in brackets, default colours have an alpha.
 class HostParser : public TLViewpointParser {
@@ -25,7 +25,9 @@ public:
 // An element out of XML text, under the name of its root.
 basekit2::variant_bag_t element(const std::string& xml);
 
-class FakeMessenger : public relay2::IMessenger {};
+// All records of a parse as indented text, a line each. Flags stand by their name when set, texts
+// when not empty, numbers always.
+std::string recordText(const TLViewpointParser& parser);
 
 // A parse against a fake library; queries are added to `m_library->vectors` before it.
 class ViewpointTest : public testing::Test {
@@ -35,14 +37,13 @@ protected:
     // Parses a viewpoint of one layer and gives that.
     TLViewpointParser::LayerInfo& parseOneLayer(const std::string& attributes,
                                                 const std::string& inside);
-    TLViewpointParser::LayerInfo& firstLayer();
+    TLViewpointParser::RowSet& firstRowSet() { return m_parser.m_areas.at(0).rowSets.at(0); }
     // Messages of the parse, a line each after where they file: "area 1: ...", "layer 1/2: ...".
-    // Line feeds inside are written as "\n".
     std::string messages() const;
 
-    sptr_t<basekit2::ref_counted_t<FakeLibrary>> m_library = basekit2::make_object<FakeLibrary>();
+    sptr_t<basekit2::ref_counted_t<lanefeed_test::FakeLibrary>> m_library =
+        basekit2::make_object<lanefeed_test::FakeLibrary>();
     sptr_t<dataface_1::IInputData> m_result = basekit2::make_object<lanefeed_test::FakeInput>();
-    sptr_t<relay2::IMessenger> m_messenger = basekit2::make_object<FakeMessenger>();
     sptr_t<ParseLogger> m_logger = basekit2::make_object<ParseLogger>();
     HostParser m_parser;
 };
