@@ -1,4 +1,4 @@
-// The record that says where a value lives. Tested by tests/viewpoint/datasource_test.cpp.
+// The record that says where a value lives. Tested by tests/viewpoint/parser_test.cpp.
 
 #include "dicerdatasource.h"
 

@@ -1,5 +1,5 @@
 // Messages of one parse, by area and layer, their printing, and the texts that they are made of.
-// Tested by tests/viewpoint/parse_logger_test.cpp.
+// Tested by tests/viewpoint/golden_test.cpp.
 
 #include "parse_logger.h"
 

@@ -1,7 +1,7 @@
 // A viewpoint from the top down to its rows. Each element is a bag; what the vocabulary does not
 // know is reported and passed over, and no area, row set or row is dropped for a failure. Queries
 // are resolved afterwards, except those of grids. Tested by tests/viewpoint/golden_test.cpp and
-// parsing_test.cpp.
+// parser_test.cpp.
 
 #include "viewpointparser.h"
 

@@ -1,6 +1,6 @@
 // Which layers can be shown with the data that a result holds. A layer whose query was not resolved
 // has an empty source and fails here; that is how a failure of the parse takes effect. Tested by
-// tests/viewpoint/applicable_test.cpp.
+// tests/agreement/shipped_viewpoints_test.cpp and tests/viewpoint/parser_test.cpp.
 
 #include "viewpointparser.h"
 

@@ -1,6 +1,6 @@
 // What a layer draws. The kind of the query decides, in a fixed order of kinds, since one query may
 // be of several; the data type left in the source steers every later read. Tested by
-// tests/viewpoint/golden_test.cpp and resolving_test.cpp.
+// tests/viewpoint/golden_test.cpp and parser_test.cpp.
 
 #include "viewpointparser.h"
 

@@ -2,7 +2,7 @@
 // part of what a host may rely on: the ruler, then area by area the rows, the layers and the grid;
 // in a layer the draw query, its dive queries, the tooltip, the highlight. Nothing is reset, so a
 // second pass adds tooltips and dive queries once more. Tested by
-// tests/viewpoint/resolving_test.cpp.
+// tests/viewpoint/parser_test.cpp.
 
 #include "viewpointparser.h"
 

@@ -1,5 +1,5 @@
 // Errors of the runtime on the logger that the library uses too.
-// Tested by tests/queries/query_library_test.cpp.
+// Tested by tests/queries/query_definitions_test.cpp.
 #include "runtime_log.h"
 
 #include <logagent_1/log.h>

@@ -2,7 +2,7 @@
 // Attributes and children are looked up in tables of names and readers; a name that no table has is
 // an error, so that a misspelt one is told instead of being ignored. Children may be queries again,
 // as links of a chain or members of a list.
-// Tested by tests/queries/query_definitions_test.cpp and generated_queries_test.cpp.
+// Tested by tests/queries/query_definitions_test.cpp.
 #include "query_builder.h"
 
 #include "display_attributes.h"

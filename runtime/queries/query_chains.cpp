@@ -1,7 +1,7 @@
 // What is done with the chain of a query: folding, narrowing, comparing.
 // A chain is walked by getExpansionQuery, so that queries of another library may be links of it;
 // what only this library knows of a query (its traits) is used where it is there.
-// Tested by tests/queries/query_chains_test.cpp.
+// Tested by tests/queries/query_definitions_test.cpp.
 #include "query_chains.h"
 
 #include "query_objects.h"

@@ -2,7 +2,8 @@
 // bags ask.
 // An element of a viewpoint names queries in its attribute "query" and in its children; what it
 // names but nobody knows stays in the answer as a query that has an id and nothing else, so that
-// the viewpoint parser can say which one it was. Tested by tests/queries/query_library_test.cpp.
+// the viewpoint parser can say which one it was. Tested by
+// tests/queries/query_definitions_test.cpp.
 #include "query_library.h"
 
 #include "definition_linker.h"

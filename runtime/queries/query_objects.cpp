@@ -1,7 +1,7 @@
 // The query objects: one class for each kind, all over the same immutable traits.
 // What a kind does not have is simply empty in its traits. Queries are shared between threads; an
 // operation that changes one makes a new object (query_chains).
-// Tested by tests/queries/query_library_test.cpp and query_chains_test.cpp.
+// Tested by tests/queries/query_definitions_test.cpp.
 #include "query_objects.h"
 
 #include "query_chains.h"

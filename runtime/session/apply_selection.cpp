@@ -1,4 +1,4 @@
-// Selections put in force, kept and told. Tested by tests/queries/apply_selection_test.cpp.
+// Selections put in force, kept and told. Tested by tests/queries/filters_test.cpp.
 #include "apply_selection.h"
 
 #include "filter_description.h"

@@ -1,4 +1,4 @@
-// Filters as text. Tested by tests/queries/apply_selection_test.cpp.
+// Filters as text. Tested by tests/queries/filters_test.cpp.
 #include "filter_description.h"
 
 #include "store/attribute_retriever.h"

@@ -1,6 +1,6 @@
 // Filters as users write them. Values are looked up in the tables of the result, so that what is
 // set are ids, and a name that nothing bears is told at once.
-// Tested by tests/queries/filter_text_test.cpp.
+// Tested by tests/queries/filters_test.cpp.
 #include "filter_text.h"
 
 #include "open_result.h"

@@ -1,5 +1,5 @@
 // Names for the attributes of a result, taken from its tables, so that a result of another kind of
-// trace has its own. Tested by tests/queries/filter_text_test.cpp.
+// trace has its own. Tested by tests/queries/filters_test.cpp.
 #include "store/filter_columns.h"
 
 #include "store/catalog.h"

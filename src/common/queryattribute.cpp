@@ -1,5 +1,5 @@
 // Display attributes of queries, read with the kind that the reader expects. Tested by
-// tests/viewpoint/resolving_test.cpp.
+// tests/viewpoint/parser_test.cpp.
 
 #include "common/queryattribute.h"
 

@@ -1,4 +1,4 @@
-// Elements, queries and data sources. Tested by tests/viewpoint/resolving_test.cpp.
+// Elements, queries and data sources. Tested by tests/viewpoint/parser_test.cpp.
 
 #include "common/querysource.h"
 

@@ -2,7 +2,7 @@
 // filter keeps, clipped to the time that it keeps. On bundled traces and on small random ones.
 #include "agreement/cut_result.h"
 #include "agreement/imported_trace.h"
-#include "support/fake_queries.h"
+#include "support/filter_words.h"
 #include "support/trace_text.h"
 
 #include <cmath>
@@ -13,7 +13,6 @@ namespace lanefeed_test {
 namespace {
 
 using basekit2::u64_t;
-using Builder = dataface_1::IQueryFilterBuilder;
 
 // As parts of the result's time.
 struct Span {
@@ -22,20 +21,10 @@ struct Span {
 };
 using Spans = std::vector<Span>;
 
-struct Condition {
-    enum Group { none, excluded, negated };
-
-    const char* table;
-    const char* path;
-    basekit2::variant_t value;  // id of the row, or its name
-    bool isExcluded = false;
-    Group group = none;
-};
-
 // A filter, and the same by hand.
 struct Cut {
     const char* name;
-    std::vector<Condition> conditions;
+    std::string words;      // the filter without time
     std::string bandsGone;  // SQL condition on instances of any kind
     std::string namesGone;  // on slices and asynchronous ones
     Spans kept = {};
@@ -47,32 +36,36 @@ struct Cut {
 
 // Cuts of a result by its commonest name, its first thread and first process.
 std::vector<Cut> cutsOf(const std::string& file) {
-    const std::string id =
-        runSql(file, "select attr from slice_data group by attr order by count(*) desc").at(0);
+    const std::string id = runSql(file,
+                                  "select attr from slice_data where attr in (select rowid from "
+                                  "dd_task where name not like '% %') group by attr "
+                                  "order by count(*) desc")
+                               .at(0);
     const std::string name = runSql(file, "select name from dd_task where rowid = " + id).at(0);
     const std::string ofName = "attr in (select rowid from dd_task where name = '" + name + "')";
     const std::string ofThread = "dd_band in (select rowid from dd_band where dd_thread = 1)";
     const std::string ofProcess =
         "dd_band in (select b.rowid from dd_band b join dd_thread t on t.rowid = b.dd_thread"
         " where t.dd_process = 1)";
-    const Condition thread{"dd_band", "dd_thread", 1};
-    const Condition notThread{"dd_band", "dd_thread", 1, true};
-    const Condition notProcess{"dd_band", "dd_thread.dd_process", 1, false, Condition::excluded};
-    const Condition named{"slice_data", "attr", std::stoi(id)};
-    const Condition notNamed{"slice_data", "attr", std::stoi(id), false, Condition::excluded};
-    const Condition notText{"slice_data", "attr", name.c_str(), false, Condition::negated};
+    const std::string named = "slice_data::attr=" + id;
     const Spans middle = {{.4, .7}};
     const Spans ends = {{0, .4}, {.7, 1}};
     const Spans ranges = {{.1, .5}, {.8, .9}};
     const Spans holed = {{.1, .3}, {.32, .5}, {.8, .9}};
-    return {{"one span", {}, "", "", {{.21, .64}}, {}, {{.21, .64}}, false},
-            {"all but the middle", {}, "", "", {}, middle, ends},
-            {"ranges with a hole", {}, "", "", ranges, {{.3, .32}}, holed},
-            {"thread", {thread}, "not " + ofThread, ""},
-            {"not the process", {notProcess}, ofProcess, ""},
-            {"name", {named}, "", "not " + ofName},
-            {"not the name, by its text", {notText}, "", ofName},
-            {"time, thread and names", {notThread, notNamed}, ofThread, ofName, {}, middle, ends}};
+    return {{"one span", "", "", "", {{.21, .64}}, {}, {{.21, .64}}, false},
+            {"all but the middle", "", "", "", {}, middle, ends},
+            {"ranges with a hole", "", "", "", ranges, {{.3, .32}}, holed},
+            {"thread", "dd_band::dd_thread=1", "not " + ofThread, ""},
+            {"not the process", "none( dd_band::dd_thread.dd_process=1 )", ofProcess, ""},
+            {"name", named, "", "not " + ofName},
+            {"not the name", "not( slice_data::attr/name='" + name + "' )", "", ofName},
+            {"time, thread and names",
+             "dd_band::dd_thread!=1 none( " + named + " )",
+             ofThread,
+             ofName,
+             {},
+             middle,
+             ends}};
 }
 
 // A result and its cuts.
@@ -91,7 +84,7 @@ public:
         ASSERT_FALSE(first.empty());
         for (const Cut& cut : cutsOf(m_file)) {
             SCOPED_TRACE(cut.name);
-            setFilter("global", cut);
+            ASSERT_TRUE(setFilter(*m_store.filters, "global", wordsOf(cut)));
             CutResult byHand(m_file, statements(cut));
             const auto expected = byHand.database().getTimelineDatabase();
             const Cells cells = cellsOf(byHand.database(), expected, cut.byPauses);
@@ -100,7 +93,7 @@ public:
             if (cut.excluded.empty()) {
                 EXPECT_EQ(drawingsOf(*filtered), drawingsOf(*expected));
             }
-            if (!cut.conditions.empty() && !cut.excluded.empty()) expectOnOtherRoads(cut, cells);
+            if (!cut.words.empty() && !cut.excluded.empty()) expectOnOtherRoads(cut, cells);
             EXPECT_NE(cells, first);
             m_store.filters->clearFilter("global");
         }
@@ -146,36 +139,20 @@ private:
         return text;
     }
 
-    void setFilter(const std::string& name, const Cut& cut) {
-        const auto rows = m_store.filters->createQueryFilterBuilder();
-        for (const Condition& condition : cut.conditions) {
-            QueryFacts facts;
-            facts.table = condition.table;
-            facts.path = condition.path;
-            facts.attr = "name";
-            if (condition.group != Condition::none)
-                rows->beginGroup(condition.group == Condition::excluded ? Builder::groupExcluded
-                                                                        : Builder::groupNegated);
-            rows->addCondition(infoQuery(facts), condition.isExcluded, condition.value);
-            if (condition.group != Condition::none) rows->endGroup();
-        }
-        if (!cut.conditions.empty()) m_store.filters->setQueryFilter(name, rows->build());
-        if (cut.left.empty()) return;
-        const auto builder = m_store.filters->createTimeFilterBuilder();
+    std::string wordsOf(const Cut& cut) const {
+        std::string words = cut.words;
         for (const Span& span : cut.kept)
-            builder->addRange(at(span.start), at(span.end), false);
+            words += fmt::format(" @{}..{}", at(span.start), at(span.end));
         for (const Span& span : cut.excluded)
-            builder->addRange(at(span.start), at(span.end), true);
-        m_store.filters->setTimeFilter(name, builder->build());
+            words += fmt::format(" @-{}..{}", at(span.start), at(span.end));
+        return words;
     }
 
     // A query on the raw result, and one that requires the half of the filter that "global" lacks.
     void expectOnOtherRoads(const Cut& cut, const Cells& expected) {
         storelink1::IDatabase& database = *m_store.database;
         expectEqual(cellsOf(database, nullptr, cut.byPauses), expected, "raw result");
-        Cut half = cut;
-        half.left.clear();
-        setFilter("required", half);
+        setFilter(*m_store.filters, "required", cut.words);
         m_store.filters->setQueryFilter("global", nullptr);
         const auto filtered = database.getFilteredTimelineDatabase();
         expectEqual(cellsOf(database, nullptr, cut.byPauses, "required"), expected,

@@ -2,9 +2,8 @@
 // host sets it, and by hand on the list.
 #include "agreement/random_slices.h"
 
+#include "support/filter_words.h"
 #include "support/trace_text.h"
-
-#include <dataface_1/filters.h>
 
 #include <fmt/format.h>
 #include <fstream>
@@ -62,6 +61,7 @@ RandomSlices::RandomSlices(std::mt19937& random, int count)
 
 void RandomSlices::filter(std::mt19937& random) {
     const int parts = pick(random, 1, 3);
+    std::string words;
     m_kept = {{0, ~0ULL}};
     m_withoutName.clear();
     if ((parts & 1) != 0) {
@@ -70,19 +70,16 @@ void RandomSlices::filter(std::mt19937& random) {
         for (int i = pick(random, 1, 3); i > 0; --i) {
             const u64_t start = at + static_cast<u64_t>(pick(random, 0, kSpan / 3));
             at = start + static_cast<u64_t>(pick(random, 1, kSpan / 3));
+            words += fmt::format("@{}..{} ", start, at);
             m_kept.push_back({start, at++});
         }
     }
-    if ((parts & 2) != 0) m_withoutName = "a" + std::to_string(pick(random, 1, kNames));
+    if ((parts & 2) != 0) {
+        m_withoutName = "a" + std::to_string(pick(random, 1, kNames));
+        words += "slice_data::attr/name!='" + m_withoutName + "'";
+    }
     for (const SlicePane& pane : m_panes) {
-        pane.filters->clearFilter("global");
-        const auto time = pane.filters->createTimeFilterBuilder();
-        for (const storelink1::time_interval_t& span : m_kept)
-            time->addRange(span.start, span.end, false);
-        if ((parts & 1) != 0) pane.filters->setTimeFilter("global", time->build());
-        const auto names = pane.filters->createQueryFilterBuilder();
-        names->addCondition(pane.query("sliceName"), true, m_withoutName.c_str());
-        if ((parts & 2) != 0) pane.filters->setQueryFilter("global", names->build());
+        setFilter(*pane.filters, "global", words);
         pane.provider->filterChanged("global");
     }
 }

@@ -85,6 +85,7 @@ TEST(QueryDefinitions, BecomeQueriesThatHoldAllThatTheirElementsSay) {
         {"a", "a dropped 'a' 0 info ::. shown as  flat "}};
     for (const auto& [id, text] : queries)
         EXPECT_EQ(textOf(loaded.find(id)), text);
+    EXPECT_TRUE(IInfoQuery::cast(loaded.find("shown"))->getValues(1).is_null());
     EXPECT_EQ(attribute(loaded.find("owner"), "valueType").get<std::string>(), "text");
     EXPECT_EQ(loaded.find("inner"), nullptr) << "an inner definition is known to its owner alone";
     EXPECT_EQ(facekit_1_x::toXmlString(loaded.find("replaced"))

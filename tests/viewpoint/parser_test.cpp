@@ -44,6 +44,7 @@ TEST_F(Parser, AsksForRulerRowsAndLayersInAFixedOrder) {
               (std::vector<std::string>{"colorBy color", "tooltipBy ruler", "rowBy row",
                                         "drawBy draw", "diveBy 0", "tooltipBy 1", "highlightBy 2"}))
         << "colours while they are read, all else afterwards";
+    EXPECT_EQ(m_library->messengers, std::set<relay2::IMessenger*>{m_messenger.get()});
 }
 
 TEST_F(Parser, TellsOfQueriesThatTheLibraryGivesWithHoles) {

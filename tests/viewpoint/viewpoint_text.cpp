@@ -139,8 +139,8 @@ std::string recordText(const TLViewpointParser& parser) {
 }
 
 void ViewpointTest::parse(const std::string& inside) {
-    m_parser.parseViewpoint(element("<viewpoint>" + inside + "</viewpoint>"), m_library, nullptr,
-                            m_result, m_logger);
+    m_parser.parseViewpoint(element("<viewpoint>" + inside + "</viewpoint>"), m_library,
+                            m_messenger.get(), m_result, m_logger);
 }
 
 TLViewpointParser::LayerInfo& ViewpointTest::parseOneLayer(const std::string& attributes,

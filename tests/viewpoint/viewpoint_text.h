@@ -29,6 +29,8 @@ basekit2::variant_bag_t element(const std::string& xml);
 // when not empty, numbers always.
 std::string recordText(const TLViewpointParser& parser);
 
+class FakeMessenger : public relay2::IMessenger {};
+
 // A parse against a fake library; queries are added to `m_library->vectors` before it.
 class ViewpointTest : public testing::Test {
 protected:
@@ -44,6 +46,7 @@ protected:
     sptr_t<basekit2::ref_counted_t<lanefeed_test::FakeLibrary>> m_library =
         basekit2::make_object<lanefeed_test::FakeLibrary>();
     sptr_t<dataface_1::IInputData> m_result = basekit2::make_object<lanefeed_test::FakeInput>();
+    sptr_t<relay2::IMessenger> m_messenger = basekit2::make_object<FakeMessenger>();
     sptr_t<ParseLogger> m_logger = basekit2::make_object<ParseLogger>();
     HostParser m_parser;
 };
