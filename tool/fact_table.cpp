@@ -25,7 +25,8 @@ std::string plainText(const Value& value, int depth) {
     if (value.IsInt64()) return std::to_string(value.GetInt64());
     if (value.IsDouble()) return fmt::format("{}", value.GetDouble());
     if (value.IsBool()) return value.GetBool() ? "yes" : "no";
-    if (depth > 2 || value.IsNull()) return "...";
+    if (value.IsNull()) return "none";
+    if (depth > 2) return "...";
     std::string text;
     const auto add = [&](const std::string& part) { text += (text.empty() ? "" : ", ") + part; };
     if (value.IsObject()) {
