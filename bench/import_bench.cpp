@@ -1,13 +1,15 @@
 // Import of traces, from the file to the finished result, against a bare pass over the same bytes
-// (of the JSON reader, or line by line) and against the reading alone, whose rows nobody keeps; and
-// the sort by time against a temporary table of a database. A generated
-// trace of any size comes through a pipe, all on one line, and shows what memory an import takes.
+// (of the JSON reader, or line by line), against the reading alone, whose rows nobody keeps, and
+// against bare inserts of its rows; and the sort by time against a temporary table of a database. A
+// generated trace of any size comes through a pipe, all on one line, and shows what memory an
+// import takes.
 //
 //   ./import_bench TRACE... [--benchmark_filter=...]
 //   LANEFEED_BENCH_MEGABYTES=5000 ./import_bench --benchmark_filter=generated
 //
 // The counter rss_mb is the highest resident size of the process during that benchmark.
 
+#include "bare_inserts.h"
 #include "common/byte_source.h"
 #include "common/line_reader.h"
 #include "common/time_sorter.h"
@@ -150,6 +152,19 @@ void wholeImport(benchmark::State& state, const std::string& file) {
     report(state, outcome.bytes);
     countEvents(state, outcome);
     fs::remove(target);
+}
+
+// The rows of that result put into a file by bound statements: what the import is to be held
+// against.
+void bareInserts(benchmark::State& state, const std::string& file) {
+    const std::string result = (scratchFolder() / "result.lft").string();
+    if (importInto(file, result).error.failed()) return state.SkipWithError("no import");
+    const lanefeed_bench::BareInserts rows(result);
+    for (auto _ : state) {
+        if (!rows.insert(result)) return state.SkipWithError("no insert");
+    }
+    state.SetItemsProcessed(static_cast<std::int64_t>(rows.rows()) * state.iterations());
+    fs::remove(result);
 }
 
 // Begins, ends, complete slices with arguments, counters, flows and async events of 16 threads,
@@ -317,6 +332,8 @@ void registerAll(int count, char** names) {
         benchmark::RegisterBenchmark(("reading/" + shown).c_str(), readingAlone, file)
             ->Unit(benchmark::kMillisecond);
         benchmark::RegisterBenchmark(("import/" + shown).c_str(), wholeImport, file)
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark(("bare_inserts/" + shown).c_str(), bareInserts, file)
             ->Unit(benchmark::kMillisecond);
     }
     const char* const megabytes = std::getenv("LANEFEED_BENCH_MEGABYTES");

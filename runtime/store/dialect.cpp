@@ -67,8 +67,10 @@ std::string insertAll(const TableDef& def, std::string_view from) {
 }
 
 std::string writerSettings(std::size_t cacheBytes) {
-    // Nothing to roll back to: a failed file is removed. The finished file is synced once.
-    return "pragma journal_mode = off; pragma synchronous = off; pragma locking_mode = exclusive;"
+    // Nothing to roll back to: a failed file is removed. The finished file is synced once. Rows go
+    // into great pages a tenth faster than into those of 4 kB, and are read as fast.
+    return "pragma page_size = 16384; pragma journal_mode = off; pragma synchronous = off; pragma "
+           "locking_mode = exclusive;"
            "pragma cache_spill = on; pragma cache_size = -" +
            std::to_string(cacheBytes / 1024);
 }

@@ -29,6 +29,7 @@ public:
 
     InstanceSink(const TableDef& def, const std::string& directory);
 
+    const TableDef& def() const { return m_def; }
     void add(const InstanceRow& row);
     std::uint64_t size() const { return m_sorter.size(); }
     std::size_t bytesInMemory() const { return m_sorter.bytesInMemory(); }

@@ -56,10 +56,11 @@ constexpr std::array<std::uint64_t, kWord + 1> kLowBytes{0,
 
 void RecordPacker::add(const std::int64_t* record) {
     const std::size_t cells = m_before.size();
-    const std::size_t old = m_bytes.size();
-    m_bytes.resize(old + mostBytes(cells));
-    unsigned char* const lengths = &m_bytes[old];
+    const std::size_t most = mostBytes(cells);
+    if (m_bytes.size() - m_size < most) m_bytes.resize(2 * m_bytes.size() + most);
+    unsigned char* const lengths = m_bytes.data() + m_size;
     unsigned char* out = lengths + lengthBytes(cells);
+    std::fill(lengths, out, 0);
     for (std::size_t i = 0; i < cells; ++i) {
         const std::uint64_t word = difference(record[i], m_before[i]);
         const unsigned length = bytesOf(word);
@@ -68,11 +69,11 @@ void RecordPacker::add(const std::int64_t* record) {
         out += length;
         m_before[i] = record[i];
     }
-    m_bytes.resize(static_cast<std::size_t>(out - m_bytes.data()));
+    m_size = static_cast<std::size_t>(out - m_bytes.data());
 }
 
 void RecordPacker::restart() {
-    m_bytes.clear();
+    m_size = 0;
     std::fill(m_before.begin(), m_before.end(), 0);
 }
 

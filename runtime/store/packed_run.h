@@ -13,16 +13,17 @@ public:
     explicit RecordPacker(std::size_t cells) : m_before(cells) {}
 
     void add(const std::int64_t* record);
-    std::size_t size() const { return m_bytes.size(); }
+    std::size_t size() const { return m_size; }
     const unsigned char* data() const { return m_bytes.data(); }
     // The bytes have gone somewhere; what is added next follows them.
-    void clearBytes() { m_bytes.clear(); }
+    void clearBytes() { m_size = 0; }
     // What is added next follows nothing.
     void restart();
 
 private:
     std::vector<std::int64_t> m_before;
-    std::vector<unsigned char> m_bytes;
+    std::vector<unsigned char> m_bytes;  // and room for more
+    std::size_t m_size = 0;
 };
 
 // Reads packed records one after the other, from memory or from a part of a file.

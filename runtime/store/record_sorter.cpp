@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kBlockRecords = 8192;
 // Memory of the read buffers of all runs of a file together.
-constexpr std::size_t kReadBytes = std::size_t{32} << 20;
+constexpr std::size_t kReadBytes = std::size_t{8} << 20;
 constexpr std::size_t kWritePiece = std::size_t{256} << 10;
 
 }  // namespace

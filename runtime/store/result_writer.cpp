@@ -96,7 +96,9 @@ private:
     // Statements end before their connection.
     std::map<TableId, AttributeRows> m_attributes;
     Statement m_insertArgs;
-    std::map<TableId, InstanceSink> m_sinks;
+    // In the order of tables; null until the first row.
+    std::vector<std::unique_ptr<InstanceSink>> m_sinks =
+        std::vector<std::unique_ptr<InstanceSink>>(schemaTables().size());
     std::vector<BandRow> m_bands;
     boost::unordered_map<std::pair<int, int>, int> m_wholeBands;  // type and id to band
     std::vector<TimeSpan> m_pauses;
@@ -222,16 +224,18 @@ std::int64_t SqliteResultWriter::addArgs(std::string_view json) {
 
 bool SqliteResultWriter::add(TableId id, const InstanceRow& row) {
     if (!usable() || !isSpan(row.begin, row.end)) return false;
-    const TableDef& def = table(id);
-    if (def.role != TableRole::instance) return false;
-    auto sink = m_sinks.find(id);
-    if (sink == m_sinks.end()) sink = m_sinks.try_emplace(id, def, m_file.directory()).first;
-    if (sink->second.hasSource()) {
+    std::unique_ptr<InstanceSink>& sink = m_sinks[static_cast<std::size_t>(id)];
+    if (sink == nullptr) {
+        const TableDef& def = table(id);
+        if (def.role != TableRole::instance) return false;
+        sink = std::make_unique<InstanceSink>(def, m_file.directory());
+    }
+    if (sink->hasSource()) {
         if (!isTime(row.sourceBegin)) return false;
         m_span.add(row.sourceBegin, row.sourceBegin);
     }
     m_span.add(row.begin, lastTimeOf(row.begin, row.end));
-    sink->second.add(row);
+    sink->add(row);
     return makeRoom();
 }
 
@@ -242,10 +246,11 @@ bool SqliteResultWriter::makeRoom() {
     m_rowsSinceCheck = 0;
     std::size_t bytes = 0;
     InstanceSink* biggest = nullptr;
-    for (auto& entry : m_sinks) {
-        bytes += entry.second.bytesInMemory();
-        if (biggest == nullptr || entry.second.bytesInMemory() > biggest->bytesInMemory())
-            biggest = &entry.second;
+    for (const auto& sink : m_sinks) {
+        if (sink == nullptr) continue;
+        bytes += sink->bytesInMemory();
+        if (biggest == nullptr || sink->bytesInMemory() > biggest->bytesInMemory())
+            biggest = sink.get();
     }
     if (bytes <= m_options.sortMemory) return true;
     return biggest->spill() || failedSorting();
@@ -278,8 +283,8 @@ bool SqliteResultWriter::setFact(std::string_view key, std::string_view value) {
 
 std::uint64_t SqliteResultWriter::instanceCount() const {
     std::uint64_t count = 0;
-    for (const auto& entry : m_sinks)
-        count += entry.second.size();
+    for (const auto& sink : m_sinks)
+        count += sink != nullptr ? sink->size() : 0;
     return count;
 }
 
@@ -329,17 +334,19 @@ void SqliteResultWriter::addOwnFacts(const TickScale& scale) {
 }
 
 bool SqliteResultWriter::writeInstances(const TickScale& scale, relay2::IProgress* progress) {
-    for (auto& [id, sink] : m_sinks) {
+    for (auto& sink : m_sinks) {
         // A table without rows is not made.
-        if (sink.size() == 0) continue;
-        switch (sink.write(*m_connection, scale, progress)) {
+        if (sink == nullptr || sink->size() == 0) continue;
+        switch (sink->write(*m_connection, scale, progress)) {
         case InstanceSink::Outcome::done: break;
         case InstanceSink::Outcome::cancelled:
             m_error = {Kind::cancelled, m_options.target + ": cancelled; nothing was written"};
             return false;
-        case InstanceSink::Outcome::failed: return failed("writing " + std::string(table(id).name));
+        case InstanceSink::Outcome::failed:
+            return failed("writing " + std::string(sink->def().name));
         case InstanceSink::Outcome::sortFailed: return failedSorting();
         }
+        sink.reset();
     }
     return true;
 }

@@ -74,10 +74,10 @@ TEST_F(OpenStoreTest, OpensAWholeResultAndLeavesItAlone) {
 
 TEST_F(OpenStoreTest, TellsWrongFilesApart) {
     // The head of a result on a database without its tables: cut down to one empty page.
-    std::string empty = withNumber(m_whole.substr(0, 4096), 28, 1);
+    std::string empty = withNumber(m_whole.substr(0, 16384), 28, 1);
     std::fill(empty.begin() + 100, empty.end(), '\0');
     empty[100] = 13;  // an empty leaf page
-    empty[105] = 16;  // its content starts at 4096
+    empty[105] = 64;  // its content starts at 16384
     const std::pair<std::string, const char*> cases[] = {
         {"", "is empty"},
         {"{\"traceEvents\":[]}", "is no result"},
