@@ -49,7 +49,7 @@ TEST_F(InstanceReaderTest, ReadsWhatQueriesRead) {
             text += fmt::format("{} {} {} {} {}", read.start[row], read.end[row],
                                 static_cast<int>(read.attr[row]), read.band[row], read.count[row]);
             for (const auto& ids : read.ids)
-                text += ids[row] < 0 ? " -" : fmt::format(" {}", ids[row]);
+                text += ids[row] == -1 ? " -" : fmt::format(" {}", ids[row]);
             text += "\n";
         }
         EXPECT_EQ(text, lanefeed_test::rowsOf(m_result.database(), table, columns));
