@@ -12,7 +12,7 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-constexpr std::size_t kPageSize = 4096;
+constexpr std::size_t kPageSize = 16384;
 
 std::string slice(const std::string& time, const std::string& duration) {
     return R"([{"ph":"X","pid":1,"tid":1,"name":"a","ts":)" + time + R"(,"dur":)" + duration + "}]";
