@@ -64,10 +64,10 @@ sptr_t<IInfoQuery> valueQuery(const sptr_t<IInfoQuery>& infoQuery,
 }
 
 bool makeLevelQueries(const OverTimeDataSeries& series, LevelQueries& queries) {
-    if (series.ds->m_defaultQuery.is_null()) return false;
-    const std::vector<DicerDataSource::ExtraArgs>& extras = series.ds->m_extras;
+    if (series.ds.m_defaultQuery.is_null()) return false;
+    const std::vector<DicerDataSource::ExtraArgs>& extras = series.ds.m_extras;
     queries.resize(extras.size() + 1);
-    queries[0] = vectorOf(foldedQuery(series.ds->m_defaultQuery));
+    queries[0] = vectorOf(foldedQuery(series.ds.m_defaultQuery));
     for (std::size_t j = 0; j < extras.size(); ++j) {
         const sptr_t<IInfoQuery> infoQuery = IInfoQuery::cast(extras[j].query);
         if (infoQuery.is_null()) continue;

@@ -202,13 +202,12 @@ int DbiProviderImpl::CountReader::rowOf(int dbIndex) {
 
 bool DbiProviderImpl::CountReader::makeTrees(Forest& trees) {
     OverTimeData data;
-    const SharedDataSource source(*m_param.dds);
     for (const storelink1::OverTimeDataSeriesMetadata& entry : m_metadata) {
         OverTimeDataSeries& series = data.seriesSet.emplace_back();
         series.name = entry.name;
         series.nameParts = entry.nameParts;
         series.idParts = entry.idParts;
-        series.ds = source;
+        series.ds = *m_param.dds;
     }
     ColumnQueries columnQueries;
     const bool areMade = m_provider.createColumnQueries(data, columnQueries);

@@ -122,13 +122,12 @@ bool DbiProviderImpl::getOverTimeDataForRowLevel(const QueryParam& param,
     query->getOverTimeData(start, end, static_cast<int>(param.binCount), dbData, metadata,
                            m_progress);
     if (isCanceled()) return false;
-    const SharedDataSource source(*param.dds);
     for (const auto& entry : metadata) {
         OverTimeDataSeries series;
         series.name = entry.name;
         series.nameParts = entry.nameParts;
         series.idParts = entry.idParts;
-        series.ds = source;
+        series.ds = *param.dds;
         emptySeries.push_back(std::move(series));
     }
     data.resize(dbData.size());

@@ -202,7 +202,6 @@ void DbiProviderImpl::copyOvertimeData(
     const std::vector<storelink1::OverTimeDataSeries>& src,
     OverTimeData& dst,
     const std::vector<storelink1::OverTimeDataSeriesMetadata>& metadata) {
-    const SharedDataSource source(*ds);
     dst.seriesSet.reserve(dst.seriesSet.size() + src.size());
     for (std::size_t i = 0; i < src.size(); ++i) {
         OverTimeDataSeries series;
@@ -212,7 +211,7 @@ void DbiProviderImpl::copyOvertimeData(
             series.name = seriesName(series.nameParts);
         }
         copyValues(src[i], param.binCount, series.values);
-        series.ds = source;
+        series.ds = *ds;
         if (scale != 0)
             for (double& value : series.values)
                 value *= scale;

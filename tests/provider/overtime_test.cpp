@@ -79,7 +79,7 @@ TEST_F(OverTime, RecordsGoToTheirRowsAndAllRowsHaveTheFullSeries) {
     EXPECT_EQ(series.name, "a:b");
     EXPECT_EQ(series.nameParts, (Strings{"a", "b"}));
     EXPECT_EQ(series.idParts, (std::vector<int>{3, 4}));
-    EXPECT_EQ(series.ds->m_defaultQuery, m_source.m_defaultQuery);
+    EXPECT_EQ(series.ds.m_defaultQuery, m_source.m_defaultQuery);
 }
 
 TEST_F(OverTime, ParentsOfAFlatGroupingAreSumsOfTheirChildren) {

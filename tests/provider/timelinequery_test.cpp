@@ -173,7 +173,7 @@ TEST_F(TimelineQuery, AnswersSparseSeriesThatBecomeDenseOnes) {
     const auto& series = dst.seriesSet.at(0);
     EXPECT_EQ(series.name, "a:b");
     EXPECT_EQ(series.idParts, (std::vector<int>{1, 2}));
-    EXPECT_EQ(series.ds->m_table, "slice_data");
+    EXPECT_EQ(series.ds.m_table, "slice_data");
     ASSERT_EQ(series.values.size(), 10U);
     EXPECT_EQ(series.values[1], 1.0);
     EXPECT_TRUE(std::isnan(series.values[0]) && std::isnan(series.values[9]));
