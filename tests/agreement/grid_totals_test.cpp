@@ -4,6 +4,7 @@
 #include "agreement/imported_trace.h"
 #include "agreement/series_cells.h"
 #include "agreement/viewpoint_result.h"
+#include "support/captured_log.h"
 #include "support/table_text.h"
 
 #include <cmath>
@@ -65,6 +66,7 @@ TEST_P(GridTotals, AreThoseOfFlatRows) {
     const TempDirectory folder;
     ViewpointResult result(importedTrace(folder, GetParam()));
     result.show(kViewpoint);
+    const CapturedLog log;
     for (std::size_t layer = 0; layer < 2; ++layer) {
         std::map<int, std::vector<double>> flat;
         for (const Row& row : rowsOf(result, 0, layer))
@@ -90,6 +92,7 @@ TEST_P(GridTotals, AreThoseOfFlatRows) {
             EXPECT_EQ(rows[i].buckets, below[i].buckets) << "process " << rows[i].id;
         }
     }
+    EXPECT_TRUE(log.empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(Traces,

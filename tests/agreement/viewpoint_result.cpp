@@ -97,6 +97,7 @@ void ViewpointResult::show(const std::string& viewpoint) {
     const auto logger = basekit2::make_object<lanefeed_1::ParseLogger>();
     m_parser.parseViewpoint(bag, m_library, nullptr, m_result, logger);
     EXPECT_FALSE(logger->hasMessages()) << viewpoint;
+    logger->printMessages();
     expectSilence(log);
 }
 
