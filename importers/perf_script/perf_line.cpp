@@ -38,11 +38,13 @@ std::size_t findFrom(std::string_view line, std::size_t from, char c) {
                  : std::string_view::npos;
 }
 
-// Nine digits are enough for every id and fit into any int.
+// Enough for every id, and they fit into any int.
+constexpr std::size_t kMostDigits = 9;
+
 bool toNumber(std::string_view text, std::int32_t& out) {
     const bool negative = !text.empty() && text.front() == '-';
     if (negative) text.remove_prefix(1);
-    if (text.empty() || text.size() > 9) return false;
+    if (text.empty() || text.size() > kMostDigits) return false;
     out = 0;
     for (const char c : text) {
         if (!isDigit(c)) return false;
@@ -72,21 +74,31 @@ bool readTime(std::string_view line, std::size_t& at, std::int64_t& time) {
     return true;
 }
 
+// The number that ends before `at`, which is moved to where it begins.
+bool readNumberBefore(std::string_view text, std::size_t& at, std::int32_t& out) {
+    const std::size_t end = at;
+    std::int32_t unit = 1;
+    out = 0;
+    for (; at > 0 && isDigit(text[at - 1]) && end - at < kMostDigits; --at, unit *= 10)
+        out += (text[at - 1] - '0') * unit;
+    if (at == end) return false;
+    if (at > 0 && text[at - 1] == '-') {
+        out = -out;
+        --at;
+    }
+    return true;
+}
+
 // "NAME 26734/26735 " or "NAME 26735 ": what stands before the core or, without one, the time.
 bool readTask(std::string_view text, PerfLine& out) {
-    const std::size_t end = beforeBlanks(text, text.size());
-    std::size_t begin = end;
-    std::size_t slash = end;
-    for (; begin > 0 && !isBlank(text[begin - 1]); --begin) {
-        if (text[begin - 1] == '/') slash = begin - 1;
-    }
-    if (begin == 0) return false;
-    const std::size_t name = pastBlanks(text, 0);
-    out.comm = text.substr(name, std::max(name, beforeBlanks(text, begin)) - name);
+    std::size_t at = beforeBlanks(text, text.size());
+    if (!readNumberBefore(text, at, out.tid)) return false;
     out.pid = PerfLine::kNoPid;
-    if (slash == end) return toNumber(text.substr(begin, end - begin), out.tid);
-    return toNumber(text.substr(begin, slash - begin), out.pid) &&
-           toNumber(text.substr(slash + 1, end - slash - 1), out.tid);
+    if (at > 0 && text[at - 1] == '/' && !readNumberBefore(text, --at, out.pid)) return false;
+    if (at == 0 || !isBlank(text[at - 1])) return false;
+    const std::size_t name = pastBlanks(text, 0);
+    out.comm = text.substr(name, std::max(name, beforeBlanks(text, at)) - name);
+    return true;
 }
 
 // "[001] " at `at`, which is moved past it.

@@ -26,7 +26,15 @@ bool standsForNoName(std::string_view comm) {
 
 }  // namespace
 
+// Events come in bursts of the same few tasks.
 std::uint32_t TaskRows::task(int tid, int core) {
+    if (tid == 0) return lookUp(tid, core);
+    Recent& recent = m_recent[static_cast<unsigned>(tid) % m_recent.size()];
+    if (recent.tid != tid) recent = {tid, lookUp(tid, core)};
+    return recent.task;
+}
+
+std::uint32_t TaskRows::lookUp(int tid, int core) {
     auto& ids = tid == 0 ? m_idleIds : m_taskIds;
     const auto [place, added] =
         ids.try_emplace(tid == 0 ? core : tid, static_cast<std::uint32_t>(m_tasks.size()));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
@@ -75,6 +76,10 @@ private:
         int band = -1;
         std::string comm;
     };
+    struct Recent {
+        int tid = 0;
+        std::uint32_t task = 0;
+    };
     struct Core {
         int row = -1;
         int band = -1;
@@ -92,6 +97,7 @@ private:
         std::string name;
     };
 
+    std::uint32_t lookUp(int tid, int core);
     Core& coreAt(int core);
     int partRow(lanefeed_runtime::TableId table, int tgid, std::string_view name);
     void nameProcesses();
@@ -103,6 +109,7 @@ private:
     lanefeed_runtime::ResultWriter& m_writer;
     std::vector<Task> m_tasks;
     std::unordered_map<int, std::uint32_t> m_taskIds;  // by tid, but idle tasks
+    std::array<Recent, 256> m_recent{};                // by the low bits of the tid
     std::unordered_map<int, std::uint32_t> m_idleIds;  // by core
     std::unordered_map<int, Core> m_cores;
     std::bitset<1024> m_seenCores;
