@@ -129,23 +129,29 @@ std::size_t ByteSource::readUnpacked(char* into, std::size_t room) {
     return m_inflate ? inflateInput(into, room) : copyInput(into, room);
 }
 
-// False at the end of the file and on failure.
-bool ByteSource::fillInput() {
-    if (m_inputDone) return false;
+// 0 at the end of the file and on failure.
+std::size_t ByteSource::readFile(char* into, std::size_t room) {
+    if (m_inputDone) return 0;
     ssize_t got = 0;
     do {
-        got = ::read(m_file, m_input.data(), m_input.size());
+        got = ::read(m_file, into, room);
     } while (got < 0 && errno == EINTR && !(m_cancel && m_cancel->load()));
     if (got < 0) fail(systemText(errno));
-    m_inputAt = 0;
-    m_inputEnd = got > 0 ? static_cast<std::size_t>(got) : 0;
     m_inputDone = got <= 0;
-    m_fileRead += m_inputEnd;
-    return !m_inputDone;
+    const std::size_t bytes = got > 0 ? static_cast<std::size_t>(got) : 0;
+    m_fileRead += bytes;
+    return bytes;
 }
 
+bool ByteSource::fillInput() {
+    m_inputAt = 0;
+    m_inputEnd = readFile(m_input.data(), m_input.size());
+    return m_inputEnd > 0;
+}
+
+// What the look at the first bytes has left, then straight from the file.
 std::size_t ByteSource::copyInput(char* into, std::size_t room) {
-    if (m_inputAt == m_inputEnd && !fillInput()) return 0;
+    if (m_inputAt == m_inputEnd) return readFile(into, room);
     const std::size_t count = std::min(room, m_inputEnd - m_inputAt);
     std::memcpy(into, m_input.data() + m_inputAt, count);
     m_inputAt += count;

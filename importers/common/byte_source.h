@@ -54,6 +54,7 @@ private:
     bool describe();
     std::string hashOf(std::uint64_t offset, std::size_t length) const;
     void readHead();
+    std::size_t readFile(char* into, std::size_t room);
     bool fillInput();
     std::size_t readUnpacked(char* into, std::size_t room);
     std::size_t copyInput(char* into, std::size_t room);
@@ -72,7 +73,7 @@ private:
     ImportError m_error;
     bool m_damaged = false;
 
-    std::vector<char> m_input;  // packed, [m_inputAt, m_inputEnd) not used yet
+    std::vector<char> m_input;  // of the file, [m_inputAt, m_inputEnd) not used yet
     std::size_t m_inputAt = 0;
     std::size_t m_inputEnd = 0;
     bool m_inputDone = false;
