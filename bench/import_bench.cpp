@@ -70,33 +70,37 @@ void report(benchmark::State& state, std::uint64_t bytes) {
     state.counters["rss_mb"] = peakMegabytes();
 }
 
-void bareReader(benchmark::State& state, const std::string& file) {
+// pass: reads the whole source and answers its bytes.
+template <class Pass>
+void barePass(benchmark::State& state, const std::string& file, const Pass& pass) {
     std::uint64_t bytes = 0;
     resetPeak();
     for (auto _ : state) {
         ImportError error;
         const auto source = ByteSource::open(file, error);
         if (!source) return state.SkipWithError(error.text.c_str());
-        JsonStream stream(*source, [] { return true; });
-        rapidjson::BaseReaderHandler<> ignore;
-        rapidjson::Reader().Parse<rapidjson::kParseNumbersAsStringsFlag>(stream, ignore);
-        bytes = source->unpackedBytes();
+        bytes = pass(*source);
     }
     report(state, bytes);
 }
 
+void bareReader(benchmark::State& state, const std::string& file) {
+    barePass(state, file, [](ByteSource& source) {
+        JsonStream stream(source, [] { return true; });
+        rapidjson::BaseReaderHandler<> ignore;
+        rapidjson::Reader().Parse<rapidjson::kParseNumbersAsStringsFlag>(stream, ignore);
+        return source.unpackedBytes();
+    });
+}
+
 void bareLines(benchmark::State& state, const std::string& file) {
-    std::uint64_t bytes = 0;
-    resetPeak();
-    for (auto _ : state) {
-        ImportError error;
-        const auto source = ByteSource::open(file, error);
-        if (!source) return state.SkipWithError(error.text.c_str());
-        LineReader reader(*source, [] { return true; });
+    barePass(state, file, [](ByteSource& source) {
+        std::uint64_t bytes = 0;
+        LineReader reader(source, [] { return true; });
         for (TextLine line; reader.next(line);)
             bytes = line.byte + line.text.size();
-    }
-    report(state, bytes);
+        return bytes;
+    });
 }
 
 const Importer* importerOf(const std::string& file) {

@@ -26,8 +26,9 @@ TEST(RecordSorter, GivesWhatAStableSortGivesAndLeavesNoFile) {
             // Blocks of the memory are merged too. Many of the first cells are equal; the last ones
             // tell the order of adding and have differences of all lengths.
             for (auto left = below(part == 0 ? 40000 : 500); left > 0; --left) {
-                const auto number = static_cast<std::int64_t>(expected.size());
-                expected.push_back({below(50) - 25, below(4), number << below(64)});
+                const std::uint64_t number = expected.size();
+                expected.push_back(
+                    {below(50) - 25, below(4), static_cast<std::int64_t>(number << below(64))});
                 sorter.add(expected.back().data());
             }
             ASSERT_TRUE(part == spills || (sorter.spill() && sorter.bytesInMemory() == 0));
