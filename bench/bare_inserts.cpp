@@ -1,3 +1,5 @@
+// What SQLite alone takes for the rows of a result: read once, then put into a file by statements
+// of 50 bound rows.
 #include "bare_inserts.h"
 
 #include <sqlite3.h>

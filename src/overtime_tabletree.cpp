@@ -15,7 +15,6 @@
 #include <basekit2/error_code.h>
 #include <relay2/progress.h>
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 

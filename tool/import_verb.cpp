@@ -111,13 +111,19 @@ int runImport(const ImportOptions& options) {
     ProgressLine line;
     ImportRequest request = makeRequest(options, line);
     ImportOutcome outcome;
+    bool isInterrupted = false;
     {
         const HeldInterrupt held;
         request.options.cancel = &held.flag();
         outcome = lanefeed_importers::importTrace(request);
+        isInterrupted = held.flag();
     }
     line.clear();
     if (outcome.error.failed()) throw Failure(exitOf(outcome.error), outcome.error.text);
+    if (isInterrupted) {
+        throw Failure(exitInterrupted,
+                      fmt::format("interrupted; {} is complete already", request.target));
+    }
     for (const std::string& warning : outcome.warnings)
         std::cerr << "lanefeed: warning: " << warning << '\n';
     report(request, outcome, options.format);

@@ -20,21 +20,25 @@ namespace {
 using lanefeed_1::DicerDataSource;
 using lanefeed_1::TLViewpointParser;
 
-// Empty when the result can serve the layer, else why not. The library takes a table without a row
-// for a fault.
+// Empty when the result can serve the layer, else why not.
 std::string refusal(Session& session, AreaView& area, const LayerInfo& layer) {
     const DicerDataSource& source = layer.drawBy.ds;
     if (source.m_defaultQuery.is_null() && source.m_derivedQuery.is_null())
         return "names no query that is known; see 'lanefeed viewpoint'";
     if (!session.viewpoint().isApplicable(layer, &area.provider()))
         return "needs data that the result does not hold";
-    if (!source.m_table.empty() && !session.holdsRows(source.m_table)) {
-        session.requireWholeReads();
-        return fmt::format("reads the table {}, which is empty", source.m_table);
-    }
     if (kindOf(layer) == LayerKind::transitions && area.rowSource() == nullptr)
         return "draws lines between rows, which its area has none of";
     return {};
+}
+
+// The library takes a table without a row for a fault. Asked of layers alone that are to be read: a
+// damaged table is no matter of the others.
+std::string emptyTable(Session& session, const LayerInfo& layer) {
+    const std::string& table = layer.drawBy.ds.m_table;
+    if (table.empty() || session.holdsRows(table)) return {};
+    session.requireWholeReads();
+    return fmt::format("reads the table {}, which is empty", table);
 }
 
 const std::vector<LayerInfo>& layersOf(AreaView& area) {
@@ -105,6 +109,7 @@ std::vector<ChosenLayer> chooseLayers(Session& session,
         const LayerKind kind = kindOf(layer);
         const bool isWanted = std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
         std::string why = refusal(session, area, layer);
+        if (why.empty() && isWanted) why = emptyTable(session, layer);
         const bool isServed = why.empty();
         if (isServed && isWanted) {
             chosen.push_back({i, &layer});

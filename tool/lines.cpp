@@ -16,9 +16,6 @@ using basekit2::sptr_t;
 using dataface_1::ITableRow;
 using lanefeed_1::IDicerProvider;
 
-// Buckets of lines are told apart by so many numbers.
-constexpr int kMostBins = 32767;
-
 }  // namespace
 
 LayerLines::LayerLines(Session& session,

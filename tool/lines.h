@@ -34,6 +34,9 @@ struct Line {
 // The lines of one layer of transitions, asked for row by row.
 class LayerLines {
 public:
+    // Buckets of lines are told apart by so many numbers.
+    static constexpr int kMostBins = 32767;
+
     // Sends the requests. Throws a usage failure for more buckets than lines are told apart by.
     LayerLines(Session& session,
                AreaView& area,

@@ -72,6 +72,10 @@ FoldedLog& shownErrors() {
     return errors;
 }
 
+std::string timesMore(std::size_t times) {
+    return times == 1 ? " (once more)" : fmt::format(" ({} times more)", times);
+}
+
 // `tail` stands behind the last line of the text.
 void printLines(const LogMessage& message, const std::string& tail) {
     std::string text = message.text.substr(0, message.text.find_last_not_of('\n') + 1) + tail;
@@ -131,7 +135,7 @@ LogOutput::LogOutput(const std::string& level) {
 LogOutput::~LogOutput() {
     for (const LogMessage& message : shownErrors().messages())
         if (message.count > message.told)
-            printLines(message, fmt::format(" ({} times more)", message.count - message.told));
+            printLines(message, timesMore(message.count - message.told));
 }
 
 InformativeLog::InformativeLog() : m_level(componentLogger().getLogLevel()) {

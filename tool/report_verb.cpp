@@ -5,6 +5,7 @@
 #include "area_view.h"
 #include "failure.h"
 #include "json_text.h"
+#include "lines.h"
 #include "report_layer.h"
 #include "session.h"
 #include "verbs.h"
@@ -174,6 +175,21 @@ void print(ReportLayer& layer, bool isFirst, Format format) {
     }
 }
 
+// Lines have fewer buckets than other layers, which are printed all the same.
+void leaveOutFineLines(std::vector<ChosenLayer>& layers, const LayerWindow& window) {
+    if (window.bins <= LayerLines::kMostBins) return;
+    const auto isLines = [](const ChosenLayer& layer) {
+        return kindOf(*layer.info) == LayerKind::transitions;
+    };
+    for (const ChosenLayer& layer : layers) {
+        if (!isLines(layer)) continue;
+        std::cerr << fmt::format(
+            "lanefeed: note: layer {} ({}) draws lines in {} buckets at most; left out\n",
+            layer.index, layerName(*layer.info), LayerLines::kMostBins);
+    }
+    layers.erase(std::remove_if(layers.begin(), layers.end(), isLines), layers.end());
+}
+
 }  // namespace
 
 int runReport(const ViewOptions& options) {
@@ -182,9 +198,10 @@ int runReport(const ViewOptions& options) {
     AreaView area(session, options.area);
     session.noteEmpty();
     const LayerWindow window = askedWindow(session, area, options);
-    const auto layers = chooseLayers(session, area, options,
-                                     {LayerKind::series, LayerKind::intervals, LayerKind::tasks,
-                                      LayerKind::transitions, LayerKind::counts});
+    auto layers = chooseLayers(session, area, options,
+                               {LayerKind::series, LayerKind::intervals, LayerKind::tasks,
+                                LayerKind::transitions, LayerKind::counts});
+    if (options.layer < 0) leaveOutFineLines(layers, window);
     std::vector<LayerStats> stats;
     {
         std::optional<JsonList> list;

@@ -15,6 +15,7 @@
 #include <charconv>
 #include <fmt/format.h>
 #include <iostream>
+#include <optional>
 #include <session/apply_selection.h>
 #include <string>
 #include <string_view>
@@ -134,10 +135,8 @@ private:
 
 // False when the result can't be written to; throws when nothing could be done.
 bool keep(const sptr_t<dataface_1::IInputData>& result) {
-    const HeldInterrupt held;
     const FilterOutcome saved = lanefeed_runtime::saveFilters(result);
     if (saved.kind == FilterOutcome::failed) throw Failure(exitFailure, saved.text);
-    if (held.flag()) throw Failure(exitInterrupted, "interrupted; the filters are kept already");
     if (saved.kind != FilterOutcome::memoryOnly) return true;
     std::cerr << "lanefeed: error: " << saved.text << '\n';
     return false;
@@ -190,7 +189,10 @@ int runSelect(const ViewOptions& view, const SelectOptions& options) {
     checkOptions(view, options);
     Session session(view);
     bool kept = true;
+    // From the first change on: whoever interrupts is told what has become of it.
+    std::optional<HeldInterrupt> held;
     if (options.clear) {
+        held.emplace();
         lanefeed_runtime::clearFilters(session.input());
         kept = keep(session.input());
     } else {
@@ -198,10 +200,17 @@ int runSelect(const ViewOptions& view, const SelectOptions& options) {
         AreaView area(session, view.area);
         const bool selected = Selector(session, area, view, options).select();
         session.requireWholeReads();
+        held.emplace();
         kept = apply(session, area, options, selected);
     }
-    session.noteEmpty();
-    printFilters(session, view.format);
+    if (kept) {
+        session.noteEmpty();
+        printFilters(session, view.format);
+    }
+    if (held->flag()) {
+        throw Failure(exitInterrupted,
+                      kept ? "interrupted; the filters are kept already" : "interrupted");
+    }
     return kept ? exitOk : exitFailure;
 }
 

@@ -1,11 +1,10 @@
-// Series out of over-time tables, cell by cell, as a timeline pane reads them; those without data in
-// a table are told by its sums. Tested by tests/tool/series_facts_test.cpp.
+// Series out of over-time tables, cell by cell, as a timeline pane reads them; those without data
+// in a table are told by its sums. Tested by tests/tool/series_facts_test.cpp.
 
 #include "series.h"
 
 #include <dataface_1/query_kinds.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <limits>
 #include <optional>

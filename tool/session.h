@@ -48,9 +48,8 @@ public:
 
     // The store of the result, null without one.
     basekit2::sptr_t<storelink1::IDatabase> database() const;
-    // Whether a table is there and has a row, that a filter leaves if one is named. Throws when it
-    // can't be read.
-    bool holdsRows(const std::string& table, const char* filter = nullptr) const;
+    // Whether a table is there and has a row. Throws when it can't be read.
+    bool holdsRows(const std::string& table) const;
 
     // The failure of a read of a table.
     Failure unreadable(const std::string& table, const std::string& reason) const;
@@ -83,6 +82,9 @@ public:
     basekit2::sptr_t<lanefeed_1::IDicerProvider> boundProvider(int area);
 
 private:
+    // Whether a table is there and has a row, that a filter leaves if one is named. `error` tells
+    // why it can't be read.
+    bool findRow(const std::string& table, const char* filter, std::string& error) const;
     std::string viewpointText();
 
     const ViewOptions& m_options;

@@ -134,8 +134,13 @@ std::size_t ByteSource::readFile(char* into, std::size_t room) {
     if (m_inputDone) return 0;
     ssize_t got = 0;
     do {
+        // Asked before each wait, too: a signal may have come while nothing was read.
+        if (m_cancel && m_cancel->load()) {
+            fail(systemText(EINTR));
+            return 0;
+        }
         got = ::read(m_file, into, room);
-    } while (got < 0 && errno == EINTR && !(m_cancel && m_cancel->load()));
+    } while (got < 0 && errno == EINTR);
     if (got < 0) fail(systemText(errno));
     m_inputDone = got <= 0;
     const std::size_t bytes = got > 0 ? static_cast<std::size_t>(got) : 0;
@@ -191,9 +196,15 @@ bool ByteSource::startMember() {
 
 // Another member may follow the one that has ended; zeros behind it are padding.
 bool ByteSource::nextMember() {
-    if (m_inputAt == m_inputEnd && !fillInput()) return false;
-    if (m_input[m_inputAt] != '\x1f') {
-        m_tail = m_input[m_inputAt] != '\0';
+    do {
+        if (m_inputAt == m_inputEnd && !fillInput()) return false;
+        while (m_inputAt < m_inputEnd && m_input[m_inputAt] == '\0')
+            ++m_inputAt;
+    } while (m_inputAt == m_inputEnd);
+    const char* const rest = &m_input[m_inputAt];
+    const std::size_t length = m_inputEnd - m_inputAt;
+    if (!looksPacked(rest, length) && (length > 1 || *rest != '\x1f')) {
+        m_tail = true;
         m_inputAt = m_inputEnd;
         m_inputDone = true;
         return false;

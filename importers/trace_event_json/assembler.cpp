@@ -1,7 +1,7 @@
 // Second pass over the events, in order of time and, at equal times, of the file. Only what is open
 // is kept: begins without an end yet, the last sample of each curve, the last point of each flow.
 // A flow stays open behind its "f", since several of them may follow one "s".
-// Tested by tests/importers/trace_facts_test.cpp and assembler_test.cpp.
+// Tested by tests/importers/trace_facts_test.cpp.
 #include "trace_event_json/assembler.h"
 
 #include "common/clean_text.h"

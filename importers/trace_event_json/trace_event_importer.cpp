@@ -1,6 +1,6 @@
 // The two passes of an import and what is said about them: errors of the input with their place,
 // and the facts of the result. Tested by tests/importers/trace_facts_test.cpp and
-// bad_input_test.cpp.
+// import_trace_test.cpp.
 #include "trace_event_json/trace_event_importer.h"
 
 #include "common/byte_source.h"
@@ -117,10 +117,9 @@ bool Run::judgeEnd(const TokenizerResult& end) {
     }
     const std::uint64_t entries = trace().entries + trace().otherEntries;
     if (trace().hasEvents || entries == 0) return true;
-    return refuse(
-        fmt::format("none of the {} entries of the array up to byte {} is an event with \"ph\"",
-                    entries, end.byte),
-        remedy());
+    return refuse(fmt::format("the array up to byte {} has {} and no event with \"ph\"", end.byte,
+                              counted(entries, "entry", "entries")),
+                  remedy());
 }
 
 // A damaged archive is taken as far as it goes, if that is wanted.

@@ -38,7 +38,8 @@ public:
     bool reset() override { return true; }
 };
 
-// A fresh walk over nodes that stay in place as long as their table. Most nodes have no children.
+// A fresh walk over nodes that stay in place as long as their table; over no nodes it stays empty.
+// Most nodes have no children.
 template <class Interface, class Table, class Node>
 basekit2::generic_iterator_t<basekit2::sptr_t<Interface>> walkTable(
     Table* table, const std::vector<Node*>& nodes) {

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 
@@ -107,6 +108,8 @@ public:
     const std::int64_t* next() override;
     bool failed() const override { return m_cancelled || m_sorter.failed(); }
     bool cancelled() const { return m_cancelled; }
+    // Of the sorter's failure: the engine makes calls of its own before anyone can look.
+    int systemError() const { return m_systemError; }
 
 private:
     RecordSorter& m_sorter;
@@ -116,6 +119,7 @@ private:
     std::vector<std::int64_t> m_zero;  // what each column counts from
     std::vector<std::int64_t> m_cells;
     int m_rows = 0;
+    int m_systemError = 0;
     bool m_cancelled = false;
 };
 
@@ -125,7 +129,10 @@ const std::int64_t* SortedRows::next() {
         if (m_cancelled) return nullptr;
     }
     const std::int64_t* const record = m_sorter.next();
-    if (record == nullptr) return nullptr;
+    if (record == nullptr) {
+        m_systemError = errno;
+        return nullptr;
+    }
     std::copy(record, record + m_cells.size(), m_cells.begin());
     // The first cell is the start; an open end never lies before it.
     if (m_cells[m_end] == kToEnd) m_cells[m_end] = std::max(m_lastTime, record[0]);
@@ -165,7 +172,10 @@ InstanceSink::Outcome InstanceSink::write(Connection& connection,
     SortedRows rows(m_def, scale, m_sorter, progress);
     const bool inserted = connection.run(dialect::insertAll(m_def, RowSource::kTable), rows);
     if (rows.cancelled()) return Outcome::cancelled;
-    if (m_sorter.failed()) return Outcome::sortFailed;
+    if (m_sorter.failed()) {
+        errno = rows.systemError();
+        return Outcome::sortFailed;
+    }
     if (!inserted) return Outcome::failed;
     // Lines are asked for row by row, so that a pane would read all of them once for each row.
     const bool isIndexed =

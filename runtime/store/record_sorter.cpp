@@ -8,7 +8,6 @@
 #include "store/unnamed_file.h"
 
 #include <algorithm>
-#include <numeric>
 #include <unistd.h>
 #include <utility>
 

@@ -80,6 +80,7 @@ private:
     bool usable() const { return !m_error.failed() && m_connection != nullptr; }
     bool failed(const std::string& what);
     bool failedSorting();
+    bool cancelled();
     bool makeRoom();
     AttributeRows& rowsOf(TableId id);
 
@@ -140,6 +141,11 @@ bool SqliteResultWriter::failedSorting() {
     m_error = {Kind::cannotWrite, m_options.target + ": failed while sorting instances: " +
                                       std::generic_category().message(errno) +
                                       "; make room on the disk or choose another place"};
+    return false;
+}
+
+bool SqliteResultWriter::cancelled() {
+    m_error = {Kind::cancelled, m_options.target + ": cancelled; nothing was written"};
     return false;
 }
 
@@ -290,7 +296,8 @@ std::uint64_t SqliteResultWriter::instanceCount() const {
 
 bool SqliteResultWriter::finish(relay2::IProgress* progress) {
     if (!usable()) return false;
-    const bool written = writeAll(progress);
+    bool written = writeAll(progress);
+    if (written && progress != nullptr && progress->isCanceled()) written = cancelled();
     m_insertArgs = Statement();
     m_attributes.clear();
     m_sinks.clear();
@@ -339,9 +346,7 @@ bool SqliteResultWriter::writeInstances(const TickScale& scale, relay2::IProgres
         if (sink == nullptr || sink->size() == 0) continue;
         switch (sink->write(*m_connection, scale, progress)) {
         case InstanceSink::Outcome::done: break;
-        case InstanceSink::Outcome::cancelled:
-            m_error = {Kind::cancelled, m_options.target + ": cancelled; nothing was written"};
-            return false;
+        case InstanceSink::Outcome::cancelled: return cancelled();
         case InstanceSink::Outcome::failed:
             return failed("writing " + std::string(sink->def().name));
         case InstanceSink::Outcome::sortFailed: return failedSorting();

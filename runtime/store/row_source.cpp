@@ -7,6 +7,7 @@
 #include <sqlite3.h>
 
 #include <cstring>
+#include <new>
 
 namespace lanefeed_runtime {
 namespace {
@@ -66,7 +67,12 @@ int close(sqlite3_vtab_cursor* cursor) {
 
 int next(sqlite3_vtab_cursor* cursor) {
     Cursor& at = of(cursor);
-    at.row = at.source->next();
+    at.row = nullptr;
+    try {
+        at.row = at.source->next();
+    } catch (const std::bad_alloc&) {  // nothing may be thrown through the engine
+        return SQLITE_NOMEM;
+    }
     ++at.number;
     return at.row == nullptr && at.source->failed() ? SQLITE_ABORT : SQLITE_OK;
 }

@@ -7,8 +7,8 @@
 
 namespace lanefeed_runtime {
 
-// Rows of numbers that one statement reads like a table; several times as many a second as can be
-// bound to parameters. See Connection::run.
+// Rows of numbers that one statement reads like a table, which costs less than to bind each cell.
+// See Connection::run.
 class RowSource {
 public:
     // Of a column: how its cells become values.

@@ -186,6 +186,10 @@ bool BucketQuery::sumRows(const SumRequest& request,
         }
         if (sums->take(row.series, totals)) data.push_back(std::move(row));
     }
+    if (m_rowBys.empty() && data.empty()) {
+        // What isn't asked by rows is one sum, of nothing too.
+        data.emplace_back().series.resize(totals.size());
+    }
     reads.queries = 1;
     reads.instances = sums->visited();
     m_unfiltered->countReads(reads);

@@ -54,8 +54,8 @@ TEST_F(ImportTrace, refusesWhatIsNoTraceWithPlaceAndRemedy) {
         {"[INFO] on", "byte 2, where \"NFO] on\" stands (Invalid value); give"},
         {"[{x", "no event array up to byte 2, where \"x\" stands"},
         {"[ ] to do", "byte 4, where \"to do\" stands (an empty array with other text"},
-        {"[1,2,3]", "none of the 3 entries of the array up to byte 7 is an event with \"ph\""},
-        {R"([{"a":1},2)", "none of the 2 entries"},
+        {"[1,2,3]", "the array up to byte 7 has 3 entries and no event with \"ph\""},
+        {R"([{"a":1},2)", "has 2 entries and no event"},
         {R"([{"args":)" + std::string(1000, '['), "deeper than 512"},
         {archive.substr(0, archive.size() - 9), "--keep-going"},
     };

@@ -16,7 +16,9 @@ using lanefeed_test::rowsOf;
 
 class ResultWriterTest : public testing::Test {
 protected:
-    ResultWriterTest() {
+    ResultWriterTest() { start(); }
+
+    void start() {
         WriterOptions options;
         options.target = m_directory.file("r.lft");
         options.sourceIdentity = "source";
@@ -158,11 +160,16 @@ TEST_F(ResultWriterTest, AsksForAClock) {
 }
 
 TEST_F(ResultWriterTest, LeavesNothingWhenCancelled) {
-    for (int i = 0; i < 200; ++i)
-        m_writer->add(TableId::sliceData, {i, i + 1});
-    const auto progress = basekit2::make_object<lanefeed_test::CancelAtPoll>(3);
-    EXPECT_FALSE(m_writer->finish(progress.get()));
-    expectNoFile(StoreError::Kind::cancelled);
+    // Between rows, and when all is written but not in its place.
+    for (const int poll : {3, 5}) {
+        start();
+        for (int i = 0; i < 200; ++i)
+            m_writer->add(TableId::sliceData, {i, i + 1});
+        const auto progress = basekit2::make_object<lanefeed_test::CancelAtPoll>(poll);
+        EXPECT_FALSE(m_writer->finish(progress.get()));
+        EXPECT_EQ(progress->polls(), poll);
+        expectNoFile(StoreError::Kind::cancelled);
+    }
 }
 
 }  // namespace

@@ -113,7 +113,8 @@ TEST(BucketQuery, TimeIsTheUnionAndBelongsToTheInnermost) {
         const Answer answer = asker.ask(question);
         ASSERT_TRUE(answer.shapesAgree);
         EXPECT_EQ(answer.cells, sums.cells);
-        EXPECT_EQ(is_success(answer.err), !answer.cells.empty());
+        // What isn't asked by rows is a sum, of nothing too.
+        EXPECT_EQ(is_success(answer.err), !answer.cells.empty() || !question.byThread);
     });
 }
 
@@ -277,7 +278,7 @@ TEST(BucketQuery, FiltersAddUpAndAreTakenAsTheyStandWhenTheQueryRuns) {
         EXPECT_EQ(busy("@51..101", ""), "0 0=50");
         EXPECT_EQ(busy("@51..101", "@1..61 @71..90"), "0 0=29");
         EXPECT_EQ(busy("@51..101", "@-55..60"), "0 0=45");
-        EXPECT_EQ(busy("@51..101", "@1..51"), "no data");
+        EXPECT_EQ(busy("@51..101", "@1..51"), "");
     }
     EXPECT_EQ(asker.reader->reads, 1) << "time is cut in memory";
     setFilter(*asker.filters, "global", "@21..40");

@@ -267,6 +267,7 @@ TEST_F(LayerVerbs, ALayerOfAnotherKindIsShownByAnotherVerb) {
                 {"tasks" + all, 0, "'lanefeed intervals' shows layer 2, 3"},
                 {"tasks" + all + "--bins 100001", 2, "ask for 1 to 100000 buckets"},
                 {"transitions" + all + "--layer 4 --bins 32768", 2, "32767 buckets at most"},
+                {"report" + all + "--bins 32768", 0, "in 32767 buckets at most; left out"},
                 {"overtime @ --area 1 --layer 0", 2, "needs data that the result does not hold"},
                 {"transitions @ --viewpoint @v.xml --layer 0", 2, "which its area has none of"}});
     // The shipped viewpoint has a curve above all areas.
