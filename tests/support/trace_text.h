@@ -26,9 +26,9 @@ namespace lanefeed_test {
 //   alive main 0..50                      life time of a thread; more than one are several bands
 //
 // A name may go on with "*3" (count), "@io" (category), "%0" (core) and "{...}" (arguments, without
-// blanks), in this order; "-" is no name. ".." before nothing ("10..") lasts to the end of the trace. Times are
-// trace times: in the result the first one is tick 1, so with a first time of 0 times of the text
-// are those of the pane.
+// blanks), in this order; "-" is no name. ".." before nothing ("10..") lasts to the end of the
+// trace. Times are trace times: in the result the first one is tick 1, so with a first time of 0
+// times of the text are those of the pane.
 void addTraceText(lanefeed_runtime::ResultWriter& writer, const std::string& text);
 
 // Writes the text into a new file. Throws std::runtime_error with the line that it doesn't take.
