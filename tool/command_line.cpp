@@ -49,7 +49,8 @@ void addQueryFiles(CLI::App& verb, ViewOptions& options) {
 void addFilters(CLI::App& verb, ViewOptions& options) {
     verb.add_option("--filter", options.filters,
                     "Keep what fits, for this call: thread=main,worker* or name!=idle or "
-                    "time=1s..2s; repeated: all of them")
+                    "time=1s..2s; \\ takes the next character as it is, such as a comma; "
+                    "repeated: all of them")
         ->option_text("FILTER");
 }
 
