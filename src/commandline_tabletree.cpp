@@ -1,7 +1,7 @@
 // The form of an over-time table that a report on the command line wants: start and end of the
 // bucket as two columns in front, in place of the column with its number. The last bucket ends
 // where the request ends, so it takes what is left over when whole ticks don't divide the span.
-// Tested by tests/unit/commandline_tabletree_test.cpp.
+// Tested by tests/unit/wrapped_tabletrees_test.cpp.
 
 #include "baseproviderimpl.h"
 #include "common/bucketmath.h"

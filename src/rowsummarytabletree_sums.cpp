@@ -1,7 +1,7 @@
 // Sums of children into parents, in place, for rows of a flat grouping: what the store delivers is
 // one record per row, and a parent shows the sum of what is below it. Depth first, so that a child
 // holds its own sum before its parent takes it; each record is touched once as a child. Tested by
-// tests/unit/rowsummary_sums_test.cpp.
+// tests/unit/rowsummary_rows_test.cpp.
 
 #include "rowsummarytabletree.h"
 

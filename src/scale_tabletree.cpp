@@ -1,6 +1,6 @@
 // A table whose numeric cells are those of another times a factor; nothing is copied. Brings
 // over-time values to the time scale of a layer. Sums of rows are not offered, for the wrapped
-// table would not know the rows. Tested by tests/unit/scale_tabletree_test.cpp.
+// table would not know the rows. Tested by tests/unit/wrapped_tabletrees_test.cpp.
 
 #include "common/forwardingrow.h"
 #include "common/nodewalk.h"

@@ -1,7 +1,7 @@
 // Rows of a grid. A grouping of the grid offers several rows, of which it picks one for a layer; a
 // row of its own is a group of one. What the parser reads of the groupings becomes records, up to
 // the first grouping that cannot be read; what the layers draw becomes the columns of the grid.
-// Tested by tests/viewpoint/gridrows_test.cpp.
+// Tested by tests/viewpoint/parser_test.cpp.
 
 #include "viewpointparser.h"
 

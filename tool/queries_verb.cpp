@@ -1,6 +1,6 @@
 // lanefeed queries: what a viewpoint can name, with a line of help each; with a result also whether
 // it holds the data. Tested by tests/tool/viewpoint_author_test.cpp and
-// tests/queries/shipped_test.cpp.
+// tests/queries/open_result_test.cpp.
 
 #include "failure.h"
 #include "held_data.h"

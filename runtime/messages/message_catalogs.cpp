@@ -1,5 +1,5 @@
 // User-visible texts of the runtime, from XML documents that are compiled in.
-// Catalogs are immutable once they are read. Tested by tests/queries/message_catalogs_test.cpp.
+// Catalogs are immutable once they are read. Tested by tests/queries/open_result_test.cpp.
 #include "message_catalogs.h"
 
 #include "built_in_documents.h"

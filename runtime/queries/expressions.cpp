@@ -2,7 +2,7 @@
 // The text is turned into steps of a stack machine when a definition is read, so that a slip is
 // told with its place; evaluating runs the steps against the open result, without any filter, so
 // that an axis keeps still while the user filters.
-// Tested by tests/queries/expressions_test.cpp.
+// Tested by tests/queries/formulas_test.cpp.
 #include "expressions.h"
 
 #include "infix_text.h"

@@ -1,5 +1,5 @@
 // The viewpoints that come with the runtime, and which of them to show a result with.
-// Tested by tests/queries/shipped_test.cpp.
+// Tested by tests/queries/open_result_test.cpp.
 #include "shipped_viewpoints.h"
 
 #include "messages/built_in_documents.h"

@@ -1,4 +1,4 @@
-// Filling and folding of the bins of count requests. Tested by tests/unit/countbins_test.cpp.
+// Filling and folding of the bins of count requests. Tested by tests/unit/bins_test.cpp.
 
 #include "common/countbins.h"
 

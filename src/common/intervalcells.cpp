@@ -1,5 +1,5 @@
 // Arithmetic of interval requests: which bin an instance lies in, how deep it is nested, which row
-// it shares. Free of stores and tables. Tested by tests/unit/intervalcells_test.cpp.
+// it shares. Free of stores and tables. Tested by tests/unit/bins_test.cpp.
 
 #include "common/intervalcells.h"
 

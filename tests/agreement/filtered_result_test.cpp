@@ -1,127 +1,199 @@
-// Answers under a filter are those over a result that was cut by hand: of the instances that the
-// filter keeps, clipped to the time that it keeps. On bundled traces and on small random ones.
-#include "agreement/cut_result.h"
-#include "agreement/imported_trace.h"
+// Answers under a filter are those over a result that was cut by hand, in plain SQL on a copy of
+// the file: of the instances that the filter keeps, in the time that it keeps.
+#include "agreement/viewpoint_result.h"
+#include "store/open_store.h"
+#include "store/sqlite_handle.h"
 #include "support/filter_words.h"
 #include "support/trace_text.h"
 
+#include <gtest/gtest.h>
+
 #include <cmath>
+#include <filesystem>
 #include <fmt/format.h>
-#include <random>
+#include <map>
 
 namespace lanefeed_test {
 namespace {
 
 using basekit2::u64_t;
+using lanefeed_runtime::Connection;
+using lanefeed_runtime::OpenStore;
+using storelink1::ITimelineQuery;
 
-// As parts of the result's time.
-struct Span {
-    double start;
-    double end;
-};
-using Spans = std::vector<Span>;
+// "table type sample-point rows expansion window row series bucket" to value.
+using Cells = std::map<std::string, double>;
+
+// Table, rows and expansion of what is asked.
+const char* const kQuestions[][3] = {{"slice_data", "dd_band::dd_thread", ""},
+                                     {"slice_data", "dd_band::dd_thread", "attr"},
+                                     {"slice_data", "dd_band::dd_thread.dd_process", ""},
+                                     {"slice_data", "dd_band::dd_thread.dd_process", "dd_category"},
+                                     {"slice_data", "", "attr"},
+                                     {"async_data", "dd_band::dd_track", "attr"},
+                                     {"marker_data", "dd_band::dd_thread", ""},
+                                     {"marker_data", "dd_band::dd_thread", "attr"},
+                                     {"counter_data", "dd_band::dd_counter", ""}};
+
+// Answers of bucketed queries over all instance tables. A null `timeline` asks the raw result.
+// `required` is a filter that the queries require.
+Cells cellsOf(const OpenStore& store,
+              const basekit2::sptr_t<storelink1::ITimelineDatabase>& timeline,
+              const std::string& required = "") {
+    Cells cells;
+    u64_t first = 0;
+    u64_t last = 0;
+    store.database->getTimeRange(first, last, 0);
+    const u64_t third = (last - first) / 3;
+    // Sample point 0 is an interval object, 2 a point object at its end.
+    const auto ask = [&](const char* const(&question)[3], ITimelineQuery::QueryType type,
+                         int samplePoint, u64_t start, u64_t end, int bins) {
+        const auto& [table, row, expansion] = question;
+        const auto query = store.database->createTimelineQuery();
+        if (*row != 0) query->addRowBy(row, "label");
+        query->setSource(type, table, type == ITimelineQuery::qtAttribute ? "value" : "", "");
+        query->setTimelineDatabase(timeline);
+        query->setRequiredFilter(required);
+        if (*expansion != 0) query->addExpansion(table, expansion, "name", {}, true, "name", true);
+        query->setObjectType(samplePoint == 0 ? ITimelineQuery::otInterval
+                                              : ITimelineQuery::otPoint);
+        query->setSamplePoint(samplePoint);
+        std::vector<storelink1::OverTimeData> data;
+        std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
+        EXPECT_TRUE(query->getOverTimeData(start, end, bins, data, metadata, nullptr).succeeded());
+        for (const auto& record : data)
+            for (std::size_t i = 0; i < metadata.size(); ++i)
+                for (const auto& cell : record.series[i])
+                    cells[fmt::format("{} {} {} {} {} {} {} {} {}", table, type, samplePoint, row,
+                                      expansion, start, record.key.empty() ? 0 : record.key.front(),
+                                      metadata[i].name, cell.first)] += cell.second;
+    };
+    for (const auto& question : kQuestions)
+        for (const auto type :
+             {ITimelineQuery::qtTime, ITimelineQuery::qtCount, ITimelineQuery::qtInstanceCount,
+              ITimelineQuery::qtCountOverTime, ITimelineQuery::qtAttribute}) {
+            const bool isCounter = &question == &kQuestions[8];
+            if (!store.database->isTableExist(question[0]) ||
+                isCounter != (type == ITimelineQuery::qtAttribute))
+                continue;
+            for (const int samplePoint : {0, 2}) {
+                ask(question, type, samplePoint, first, last + 1, 37);
+                ask(question, type, samplePoint, first + third, first + 2 * third, 10);
+            }
+        }
+    return cells;
+}
+
+void expectEqual(const Cells& found, const Cells& expected, const char* road) {
+    SCOPED_TRACE(road);
+    const auto [other, missed] =
+        std::mismatch(found.begin(), found.end(), expected.begin(), expected.end(),
+                      [](const auto& a, const auto& b) {
+                          return a.first == b.first &&
+                                 std::abs(a.second - b.second) <= 1e-9 * (1 + std::abs(b.second));
+                      });
+    EXPECT_TRUE(other == found.end()) << other->first << " is " << other->second;
+    EXPECT_TRUE(missed == expected.end()) << missed->first << " is not " << missed->second;
+}
 
 // A filter, and the same by hand.
 struct Cut {
-    const char* name;
-    std::string words;      // the filter without time
-    std::string bandsGone;  // SQL condition on instances of any kind
-    std::string namesGone;  // on slices and asynchronous ones
-    Spans kept = {};
-    Spans excluded = {};
-    Spans left = {};  // what the two leave of time; empty: all
-    // Clipped ends move sample points and leave buckets as wide as they are.
-    bool byPauses = true;
+    std::string words;
+    std::string bandsGone;                          // SQL condition on instances of any kind
+    std::string namesGone;                          // on slices and asynchronous ones
+    std::vector<std::pair<double, double>> left{};  // parts of the time; empty: all
+    std::string required{};                         // the rest of the filter's words
 };
-
-// Cuts of a result by its commonest name, its first thread and first process.
-std::vector<Cut> cutsOf(const std::string& file) {
-    const std::string id = runSql(file,
-                                  "select attr from slice_data where attr in (select rowid from "
-                                  "dd_task where name not like '% %') group by attr "
-                                  "order by count(*) desc")
-                               .at(0);
-    const std::string name = runSql(file, "select name from dd_task where rowid = " + id).at(0);
-    const std::string ofName = "attr in (select rowid from dd_task where name = '" + name + "')";
-    const std::string ofThread = "dd_band in (select rowid from dd_band where dd_thread = 1)";
-    const std::string ofProcess =
-        "dd_band in (select b.rowid from dd_band b join dd_thread t on t.rowid = b.dd_thread"
-        " where t.dd_process = 1)";
-    const std::string named = "slice_data::attr=" + id;
-    const Spans middle = {{.4, .7}};
-    const Spans ends = {{0, .4}, {.7, 1}};
-    const Spans ranges = {{.1, .5}, {.8, .9}};
-    const Spans holed = {{.1, .3}, {.32, .5}, {.8, .9}};
-    return {{"one span", "", "", "", {{.21, .64}}, {}, {{.21, .64}}, false},
-            {"all but the middle", "", "", "", {}, middle, ends},
-            {"ranges with a hole", "", "", "", ranges, {{.3, .32}}, holed},
-            {"thread", "dd_band::dd_thread=1", "not " + ofThread, ""},
-            {"not the process", "none( dd_band::dd_thread.dd_process=1 )", ofProcess, ""},
-            {"name", named, "", "not " + ofName},
-            {"not the name", "not( slice_data::attr/name='" + name + "' )", "", ofName},
-            {"time, thread and names",
-             "dd_band::dd_thread!=1 none( " + named + " )",
-             ofThread,
-             ofName,
-             {},
-             middle,
-             ends}};
-}
 
 // A result and its cuts.
 class FilteredResult {
 public:
-    explicit FilteredResult(std::string file) : m_file(std::move(file)) {
-        lanefeed_runtime::StoreError error;
-        m_store = lanefeed_runtime::openStore(m_file, error);
-        EXPECT_FALSE(m_store.failed()) << error.text;
+    explicit FilteredResult(std::string file) : m_file(std::move(file)), m_store(open(m_file)) {
         m_store.database->getTimeRange(m_first, m_last, 0);
     }
 
     void expectToBeCut() {
         storelink1::IDatabase& database = *m_store.database;
-        const Cells first = cellsOf(database, database.getTimelineDatabase(), true);
+        const Cells first = cellsOf(m_store, database.getTimelineDatabase());
         ASSERT_FALSE(first.empty());
-        for (const Cut& cut : cutsOf(m_file)) {
-            SCOPED_TRACE(cut.name);
-            ASSERT_TRUE(setFilter(*m_store.filters, "global", wordsOf(cut)));
-            CutResult byHand(m_file, statements(cut));
-            const auto expected = byHand.database().getTimelineDatabase();
-            const Cells cells = cellsOf(byHand.database(), expected, cut.byPauses);
-            const auto filtered = database.getFilteredTimelineDatabase();
-            expectEqual(cellsOf(database, filtered, cut.byPauses), cells, "filtered");
-            if (cut.excluded.empty()) {
-                EXPECT_EQ(drawingsOf(*filtered), drawingsOf(*expected));
-            }
-            if (!cut.words.empty() && !cut.excluded.empty()) expectOnOtherRoads(cut, cells);
+        for (const Cut& cut : cuts()) {
+            SCOPED_TRACE(cut.words);
+            ASSERT_TRUE(setFilter(*m_store.filters, "global", cut.words + cut.required));
+            const TempDirectory folder;
+            const OpenStore byHand = cutByHand(cut, folder.file("cut.lft"));
+            const Cells cells = cellsOf(byHand, byHand.database->getTimelineDatabase());
+            expectEqual(cellsOf(m_store, database.getFilteredTimelineDatabase()), cells,
+                        "filtered");
+            if (!cut.required.empty()) expectOnOtherRoads(cut, cells);
             EXPECT_NE(cells, first);
             m_store.filters->clearFilter("global");
         }
-        EXPECT_TRUE(cellsOf(database, database.getFilteredTimelineDatabase(), true) == first)
+        EXPECT_TRUE(cellsOf(m_store, database.getFilteredTimelineDatabase()) == first)
             << "bit by bit";
     }
 
 private:
+    static OpenStore open(const std::string& file) {
+        lanefeed_runtime::StoreError error;
+        OpenStore store = lanefeed_runtime::openStore(file, error);
+        EXPECT_FALSE(store.failed()) << error.text;
+        return store;
+    }
+
     u64_t at(double part) const {
         return part < 1 ? m_first + static_cast<u64_t>(static_cast<double>(m_last - m_first) * part)
                         : m_last + 1;
     }
 
+    // By the commonest name, the first thread and the first process.
+    std::vector<Cut> cuts() const {
+        std::string error;
+        const auto connection = Connection::open(m_file, Connection::Mode::read, error);
+        auto commonest = connection->prepare(
+            "select attr, name from slice_data join dd_task t on t.rowid = attr where name not "
+            "like '% %' group by attr order by count(*) desc, attr");
+        EXPECT_EQ(commonest.step(), lanefeed_runtime::Statement::Step::row);
+        const std::string named = fmt::format("slice_data::attr={}", commonest.text(0));
+        const std::string name(commonest.text(1));
+        const std::string ofName =
+            "attr in (select rowid from dd_task where name = '" + name + "')";
+        const std::string ofThread = "dd_band in (select rowid from dd_band where dd_thread = 1)";
+        const std::string ofProcess =
+            "dd_band in (select b.rowid from dd_band b join dd_thread t on t.rowid = b.dd_thread"
+            " where t.dd_process = 1)";
+        const auto span = [&](const char* sign, double from, double to) {
+            return fmt::format("{}{}..{} ", sign, at(from), at(to));
+        };
+        const std::string middle = span("@-", .4, .7);
+        return {{span("@", .21, .64), "", "", {{.21, .64}}},
+                {span("@", .1, .5) + span("@", .8, .9) + span("@-", .3, .32),
+                 "",
+                 "",
+                 {{.1, .3}, {.32, .5}, {.8, .9}}},
+                {"none( dd_band::dd_thread.dd_process=1 )", ofProcess, ""},
+                {named, "", "not " + ofName},
+                {"not( slice_data::attr/name='" + name + "' )", "", ofName},
+                {middle,
+                 ofThread,
+                 ofName,
+                 {{0, .4}, {.7, 1}},
+                 "dd_band::dd_thread!=1 none( " + named + " )"}};
+    }
+
     // What touches no time that is left goes; the time of nothing becomes a pause.
-    std::string statements(const Cut& cut) const {
+    OpenStore cutByHand(const Cut& cut, const std::string& copy) const {
         std::string touches = "0";
-        std::string text = "create table if not exists pauses (start_tsc, end_tsc);";
+        std::string text = "begin; create table if not exists pauses (start_tsc, end_tsc);";
         u64_t end = m_first;
         const auto pause = [&](u64_t to) {
-            if (cut.byPauses && !cut.left.empty() && end < to)
+            if (!cut.left.empty() && end < to)
                 text += fmt::format("insert into pauses (start_tsc, end_tsc) values ({}, {});", end,
                                     to - 1);
         };
-        for (const Span& span : cut.left) {
-            touches +=
-                fmt::format(" or (end_tsc >= {} and start_tsc < {})", at(span.start), at(span.end));
-            pause(at(span.start));
-            end = at(span.end);
+        for (const auto& [from, to] : cut.left) {
+            touches += fmt::format(" or (end_tsc >= {} and start_tsc < {})", at(from), at(to));
+            pause(at(from));
+            end = at(to);
         }
         pause(m_last + 1);
         for (const std::string table :
@@ -131,50 +203,27 @@ private:
             if (!cut.left.empty()) text += "delete from " + table + " where not (" + touches + ");";
             for (const std::string& gone : {cut.bandsGone, isNamed ? cut.namesGone : ""})
                 if (!gone.empty()) text += "delete from " + table + " where " + gone + ";";
-            if (!cut.byPauses)
-                text += fmt::format(
-                    "update {} set start_tsc = max(start_tsc, {}), end_tsc = min(end_tsc, {});",
-                    table, at(cut.left[0].start), at(cut.left[0].end) - 1);
         }
-        return text;
-    }
-
-    std::string wordsOf(const Cut& cut) const {
-        std::string words = cut.words;
-        for (const Span& span : cut.kept)
-            words += fmt::format(" @{}..{}", at(span.start), at(span.end));
-        for (const Span& span : cut.excluded)
-            words += fmt::format(" @-{}..{}", at(span.start), at(span.end));
-        return words;
+        std::filesystem::copy_file(m_file, copy);
+        std::string error;
+        const auto connection = Connection::open(copy, Connection::Mode::write, error);
+        EXPECT_TRUE(connection->run(text + "commit;")) << connection->message();
+        return open(copy);
     }
 
     // A query on the raw result, and one that requires the half of the filter that "global" lacks.
     void expectOnOtherRoads(const Cut& cut, const Cells& expected) {
-        storelink1::IDatabase& database = *m_store.database;
-        expectEqual(cellsOf(database, nullptr, cut.byPauses), expected, "raw result");
-        setFilter(*m_store.filters, "required", cut.words);
+        expectEqual(cellsOf(m_store, nullptr), expected, "raw result");
+        setFilter(*m_store.filters, "required", cut.required);
         m_store.filters->setQueryFilter("global", nullptr);
-        const auto filtered = database.getFilteredTimelineDatabase();
-        expectEqual(cellsOf(database, nullptr, cut.byPauses, "required"), expected,
-                    "required, raw");
-        expectEqual(cellsOf(database, filtered, cut.byPauses, "required"), expected, "required");
+        expectEqual(cellsOf(m_store, nullptr, "required"), expected, "required, raw");
+        expectEqual(cellsOf(m_store, m_store.database->getFilteredTimelineDatabase(), "required"),
+                    expected, "required");
         m_store.filters->removeFilter("required");
     }
 
-    static void expectEqual(const Cells& found, const Cells& expected, const char* road) {
-        SCOPED_TRACE(road);
-        auto other = found.begin();
-        for (const auto& [place, value] : expected) {
-            ASSERT_NE(other, found.end()) << "lacks " << place;
-            ASSERT_EQ(other->first, place) << "else " << value;
-            ASSERT_NEAR(other->second, value, 1e-9 * (1 + std::abs(value))) << place;
-            ++other;
-        }
-        ASSERT_EQ(other, found.end()) << "has " << other->first;
-    }
-
     std::string m_file;
-    lanefeed_runtime::OpenStore m_store;
+    OpenStore m_store;
     u64_t m_first = 0;
     u64_t m_last = 0;
 };
@@ -187,35 +236,18 @@ TEST(FilteredResult, IsTheResultCutByHandOnBundledTraces) {
     }
 }
 
-// Slices that nest, of few names.
-void addSlices(std::mt19937& random, int from, int to, int depth, std::string& text) {
-    const auto pick = [&](int low, int high) {
-        return std::uniform_int_distribution<int>(low, high)(random);
-    };
-    while (to - from > 2 && depth < 5) {
-        const int begin = pick(from, to - 2);
-        const int end = pick(begin + 1, to);
-        text += fmt::format("  {}..{} {}*{}{}", begin, end, static_cast<char>('a' + pick(0, 3)),
-                            pick(0, 5), pick(0, 1) == 0 ? "@ui" : "");
-        addSlices(random, begin, end, depth + 1, text);
-        from = end;
-    }
-}
-
-TEST(FilteredResult, IsTheResultCutByHandOnRandomOnes) {
-    for (unsigned seed = 1; seed <= 2; ++seed) {
-        SCOPED_TRACE(seed);
-        std::mt19937 random(seed);
-        std::string text = "pause 130..140\nmarker main 0 start 90 gc 299 end\n";
-        for (const char* row :
-             {"thread main", "thread worker", "process other\nthread main", "track upload"}) {
-            text += row;
-            addSlices(random, 0, 300, 0, text);
-            text += "\n";
-        }
-        const TextResult result(text + "counter load 3=5 90=7.5 170=1 260=0\n");
-        FilteredResult(result.file()).expectToBeCut();
-    }
+TEST(FilteredResult, IsTheResultCutByHandOnOneOfAllKinds) {
+    const TextResult result(R"(
+        thread main  0..120 a*2@ui  3..60 b*3  5..20 c@ui  20..21 c*0  60..119 a  125..180 d*5@ui
+        thread main  190..300 b  195..250 b@ui  200..201 a  210..240 a*4  260..299 c@ui
+        thread worker  10..135 c  30..90 a@ui  91..134 b*2  138..139 d  145..290 a*3  150..289 d
+        process other
+        thread main  0..299 d@ui  1..150 a  2..80 b  3..9 c*2  81..100 a@ui  160..298 b  161..170 a
+        track upload  0..40 a@ui  41..210 b*2  100..120 a  220..300 c
+        counter load  3=5  90=7.5  170=1  260=0
+        marker main 0 start  90 gc  299 end
+        pause 130..140)");
+    FilteredResult(result.file()).expectToBeCut();
 }
 
 }  // namespace

@@ -1,6 +1,12 @@
-// Opening a result: what it hands out, and what is said when it cannot be opened.
+// Opening a result: what it hands out, and what is said when it cannot be opened; and that the
+// definitions, viewpoints and texts that come with the runtime fit each other. That layers find
+// their queries, tables, columns and tooltips is seen by
+// tests/agreement/shipped_viewpoints_test.cpp.
 #include "session/open_result.h"
 
+#include "messages/message_catalogs.h"
+#include "queries/query_library.h"
+#include "queries/query_listing.h"
 #include "session/shipped_viewpoints.h"
 #include "support/temp_directory.h"
 #include "support/trace_text.h"
@@ -16,6 +22,7 @@
 #include <gmock/gmock.h>
 
 #include <fstream>
+#include <set>
 
 namespace lanefeed_test {
 namespace {
@@ -45,7 +52,9 @@ protected:
 TEST_F(OpenResult, HandsOutWhatTheLibraryAsksFor) {
     const auto result =
         open(m_trace.file(),
-             {write("mine.xml", "<queryLibrary><infoQuery id='mine'/></queryLibrary>"),
+             {write("mine.xml",
+                    "<queryLibrary><infoQuery id='mine'/><infoQuery id='asBand'>"
+                    "<dbPath>dd_band::dd_thread</dbPath></infoQuery></queryLibrary>"),
               write("later.xml",
                     "<queryLibrary><infoQuery id='thread' displayName='Lane'/></queryLibrary>")});
     ASSERT_TRUE(m_outcome.isOpened()) << m_outcome.text;
@@ -58,27 +67,21 @@ TEST_F(OpenResult, HandsOutWhatTheLibraryAsksFor) {
     ASSERT_TRUE(dataface_1::lookup(result, performance));
     EXPECT_TRUE(dataface_1::lookup(result, mappers));
     const auto database = performance->getDatabase(result);
-    EXPECT_TRUE(database->isTableExist("slice_data"));
     filters->setTimeFilter("selection", filters->createTimeFilterBuilder()->build());
-    EXPECT_TRUE(filters->hasFilter("selection"));
     EXPECT_TRUE(database->getFilterRegistry()->hasFilter("selection"));
     EXPECT_NE(settingstore2::getMessageCatalogSource(), nullptr);
 
     // Definitions of the user join and replace the shipped ones.
     EXPECT_NE(library->findQuery("busyTime", nullptr), nullptr);
-    EXPECT_NE(library->findQuery("mine", nullptr), nullptr);
     EXPECT_EQ(library->findQuery("thread", nullptr)->getName(), "Lane");
     // Queries ask the store for band columns.
-    for (const std::string column : {"dd_band::dd_thread", "dd_band::dd_nothing"}) {
-        basekit2::variant_bag_t bag("infoQuery");
-        bag.add("dbPath", basekit2::variant_bag_t())
-            .add("#text", basekit2::variant_t(column.c_str()));
-        sptr_t<dataface_1::IQuery> query;
-        EXPECT_TRUE(library->createQuery(bag, query, nullptr));
-        std::string found = "none";
-        dataface_1::IInfoQuery::cast(query)->getBandColumn(found, "dd_band", 2);
-        EXPECT_EQ(found, column == "dd_band::dd_thread" ? column : "none");
-    }
+    const auto hasBand = [&](const char* id, const std::string& table) {
+        std::string column;
+        const auto info = dataface_1::IInfoQuery::cast(library->findQuery(id, nullptr));
+        return info->getBandColumn(column, table, 2) && column == "dd_band::dd_thread";
+    };
+    EXPECT_TRUE(hasBand("asBand", "dd_band"));
+    EXPECT_FALSE(hasBand("asBand", "slice_data") || hasBand("mine", "dd_band"));
 }
 
 TEST_F(OpenResult, WhatCannotBeReadIsToldApartFromWhatIsNotUnderstood) {
@@ -106,18 +109,64 @@ TEST_F(OpenResult, WhatCannotBeReadIsToldApartFromWhatIsNotUnderstood) {
     EXPECT_EQ(m_outcome.text, "") << "an old outcome is cleared";
 }
 
-TEST_F(OpenResult, TheViewpointThatFitsHasSomethingToShow) {
-    const std::pair<const char*, const char*> traces[] = {
-        {"thread main 0..100 a\ncounter load 0=5 10=7", "trace_events"},
-        {"counter load 0=5 10=7", "counters"},
-        {"track upload 3..9 part", "asynchronous"},
-        {"thread main 0..100 a\nstate main 0..50 Running", "scheduler"},
-        {"core 0 0..100 -\ninterrupt 0 1..2 timer", "scheduler"},
-        {"counter load 0=5\nmarker main 5 tick", "trace_events"},
-        {"", "trace_events"}};
-    for (const auto& [text, viewpoint] : traces)
-        EXPECT_EQ(lanefeed_runtime::fittingViewpoint(open(TextResult(text).file())), viewpoint)
-            << text;
+TEST(Shipped, DefinitionsViewpointsAndTextsFitEachOther) {
+    const auto definitions = lanefeed_runtime::shippedDefinitions();
+    std::vector<std::string> errors;
+    lanefeed_runtime::loadQueryLibrary(definitions, {}, errors);
+    const auto listings = lanefeed_runtime::listQueries(definitions, errors);
+    EXPECT_THAT(errors, ElementsAre());
+    std::set<std::string> listed;
+    for (const lanefeed_runtime::QueryListing& listing : listings) {
+        listed.insert(listing.id + " " + listing.kind + " " + listing.table + "::" + listing.path);
+        EXPECT_FALSE(listing.help.empty()) << listing.id;
+        EXPECT_EQ(listing.help.find('\n'), std::string::npos) << listing.id;
+    }
+    EXPECT_EQ(listed.count("process infoQuery dd_band::dd_thread.dd_process.label"), 1U);
+    EXPECT_EQ(listed.count("timeByName timeQuery slice_data::"), 1U);
+
+    const auto names = lanefeed_runtime::shippedViewpointNames();
+    EXPECT_THAT(names, ElementsAre("asynchronous", "counters", "processes", "scheduler",
+                                   "scheduler_processes", "trace_events"));
+    std::string texts;
+    for (const std::string& name : names)
+        texts += lanefeed_runtime::shippedViewpointText(name);
+    for (const auto& definition : definitions)
+        texts += definition.text;
+    const auto catalogs = lanefeed_runtime::shippedCatalogs();
+    EXPECT_EQ(catalogs->getCatalog("slicer2")->message("%BusyTime").as_ustring({}), "Busy time");
+    EXPECT_EQ(catalogs->getCatalog("other"), nullptr);
+    int captions = 0;
+    for (std::size_t at = 0; (at = texts.find("\"%", at)) != std::string::npos; ++captions) {
+        const std::size_t end = texts.find('"', ++at);
+        const std::string key = texts.substr(at, end - at);
+        bool found = false;
+        for (const char* catalog : {"slicer2", "viewpoint", "storelink1"})
+            found = found || catalogs->getCatalog(catalog)->has_message(key);
+        EXPECT_TRUE(found) << key;
+    }
+    EXPECT_GT(captions, 50);
+}
+
+TEST(Shipped, ViewpointThatIsNoneIsToldWithItsPlace) {
+    basekit2::variant_bag_t bag;
+    std::string error;
+    EXPECT_FALSE(lanefeed_runtime::readViewpoint("<viewpoint>\n<area", bag, error));
+    EXPECT_EQ(error.find("2:"), 0U) << error;
+    EXPECT_FALSE(lanefeed_runtime::readViewpoint("<areas/>", bag, error));
+    EXPECT_EQ(lanefeed_runtime::shippedViewpointText("nobody"), "");
+    EXPECT_EQ(lanefeed_runtime::fittingViewpoint(nullptr), "");
+}
+
+TEST(MessageCatalogs, BrokenDocumentIsLeftOutAndDocumentsOfOneNameAdd) {
+    std::vector<std::string> errors;
+    const auto source = lanefeed_runtime::readCatalogs(
+        {"<messageCatalog name='a'><message key='x'>one</message></messageCatalog>",
+         "<messageCatalog name='a'>\n<message",
+         "<messageCatalog name='a'><message key='y'>two</message></messageCatalog>"},
+        errors);
+    EXPECT_THAT(errors, ::testing::ElementsAre(::testing::StartsWith("2:")));
+    EXPECT_TRUE(source->getCatalog("a")->has_message("x"));
+    EXPECT_TRUE(source->getCatalog("a")->has_message("y"));
 }
 
 }  // namespace

@@ -37,15 +37,13 @@ protected:
         source.m_defaultQuery = infoQuery(facts);
         return source;
     }
-    void addThread(int id, const basekit2::variant_t& name) const {
-        m_bound.database->tables["dd_thread"].push_back({{"rowid", id}, {"dd_thread.name", name}});
+    // Rows as "ID NAME" and as "ID START END".
+    void addThreads(const std::string& rows) const {
+        m_bound.database->tables["dd_thread"] = tableOf("rowid dd_thread.name\n" + rows);
     }
-    void addBand(const std::string& path,
-                 int id,
-                 basekit2::u64_t start,
-                 basekit2::u64_t end) const {
-        m_bound.database->tables["dd_band::" + path].push_back(
-            {{"dd_band::" + path, id}, {"start_tsc", start}, {"end_tsc", end}});
+    void addBands(const std::string& path, const std::string& rows) const {
+        m_bound.database->tables["dd_band::" + path] =
+            tableOf("dd_band::" + path + " start_tsc end_tsc\n" + rows);
     }
     // Null when it cannot be built.
     Table build(const std::vector<lanefeed_1::DicerDataSource>& rowBys,

@@ -4,8 +4,6 @@
 #include "row_tables.h"
 #include "support/table_tree_contract.h"
 
-#include <facekit_1_x/table_building.h>
-
 #include <functional>
 
 namespace lanefeed_test {
@@ -39,13 +37,9 @@ protected:
     CapturedLog m_log;
 };
 
-const char* const kUnknownRow =
-    "selectedUniqueIDs[i] >= 0 && selectedUniqueIDs[i] < (int)m_flatRows.size()";
-
 TEST_F(RowSummaryBuild, HasARowForEachRecordOfTheStore) {
-    addThread(7, "main");
-    addThread(3, "worker");
-    addBand("dd_thread", 3, 1100, 1200);
+    addThreads("7 main\n3 worker");
+    addBands("dd_thread", "3 1100 1200");
     const Table table = buildThreads();
     ASSERT_FALSE(table.is_null());
     EXPECT_EQ(tableText(table, {true, false, {}}), R"(#  name    startTime  endTime
@@ -66,14 +60,10 @@ TEST_F(RowSummaryBuild, HasARowForEachRecordOfTheStore) {
               "filter=global");
     ASSERT_FALSE(build({rowBy(bandFacts("dd_thread"))}, "own").is_null());
     EXPECT_EQ(m_bound.database->reads.back(), "dd_thread filtered rowid dd_thread.name filter=own");
-    EXPECT_EQ(m_bound.library->created.back().get<variant_t>("id")->get<std::string>(),
-              "timelineNameQuery_name_own");
     // Without a column of names they are named by their ids.
     facts = bandFacts("dd_thread");
-    for (const char* attr : {"", "unknown"}) {
-        facts.attr = attr;
-        EXPECT_EQ(tableText(build({rowBy(facts)}), {false, false, {"name"}}), "name\n7\n3\n");
-    }
+    facts.attr = "unknown";
+    EXPECT_EQ(tableText(build({rowBy(facts)}), {false, false, {"name"}}), "name\n7\n3\n");
 }
 
 TEST_F(RowSummaryBuild, FailsLoudlyWithoutWhatItNeeds) {
@@ -82,26 +72,20 @@ TEST_F(RowSummaryBuild, FailsLoudlyWithoutWhatItNeeds) {
         return table->init(nullptr, {}, m_bound.provider.get(), "", nullptr) ? table : Table();
     });
     expectUnbuilt("!m_rowBys.empty()", [&] { return build({}); });
-    EXPECT_FALSE(m_log.contains("tq"));
     expectUnbuilt("tq,", [&] { return buildThreads(); });
     m_bound.database->tables["dd_thread"] = {};
-    expectUnbuilt("rs && !rs->atEnd()", [&] { return buildThreads(); });
     m_bound.database->brokenTables = {"dd_thread"};
     expectUnbuilt("rs && !rs->atEnd() ' Error: disk on fire, SQL: SELECT'",
                   [&] { return buildThreads(); });
     const auto grouping = vectorOf({infoQuery(bandFacts("dd_process"))});
-    expectUnbuilt("m_grouping,", [&] { return buildOn(facekit_1_x::createTableTree(), nullptr); });
     expectUnbuilt("m_gridTree,", [&] { return buildOn(nullptr, grouping); });
     const auto grid = basekit2::make_object<FakeGrid>(gridTable({{1, "a", 1, {}}}, grouping));
-    grid->nullRow = true;
-    expectUnbuilt("row", [&] { return buildOn(grid, grouping); });
-    grid->nullRow = false;
     grid->nullColumn = true;
     expectUnbuilt("column", [&] { return buildOn(grid, grouping); });
 }
 
 TEST_F(RowSummaryBuild, NestsRowsAsTheGridDoes) {
-    addBand("dd_process", 2, 1100, 1200);
+    addBands("dd_process", "2 1100 1200");
     const auto make = [this] {
         return buildOnGrid({{1, "lfd", 3, {{7, "main", 2, {}}, {1, "io", 1, {}}}},
                             {2, "sh", {}, {{7, "main", 5, {}}}}},
@@ -118,20 +102,17 @@ TEST_F(RowSummaryBuild, NestsRowsAsTheGridDoes) {
 )");
     EXPECT_EQ(columnNamed(table, "name")->getType(), 3);
     EXPECT_EQ(table->getRowMaxLevel(), 1);
-    EXPECT_EQ(table->getRow(2)->getLevel(), 1);
     EXPECT_EQ(table->getRow(2)->getParent().get(), table->getRow(0));
     EXPECT_EQ(table->getRowByDbId(1, 1), table->getRow(2));
     EXPECT_EQ(table->getRowByDbId(0, 1), table->getRow(0));
     EXPECT_EQ(table->getRowByDbIndexes({2, 7}), table->getRow(4));
     EXPECT_EQ(table->getRowByDbIndexes({2, 1}), nullptr);
     EXPECT_EQ(table->getRowByDbIndexes({2, 7, 7}), nullptr);
-    EXPECT_EQ(table->getRow(0)->getChildRowByDbIndex(7), table->getRow(1));
 
     // Of several in one place the first is found, and by path the last.
     const Table twice =
         buildOnGrid({{1, "a", {}, {{7, "x", {}, {}}, {7, "y", {}, {}}}}, {1, "b", {}, {}}},
                     bandFacts("dd_process"));
-    EXPECT_EQ(twice->getRowByDbId(0, 1), twice->getRow(0));
     EXPECT_EQ(twice->getRowByDbIndexes({1}), twice->getRow(3));
     EXPECT_EQ(twice->getRowByDbId(1, 7), twice->getRow(1));
     EXPECT_EQ(twice->getRow(0)->getChildRowByDbIndex(7), twice->getRow(2));
@@ -141,21 +122,17 @@ TEST_F(RowSummaryBuild, IndexesAFlatGroupingAtOneLevel) {
     QueryFacts facts = bandFacts("dd_process");
     facts.flatGrouping = "flat";
     const Table table = buildOnGrid({{1, "lfd", {}, {{7, "main", {}, {}}}}}, facts);
-    ASSERT_FALSE(table.is_null());
     EXPECT_TRUE(table->isFlatGrouping());
     EXPECT_EQ(table->getRowMaxLevel(), 0);
     EXPECT_EQ(table->getRow(1)->getLevel(), 1);
     EXPECT_EQ(table->getRowByDbId(5, 7), table->getRow(1));
-    m_log.clear();
     EXPECT_EQ(table->getRowByDbIndexes({7}), table->getRow(1));
-    EXPECT_TRUE(m_log.empty());
     EXPECT_EQ(table->getRowByDbIndexes({7, 1}), table->getRow(1));
     EXPECT_EQ(m_log.count("indexes.size() == 1"), 1);
 }
 
 TEST_F(RowSummaryBuild, MakesFiltersThatNameEachRowByEachChoice) {
-    addThread(7, "main");
-    addThread(3, "worker");
+    addThreads("7 main\n3 worker");
     m_bound.database->tables["dd_core"] = {};
     const Table table = build({rowBy(bandFacts("dd_thread")), rowBy(bandFacts("dd_core"))});
     EXPECT_EQ(filterOf(table, {1, 0}),
@@ -163,13 +140,13 @@ TEST_F(RowSummaryBuild, MakesFiltersThatNameEachRowByEachChoice) {
               "{1 dd_band::dd_thread.name=7 dd_band::dd_core.name=7}}");
     EXPECT_EQ(filterOf(table, {}), "{2}");
     EXPECT_TRUE(m_registry->calls.empty());  // a name for it is the caller's
-    expectNoFilter(kUnknownRow, table, -1);
-    expectNoFilter(kUnknownRow, table, 2);
+    for (const int row : {-1, 2})
+        expectNoFilter("selectedUniqueIDs[i] >= 0 && selectedUniqueIDs[i] < (int)m_flatRows.size()",
+                       table, row);
     m_registry->refused = {FakeRegistry::queryFilter};
     expectNoFilter("err.succeeded() && qf", table, 0);
     m_registry->refused = {FakeRegistry::queryBuilder};
     expectNoFilter("qfBuilder", table, 0);
-    EXPECT_EQ(filterOf(table, {}), "null");
     lanefeed_1::DicerDataSource derived = rowBy(bandFacts("dd_thread"));
     derived.m_defaultQuery = makeQuery<FakeDerivedQuery>({});
     m_registry->refused.clear();
@@ -183,11 +160,8 @@ TEST_F(RowSummaryBuild, LeavesFiltersOfAGridToTheGrid) {
     const auto grid = basekit2::make_object<FakeGrid>(
         gridTable({{1, "a", 1, {{11, "a1", 1, {}}}}, {2, "b", 2, {}}}, grouping));
     const Table table = buildOn(grid, grouping);
-    m_log.clear();
     EXPECT_EQ(filterOf(table, {1, 2}), "rows 11 2");
     EXPECT_EQ(filterOf(table, {}), "{2}");
-    EXPECT_TRUE(m_log.empty());
-    expectNoFilter(kUnknownRow, table, 3);
     grid->refuses = true;
     expectNoFilter("err.succeeded() && qf", table, 1);
     grid->makesFilters = false;

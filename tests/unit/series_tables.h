@@ -8,7 +8,6 @@
 
 #include <limits>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace lanefeed_test {
@@ -54,23 +53,6 @@ inline lanefeed_1::QueryParam windowOf(basekit2::u64_t start,
     param.endTime = end;
     param.binCount = bins;
     return param;
-}
-
-// A table of spans, as pause ranges come.
-inline basekit2::sptr_t<dataface_1::ITableTree> spansTable(
-    const std::vector<std::pair<basekit2::u64_t, basekit2::u64_t>>& spans) {
-    const auto tree = facekit_1_x::createTableTree();
-    const auto start = facekit_1_x::createColumn(facekit_1_x::columnPlain, nullptr, tree);
-    const auto end = facekit_1_x::createColumn(facekit_1_x::columnPlain, nullptr, tree);
-    tree->addColumn(start, nullptr, 0);
-    tree->addColumn(end, nullptr, 0);
-    for (const auto& span : spans) {
-        const auto row = facekit_1_x::createVectorRow(nullptr, tree);
-        row->setContent(start, dataface_1::ccValue, span.first);
-        row->setContent(end, dataface_1::ccValue, span.second);
-        tree->addRow(row, nullptr);
-    }
-    return tree;
 }
 
 }  // namespace lanefeed_test

