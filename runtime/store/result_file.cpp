@@ -79,6 +79,18 @@ std::string identityOf(const std::string& file) {
     return std::string(read.text(0));
 }
 
+std::string behindLinks(const std::string& target) {
+    constexpr int kMostLinks = 40;
+    std::error_code status;
+    fs::path path = target;
+    for (int i = 0; i < kMostLinks && fs::is_symlink(path, status); ++i) {
+        const fs::path next = fs::read_symlink(path, status);
+        if (status) break;
+        path = path.parent_path() / next;
+    }
+    return path.string();
+}
+
 bool syncFile(const std::string& file) {
     const int handle = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
     if (handle < 0) return false;
@@ -96,30 +108,26 @@ ResultFile::~ResultFile() {
 }
 
 std::string ResultFile::directory() const {
-    const std::string parent = fs::path(m_target).parent_path().string();
-    return parent.empty() ? "." : parent;
+    std::error_code status;
+    const fs::path whole = fs::absolute(m_target, status);
+    return status ? "." : whole.parent_path().string();
 }
 
 bool ResultFile::open(const std::string& target,
                       const std::string& sourceIdentity,
                       bool force,
                       StoreError& error) {
-    std::error_code status;
-    m_target = target;
+    // A link stays a link: what it points to is replaced, or made if it isn't there.
+    m_target = behindLinks(target);
     m_identity = sourceIdentity;
     m_force = force;
-    // A link stays a link: what it points to is replaced.
-    if (fs::is_symlink(target, status)) {
-        const fs::path real = fs::canonical(target, status);
-        if (!status) m_target = real.string();
-    }
     if (!mayReplace(error)) return false;
     clearLeftovers(directory(), fs::path(m_target).filename().string());
     const std::string temporary = temporaryName(m_target);
     const int file = ::open(temporary.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, 0666);
     if (file < 0) {
         error = {StoreError::Kind::cannotWrite,
-                 target + ": cannot be written: " + systemText(errno) +
+                 m_target + ": cannot be written: " + systemText(errno) +
                      "; check that the folder is there and may be written, or choose another"
                      " place"};
         return false;

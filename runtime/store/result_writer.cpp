@@ -138,9 +138,10 @@ bool SqliteResultWriter::failed(const std::string& what) {
 
 bool SqliteResultWriter::failedSorting() {
     if (m_error.failed()) return false;
-    m_error = {Kind::cannotWrite, m_options.target + ": failed while sorting instances: " +
-                                      std::generic_category().message(errno) +
-                                      "; make room on the disk or choose another place"};
+    m_error = {Kind::cannotWrite,
+               m_options.target + ": failed while sorting instances in a file in " +
+                   m_file.directory() + ": " + std::generic_category().message(errno) +
+                   "; make room there or choose another place"};
     return false;
 }
 
