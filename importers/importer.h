@@ -58,7 +58,7 @@ struct ImportOptions {
 };
 
 struct ImportRequest {
-    std::string source;  // file or pipe
+    std::string source;  // file or pipe; "-" is the standard input
     std::string target;  // NAME.lft
     bool force = false;  // replaces the result of another source
     // Half open spans from the first event on, in nanoseconds.
@@ -98,6 +98,8 @@ public:
     virtual std::string_view description() const = 0;
     // By the first unpacked bytes of a file, at most a few kilobytes.
     virtual bool accepts(std::string_view head) const = 0;
+    // The line by itself tells an event of this format. Of formats that go by lines alone.
+    virtual bool isEventLine(std::string_view) const { return false; }
     // Writes instances and facts; the caller finishes the writer. Failures of the writer are left
     // for the caller to find there.
     virtual ImportOutcome import(ByteSource& source,

@@ -8,6 +8,7 @@
 #include "common/fact_keys.h"
 #include "common/foreign_file.h"
 #include "common/wording.h"
+#include "format_choice.h"
 #include "ftrace_text/ftrace_importer.h"
 #include "perf_script/perf_script_importer.h"
 #include "trace_event_json/trace_event_importer.h"
@@ -20,6 +21,7 @@
 #include <store/filter_registry.h>
 #include <store/open_store.h>
 #include <store/result_writer.h>
+#include <system_error>
 #include <utility>
 
 namespace lanefeed_importers {
@@ -44,13 +46,6 @@ private:
     const ImportOptions& m_options;
 };
 
-const Importer* importerFor(const ByteSource& source) {
-    for (const auto& importer : importers()) {
-        if (importer->accepts(source.head())) return importer.get();
-    }
-    return nullptr;
-}
-
 ImportError errorOf(const StoreError& error) {
     switch (error.kind) {
     case StoreError::Kind::none: return {};
@@ -69,7 +64,7 @@ ImportError named(ImportError error, const ImportRequest& request) {
     if (error.failed() && request.options.cancelled()) error = ImportError::cancelled();
     if (error.kind == ImportError::Kind::cancelled) {
         error.text = fmt::format("{}: the import was interrupted; {} is as it was before",
-                                 request.source, request.target);
+                                 ByteSource::nameOf(request.source), request.target);
     }
     return error;
 }
@@ -97,7 +92,7 @@ void addPauses(const ImportRequest& request, ResultWriter& writer, ImportOutcome
             outcome.warnings.push_back(
                 fmt::format("{}: the pause {}ns..{}ns reaches beyond the {} ns of the trace; what "
                             "lies behind them is left out",
-                            request.source, begin, end, length));
+                            ByteSource::nameOf(request.source), begin, end, length));
         }
         if (begin >= length) continue;
         writer.addPause(outcome.firstTime + begin, outcome.firstTime + std::min(end, length));
@@ -110,6 +105,13 @@ std::vector<std::string> filtersOf(const std::string& result) {
     const lanefeed_runtime::OpenStore store = lanefeed_runtime::openStore(result, error);
     if (store.failed()) return {};
     return dynamic_cast<lanefeed_runtime::FilterRegistry&>(*store.filters).names();
+}
+
+// As a whole, since a message that names it has to say which.
+std::string folderOf(const std::string& target) {
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::absolute(target, error);
+    return error ? "." : whole.parent_path().string();
 }
 
 void finishResult(const ImportRequest& request, ResultWriter& writer, ImportOutcome& outcome) {
@@ -159,10 +161,10 @@ ImportOutcome importTrace(const ImportRequest& request) {
         outcome.error = named(std::move(outcome.error), request);
         return outcome;
     }
-    const Importer* importer = importerFor(*source);
+    const Importer* importer = importerFor(source->head());
     if (!importer) {
         outcome.error = ImportError::badInput(
-            fmt::format("{}: {}", request.source, foreignFileText(source->head())));
+            fmt::format("{}: {}", source->path(), foreignFileText(source->head())));
         return outcome;
     }
     WriterOptions writing;
@@ -178,13 +180,12 @@ ImportOutcome importTrace(const ImportRequest& request) {
         return outcome;
     }
     ImportOptions options = request.options;
-    options.scratchFolder = std::filesystem::path(request.target).parent_path().string();
-    if (options.scratchFolder.empty()) options.scratchFolder = ".";
+    options.scratchFolder = folderOf(request.target);
     outcome = importer->import(*source, *writer, options);
     if (source->hasTail()) {
         outcome.warnings.push_back(
             fmt::format("{}: what stands behind the compressed data is not gzip and was not read",
-                        request.source));
+                        source->path()));
     }
     if (!outcome.error.failed()) outcome.error = errorOf(writer->error());
     outcome.error = named(std::move(outcome.error), request);

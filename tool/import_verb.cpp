@@ -35,6 +35,7 @@ void dropEnding(std::string& name, std::string_view ending) {
 // The trace's place is the result's; where nothing can be written, and for a pipe, the current
 // folder.
 std::string defaultOutput(const std::string& trace) {
+    if (trace == "-") return "stdin.lft";
     const std::size_t slash = trace.rfind('/');
     std::string name = slash == std::string::npos ? trace : trace.substr(slash + 1);
     dropEnding(name, ".gz");

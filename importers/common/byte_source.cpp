@@ -19,10 +19,11 @@ namespace lanefeed_importers {
 namespace {
 
 constexpr std::size_t kInputSize = 256 * 1024;
-constexpr std::size_t kHeadSize = 4096;
+constexpr std::size_t kHeadSize = 64 * 1024;
 constexpr std::size_t kHashedEnd = 64 * 1024;
 // Window of 32 kB, and a gzip header is required.
 constexpr int kGzipWindow = 15 + 16;
+constexpr std::string_view kInput = "-";
 
 std::string systemText(int number) {
     return std::system_category().message(number);
@@ -45,23 +46,29 @@ bool looksPacked(const char* bytes, std::size_t length) {
 std::unique_ptr<ByteSource> ByteSource::open(const std::string& path,
                                              ImportError& error,
                                              const std::atomic<bool>* cancel) {
-    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int file = path == kInput ? ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                                    : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (file < 0) {
-        error = ImportError::failure(
-            fmt::format("{}: {}; check the name and the permissions", path, systemText(errno)));
+        error = ImportError::failure(fmt::format("{}: {}; check the name and the permissions",
+                                                 nameOf(path), systemText(errno)));
         return nullptr;
     }
-    std::unique_ptr<ByteSource> source(new ByteSource(path, file, cancel));
+    std::unique_ptr<ByteSource> source(new ByteSource(nameOf(path), file, cancel));
     if (source->describe()) source->readHead();
     if (source->m_error.failed() && source->m_head.empty()) {
         error = source->m_error;
         return nullptr;
     }
     if (source->m_head.empty()) {
-        error = ImportError::badInput(fmt::format("{}: the file is empty; record it again", path));
+        error = ImportError::badInput(
+            fmt::format("{}: the file is empty; record it again", source->m_path));
         return nullptr;
     }
     return source;
+}
+
+std::string ByteSource::nameOf(const std::string& path) {
+    return path == kInput ? "standard input" : path;
 }
 
 ByteSource::ByteSource(std::string path, int file, const std::atomic<bool>* cancel)
@@ -84,7 +91,8 @@ bool ByteSource::describe() {
         fail("this is a folder; name a trace file in it");
         return false;
     }
-    if (!S_ISREG(about.st_mode)) return true;
+    // Of the standard input, a part may have been read already.
+    if (!S_ISREG(about.st_mode) || ::lseek(m_file, 0, SEEK_CUR) != 0) return true;
     m_fileSize = static_cast<std::uint64_t>(about.st_size);
     m_modified = about.st_mtim.tv_sec;
     const std::size_t end =

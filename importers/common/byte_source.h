@@ -18,11 +18,14 @@ namespace lanefeed_importers {
 // Reads in pieces, so a pipe will do. One thread.
 class ByteSource {
 public:
-    // Null with an error for what cannot be read or is empty. A signal ends a read that waits, as
-    // that of a pipe, once the flag is set; it outlives the source, null for none.
+    // Null with an error for what cannot be read or is empty; "-" is the standard input. A signal
+    // ends a read that waits, as that of a pipe, once the flag is set; it outlives the source, null
+    // for none.
     static std::unique_ptr<ByteSource> open(const std::string& path,
                                             ImportError& error,
                                             const std::atomic<bool>* cancel = nullptr);
+    // What messages call it.
+    static std::string nameOf(const std::string& path);
     ~ByteSource();
     ByteSource(const ByteSource&) = delete;
     ByteSource& operator=(const ByteSource&) = delete;
@@ -36,6 +39,7 @@ public:
     // The failure is that of a compressed file, of which all that could be unpacked was handed out.
     bool damagedArchive() const { return m_damaged; }
 
+    // As messages call it.
     const std::string& path() const { return m_path; }
     std::uint64_t unpackedBytes() const { return m_handedOut; }
     std::uint64_t fileBytesRead() const { return m_fileRead; }

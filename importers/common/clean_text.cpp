@@ -1,5 +1,5 @@
 // Traces hold whatever bytes the traced program put into a name; a result holds text.
-// Tested by tests/importers/trace_time_test.cpp.
+// Tested by tests/importers/line_parsers_test.cpp.
 #include "common/clean_text.h"
 
 #include <cstddef>

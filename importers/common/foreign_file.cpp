@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <fmt/format.h>
+#include <iterator>
 
 namespace lanefeed_importers {
 namespace {
@@ -35,6 +36,14 @@ constexpr Foreign kForeign[] = {
     {"BZh"sv, "is packed by bzip2; unpack it with `bzip2 -d`"},
 };
 
+const Foreign* foreignOf(std::string_view head) {
+    const Foreign* const found =
+        std::find_if(std::begin(kForeign), std::end(kForeign), [&](const Foreign& foreign) {
+            return head.substr(0, foreign.begin.size()) == foreign.begin;
+        });
+    return found == std::end(kForeign) ? nullptr : found;
+}
+
 bool isText(std::string_view head) {
     return std::all_of(head.begin(), head.end(), [](char c) {
         return static_cast<unsigned char>(c) >= 0x20 ||
@@ -54,10 +63,12 @@ std::string beginOf(std::string_view head) {
 
 }  // namespace
 
+bool isForeignFile(std::string_view head) {
+    return foreignOf(head) != nullptr;
+}
+
 std::string foreignFileText(std::string_view head) {
-    for (const Foreign& foreign : kForeign) {
-        if (head.substr(0, foreign.begin.size()) == foreign.begin) return std::string(foreign.text);
-    }
+    if (const Foreign* const foreign = foreignOf(head)) return std::string(foreign->text);
     return fmt::format(
         "no known trace format at byte 0 ({}); give a trace of one of these, plain or as .gz: {}",
         beginOf(head), knownFormats());

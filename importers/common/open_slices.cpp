@@ -1,6 +1,6 @@
 // Why by name: tracers lose begins and ends. Pairing whatever comes next shifts every pair after a
 // lost event by one level; by name the damage stays with the lost one.
-// Tested by tests/importers/open_slices_test.cpp.
+// Tested by tests/importers/import_rows_test.cpp.
 #include "common/open_slices.h"
 
 #include <utility>

@@ -205,7 +205,7 @@ bool TimeSorter::fail(const char* what) {
     const int number = errno;
     m_error = ImportError::failure(fmt::format(
         "{}: {}: {}; sorting a trace takes about half of its unpacked size there, make room or "
-        "write the result elsewhere",
+        "give the result another folder (-o)",
         m_folder, what, std::system_category().message(number)));
     return false;
 }

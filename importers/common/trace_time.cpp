@@ -1,6 +1,6 @@
 // Reads the times of text formats without going through floating point, which would lose the
 // nanoseconds of a clock that counts from 1970.
-// Tested by tests/importers/trace_time_test.cpp.
+// Tested by tests/importers/line_parsers_test.cpp.
 #include "common/trace_time.h"
 
 #include <charconv>

@@ -3,17 +3,24 @@
 
 #include "common/byte_source.h"
 #include "ftrace_text/ftrace_lines.h"
+#include "ftrace_text/html_trace.h"
+#include "ftrace_text/trace_line.h"
 
 namespace lanefeed_importers {
 
 bool FtraceImporter::accepts(std::string_view head) const {
-    return beginsLikeHtml(head) || hasTraceLines(head);
+    return isPage(head) || hasTraceLines(head);
+}
+
+bool FtraceImporter::isEventLine(std::string_view line) const {
+    TraceLine event;
+    return parseTraceLine(line, event);
 }
 
 ImportOutcome FtraceImporter::import(ByteSource& source,
                                      lanefeed_runtime::ResultWriter& writer,
                                      const ImportOptions& options) const {
-    FtraceLines lines(beginsLikeHtml(source.head()));
+    FtraceLines lines(isPage(source.head()));
     return importLines(source, writer, options, lines);
 }
 

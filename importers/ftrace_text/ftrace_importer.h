@@ -13,6 +13,7 @@ public:
         return "text of the kernel's function tracer (trace-cmd report, tracefs, systrace pages)";
     }
     bool accepts(std::string_view head) const override;
+    bool isEventLine(std::string_view line) const override;
     ImportOutcome import(ByteSource& source,
                          lanefeed_runtime::ResultWriter& writer,
                          const ImportOptions& options) const override;

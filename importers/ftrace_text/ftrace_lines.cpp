@@ -3,6 +3,7 @@
 // empty result. Tested by tests/importers/ftrace_text_test.cpp.
 #include "ftrace_text/ftrace_lines.h"
 
+#include "common/text_lines.h"
 #include "common/trace_time.h"
 #include "common/wording.h"
 #include "ftrace_text/trace_line.h"
@@ -20,11 +21,6 @@ constexpr std::uint64_t kPatience = 1000;
 constexpr std::string_view kRemedy =
     "record with `trace-cmd record -e sched_switch -e sched_wakeup -e sched_wakeup_new "
     "-e sched_migrate_task -e irq` and give what `trace-cmd report` prints";
-
-bool isBlankOrComment(std::string_view text) {
-    const std::size_t begin = text.find_first_not_of(" \t");
-    return begin == std::string_view::npos || text[begin] == '#';
-}
 
 // "CPU:0 [LOST 12 EVENTS]", "CPU:1 [12 EVENTS DROPPED]", the latter also without a number.
 bool isLoss(std::string_view text, std::uint64_t& events) {
@@ -141,9 +137,7 @@ std::vector<std::string> FtraceLines::warnings() const {
 bool hasTraceLines(std::string_view head) {
     TraceLine event;
     while (!head.empty()) {
-        const std::size_t end = head.find('\n');
-        const std::string_view line = head.substr(0, end);
-        head.remove_prefix(end == std::string_view::npos ? head.size() : end + 1);
+        const std::string_view line = takeLine(head);
         if (line.substr(0, 8) == "# tracer" || isHeader(line)) return true;
         // Also in columns that are refused, for the message to speak of this format.
         if (line.find(" sched_switch: ") != std::string_view::npos || parseTraceLine(line, event)) {

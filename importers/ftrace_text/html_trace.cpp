@@ -1,16 +1,23 @@
 // Takes the trace out of the page that systrace wraps around it. The scripts of the page are some
 // hundred kilobytes that talk about traces, so nothing counts as trace but what follows a
-// "# tracer" line that stands by itself. Tested by tests/importers/ftrace_text_test.cpp.
+// "# tracer" line that stands by itself, or where scripts have no such lines. Tested by
+// tests/importers/ftrace_text_test.cpp.
 #include "ftrace_text/html_trace.h"
 
+#include "common/text_lines.h"
+#include "ftrace_text/trace_line.h"
+
+#include <algorithm>
 #include <array>
 #include <cctype>
+#include <cstddef>
 #include <utility>
 
 namespace lanefeed_importers {
 namespace {
 
 constexpr std::string_view kBegin = "# tracer";
+constexpr std::string_view kCaption = "TASK-PID";
 constexpr std::string_view kScriptEnd = "</script";
 // At the end of each line of a trace that is a text of JavaScript.
 constexpr std::string_view kLineEnd = "\\n\\";
@@ -22,10 +29,32 @@ bool endsWith(std::string_view text, std::string_view end) {
 // The line begins a trace, directly or behind the tag or quote that opens it.
 bool beginsTrace(std::string_view line) {
     const std::size_t at = line.find(kBegin);
-    if (at == std::string_view::npos) return false;
+    if (at == std::string_view::npos) {
+        return !line.empty() && line.front() == '#' &&
+               line.find(kCaption) != std::string_view::npos;
+    }
     const std::string_view before = line.substr(0, at);
     const std::size_t last = before.find_last_not_of(" \t");
     return last == std::string_view::npos || before[last] == '>' || before[last] == '"';
+}
+
+bool isEvent(std::string_view line) {
+    TraceLine event;
+    return parseTraceLine(line, event);
+}
+
+bool beginsWithTag(std::string_view line) {
+    line.remove_prefix(std::min(line.find_first_not_of(" \t\r"), line.size()));
+    for (const std::string_view tag :
+         {"<!doctype html", "<html", "<head", "<meta", "<script", "<style", "<body"}) {
+        if (std::equal(
+                tag.begin(), tag.end(), line.begin(),
+                line.begin() + static_cast<std::ptrdiff_t>(std::min(tag.size(), line.size())),
+                [](char a, char b) { return a == std::tolower(static_cast<unsigned char>(b)); })) {
+            return true;
+        }
+    }
+    return false;
 }
 
 // What an escape stands for; control characters are blanks.
@@ -37,7 +66,7 @@ char unescaped(char c) {
 
 bool HtmlTrace::take(std::string_view line, std::string_view& text) {
     switch (m_form) {
-    case Form::none: lookForBegin(line); return false;
+    case Form::none: return lookForBegin(line, text);
     case Form::javaScriptText: return takeJavaScript(line, text);
     case Form::script: return takeUntil(kScriptEnd, line, text);
     case Form::markup: break;
@@ -47,17 +76,26 @@ bool HtmlTrace::take(std::string_view line, std::string_view& text) {
     return taken;
 }
 
-void HtmlTrace::lookForBegin(std::string_view line) {
+void HtmlTrace::followScripts(std::string_view line) {
     const std::size_t opens = line.rfind("<script");
     const std::size_t closes = line.rfind(kScriptEnd);
-    if (opens != closes) {  // at least one is there
-        m_inScript =
-            closes == std::string_view::npos || (opens != std::string_view::npos && opens > closes);
-    }
-    if (!beginsTrace(line)) return;
+    if (opens == closes) return;  // neither is there
+    m_inScript =
+        closes == std::string_view::npos || (opens != std::string_view::npos && opens > closes);
+    m_inTraceData =
+        m_inScript && line.substr(opens).find("\"trace-data\"") != std::string_view::npos;
+}
+
+// True for a begin that is a line of the trace itself.
+bool HtmlTrace::lookForBegin(std::string_view line, std::string_view& text) {
+    followScripts(line);
+    const bool escaped = endsWith(line, kLineEnd);
+    const bool byEvent = (escaped || m_inTraceData) && isEvent(line);
+    if (!byEvent && !beginsTrace(line)) return false;
     m_found = true;
     m_form = m_inScript ? Form::script : Form::markup;
-    if (endsWith(line, kLineEnd)) m_form = Form::javaScriptText;
+    if (escaped) m_form = Form::javaScriptText;
+    return byEvent && take(line, text);
 }
 
 bool HtmlTrace::takeUntil(std::string_view mark, std::string_view line, std::string_view& text) {
@@ -66,6 +104,7 @@ bool HtmlTrace::takeUntil(std::string_view mark, std::string_view line, std::str
     if (at == std::string_view::npos) return true;
     m_form = Form::none;
     m_inScript = false;
+    m_inTraceData = false;
     return text.find_first_not_of(" \t") != std::string_view::npos;
 }
 
@@ -106,18 +145,12 @@ void HtmlTrace::decodeEntities(std::string_view& text) {
     text = m_text;
 }
 
-bool beginsLikeHtml(std::string_view head) {
+bool isPage(std::string_view head) {
     if (head.substr(0, 3) == "\xEF\xBB\xBF") head.remove_prefix(3);
-    const std::size_t begin = head.find_first_not_of(" \t\r\n");
-    if (begin == std::string_view::npos) return false;
-    head.remove_prefix(begin);
-    for (const std::string_view tag : {"<!doctype html", "<html"}) {
-        std::size_t same = 0;
-        while (same < tag.size() && same < head.size() &&
-               std::tolower(static_cast<unsigned char>(head[same])) == tag[same]) {
-            ++same;
-        }
-        if (same == tag.size()) return true;
+    while (!head.empty()) {
+        const std::string_view line = takeLine(head);
+        if (beginsWithTag(line)) return true;
+        if (beginsTrace(line) || isEvent(line)) return endsWith(line, kLineEnd);
     }
     return false;
 }

@@ -7,7 +7,9 @@ namespace lanefeed_importers {
 
 // The trace inside of a systrace page. It begins at its "# tracer" line, which may stand in a
 // script element, in a text of JavaScript whose lines end in "\n\", or in plain markup, and ends
-// with that element or text. A page may hold several.
+// with that element or text. A page may hold several. Without that line, as in a page that is
+// damaged, a trace begins at the captions of its columns, or at an event in such a text or in a
+// script of the class "trace-data".
 class HtmlTrace {
 public:
     // Takes the next line of the page. True if it belongs to the trace: `text` is what it says,
@@ -20,18 +22,21 @@ public:
 private:
     enum class Form { none, script, javaScriptText, markup };
 
-    void lookForBegin(std::string_view line);
+    bool lookForBegin(std::string_view line, std::string_view& text);
+    void followScripts(std::string_view line);
     bool takeJavaScript(std::string_view line, std::string_view& text);
     bool takeUntil(std::string_view mark, std::string_view line, std::string_view& text);
     void decodeEntities(std::string_view& text);
 
     Form m_form = Form::none;
     bool m_inScript = false;
+    bool m_inTraceData = false;  // a script that holds a trace, by its class
     bool m_found = false;
     std::string m_text;
 };
 
-// By the first bytes of a file.
-bool beginsLikeHtml(std::string_view head);
+// By the first bytes of a file: a line with a tag comes before any event, or the events stand in a
+// text of JavaScript.
+bool isPage(std::string_view head);
 
 }  // namespace lanefeed_importers

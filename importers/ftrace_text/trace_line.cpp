@@ -1,10 +1,11 @@
 // The columns in front of an event. A task's name may hold blanks, dashes, colons and brackets, so
 // the core in its brackets is looked for first and the columns before it are read backwards.
-// Tested by tests/importers/trace_line_test.cpp.
+// Tested by tests/importers/line_parsers_test.cpp.
 #include "ftrace_text/trace_line.h"
 
 #include "common/trace_time.h"
 
+#include <algorithm>
 #include <charconv>
 
 namespace lanefeed_importers {
@@ -52,8 +53,12 @@ std::string_view digits(std::string_view& text) {
 bool takeProcess(std::string_view& columns, std::int32_t& process) {
     process = -1;
     if (columns.empty() || columns.back() != ')') return true;
-    const std::size_t open = columns.rfind('(');
-    if (open == std::string_view::npos) return false;
+    // Not further back than any such column reaches: a line may be full of brackets.
+    constexpr std::size_t kWidth = 24;
+    const std::size_t from = columns.size() - std::min(columns.size(), kWidth);
+    const std::size_t inColumn = columns.substr(from).rfind('(');
+    if (inColumn == std::string_view::npos) return false;
+    const std::size_t open = from + inColumn;
     std::string_view inside = columns.substr(open + 1, columns.size() - open - 2);
     skipBlanks(inside);
     if (inside.empty()) return false;
@@ -118,7 +123,11 @@ bool takeEvent(std::string_view text, TraceLine& out) {
     if (length == 0) return false;
     out.event = text.substr(0, length);
     text.remove_prefix(length);
-    if (!text.empty() && text.front() == ':') text.remove_prefix(1);
+    if (!text.empty() && text.front() == ':') {
+        text.remove_prefix(1);
+        // "sched:sched_switch:" has the columns of perf.
+        if (!text.empty() && !isBlank(text.front())) return false;
+    }
     skipBlanks(text);
     dropBlanks(text);
     out.payload = text;

@@ -1,6 +1,6 @@
 // The columns of a line. The name of the task comes first and may hold anything; so the line is
 // anchored at the first core in brackets that has a thread before it and a time behind it.
-// Tested by tests/importers/perf_script_test.cpp.
+// Tested by tests/importers/line_parsers_test.cpp.
 #include "perf_script/perf_line.h"
 
 #include "common/trace_time.h"

@@ -3,6 +3,7 @@
 // Tested by tests/importers/perf_script_test.cpp.
 #include "perf_script/perf_script_importer.h"
 
+#include "common/text_lines.h"
 #include "common/trace_time.h"
 #include "common/wording.h"
 #include "perf_script/perf_line.h"
@@ -10,7 +11,6 @@
 #include "scheduler/scheduler_trace.h"
 #include "scheduler/text_import.h"
 
-#include <algorithm>
 #include <fmt/format.h>
 
 namespace lanefeed_importers {
@@ -25,11 +25,6 @@ constexpr const char* kRecording =
 constexpr std::uint64_t kPatience = 1000;
 
 constexpr std::string_view kCallChain = "callChain";
-
-bool isComment(std::string_view line) {
-    const std::size_t at = line.find_first_not_of(" \t");
-    return at == std::string_view::npos || line[at] == '#';
-}
 
 const char* wordsOf(PerfFault fault) {
     switch (fault) {
@@ -83,7 +78,7 @@ void PerfParser::event(const TextLine& line, SchedulerTrace& trace) {
 
 // False when it is clear that the text is another tool's.
 bool PerfParser::otherLine(const TextLine& line, SchedulerTrace& trace) {
-    if (isComment(line.text)) return true;
+    if (isBlankOrComment(line.text)) return true;
     if (isCallChainLine(line.text)) {
         ++m_callChainLines;
         trace.skip(kCallChain);
@@ -126,14 +121,6 @@ std::vector<std::string> PerfParser::warnings() const {
     return texts;
 }
 
-// Takes the first line off.
-std::string_view nextLine(std::string_view& text) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    const std::string_view line = text.substr(0, end);
-    text.remove_prefix(std::min(end + 1, text.size()));
-    return line;
-}
-
 }  // namespace
 
 // Also text whose lines lack a column, in order to tell which. The head may consist of comments.
@@ -142,13 +129,18 @@ bool PerfScriptImporter::accepts(std::string_view head) const {
     bool faulty = false;
     PerfLine columns;
     for (std::string_view rest = head; !rest.empty();) {
-        const std::string_view line = nextLine(rest);
-        if (isComment(line)) continue;
+        const std::string_view line = takeLine(rest);
+        if (isBlankOrComment(line)) continue;
         if (parsePerfLine(line, columns)) return true;
         faulty = faulty || perfFaultOf(line) != PerfFault::otherText;
         lines = true;
     }
     return lines ? faulty : head.find("# cmdline :") != std::string_view::npos;
+}
+
+bool PerfScriptImporter::isEventLine(std::string_view line) const {
+    PerfLine columns;
+    return parsePerfLine(line, columns);
 }
 
 ImportOutcome PerfScriptImporter::import(ByteSource& source,

@@ -13,6 +13,7 @@ public:
                "comm,pid,tid,cpu,time,event,trace)";
     }
     bool accepts(std::string_view head) const override;
+    bool isEventLine(std::string_view line) const override;
     ImportOutcome import(ByteSource& source,
                          lanefeed_runtime::ResultWriter& writer,
                          const ImportOptions& options) const override;

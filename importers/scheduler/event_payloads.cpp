@@ -1,6 +1,6 @@
 // The payloads of scheduler and interrupt events, in the forms of the kernel's own format and of
 // the shorter one that trace-cmd prints. Names of tasks may hold anything, so a name reaches up to
-// the next field that has a number. Tested by tests/importers/event_payloads_test.cpp.
+// the next field that has a number. Tested by tests/importers/line_parsers_test.cpp.
 #include "scheduler/event_payloads.h"
 
 #include <charconv>

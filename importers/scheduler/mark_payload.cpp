@@ -1,5 +1,5 @@
 // Marks of programs: slices, counters and async slices in the notation of atrace, other text as it
-// is. Tested by tests/importers/event_payloads_test.cpp.
+// is. Tested by tests/importers/line_parsers_test.cpp.
 #include "scheduler/mark_payload.h"
 
 #include <charconv>

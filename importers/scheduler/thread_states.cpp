@@ -6,6 +6,7 @@
 #include "scheduler/task_rows.h"
 
 #include <algorithm>
+#include <charconv>
 #include <store/result_writer.h>
 
 namespace lanefeed_importers {
@@ -17,6 +18,34 @@ using lanefeed_runtime::TableId;
 constexpr std::array<std::string_view, kThreadStates> kNames{
     "", "Running", "Runnable", "Sleeping", "Blocked", "Stopped", "Parked", "Idle"};
 
+// Bits of a state that is printed as a number. Those above "traced" have moved from kernel to
+// kernel; of these only what can be told whatever the kernel.
+ThreadState stateOfBits(unsigned bits) {
+    constexpr unsigned kStopped = 4 | 8;
+    constexpr unsigned kIdleThread = 128;
+    constexpr unsigned kParked = 512;
+    // A task that had its core taken away.
+    constexpr unsigned kPreempted = 256 | 1024 | 2048 | 4096;
+    constexpr unsigned kAll = 8191;
+    if (bits > kAll) return ThreadState::none;
+    if ((bits & 1) != 0) return ThreadState::sleeping;
+    if ((bits & 2) != 0) return ThreadState::blocked;
+    if ((bits & kStopped) != 0) return ThreadState::stopped;
+    if (bits == kIdleThread) return ThreadState::sleeping;
+    if (bits == kParked) return ThreadState::parked;
+    // 16 and 32 are ends of a thread; 64 is parked in some kernels and an end in others.
+    return (bits & ~kPreempted) == 0 ? ThreadState::runnable : ThreadState::none;
+}
+
+ThreadState stateOfNumber(std::string_view text) {
+    const bool isHex = text.substr(0, 2) == "0x";
+    if (isHex) text.remove_prefix(2);
+    unsigned bits = 0;
+    const char* const end = text.data() + text.size();
+    const auto [behind, failure] = std::from_chars(text.data(), end, bits, isHex ? 16 : 10);
+    return failure == std::errc() && behind == end ? stateOfBits(bits) : ThreadState::none;
+}
+
 }  // namespace
 
 std::string_view nameOf(ThreadState state) {
@@ -25,6 +54,9 @@ std::string_view nameOf(ThreadState state) {
 
 // What follows the first letter only modifies it.
 ThreadState stateOf(std::string_view letters) {
+    if (!letters.empty() && letters.front() >= '0' && letters.front() <= '9') {
+        return stateOfNumber(letters);
+    }
     switch (letters.empty() ? '?' : letters.front()) {
     case 'R': return ThreadState::runnable;
     case 'S':

@@ -30,8 +30,8 @@ inline constexpr std::size_t kThreadStates = static_cast<std::size_t>(ThreadStat
 
 // Empty for none.
 std::string_view nameOf(ThreadState state);
-// Of the letters of a switch, such as "R+" or "D|W"; none for a thread that has ended and for
-// letters without meaning.
+// Of the letters of a switch, such as "R+" or "D|W", or of its bits as a number, such as "1" or
+// "0x100"; none for a thread that has ended and for what has no meaning.
 ThreadState stateOf(std::string_view letters);
 
 // The states of all threads over time, as rows of state_data. Those of one thread don't overlap as

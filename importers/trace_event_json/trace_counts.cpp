@@ -19,6 +19,16 @@ void append(std::string& json, std::string_view phase, const TraceCounts::Phase&
 
 }  // namespace
 
+std::uint64_t TraceCounts::notUnderstood() const {
+    std::uint64_t count = 0;
+    for (const std::string_view reason :
+         {reasons::kNonObject, reasons::kBadTime, reasons::kUnknownPhase, reasons::kEmptyCounter,
+          reasons::kMissingDuration, reasons::kNegativeDuration, reasons::kNonNumericCounter,
+          reasons::kLongArgs})
+        count += skipped(std::string(reason));
+    return count;
+}
+
 std::string TraceCounts::phasesJson() const {
     std::string json;
     for (std::size_t i = 0; i < m_phases.size(); ++i) {

@@ -34,6 +34,9 @@ public:
         const auto found = m_skipped.find(reason);
         return found == m_skipped.end() ? 0 : found->second;
     }
+    // What isn't understood, be it left out or repaired; begins and ends that have lost the other
+    // are not among it.
+    std::uint64_t notUnderstood() const;
     // JSON objects: {"X":{"events":7,"kept":7}} and {"orphanEnd":1}.
     std::string phasesJson() const;
     std::string skippedJson() const;

@@ -187,6 +187,11 @@ void Run::setFacts(const Activity& activity) {
     setCount(keys::kCounterSamples, trace().counterSamples);
     setCount(keys::kAsyncPairs, counts.kept('e') + counts.kept('F'));
     setCount(keys::kFlowArrows, counts.kept('t') + counts.kept('f'));
+    if (counts.notUnderstood() > 0) {
+        m_outcome.warnings.push_back(fmt::format(
+            "{}: {} not understood; \"skipped\" of lanefeed info tells which", m_source.path(),
+            counted(counts.notUnderstood(), "event or value is", "events or values are")));
+    }
     if (trace().firstTime) {
         setTimes(activity);
     } else {
