@@ -21,7 +21,8 @@ protected:
     std::vector<std::string> files() const { return m_folder.names(); }
 
     ImportOutcome importFile(const std::string& file);
-    // Of events in an array; fails the test unless they are taken without a warning.
+    // Of events in an array; fails the test unless they are taken, with no other warning than that
+    // some are not understood.
     void importEvents(const std::string& events);
 
     // Of a text under the name "trace", into a new result.
@@ -42,6 +43,7 @@ private:
     lanefeed_test::TempDirectory m_folder;
 };
 
+std::string textOf(const std::string& file);
 std::string packed(std::string_view text);
 
 // Expects of each line "input -> answer" that `read` answers so. Blanks before the answer are no

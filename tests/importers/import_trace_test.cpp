@@ -7,9 +7,7 @@
 
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <sys/resource.h>
 
 namespace lanefeed_importers {
@@ -30,12 +28,13 @@ protected:
                       R"(,"dur":1,"name":"a","args":{"i":)" + std::to_string(i) + "}},";
         return events.substr(0, events.size() - 1) + "]";
     }
-    // Of a text that is taken with a single warning.
-    std::string warning(const std::string& text) {
+    // Of a text that is taken with a single warning, which has to begin so.
+    void expectWarning(const std::string& text, const std::string& begin) {
         const ImportOutcome outcome = importText(text);
         EXPECT_FALSE(outcome.error.failed()) << outcome.error.text;
-        EXPECT_EQ(outcome.warnings.size(), 1U) << text;
-        return outcome.warnings.empty() ? "" : outcome.warnings[0].substr(path("trace: ").size());
+        ASSERT_EQ(outcome.warnings.size(), 1U) << text;
+        EXPECT_EQ(outcome.warnings[0].rfind(path("trace: ") + begin, 0), 0U) << outcome.warnings[0];
+        EXPECT_NE(fact(fact_keys::kWarnings).find(begin), std::string::npos);
     }
 };
 
@@ -46,13 +45,11 @@ TEST_F(ImportTrace, refusesWhatIsNoTraceWithPlaceAndRemedy) {
         {" \n", "byte 0 (blanks alone); give"},
         {std::string("\0\x1a", 2), "byte 0 (bytes 00 1a); give"},
         {"[section]\nkey=1", "byte 0 (\"[section]\"); give"},
-        {"{key: 1}", "byte 0 (\"{key: 1}\"); give"},
-        {"PERFILE2\x18", "recording of perf; give the text that `perf script"},
+        {"PERFILE2\x18\nls-1 [0] 1.0: print: x", "recording of perf; give the text that `perf"},
         {"\xff\xfe[", "UTF-16; convert it with `iconv"},
         {R"({"a":[1,2]})", "no event array up to byte 11 (it has no array of events); give"},
         {R"({"a":tru})", "byte 8, where \"}\" stands (Invalid value); give an array of events"},
         {"[INFO] on", "byte 2, where \"NFO] on\" stands (Invalid value); give"},
-        {"[{x", "no event array up to byte 2, where \"x\" stands"},
         {"[ ] to do", "byte 4, where \"to do\" stands (an empty array with other text"},
         {"[1,2,3]", "the array up to byte 7 has 3 entries and no event with \"ph\""},
         {R"([{"a":1},2)", "has 2 entries and no event"},
@@ -67,39 +64,23 @@ TEST_F(ImportTrace, refusesWhatIsNoTraceWithPlaceAndRemedy) {
 
 TEST_F(ImportTrace, saysWhatItLeftOutAndWhere) {
     const std::string text = "[" + kEvent + ",\n" + kEvent;
-    std::string told = warning(text.substr(0, text.size() - 3));
-    EXPECT_EQ(told.rfind("the trace ends early at byte 7", 0), 0U) << told;
-    EXPECT_NE(told.find(", inside an event ("), std::string::npos) << told;
+    expectWarning(text.substr(0, text.size() - 3), "the trace ends early at byte 7");
     EXPECT_EQ(facts("completeSlices skipped"), R"(1 {"cut":1})");
-    EXPECT_NE(fact(fact_keys::kWarnings).find(told), std::string::npos);
-    told = warning("[" + kEvent + "]\n[" + kEvent + "]");
-    EXPECT_EQ(told.rfind("the trace ends at byte " + std::to_string(kEvent.size() + 3) + ";", 0),
-              0U)
-        << told;
+    expectWarning("[" + kEvent + "]\n[" + kEvent + "]",
+                  "the trace ends at byte " + std::to_string(kEvent.size() + 3) + ";");
     EXPECT_EQ(fact("completeSlices"), "1");
+    expectWarning("[" + kEvent + R"(,1,{"ph":"Q","ts":1}])", "2 events or values are not underst");
     EXPECT_TRUE(importText("[" + kEvent + "]" + std::string("\n\0 \r", 4)).warnings.empty());
-    told = warning(packed("[" + kEvent + "]") + "rest");
-    EXPECT_EQ(told.rfind("what stands behind the compressed data", 0), 0U) << told;
+    expectWarning(packed("[" + kEvent + "]") + "rest", "what stands behind the compressed data");
 
     for (const char* empty : {"[]", "[", "[{", R"([{"ph" x)", R"({"traceEvents":[]})",
                               R"([{"ph":"M"}])", R"([{"ph":"X","ts":9223372036854775}])"}) {
         const ImportOutcome outcome = importText(empty);
-        ASSERT_FALSE(outcome.error.failed()) << outcome.error.text;
-        ASSERT_FALSE(outcome.warnings.empty());
+        ASSERT_FALSE(outcome.error.failed() || outcome.warnings.empty()) << outcome.error.text;
         EXPECT_NE(outcome.warnings.back().find("the result is empty"), std::string::npos);
         EXPECT_EQ(fact(fact_keys::kFirstTime), "");
         EXPECT_EQ(outcome.instances, 0U);
     }
-}
-
-TEST_F(ImportTrace, keepsBytesThatAreNoTextOutOfTheResult) {
-    const ImportOutcome outcome = importFile(writeFile(
-        "odd\xff", "[{\"ph\":\"X\",\"ts\":1,\"dur\":1,\"pid\":\"p\xff\",\"tid\":\"t\xfe\"}"));
-    ASSERT_FALSE(outcome.error.failed()) << outcome.error.text;
-    EXPECT_EQ(rows("select t.label, p.name from dd_thread t join dd_process p on p.rowid = 1"),
-              "p\xEF\xBF\xBD / t\xEF\xBF\xBD p\xEF\xBF\xBD");
-    EXPECT_NE(fact(fact_keys::kWarnings).find("odd\xEF\xBF\xBD: the trace ends"), std::string::npos)
-        << fact(fact_keys::kWarnings);
 }
 
 // Looks at the flag happen from the first piece to the last row.
@@ -112,16 +93,12 @@ TEST_F(ImportTrace, cancelsAnywhereAndLeavesNothingBehind) {
     ImportProgress last;
     m_options.progress = [&](const ImportProgress& now) {
         ++reports;
-        EXPECT_GE(now.stage, last.stage);
-        EXPECT_TRUE(now.stage != last.stage || now.done >= last.done);
+        EXPECT_TRUE(now.stage > last.stage || (now.stage == last.stage && now.done >= last.done));
         EXPECT_TRUE(now.stage == ImportProgress::Stage::writing || now.done <= now.total);
         last = now;
     };
-    const ImportOutcome outcome = importFile(trace);
-    EXPECT_EQ(last.stage, ImportProgress::Stage::writing);
-    EXPECT_EQ(last.events, 40000U);
-    EXPECT_EQ(outcome.events, 40000U);
-    EXPECT_EQ(outcome.bytes, std::filesystem::file_size(trace));
+    EXPECT_EQ(importFile(trace).bytes, std::filesystem::file_size(trace));
+    EXPECT_TRUE(last.stage == ImportProgress::Stage::writing && last.events == 40000);
     const int all = reports;
     ASSERT_GT(all, 10);
     std::filesystem::remove(target());
@@ -156,7 +133,7 @@ TEST_F(ImportTrace, replacesTheResultOfTheSameSourceAlone) {
 }
 
 // Of the file in which events wait to be put in order.
-TEST_F(ImportTrace, aFullDiskIsAnErrorWithARemedy) {
+TEST_F(ImportTrace, aFullDiskIsAnErrorWithPlaceAndRemedy) {
     const std::string trace = writeFile("trace", manyEvents(40000));
     m_options.sortMemory = std::size_t{1} << 20;
     rlimit old{};
@@ -168,7 +145,10 @@ TEST_F(ImportTrace, aFullDiskIsAnErrorWithARemedy) {
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &old), 0);
     std::signal(SIGXFSZ, handler);
     EXPECT_EQ(outcome.error.kind, Kind::failed);
-    EXPECT_NE(outcome.error.text.find("make room"), std::string::npos) << outcome.error.text;
+    const std::string folder = target().substr(0, target().rfind('/'));
+    EXPECT_EQ(outcome.error.text.rfind(folder + ": cannot write a temporary file: ", 0), 0U)
+        << outcome.error.text;
+    EXPECT_NE(outcome.error.text.find("give the result another folder (-o)"), std::string::npos);
     EXPECT_EQ(files(), Names{"trace"});
 }
 
@@ -178,13 +158,11 @@ TEST_F(ImportTrace, survivesDamage) {
     std::mt19937 random(lanefeed_test::randomSeed());
     m_options.keepGoing = true;
     for (const char* name : {"trace-cmd-report.txt", "systrace.html", "perf-script.txt"}) {
-        std::stringstream whole;
-        whole << std::ifstream(std::string(LANEFEED_TEST_DATA) + "/scheduler/" + name).rdbuf();
+        const std::string whole = textOf(std::string(LANEFEED_TEST_DATA) + "/scheduler/" + name);
         for (int round = 0; round < 20; ++round) {
-            std::string text = whole.str();
-            // The first byte alone can make another format of it.
+            std::string text = whole;
             for (int i = 0; i < 1 << (round % 10); ++i)
-                text[1 + random() % (text.size() - 1)] = "\n\0\r |:[]-0=\xff"[random() % 12];
+                text[random() % text.size()] = "\n\0\r |:[]-0=\xff"[random() % 12];
             text.resize(text.size() - random() % (text.size() / 2));
             const ImportOutcome outcome = importText(text);
             if (outcome.error.failed()) {

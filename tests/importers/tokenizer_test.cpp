@@ -38,14 +38,13 @@ protected:
         return m_sink.names;
     }
 
-    // name|ts|tid|pid|id|id2.local|dur|cat|args
+    // name|ts|tid|pid|id|id2.local|cat|args
     std::string lastEvent() const {
         const TraceEvent& event = m_sink.last;
-        return fmt::format("{}|{}|{}|{}|{}|{}|{}|{}|{}", event.name.key(), event.time.key(),
+        return fmt::format("{}|{}|{}|{}|{}|{}|{}|{}", event.name.key(), event.time.key(),
                            event.thread.key(), event.process.key(), event.id.key(),
-                           event.hasId2 ? event.localId.key() : "no id2",
-                           event.duration.maybeNumber() ? event.duration.key() : "-",
-                           event.category.key(), event.args);
+                           event.hasId2 ? event.localId.key() : "no id2", event.category.key(),
+                           event.args);
     }
 
     Names m_sink;
@@ -71,9 +70,8 @@ TEST_F(TokenizerTest, findsTheEventArrayInEveryForm) {
         EXPECT_EQ(read(text), names) << text;
         EXPECT_EQ(m_end.end, End::complete) << text;
     }
-    for (const char* text :
-         {"hello", "{}", R"({"traceEvents":{}})", "7", R"({"profile":[{"name":1}]})"}) {
-        EXPECT_EQ(read(text), "");
+    for (const char* text : {"hello", "{}", R"({"traceEvents":{}})", R"({"profile":[{}]})"}) {
+        read(text);
         EXPECT_EQ(m_end.end, End::noTrace) << text;
     }
 }
@@ -82,30 +80,29 @@ TEST_F(TokenizerTest, passesOverTextsOfAnyLengthThatBelongToNoEvent) {
     // With ends of texts that are none, wherever pieces end.
     const std::string part = std::string(7993, 'x') + R"(\"[{\\ y)";
     std::string text;
-    while (text.size() < 3 * 1024 * 1024)
+    while (text.size() < JsonStream::kMaxUnmarked + 1024 * 1024)
         text += part;
     const std::string event = R"({"name":"a"})";
     EXPECT_EQ(read("[" + event + ",\"" + text + R"(\\",)" + event + "]"), "a ? a ");
+    EXPECT_EQ(m_end.end, End::complete);
     EXPECT_EQ(read("{\"traceEvents\":[" + event + "],\"stack\":\"" + text), "a ");
     EXPECT_EQ(m_end.end, End::cut);
-    while (text.size() < JsonStream::kMaxUnmarked + 1024 * 1024)
-        text += part;
-    EXPECT_EQ(read(R"({"stack":")" + text + R"(","traceEvents":[)" + event + "]}"), "a ");
-    EXPECT_EQ(m_end.end, End::complete);
+    // An event has to end somewhere.
+    EXPECT_EQ(read("[" + event + ",{\"args\":{\"k\":\"" + text + "\"}}," + event + "]"), "a ");
+    EXPECT_EQ(m_end.end, End::tooLong);
 }
 
 TEST_F(TokenizerTest, readsTheFieldsOfAnEventAndNothingFromBelow) {
     read(R"([{"args":{"name":"no","ts":1,"args":{"id":2}},"ts":12.5000,"tid":"main","pid":null,
               "id2":{"local":"0x1","x":{"local":3}},"name":"a","name":"b\u00e4\t","dur":true,
               "cat":["no"],"stack":[{"id":"no"}]}])");
-    EXPECT_EQ(
-        lastEvent(),
-        "b\xC3\xA4\t|12.5000|main|-|-|0x1|-|-|{\"name\":\"no\",\"ts\":1,\"args\":{\"id\":2}}");
+    EXPECT_EQ(lastEvent(),
+              "b\xC3\xA4\t|12.5000|main|-|-|0x1|-|{\"name\":\"no\",\"ts\":1,\"args\":{\"id\":2}}");
     // Of repeated keys the last one counts.
     read(R"([{"args":{"a":1},"name":"x","args":{"b":2},"name":"y","id2":{"local":1},"id2":7}])");
-    EXPECT_EQ(lastEvent(), R"(y|-|-|-|-|no id2|-|-|{"b":2})");
+    EXPECT_EQ(lastEvent(), R"(y|-|-|-|-|no id2|-|{"b":2})");
     read(R"([{"args":{"a":1},"args":5}])");
-    EXPECT_EQ(lastEvent(), "-|-|-|-|-|no id2|-|-|");
+    EXPECT_EQ(lastEvent(), "-|-|-|-|-|no id2|-|");
 }
 
 TEST_F(TokenizerTest, replacesHalvesOfSurrogatePairsWhereverThePiecesEnd) {
@@ -115,7 +112,6 @@ TEST_F(TokenizerTest, replacesHalvesOfSurrogatePairsWhereverThePiecesEnd) {
     const std::string expected =
         "\xF0\x9F\x98\x80 x\xEF\xBF\xBD \xEF\xBF\xBDy\xEF\xBF\xBD\xF0\x9F\x98\x80 \\ud83d "
         "\xEF\xBF\xBD\n \xC3\xA4 ";
-    EXPECT_EQ(read("[" + names), expected);
     constexpr std::size_t kPiece = 256 * 1024;
     for (std::size_t blanks = kPiece - 90; blanks < kPiece; ++blanks)
         EXPECT_EQ(read("[" + std::string(blanks, ' ') + names), expected) << blanks;
@@ -131,10 +127,8 @@ TEST_F(TokenizerTest, keepsCompleteEventsOfATextCutAnywhere) {
     const std::size_t second = text.find("1.5}") + 4;
     for (std::size_t length = 1; length < text.size(); ++length) {
         const std::string found = read(text.substr(0, length));
-        EXPECT_EQ(found, length < first    ? ""
-                         : length < second ? "x "
-                                           : "x y\xF0\x9F\x98\x80 ")
-            << length;
+        const char* const more = length < second ? "x " : "x y\xF0\x9F\x98\x80 ";
+        EXPECT_EQ(found, length < first ? "" : more) << length;
         EXPECT_EQ(m_end.end, length < list ? End::noTrace : End::cut) << length;
         const bool inside =
             (length > list && length < first) || (length > first + 2 && length < second);
@@ -143,26 +137,11 @@ TEST_F(TokenizerTest, keepsCompleteEventsOfATextCutAnywhere) {
     }
 }
 
-TEST_F(TokenizerTest, limitsDepthAndLengthOfAnEvent) {
-    EXPECT_EQ(read("[{\"name\":\"a\"},{\"args\":" + std::string(100000, '[')), "a ");
-    EXPECT_EQ(m_end.end, End::tooDeep);
-    const std::size_t limit = JsonStream::kMaxUnmarked;
-    const std::string filler(limit + (std::size_t{1} << 20), 'x');
-    EXPECT_EQ(read("[{\"name\":\"a\"},{\"args\":{\"k\":\"" + filler + "\"}},{\"name\":\"b\"}]"),
-              "a ");
-    EXPECT_EQ(m_end.end, End::tooLong);
-    EXPECT_GE(m_end.byte, limit);
-}
-
 TEST_F(TokenizerTest, readsAcrossPiecesAndStopsBetweenThem) {
-    std::string arguments = "{\"text\":\"";
-    for (int i = 0; i < 100000; ++i)
-        arguments += std::to_string(i) + " ";
-    arguments += "\"}";
-    const std::string text =
-        "[{\"name\":\"first\"},{\"args\":" + arguments + ",\"name\":\"last\"}]";
+    const std::string args = "{\"text\":\"" + std::string(600'000, 'x') + "\"}";
+    const std::string text = R"([{"name":"first"},{"args":)" + args + R"(,"name":"last"}])";
     EXPECT_EQ(read(text), "first last ");
-    EXPECT_EQ(m_sink.last.args, arguments);
+    EXPECT_EQ(m_sink.last.args, args);
     EXPECT_EQ(read(text, 2), "first ");
     EXPECT_EQ(m_end.end, End::stopped);
 }
