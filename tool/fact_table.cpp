@@ -91,7 +91,9 @@ std::string inWords(const std::string& name,
     if (name == "sourceModified" && value > 0 && value < kYear10000)
         return fmt::format("{:%Y-%m-%d %H:%M:%S} UTC", fmt::gmtime(std::time_t{value}));
     const bool isTime = name == "lastTick" || endsWith(name, "Start") || endsWith(name, "End");
-    return isTime ? seconds(value - first, result) + " after the first tick" : std::string();
+    std::int64_t ticks = 0;
+    if (!isTime || __builtin_sub_overflow(value, first, &ticks)) return {};
+    return seconds(ticks, result) + " after the first tick";
 }
 
 }  // namespace

@@ -223,10 +223,11 @@ std::string Session::filterAdvice() const {
 }
 
 void Session::requireWholeReads() const {
-    if (lanefeed_runtime::readCounts(m_input).brokenOff == 0) return;
-    throw Failure(exitFailure, fmt::format("{}: it could not be read to the end, so nothing of it "
-                                           "is shown; import the trace again",
-                                           m_options.result));
+    const lanefeed_runtime::ReadCounts reads = lanefeed_runtime::readCounts(m_input);
+    if (reads.brokenOff == 0) return;
+    throw Failure(exitFailure, fmt::format("{}: it could not be read to the end ({}), so nothing "
+                                           "of it is shown; import the trace again",
+                                           m_options.result, reads.brokenWhy));
 }
 
 sptr_t<IDicerProvider> Session::boundProvider(int area) {

@@ -110,7 +110,8 @@ ReadCounts readCounts(const sptr_t<dataface_1::IInputData>& result) {
     const auto* data = dynamic_cast<const ResultData*>(result.get());
     if (data == nullptr) return {};
     const TimelineReads reads = timelineReads(data->store().database->getTimelineDatabase());
-    return {reads.queries, reads.instances, reads.leftOut, *data->store().brokenReads};
+    return {reads.queries, reads.instances, reads.leftOut, data->store().brokenReads->count(),
+            data->store().brokenReads->reason()};
 }
 
 }  // namespace lanefeed_runtime

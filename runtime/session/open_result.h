@@ -57,6 +57,7 @@ struct ReadCounts {
     std::uint64_t instances = 0;  // looked at; once for each query
     std::uint64_t leftOut = 0;    // of those, without a row to stand on
     std::uint64_t brokenOff = 0;
+    std::string brokenWhy;  // of the first that broke off
 };
 
 ReadCounts readCounts(const basekit2::sptr_t<dataface_1::IInputData>& result);

@@ -4,6 +4,7 @@
 
 #include "store/attribute_retriever.h"
 #include "store/dialect.h"
+#include "store/instance_check.h"
 #include "store/instance_reading.h"
 #include "store/path_walk.h"
 #include "store/sql_text.h"
@@ -32,8 +33,16 @@ constexpr s64_t kMostIds = s64_t{1} << 28;
 // The greatest row number only hints at how many rows there are; in a damaged file it may be any.
 constexpr s64_t kMostReserved = s64_t{1} << 24;
 
+// A number that no row bears refers to none.
 s32_t idOf(const Statement& rows, int field) {
-    return rows.isNull(field) ? -1 : static_cast<s32_t>(rows.integer(field));
+    const Statement::Number read = rows.number(field);
+    const auto id = static_cast<s32_t>(read.integer);
+    return read.type == Statement::Type::integer && id == read.integer ? id : -1;
+}
+
+s64_t tickOf(const Statement& rows, int field) {
+    const Statement::Number read = rows.number(field);
+    return read.type == Statement::Type::integer ? read.integer : InstanceCheck::kNoTick;
 }
 
 double numberOf(const Statement& rows, int field) {
@@ -69,6 +78,7 @@ private:
     template <class T, class Read>
     Outcome fillLookup(
         const StorePath& path, Lookup<T>& lookup, T none, Read readValue, std::string& error);
+    Outcome brokenOff(const std::string& reason, std::string& error) const;
     void reserve(InstanceColumns& columns) const;
     void append(const Statement& rows, InstanceColumns& columns) const;
 
@@ -154,16 +164,18 @@ Outcome Scan::fillLookup(
         const s64_t id = rows.integer(0);
         if (id < 0 || id > std::numeric_limits<s32_t>::max()) continue;
         if (id > kMostIds) {
-            ++*m_session.brokenReads;
-            error = m_session.file + ": a row number beyond any that is written";
-            return Outcome::failed;
+            return brokenOff("a row number beyond any that is written", error);
         }
         lookup.values.resize(static_cast<std::size_t>(id) + 1, none);
         lookup.values.back() = readValue(rows, 1);
     }
     if (step == Statement::Step::done) return Outcome::done;
-    ++*m_session.brokenReads;
-    error = m_session.file + ": " + m_session.connection->message();
+    return brokenOff(m_session.connection->message(), error);
+}
+
+Outcome Scan::brokenOff(const std::string& reason, std::string& error) const {
+    m_session.brokenReads->add(reason);
+    error = m_session.file + ": " + reason;
     return Outcome::failed;
 }
 
@@ -206,15 +218,18 @@ Outcome Scan::read(InstanceColumns& columns, relay2::IProgress* progress, std::s
     Statement rows = m_session.connection->prepare(m_select.text());
     if (rows) m_select.bindValues(rows);
     Statement::Step step = rows ? rows.step() : Statement::Step::failed;
-    for (std::size_t row = 0; step == Statement::Step::row; step = rows.step(), ++row) {
+    InstanceCheck check;
+    bool isWhole = true;
+    for (std::size_t row = 0; step == Statement::Step::row && isWhole; step = rows.step(), ++row) {
         const bool asks = progress != nullptr && row % kRowsBetweenQuestions == 0;
         if (asks && progress->isCanceled()) return Outcome::cancelled;
+        isWhole = check.holds(tickOf(rows, m_start), tickOf(rows, m_end));
         append(rows, columns);
     }
-    if (step == Statement::Step::done) return Outcome::done;
-    ++*m_session.brokenReads;
-    error = m_session.file + ": " + m_session.connection->message();
-    return Outcome::failed;
+    if (step == Statement::Step::done && isWhole) return Outcome::done;
+    return brokenOff(isWhole ? m_session.connection->message()
+                             : InstanceCheck::reason(m_session.catalog.table(m_table).name),
+                     error);
 }
 
 class StoreInstanceReader : public InstanceReader {

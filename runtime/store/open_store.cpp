@@ -124,8 +124,9 @@ OpenStore openStore(const std::string& file, StoreError& error) {
     bulk->brokenReads = session->brokenReads;
     auto facts = std::make_shared<ResultFacts>();
     if (!isComplete(session->catalog) || !readFacts(*session, *facts)) {
-        error = damage(file, session->connection->isDamage() ? session->connection->message()
-                                                             : "it lacks facts about its trace");
+        error = damage(file, session->connection->isDamage()
+                                 ? session->connection->message()
+                                 : "its facts about the trace are missing or make no sense");
         return {};
     }
     OpenStore store;

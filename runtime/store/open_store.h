@@ -1,12 +1,11 @@
 #pragma once
 
+#include "store/broken_reads.h"
 #include "store/store_error.h"
 
 #include <dataface_1/filters.h>
 #include <storelink1/database.h>
 
-#include <atomic>
-#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -25,8 +24,7 @@ struct OpenStore {
     StoreError filterError;
     std::shared_ptr<const ResultFacts> facts;
     std::shared_ptr<InstanceReader> instances;
-    // Reads that broke off so far, as they do in a damaged file: what they gave is not all.
-    std::shared_ptr<const std::atomic<std::uint64_t>> brokenReads;
+    std::shared_ptr<const BrokenReads> brokenReads;
 
     bool failed() const { return database.is_null(); }
 };

@@ -7,6 +7,7 @@
 #include "store/record_set.h"
 #include "store/sql_text.h"
 
+#include <algorithm>
 #include <limits>
 #include <set>
 #include <utility>
@@ -84,6 +85,8 @@ public:
         StorePath path;
         if (!resolve(column, path)) return false;
         m_select.addOrder(path, descending);
+        m_isFileOrder = m_isFileOrder && path.column == ownColumn(columns::kStart) &&
+                        path.hops.empty() && !descending;
         return true;
     }
 
@@ -103,6 +106,10 @@ private:
     // Adds the field that a column is read from.
     RecordColumn source(const StorePath& path, SelectText& select) const;
     std::shared_ptr<const AttributeColumn> lookupOf(const StorePath& path) const;
+    int ownColumn(std::string_view name) const {
+        return m_session->catalog.table(m_table).column(name);
+    }
+    void checkInstances(RecordPlan& plan) const;
     bool resolve(const std::string& text, StorePath& path) const {
         return resolvePath(m_session->catalog, m_table, text, path);
     }
@@ -115,6 +122,7 @@ private:
     std::vector<StorePath> m_columns;  // by column id
     unsigned m_conditions = 0;
     bool m_hasKey = false;
+    bool m_isFileOrder = true;
     StorePath m_key;
 };
 
@@ -151,6 +159,23 @@ RecordColumn RecordQuery::source(const StorePath& path, SelectText& select) cons
     return out;
 }
 
+// As far as both ends of an instance are asked for.
+void RecordQuery::checkInstances(RecordPlan& plan) const {
+    const CatalogTable& own = m_session->catalog.table(m_table);
+    if (own.role != TableRole::instance) return;
+    const auto find = [this](std::string_view name) {
+        return std::find_if(m_columns.begin(), m_columns.end(), [&](const StorePath& path) {
+            return path.hops.empty() && path.column == ownColumn(name);
+        });
+    };
+    const auto start = find(columns::kStart);
+    const auto end = find(columns::kEnd);
+    if (start == m_columns.end() || end == m_columns.end()) return;
+    plan.instanceTable = own.name;
+    plan.start = static_cast<std::size_t>(start - m_columns.begin());
+    plan.end = static_cast<std::size_t>(end - m_columns.begin());
+}
+
 basekit2::sptr_t<IGenericRecordset<IConstRecord>> RecordQuery::execute(relay2::IProgress* progress,
                                                                        std::string& error,
                                                                        std::string& sql) {
@@ -162,17 +187,16 @@ basekit2::sptr_t<IGenericRecordset<IConstRecord>> RecordQuery::execute(relay2::I
     plan.hasKey = m_hasKey;
     if (m_hasKey) plan.key = source(m_key, select);
     plan.isKeyOrdered = m_hasKey && select.isOrderedBy(m_key);
+    if (m_isFileOrder) checkInstances(plan);
     const std::string text = select.text();
     Statement statement = m_session->connection->prepare(text);
     if (!statement) {
         sql = text;
-    } else {
-        select.bindValues(statement);
-        auto set = makeRecordSet(m_session, std::move(statement), std::move(plan), progress, sql);
-        if (!set.is_null()) return set;
+        error = m_session->file + ": " + m_session->connection->message();
+        return nullptr;
     }
-    error = m_session->file + ": " + m_session->connection->message();
-    return nullptr;
+    select.bindValues(statement);
+    return makeRecordSet(m_session, std::move(statement), std::move(plan), progress, error, sql);
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 // Tested by tests/store/record_query_test.cpp and record_join_test.cpp.
 #include "store/record_set.h"
 
+#include "store/instance_check.h"
+
 #include <relay2/progress.h>
 
 #include <set>
@@ -25,8 +27,15 @@ struct Cell {
     const variant_t* place = &kNone;
 };
 
-bool fitsId(std::int64_t number) {
-    return number == static_cast<basekit2::s32_t>(number);
+// A row id, or a reference to a row; in a damaged file the column may hold anything else.
+bool isId(const Statement::Number& read) {
+    return read.type == Statement::Type::integer &&
+           read.integer == static_cast<basekit2::s32_t>(read.integer);
+}
+
+std::int64_t tickOf(const variant_t& value) {
+    return value.get_type() == basekit2::vtU64 ? value.get<basekit2::s64_t>()
+                                               : InstanceCheck::kNoTick;
 }
 
 const variant_t* lookUp(const Statement& statement, const RecordColumn& from) {
@@ -65,12 +74,17 @@ public:
     }
 
     std::string told() const { return m_statement.told(); }
+    // Why it has failed.
+    std::string reason() const {
+        return m_isDamaged ? InstanceCheck::reason(m_plan.instanceTable)
+                           : m_session->connection->message();
+    }
 
     bool atEnd() override { return m_atEnd; }
     void next() override {
         if (m_atEnd) return;
         advance();
-        if (m_hasFailed) reportBrokenRead(*m_session, m_statement.told());
+        if (m_hasFailed) reportBrokenRead(*m_session, m_statement.told(), reason());
     }
     IConstRecord* current() override { return m_atEnd ? nullptr : this; }
 
@@ -105,6 +119,7 @@ private:
         do {
             step();
             if (!m_atEnd) readCells();
+            checkInstance();
         } while (!m_atEnd && isRepeatedKey());
     }
 
@@ -130,6 +145,13 @@ private:
         }
     }
 
+    void checkInstance() {
+        if (m_atEnd || m_plan.instanceTable.empty()) return;
+        m_isDamaged = !m_check.holds(tickOf(m_cells[m_cellOf[m_plan.start]].own),
+                                     tickOf(m_cells[m_cellOf[m_plan.end]].own));
+        m_hasFailed = m_atEnd = m_isDamaged;
+    }
+
     bool isRepeatedKey() {
         if (!m_plan.hasKey) return false;
         const variant_t& key = valueOf(m_cells[m_key]);
@@ -152,13 +174,15 @@ private:
     bool m_hasKey = false;
     bool m_atEnd = true;
     bool m_hasFailed = false;
+    InstanceCheck m_check;
+    bool m_isDamaged = false;
 };
 
 }  // namespace
 
 void readVariant(const Statement& statement, int field, ValueKind kind, variant_t& out) {
     const Statement::Number read = statement.number(field);
-    if (read.type == Statement::Type::null) {
+    if (read.type == Statement::Type::null || (kind == ValueKind::id && !isId(read))) {
         out = variant_t();
     } else if (kind == ValueKind::text || read.type == Statement::Type::text) {
         out = variant_t(std::string(statement.text(field)));
@@ -166,7 +190,7 @@ void readVariant(const Statement& statement, int field, ValueKind kind, variant_
         out = variant_t(read.real);
     } else if (kind == ValueKind::real) {
         out = variant_t(static_cast<double>(read.integer));
-    } else if (kind == ValueKind::id && fitsId(read.integer)) {
+    } else if (kind == ValueKind::id) {
         out = variant_t(static_cast<basekit2::s32_t>(read.integer));
     } else if (kind == ValueKind::ticks && read.integer >= 0) {
         out = variant_t(static_cast<basekit2::u64_t>(read.integer));
@@ -180,13 +204,16 @@ basekit2::sptr_t<IGenericRecordset<IConstRecord>> makeRecordSet(
     Statement statement,
     RecordPlan plan,
     relay2::IProgress* progress,
+    std::string& error,
     std::string& sql) {
     auto set = basekit2::make_object<StoreRecordSet>(session, std::move(statement), std::move(plan),
                                                      progress);
     const bool started = set->start();
     if (set->atEnd()) sql = set->told();
-    if (!started) return nullptr;
-    return set;
+    if (started) return set;
+    session->brokenReads->add(set->reason());
+    error = session->file + ": " + set->reason();
+    return nullptr;
 }
 
 }  // namespace lanefeed_runtime

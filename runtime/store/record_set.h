@@ -30,19 +30,26 @@ struct RecordPlan {
     bool hasKey = false;
     RecordColumn key;
     bool isKeyOrdered = false;  // equal keys stand together
+    // Columns of start and end of the instances of a table in the order of the file, which are
+    // checked; none without a name.
+    std::string instanceTable;
+    std::size_t start = 0;
+    std::size_t end = 0;
 };
 
 // Value of a field as the variant that the library expects: ids are signed 32-bit, ticks unsigned
-// 64-bit, other integers signed 64-bit.
+// 64-bit, other integers signed 64-bit. What can't be the id of a row is null.
 void readVariant(const Statement& statement, int field, ValueKind kind, basekit2::variant_t& out);
 
-// Records of a statement that has been prepared and bound. Null when the first step fails; the set
-// is at its end when `progress` is cancelled. Without a record `sql` is the statement as it ran.
+// Records of a statement that has been prepared and bound. Null, with the error, when the first one
+// can't be read; the set is at its end when `progress` is cancelled. Without a record `sql` is the
+// statement as it ran.
 basekit2::sptr_t<storelink1::IGenericRecordset<storelink1::IConstRecord>> makeRecordSet(
     const std::shared_ptr<StoreSession>& session,
     Statement statement,
     RecordPlan plan,
     relay2::IProgress* progress,
+    std::string& error,
     std::string& sql);
 
 }  // namespace lanefeed_runtime

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 
 namespace lanefeed_runtime {
 namespace {
@@ -37,10 +38,19 @@ bool readPauses(StoreSession& session, ResultFacts& facts) {
     if (!rows) return false;
     Statement::Step step = rows.step();
     for (; step == Statement::Step::row; step = rows.step()) {
+        if (rows.integer(0) < 0 || rows.integer(1) < rows.integer(0)) return false;
         facts.pauses.push_back({static_cast<basekit2::u64_t>(rows.integer(0)),
                                 static_cast<basekit2::u64_t>(rows.integer(1))});
     }
     return step == Statement::Step::done;
+}
+
+// Every tick of the result has a time of the trace.
+bool hasTimes(const ResultFacts& facts) {
+    constexpr basekit2::s64_t kLatest = std::numeric_limits<basekit2::s64_t>::max();
+    return facts.ticksPerSecond > 0 && facts.firstTick <= facts.lastTick &&
+           facts.lastTick <= static_cast<basekit2::u64_t>(kLatest) &&
+           facts.origin <= kLatest - static_cast<basekit2::s64_t>(facts.lastTick);
 }
 
 }  // namespace
@@ -57,8 +67,7 @@ bool readFacts(StoreSession& session, ResultFacts& facts) {
            readNumber(facts, result_keys::kTicksPerSecond, facts.ticksPerSecond) &&
            readNumber(facts, result_keys::kOrigin, facts.origin) &&
            readNumber(facts, result_keys::kFirstTick, facts.firstTick) &&
-           readNumber(facts, result_keys::kLastTick, facts.lastTick) && facts.ticksPerSecond > 0 &&
-           facts.firstTick <= facts.lastTick;
+           readNumber(facts, result_keys::kLastTick, facts.lastTick) && hasTimes(facts);
 }
 
 }  // namespace lanefeed_runtime

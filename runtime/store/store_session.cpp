@@ -28,13 +28,15 @@ bool StoreSession::hasBandsOfType(int instanceTable, int bandColumn) {
     return types[static_cast<std::size_t>(bandColumn)];
 }
 
-void reportBrokenRead(const StoreSession& session, const std::string& sql) {
-    ++*session.brokenReads;
+void reportBrokenRead(const StoreSession& session,
+                      const std::string& sql,
+                      const std::string& reason) {
+    const std::string why = reason.empty() ? session.connection->message() : reason;
+    session.brokenReads->add(why);
     const log4cplus::Logger logger = log4cplus::Logger::getInstance("lanefeed");
     if (!logger.isEnabledFor(log4cplus::ERROR_LOG_LEVEL)) return;
     logger.forcedLog(log4cplus::ERROR_LOG_LEVEL,
-                     session.file + ": a read broke off, what was shown of it is not all: " +
-                         session.connection->message() +
+                     session.file + ": a read broke off, what was shown of it is not all: " + why +
                          "; import the trace again if the file is damaged. SQL: " + sql,
                      __FILE__, __LINE__);
 }

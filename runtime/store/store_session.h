@@ -1,10 +1,9 @@
 #pragma once
 
+#include "store/broken_reads.h"
 #include "store/catalog.h"
 #include "store/sqlite_handle.h"
 
-#include <atomic>
-#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -21,9 +20,7 @@ struct StoreSession {
     Catalog catalog;
     // Recursive: readers of attributes work inside the walk of a record set.
     std::recursive_mutex mutex;
-    // Reads that broke off, of all sessions of one open result.
-    std::shared_ptr<std::atomic<std::uint64_t>> brokenReads =
-        std::make_shared<std::atomic<std::uint64_t>>(0);
+    std::shared_ptr<BrokenReads> brokenReads = std::make_shared<BrokenReads>();
 
     // Whether rows of an instance table stand on bands that have a value in this column of dd_band.
     // Looked up once for each table. Under the mutex.
@@ -33,7 +30,10 @@ private:
     std::map<int, std::vector<bool>> m_bandTypes;  // by instance table; parallel to the columns
 };
 
-// Counts and logs a read that broke off, so that a short answer is not taken for a whole one.
-void reportBrokenRead(const StoreSession& session, const std::string& sql);
+// Counts and logs a read that broke off, so that a short answer is not taken for a whole one. The
+// reason is that of the engine where none is given.
+void reportBrokenRead(const StoreSession& session,
+                      const std::string& sql,
+                      const std::string& reason = {});
 
 }  // namespace lanefeed_runtime

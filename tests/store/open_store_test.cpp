@@ -3,6 +3,7 @@
 
 #include "store/instance_reader.h"
 #include "store/result_facts.h"
+#include "store/sqlite_handle.h"
 #include "support/captured_log.h"
 #include "support/random_seed.h"
 #include "support/store_text.h"
@@ -111,6 +112,19 @@ TEST_F(OpenStoreTest, TellsWhatCannotBeRead) {
     ::chmod(m_file.c_str(), 0);
     open();
     EXPECT_EQ(m_error.kind, Kind::cannotRead);
+}
+
+TEST_F(OpenStoreTest, RefusesTimesThatCannotBe) {
+    for (const char* change :
+         {"update result set value = '9223372036854775807' where key = 'origin'",
+          "update result set value = '18446744073709551615' where key = 'last_tick'",
+          "update pauses set end_tsc = 1"}) {
+        std::ofstream(m_file, std::ios::binary | std::ios::trunc) << m_whole;
+        std::string error;
+        ASSERT_TRUE(Connection::open(m_file, Connection::Mode::write, error)->run(change));
+        open();
+        EXPECT_NE(m_error.text.find("make no sense"), std::string::npos) << change;
+    }
 }
 
 // Whatever stands in the file: an answer or an error, and a word in the log when a read broke off.

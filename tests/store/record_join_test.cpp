@@ -1,5 +1,6 @@
 // What instances refer to - looked up in memory or joined, it is the same - and walks that end too
 // early.
+#include "store/instance_reader.h"
 #include "store/open_store.h"
 #include "store/sqlite_handle.h"
 #include "support/cancel_at_poll.h"
@@ -119,6 +120,22 @@ TEST_F(RecordJoinTest, ReadsTextsOfTheRecordAtHand) {
     EXPECT_EQ(texts, "{\"n\":1}{\"n\":1}--{\"n\":4}{\"n\":4}");
 }
 
+TEST_F(RecordJoinTest, TellsOfInstancesThatCannotBe) {
+    for (const std::string change : {"end_tsc = 1", "start_tsc = -5", "end_tsc = null",
+                                     "start_tsc = 'x'", "start_tsc = 1, end_tsc = 9"}) {
+        open("thread main 0..9 a  1..2 b  3..4 c",
+             {"update slice_data set " + change + " where rowid = 3"});
+        const lanefeed_test::CapturedLog log;
+        EXPECT_EQ(countOf(*query("end_tsc attr start_tsc")->execute()), 2) << change;
+        InstanceColumns columns;
+        std::string error;
+        EXPECT_EQ(m_store.instances->read({"slice_data", {}, "", false}, columns, nullptr, error),
+                  InstanceReader::Outcome::failed);
+        EXPECT_NE(error.find("an instance of slice_data"), std::string::npos) << error;
+        EXPECT_EQ(m_store.brokenReads->count(), 2U) << change;
+    }
+}
+
 TEST_F(RecordJoinTest, TellsOfAFileThatBecomesUnreadable) {
     openMany();
     const auto late = query("end_tsc");
@@ -132,7 +149,7 @@ TEST_F(RecordJoinTest, TellsOfAFileThatBecomesUnreadable) {
     EXPECT_TRUE(records > 0 && records < kManySlices) << records;
     EXPECT_EQ(log.count(m_file + ": a read broke off"), 1);
     EXPECT_EQ(log.count("SQL: select t0.\"start_tsc\" from"), 1);
-    EXPECT_EQ(*m_store.brokenReads, 1U);
+    EXPECT_EQ(m_store.brokenReads->count(), 1U);
     // From then on nothing can be read, and every query says so with its values.
     EXPECT_TRUE(late->execute(nullptr, error, sql).is_null());
     EXPECT_EQ(error.find(m_file + ": "), 0U) << error;
@@ -157,7 +174,7 @@ TEST_F(RecordJoinTest, EndsWalksAndSortsThatAreCancelledWithoutAWord) {
     EXPECT_EQ(cancelled(*walk), 0);
     EXPECT_EQ(error, "");
     EXPECT_TRUE(log.empty());
-    EXPECT_EQ(*m_store.brokenReads, 0U);
+    EXPECT_EQ(m_store.brokenReads->count(), 0U);
     EXPECT_FALSE(walk->execute()->atEnd()) << "the connection works on";
 }
 
