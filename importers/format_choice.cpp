@@ -1,6 +1,6 @@
 // Which importer gets a file. Lines vote first, since the begin of a damaged text can look like
 // that of another format: "[120] S ==> ..." is the rest of a switch and could be JSON.
-// Tested by tests/importers/format_choice_test.cpp.
+// Tested by tests/importers/import_trace_test.cpp.
 #include "format_choice.h"
 
 #include "common/foreign_file.h"

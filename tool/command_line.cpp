@@ -93,7 +93,8 @@ void addArea(CLI::App& verb, ViewOptions& options) {
 
 CLI::App* addImport(CLI::App& app, ImportOptions& options) {
     CLI::App* verb = app.add_subcommand("import", "Turn a trace into a result");
-    verb->add_option("trace", options.trace, "Trace file; the format is told by its content")
+    verb->add_option("trace", options.trace,
+                     "Trace file, - for the standard input; the format is told by its content")
         ->required()
         ->option_text("TRACE");
     verb->add_option("-o,--output", options.output,

@@ -1,7 +1,7 @@
 // Both answers come from one pass. A stretch that turns out to be covered, when the end of a long
 // slice comes, is always a tail of those seen so far; so a stretch shorter than an earlier one can
 // never win and isn't kept, and the list stays short.
-// Tested by tests/importers/content_span_test.cpp.
+// Tested by tests/importers/time_order_test.cpp.
 #include "common/activity.h"
 
 #include <algorithm>

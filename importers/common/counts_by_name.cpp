@@ -1,4 +1,4 @@
-// Counts that a result stores as JSON. Tested by tests/importers/perf_script_test.cpp.
+// Counts that a result stores as JSON. Tested by tests/importers/text_formats_test.cpp.
 #include "common/counts_by_name.h"
 
 #include "common/clean_text.h"

@@ -1,6 +1,6 @@
 // Lines out of a source in pieces of the buffer's size. A line that doesn't fit is handed out as
 // far as it goes, and the rest of it is passed over on the way to the next one.
-// Tested by tests/importers/line_reader_test.cpp.
+// Tested by tests/importers/byte_source_test.cpp.
 #include "common/line_reader.h"
 
 #include "common/byte_source.h"

@@ -1,4 +1,4 @@
-// Lines of a text that is in memory. Tested by tests/importers/format_choice_test.cpp.
+// Lines of a text that is in memory. Tested by tests/importers/import_trace_test.cpp.
 #include "common/text_lines.h"
 
 #include <algorithm>

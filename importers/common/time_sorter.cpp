@@ -1,5 +1,5 @@
 // External sort by time. Traces are nearly sorted as a rule, so most runs don't overlap and the
-// merge reads one after the other. Tested by tests/importers/time_sorter_test.cpp.
+// merge reads one after the other. Tested by tests/importers/time_order_test.cpp.
 #include "common/time_sorter.h"
 
 #include <algorithm>

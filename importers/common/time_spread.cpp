@@ -1,6 +1,6 @@
 // Cells are moved and joined only when a time lies outside of them, and then there is room for as
 // many again on both sides; so that happens seldom, also for times that run backwards.
-// Tested by tests/importers/content_span_test.cpp.
+// Tested by tests/importers/time_order_test.cpp.
 #include "common/time_spread.h"
 
 #include <algorithm>

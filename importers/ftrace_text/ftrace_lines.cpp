@@ -1,6 +1,6 @@
 // One line after the other: events go to the scheduler's trace, all else is counted. A text in
 // which nothing is understood is refused with its first line, so that other columns never make an
-// empty result. Tested by tests/importers/ftrace_text_test.cpp.
+// empty result. Tested by tests/importers/text_formats_test.cpp.
 #include "ftrace_text/ftrace_lines.h"
 
 #include "common/text_lines.h"

@@ -1,7 +1,7 @@
 // Takes the trace out of the page that systrace wraps around it. The scripts of the page are some
 // hundred kilobytes that talk about traces, so nothing counts as trace but what follows a
 // "# tracer" line that stands by itself, or where scripts have no such lines. Tested by
-// tests/importers/ftrace_text_test.cpp.
+// tests/importers/text_formats_test.cpp.
 #include "ftrace_text/html_trace.h"
 
 #include "common/text_lines.h"

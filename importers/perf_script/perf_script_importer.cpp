@@ -1,6 +1,6 @@
 // Lines of "perf script" into the model of scheduler traces. What is no such line is counted; a
 // text in which none is found is refused with what its first line lacks.
-// Tested by tests/importers/perf_script_test.cpp.
+// Tested by tests/importers/text_formats_test.cpp.
 #include "perf_script/perf_script_importer.h"
 
 #include "common/text_lines.h"

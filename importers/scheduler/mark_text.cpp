@@ -1,5 +1,5 @@
 // From the text of a mark to slices, tracks, curves and points.
-// Tested by tests/importers/ftrace_text_test.cpp.
+// Tested by tests/importers/text_formats_test.cpp.
 #include "scheduler/mark_text.h"
 
 #include "common/trace_time.h"

@@ -1,5 +1,5 @@
 // Tells a recording without the fields of its events from one with broken lines. Tested by
-// tests/importers/perf_script_test.cpp and ftrace_text_test.cpp.
+// tests/importers/text_formats_test.cpp.
 #include "scheduler/odd_payloads.h"
 
 #include "common/line_reader.h"

@@ -1,5 +1,5 @@
 // The loop over the lines of a scheduler trace and what is said about the whole of it.
-// Tested by tests/importers/perf_script_test.cpp.
+// Tested by tests/importers/text_formats_test.cpp.
 #include "scheduler/text_import.h"
 
 #include "common/byte_source.h"

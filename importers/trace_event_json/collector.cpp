@@ -169,11 +169,13 @@ bool Collector::fillCounter(const TraceEvent& event) {
 }
 
 void Collector::addValue(std::uint32_t series, double value) {
-    for (CounterValue& earlier : m_record.values) {
-        if (earlier.series != series) continue;
-        earlier.value = value;
+    if (series >= m_places.size()) m_places.resize(series + 1);
+    std::size_t& place = m_places[series];
+    if (place < m_record.values.size() && m_record.values[place].series == series) {
+        m_record.values[place].value = value;
         return;
     }
+    place = m_record.values.size();
     m_record.values.push_back({series, value});
 }
 

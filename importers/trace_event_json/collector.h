@@ -5,10 +5,12 @@
 #include "trace_event_json/event.h"
 #include "trace_event_json/event_record.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 namespace lanefeed_importers {
 
@@ -40,6 +42,7 @@ private:
     std::unique_ptr<CollectedTrace> m_trace;
     std::unordered_map<std::string, std::uint32_t> m_seriesIds;
     EventRecord m_record;
+    std::vector<std::size_t> m_places;  // by series, of its value in the last record that had it
     std::string m_key;
     std::string m_cleanArgs;
     std::string m_bytes;

@@ -1,5 +1,5 @@
 // Records go to memory or to a temporary file of this very process, so they are plain copies of
-// their fields. Tested by tests/importers/time_sorter_test.cpp.
+// their fields. Tested by tests/importers/time_order_test.cpp.
 #include "trace_event_json/event_record.h"
 
 #include <cstring>

@@ -21,7 +21,7 @@ struct Fit {
 };
 
 // The first table that a result has decides.
-constexpr std::array<Fit, 9> kFits = {{{"state_data", "scheduler"},
+constexpr std::array<Fit, 10> kFits = {{{"state_data", "scheduler"},
                                        {"running_data", "scheduler"},
                                        {"wakeup_data", "scheduler"},
                                        {"slice_data", "trace_events"},
@@ -30,7 +30,8 @@ constexpr std::array<Fit, 9> kFits = {{{"state_data", "scheduler"},
                                        {"interrupt_data", "scheduler"},
                                        {"migration_data", "scheduler"},
                                        {"counter_data", "counters"},
-                                       {"async_data", "asynchronous"}}};
+                                       {"async_data", "asynchronous"},
+                                       {"marker_data", "asynchronous", "dd_track"}}};
 constexpr const char* kGeneral = "trace_events";
 
 std::string nameOf(const BuiltInDocument& document) {

@@ -25,8 +25,7 @@ ImportOutcome ImportTest::importFile(const std::string& file) {
 }
 
 void ImportTest::importEvents(const std::string& events) {
-    std::filesystem::remove(target());
-    const ImportOutcome outcome = importFile(writeFile("trace.json", "[" + events + "]"));
+    const ImportOutcome outcome = importText("[" + events + "]");
     ASSERT_FALSE(outcome.error.failed()) << outcome.error.text;
     for (const std::string& warning : outcome.warnings)
         EXPECT_NE(warning.find(" not understood; "), std::string::npos) << warning;
@@ -67,12 +66,8 @@ std::string ImportTest::rows(const std::string& sql) const {
     return found;
 }
 
-std::string ImportTest::fact(std::string_view key) const {
-    return facts(std::string(key));
-}
-
-std::string ImportTest::facts(const std::string& keys) const {
-    std::istringstream words(keys);
+std::string ImportTest::facts(std::string_view keys) const {
+    std::istringstream words{std::string(keys)};
     std::string values;
     for (std::string key; words >> key;)
         values += (values.empty() ? "" : " ") +
@@ -81,17 +76,14 @@ std::string ImportTest::facts(const std::string& keys) const {
 }
 
 void expectAnswers(const std::function<std::string(std::string_view)>& read, const char* lines) {
-    constexpr std::string_view kArrow = " -> ";
     std::istringstream text(lines);
     for (std::string line; std::getline(text, line);) {
         const std::size_t begin = line.find_first_not_of(' ');
-        const std::size_t arrow = line.rfind(kArrow);
-        if (begin == std::string::npos || line[begin] == '#') continue;
+        if (begin == std::string::npos) continue;
+        const std::size_t arrow = line.rfind(" -> ");
         ASSERT_NE(arrow, std::string::npos) << line;
-        const std::size_t end = line.find_last_not_of(' ', arrow);
-        const std::string input =
-            end < begin || end == std::string::npos ? "" : line.substr(begin, end + 1 - begin);
-        EXPECT_EQ(read(input), line.substr(arrow + kArrow.size())) << line;
+        EXPECT_EQ(read(line.substr(begin, arrow > begin ? arrow - begin : 0)),
+                  line.substr(arrow + 4));
     }
 }
 

@@ -33,9 +33,8 @@ protected:
     // Rows parted by "; " and their cells by blanks, "-" for null. Empty for a table that isn't
     // there.
     std::string rows(const std::string& sql) const;
-    std::string fact(std::string_view key) const;
     // Facts parted by blanks, as their keys are.
-    std::string facts(const std::string& keys) const;
+    std::string facts(std::string_view keys) const;
 
     ImportOptions m_options;
 
@@ -46,8 +45,7 @@ private:
 std::string textOf(const std::string& file);
 std::string packed(std::string_view text);
 
-// Expects of each line "input -> answer" that `read` answers so. Blanks before the answer are no
-// part of the input, and the line may begin with some.
+// Expects of each line "input -> answer" that `read` answers so. The line may begin with blanks.
 void expectAnswers(const std::function<std::string(std::string_view)>& read, const char* lines);
 
 }  // namespace lanefeed_importers

@@ -47,34 +47,19 @@ TEST(LineParsersTest, readTheColumnsOfAllTracers) {
         a [000] 1.0: b-5 [003] 2.0: e: c-6 [004] 3.0: f: g -> a [000] 1.0: b|5|-1|3|2000000000|e|c-6 [004] 3.0: f: g
         <-a-1 [000] 7.1234567899: e: -> <-a|1|-1|0|7123456789|e|
         my-prog-7 11.N.1.  104us!: sched_wakeup: x -> my-prog|7|-1|11|104000|sched_wakeup|x
-        <idle>-0       0dN.2   17us : do_irq <-x -> <idle>|0|-1|0|17000|do_irq|<-x
         a-1 [000] 7.5: e:f: p -> no
-        ls-4734 106439.675591: e: p -> no
-        ls-4734 [002] 106439.675591: -> no
-        ls 4734 [002] 1.0: e: p -> no
-        ls-4734 () [002] 1.0: e: p -> no
-        ls-4734 (1x) [002] 1.0: e: p -> no
-        ls-99999999999 [002] 1.0: e: p -> no
         ls-1 [002] 99999999999.0: e: p -> no
-        ls-1 [002] somewhere 1.0: e: p -> no
-        ls-1 2 1.0: e: p -> no
-        ls-1 2d..3 99999999999999999999us : e: p -> no)");
+        ls-1 [002] somewhere 1.0: e: p -> no)");
     expectAnswers(perfLine, R"(
         perf 26/27 [000]  1025.263185334:     sched:wakeup: comm=a pid=1 -> perf|26/27|0|1025263185334|sched:wakeup|comm=a pid=1
-        a 1/2 [3] 0.5:          1 sched:sched_switch: x -> a|1/2|3|500000000|sched:sched_switch|x
         :-1  2920/-1    [000]  1.25:  sched:sched_switch: p -> :-1|2920/-1|0|1250000000|sched:sched_switch|p
         :-1    -1 [000] 1.25: sched:sched_switch: p -> :-1|-/-1|0|1250000000|sched:sched_switch|p
         x-1/2:3 [000] y 5/6 [001] 2.0: g:h: i -> x-1/2:3 [000] y|5/6|1|2000000000|g:h|i
-        [k] [0 9 [001] 2.0: g:h: -> [k] [0|-/9|1|2000000000|g:h|
         5/6 [001] 2.0: g:h: i -> no thread
         g++ 27612 [001] 1044.6538262809: 1001001 cpu-clock:u: 6d88 main -> g++|-/27612|1|1044653826280|cpu-clock:u|6d88 main
         g++ 27612  1044.653826280:    1001001 cpu-clock: -> no core
-        g++ 27612 [000] sched:sched_switch: prev_comm=a -> no time
-        g++ [000] 1044.653826: sched:sched_switch: prev_comm=a -> no thread
-        g++ 27612 [000] 1044.653826: -> no event
         g++ 27612 [000] 99999999999999999999.5: a:b: c -> late time
         ls-4734  [002] 106439.675591: sched_switch:         ls:4734 -> other text
-        [    1.234567] usb 1-1: new device -> other text
          -> other text)");
 }
 
@@ -106,37 +91,21 @@ std::string payload(std::string_view line) {
 
 TEST(LineParsersTest, readPayloadsInAllForms) {
     expectAnswers(payload, R"(
-        switch prev_comm=at prev_pid=79 prev_prio=1 prev_state=R ==> next_comm=k/u16:1 next_pid=6 next_prio=1 -> at|79|R|k/u16:1|6
         switch prev_comm=a prev_pid=-1 prev_prio=120 prev_state=0x1 next_comm=b c next_pid=0 -> a|-1|0x1|b c|0
         switch prev_comm=x prev_pid=y prev_pid=3 prev_state=D|K ==> next_comm= next_pid=4 n -> x prev_pid=y|3|D|K||4
-        switch trace-cmd:4734 [120] R ==> migration/2:18 [0] -> trace-cmd|4734|R|migration/2|18
         switch a:7 b:c:12 [-1] x ==> HwBinder:1118_1:1165 [120] -> a:7 b:c|12|x|HwBinder:1118_1|1165
-        switch prev_comm=a prev_pid=1 prev_prio=120 prev_state=S ==> next_comm=b next_pid= -> no
         switch prev_comm=a prev_pid=1 prev_state=S ==> next_comm=b next_pid=2x -> no
         switch a:7 [120] R ==> b:8 -> no
-        switch a:7 [120] ==> b:8 [120] -> no
         switch prev_comm=a prev_pid=99999999999 prev_state=S ==> next_comm=b next_pid=2 -> no
-        wake comm=mmcqd/0 pid=95 prio=120 success=1 target_cpu=003 -> mmcqd/0|95|3
         wake comm=<-transport pid=5851 prio=120 -> <-transport|5851|-1
         wake POSIX timer 0:44 [120] success=1 CPU:002 -> POSIX timer 0|44|2
-        wake comm=a pid=1 target_cpu=-7 -> a|1|-1
         wake pid=5 comm=a -> no
         move comm=cc1 plus pid=9 prio=120 orig_cpu=1 dest_cpu=0 -> cc1 plus|9|1|0
-        move comm=a pid=9 prio=120 dest_cpu=0 orig_cpu=1 -> no
         move comm=a pid=9 prio=120 orig_cpu=-1 dest_cpu=0 -> no
-        move comm=a pid=9 prio=120 orig_cpu=1 dest_cpu=-1 -> no
-        irq irq=36 name=virtio1-req.0 x -> 36|virtio1-req.0 x
         irq name=x irq=36 -> no
-        vec vec=7 [action=SCHED] -> 7|SCHED
-        vec vec=7 -> 7|
         vec vec=7 [action=SCH -> no
-        mark B|124|com.android: 2|x -> B|124|com.android: 2|x|
         mark  E -> E|-1||
-        mark E|7591 -> E|7591||
-        mark F|5|load|cookie 7 -> F|5|load|cookie 7
         mark C|594|a b|-1.5|category -> C|594|a b|-1.5
-        mark tracing_mark_write: B|1|n -> B|1|n|
-        mark C|1|n -> no
         mark S|1|n| -> no
         mark trace_event_clock_sync: parent_ts=538.06 -> t|-1|trace_event_clock_sync|parent_ts=538.06
         mark : x -> t|-1|: x|)");
@@ -154,36 +123,21 @@ TEST(LineParsersTest, readPayloadsInAllForms) {
     }
 }
 
-// The sum of one or two times in microseconds, in nanoseconds.
-std::string sumOf(std::string_view text) {
-    const std::size_t plus = text.find(" & ");
+std::string roundedTime(std::string_view text) {
     TraceTime time;
-    TraceTime other;
-    if (!parseMicroseconds(text.substr(0, plus), time)) return "no";
-    if (plus == std::string_view::npos) return std::to_string(rounded(time));
-    EXPECT_TRUE(parseMicroseconds(text.substr(plus + 3), other)) << text;
-    return std::to_string(rounded(time + other)) + (time < other ? " rising" : "");
+    return parseMicroseconds(text, time) ? std::to_string(rounded(time)) : "no";
 }
 
 TEST(LineParsersTest, timesAreExactToTheLastDigitAndRoundedOnce) {
-    expectAnswers(sumOf, R"(
+    expectAnswers(roundedTime, R"(
         1712195495505338.955 -> 1712195495505338955
-        +7 -> 7000
-        15E-4 -> 2
-        0e999999999 -> 0
         0.00000000000000000000000000000000000000005e41 -> 5000
         0.0005 -> 1
         0.00049999999999999 -> 0
         -0.0005 -> -1
-        -0.0016 -> -2
-        1.0004 & 2.0003 -> 3001 rising
-        1.00004 & 1.00003 -> 2000
-        -1.0004 & 1.0004 -> 0 rising
         2305843009213693.951 -> 2305843009213693951
         2305843009213693.952 -> no
          -> no
-        NaN -> no
-        1x -> no
         1e300 -> no)");
 }
 
