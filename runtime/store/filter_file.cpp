@@ -254,15 +254,19 @@ bool holdsResult(Connection& connection, const ResultFacts& facts) {
     return step == Statement::Step::done && entries == facts.entries;
 }
 
-bool replaceFilters(Connection& connection, const FilterMap& filters) {
-    const TableDef& def = table(TableId::filters);
+bool holdsFilters(Connection& connection) {
     Statement known = connection.prepare(dialect::listTables());
     bool isThere = false;
     while (known && known.step() == Statement::Step::row)
-        isThere = isThere || known.text(0) == def.name;
-    known = Statement();
+        isThere = isThere || known.text(0) == table(TableId::filters).name;
+    return isThere;
+}
+
+bool replaceFilters(Connection& connection, const FilterMap& filters) {
+    const TableDef& def = table(TableId::filters);
     // Made anew: what stands there may be of another form.
-    if (isThere && !connection.run("drop table " + dialect::quoted(def.name))) return false;
+    if (holdsFilters(connection) && !connection.run("drop table " + dialect::quoted(def.name)))
+        return false;
     const bool isEmpty = std::none_of(filters.begin(), filters.end(), [](const auto& filter) {
         return isKeptInFile(filter.first) && !filter.second.isEmpty();
     });
@@ -294,7 +298,11 @@ StoreError readFilters(StoreSession& session, FilterMap& filters) {
     const int position = session.catalog.find(table(TableId::filters).name);
     if (!session.catalog.table(position).inFile) return {};
     Statement rows = session.connection->prepare(selectFilters());
-    if (!rows) return unreadable(session.file, session.connection->message());
+    if (!rows) {
+        const std::string why = session.connection->message();
+        // Another program may have dropped them just now.
+        return holdsFilters(*session.connection) ? unreadable(session.file, why) : StoreError();
+    }
     std::map<std::string, std::vector<FilterRow>> byName;
     Statement::Step step = rows.step();
     for (; step == Statement::Step::row; step = rows.step())

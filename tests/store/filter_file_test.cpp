@@ -5,6 +5,7 @@
 #include "store/filter_registry.h"
 #include "store/result_facts.h"
 #include "store/sqlite_handle.h"
+#include "store/store_session.h"
 #include "support/filter_words.h"
 #include "support/store_text.h"
 #include "support/trace_text.h"
@@ -152,6 +153,12 @@ TEST_F(FilterFileTest, TellsOfAFileInUseOrReplaced) {
         });
         EXPECT_EQ(names(), Names{"old"});
         end.join();
+        StoreSession reading;
+        reading.connection = Connection::open(m_file, Connection::Mode::read, message);
+        ASSERT_TRUE(reading.catalog.read(*reading.connection));
+        EXPECT_FALSE(write({}).failed());
+        FilterMap gone;
+        EXPECT_FALSE(readFilters(reading, gone).failed());
     }
     fs::remove(m_file);
     lanefeed_test::writeTraceText(m_file, "thread main 0..9 c 10..19 d 30..40 e\n");
