@@ -298,17 +298,15 @@ StoreError readFilters(StoreSession& session, FilterMap& filters) {
     const int position = session.catalog.find(table(TableId::filters).name);
     if (!session.catalog.table(position).inFile) return {};
     Statement rows = session.connection->prepare(selectFilters());
-    if (!rows) {
+    std::map<std::string, std::vector<FilterRow>> byName;
+    Statement::Step step = rows ? rows.step() : Statement::Step::failed;
+    for (; step == Statement::Step::row; step = rows.step())
+        byName[std::string(rows.text(nameColumn))].push_back(rowOf(rows));
+    if (step != Statement::Step::done) {
         const std::string why = session.connection->message();
         // Another program may have dropped them just now.
         return holdsFilters(*session.connection) ? unreadable(session.file, why) : StoreError();
     }
-    std::map<std::string, std::vector<FilterRow>> byName;
-    Statement::Step step = rows.step();
-    for (; step == Statement::Step::row; step = rows.step())
-        byName[std::string(rows.text(nameColumn))].push_back(rowOf(rows));
-    if (step != Statement::Step::done)
-        return unreadable(session.file, session.connection->message());
     FilterMap read;
     for (const auto& [name, own] : byName) {
         if (!RowReader(own).read(read[name]))

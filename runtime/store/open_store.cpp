@@ -111,6 +111,18 @@ bool isComplete(const Catalog& catalog) {
     return facts >= 0 && catalog.table(facts).inFile && catalog.table(catalog.bands()).inFile;
 }
 
+// Bands are numbered from 1 on, and many look them up by their number in memory. One number that is
+// far beyond their count would take all of it.
+bool areBandsNumbered(Connection& connection) {
+    constexpr std::int64_t kMostGaps = std::int64_t{1} << 22;
+    const auto number = [&](const char* what) {
+        Statement read = connection.prepare(std::string("select ") + what + " from \"dd_band\"");
+        return read && read.step() == Statement::Step::row ? read.integer(0) : 0;
+    };
+    const std::int64_t greatest = number("max(\"rowid\")");
+    return greatest <= kMostGaps || greatest - number("count(*)") <= kMostGaps;
+}
+
 }  // namespace
 
 OpenStore openStore(const std::string& file, StoreError& error) {
@@ -127,6 +139,10 @@ OpenStore openStore(const std::string& file, StoreError& error) {
         error = damage(file, session->connection->isDamage()
                                  ? session->connection->message()
                                  : "its facts about the trace are missing or make no sense");
+        return {};
+    }
+    if (!areBandsNumbered(*session->connection)) {
+        error = damage(file, "a band has a number that no writer gives");
         return {};
     }
     OpenStore store;
