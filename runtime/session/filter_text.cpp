@@ -30,6 +30,7 @@ using dataface_1::IQueryFilterBuilder;
 
 constexpr const char* kTimeColumn = "time";
 constexpr std::size_t kMostListed = 10;
+constexpr const char* kCommaAdvice = "; a comma that belongs to a value is written \\,";
 
 std::string lowered(std::string text) {
     for (char& c : text)
@@ -118,6 +119,7 @@ public:
     }
 
     bool read(const std::string& text, std::string& error) {
+        m_notes.clear();
         Parts parts;
         if (!cut(text, parts, error)) return false;
         if (lowered(parts.column) == kTimeColumn) return readTime(parts, error);
@@ -125,6 +127,9 @@ public:
         if (!targets.empty()) return addTargets(targets, parts, error);
         return addQuery(parts, error);
     }
+
+    // What the text that was read last leaves out without effect.
+    const std::vector<std::string>& notes() const { return m_notes; }
 
     NamedFilter filter() const {
         NamedFilter out;
@@ -166,9 +171,15 @@ private:
             bool isFound = false;
             for (std::size_t i = 0; i < targets.size(); ++i)
                 isFound = addRows(targets[i], pattern, ids[i]) || isFound;
-            if (isFound || parts.excludes) continue;
-            error = "the result holds no " + lowered(parts.column) + " '" + pattern.written + "'" +
-                    known(targets);
+            if (isFound) continue;
+            const std::string lack = "the result holds no " + lowered(parts.column) + " '" +
+                                     pattern.written + "'" + known(targets) +
+                                     (patterns.size() > 1 ? kCommaAdvice : "");
+            if (parts.excludes) {
+                m_notes.push_back(lack);
+                continue;
+            }
+            error = lack;
             return false;
         }
         for (std::size_t i = 0; i < targets.size(); ++i) {
@@ -274,6 +285,7 @@ private:
     const std::vector<FilterColumnDef> m_columns;
     sptr_t<dataface_1::IQueryLibrary> m_library;
     std::map<std::string, std::vector<std::string>> m_texts;
+    std::vector<std::string> m_notes;
     QueryFilter::Group m_root;
     TickSpans m_kept = keptTime(nullptr);
 };
@@ -289,7 +301,8 @@ sptr_t<FilterRegistry> registryOf(const sptr_t<dataface_1::IInputData>& result) 
 bool readFilterTexts(const sptr_t<dataface_1::IInputData>& result,
                      const std::vector<std::string>& texts,
                      const std::string& name,
-                     std::string& error) {
+                     std::string& error,
+                     std::vector<std::string>* notes) {
     const sptr_t<FilterRegistry> filters = registryOf(result);
     const std::shared_ptr<const ResultFacts> facts = resultFacts(result);
     if (filters.is_null() || filters->session() == nullptr || facts == nullptr) {
@@ -298,9 +311,13 @@ bool readFilterTexts(const sptr_t<dataface_1::IInputData>& result,
     }
     TextReader reader(result, filters, facts);
     for (const std::string& text : texts) {
-        if (reader.read(text, error)) continue;
-        error.insert(0, text + ": ");
-        return false;
+        if (!reader.read(text, error)) {
+            error.insert(0, text + ": ");
+            return false;
+        }
+        if (notes == nullptr) continue;
+        for (const std::string& note : reader.notes())
+            notes->push_back(text + ": " + note);
     }
     filters->setFilter(name, reader.filter());
     return true;

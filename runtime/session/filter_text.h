@@ -18,11 +18,13 @@ namespace lanefeed_runtime {
 // character as it is ("a\,b"); a value that nothing bears as it is written is compared without
 // regard to case. False with `error` (one line for a user) for a text that can't be read, for an
 // unknown column, whose error lists the known ones, and for a value that the result doesn't hold;
-// the registry is then as it was.
+// the registry is then as it was. A value to be left out that the result doesn't hold is no error;
+// one line for each is added to `notes`, if that is given.
 bool readFilterTexts(const basekit2::sptr_t<dataface_1::IInputData>& result,
                      const std::vector<std::string>& texts,
                      const std::string& name,
-                     std::string& error);
+                     std::string& error,
+                     std::vector<std::string>* notes = nullptr);
 
 // A column that a filter text may name.
 struct FilterColumn {

@@ -234,6 +234,9 @@ StoreError writeError(const Connection& connection, const std::string& file) {
     case Connection::Cause::busy:
         remedy = "another program is using the file; try again when it has ended";
         break;
+    case Connection::Cause::readOnly:
+        remedy = "permission to write to the file and its folder is needed";
+        break;
     case Connection::Cause::full: remedy = "free space on the disk and try again"; break;
     case Connection::Cause::damage: remedy = "the file is damaged; import the trace again"; break;
     default: break;

@@ -34,11 +34,13 @@ void reportBrokenRead(const StoreSession& session,
     const std::string why = reason.empty() ? session.connection->message() : reason;
     session.brokenReads->add(why);
     const log4cplus::Logger logger = log4cplus::Logger::getInstance("lanefeed");
-    if (!logger.isEnabledFor(log4cplus::ERROR_LOG_LEVEL)) return;
-    logger.forcedLog(log4cplus::ERROR_LOG_LEVEL,
-                     session.file + ": a read broke off, what was shown of it is not all: " + why +
-                         "; import the trace again if the file is damaged. SQL: " + sql,
-                     __FILE__, __LINE__);
+    const auto log = [&logger](log4cplus::LogLevel level, const std::string& text) {
+        if (logger.isEnabledFor(level)) logger.forcedLog(level, text, __FILE__, __LINE__);
+    };
+    log(log4cplus::ERROR_LOG_LEVEL,
+        session.file + ": a read broke off, what was shown of it is not all: " + why +
+            "; import the trace again if the file is damaged");
+    log(log4cplus::DEBUG_LOG_LEVEL, "the read that broke off: " + sql);
 }
 
 }  // namespace lanefeed_runtime
