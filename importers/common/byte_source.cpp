@@ -227,10 +227,9 @@ void ByteSource::fail(const std::string& what) {
 
 void ByteSource::failArchive(const std::string& what) {
     m_damaged = true;
-    m_error = ImportError::badInput(
-        fmt::format("{}: {} at byte {} of the file; record or copy it again, or take what could be "
-                    "unpacked with --keep-going",
-                    m_path, what, m_fileRead - (m_inputEnd - m_inputAt)));
+    m_error =
+        ImportError::badInput(fmt::format("{}: {} at byte {} of the file; record or copy it again",
+                                          m_path, what, m_fileRead - (m_inputEnd - m_inputAt)));
 }
 
 }  // namespace lanefeed_importers

@@ -83,6 +83,8 @@ bool Run::judge() {
     if (m_source.error().failed()) {
         if (!m_source.damagedArchive() || !m_options.keepGoing) {
             m_outcome.error = m_source.error();
+            if (m_source.damagedArchive())
+                m_outcome.error.text += ", or take what could be unpacked with --keep-going";
             return false;
         }
         m_outcome.warnings.push_back(m_source.error().text);
