@@ -4,6 +4,7 @@
 #include "area_view.h"
 
 #include "failure.h"
+#include "held_data.h"
 #include "log_output.h"
 #include "nearest.h"
 #include "row_columns.h"
@@ -109,10 +110,11 @@ AreaView::AreaView(Session& session, int index) : m_viewpoint(session.viewpoint(
     }
     m_firstTick = first;
     m_time = {ticksPerSecond, last - first + 1};
-    m_empty = session.isEmpty() || !session.holdsDataFor(m_rowSet, *m_provider);
     if (m_rowSet != nullptr && !m_rowSet->rowBys.empty() && m_provider->hasRowBy()) {
         m_rowSource = &m_rowSet->rowBys.front().ds;
+        m_lacksRows = !HeldData(session.input()).hasRowsFor(m_rowSource->m_defaultQuery);
     }
+    m_empty = m_lacksRows || session.isEmpty() || !session.holdsDataFor(m_rowSet, *m_provider);
     readRows(session, index);
 }
 
@@ -135,10 +137,13 @@ void AreaView::readRows(Session& session, int index) {
         return;
     }
     HeldLog held;
-    if (!m_provider->getRowSummary(m_table, -1, true, true) || m_table.is_null()) {
+    const bool isRead = m_provider->getRowSummary(m_table, -1, true, true) && !m_table.is_null();
+    // Of a damaged file the log tells what follows from that alone.
+    if (!session.hasWholeReads()) held.drop("");
+    session.requireWholeReads();
+    if (!isRead) {
         m_filteredOut = session.isFiltered();
         if (m_filteredOut) {
-            session.requireWholeReads();
             // An empty table is no failure when filters made it so.
             held.drop("");
             return;

@@ -58,6 +58,8 @@ public:
     const std::vector<ValueColumn>& valueColumns() const { return m_values; }
     // The result holds nothing that the area could show; there are no rows then.
     bool isEmpty() const { return m_empty; }
+    // The result has none of the bands that the rows stand for.
+    bool lacksRows() const { return m_lacksRows; }
     // Filters leave none of the rows that there are.
     bool isFilteredOut() const { return m_filteredOut; }
     // Positions in rows(), in display order.
@@ -110,6 +112,7 @@ private:
     TimeScale m_time;
     std::uint64_t m_firstTick = 0;
     bool m_empty = false;
+    bool m_lacksRows = false;
     bool m_filteredOut = false;
 };
 

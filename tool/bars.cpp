@@ -47,6 +47,9 @@ LayerBars::LayerBars(Session& session,
                         : provider.getIntervalData(param, m_forest, nullptr);
     };
     if (!serve(session, area, layer, window, m_stats, ask)) m_forest.clear();
+    // Tables of nested ones hold their names.
+    for (const auto& table : m_forest)
+        if (!isNested) m_names.readFor(table);
 }
 
 std::vector<Bar> LayerBars::row(int id) {

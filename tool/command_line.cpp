@@ -223,6 +223,7 @@ CLI::App* addSelect(CLI::App& app, ViewOptions& view, SelectOptions& options) {
 
 void addWindow(CLI::App& verb, ViewOptions& options) {
     verb.add_option("--layer", options.layer, "Layer of the area, from 0 (default: all)")
+        ->check(numberFault)
         ->check(CLI::Range(0, std::numeric_limits<int>::max()))
         ->option_text("N");
     verb.add_option("--time", options.time,
@@ -312,6 +313,7 @@ CLI::App* addTooltip(CLI::App& app, ViewOptions& view, TooltipOptions& options) 
     addArea(*verb, view);
     verb->add_option("--layer", view.layer,
                      "Layer of the area, from 0 (default: the first one that has a tooltip)")
+        ->check(numberFault)
         ->check(CLI::Range(0, std::numeric_limits<int>::max()))
         ->option_text("N");
     verb->add_option("--id", options.id, "Instance by its number in the table of the layer")

@@ -112,7 +112,7 @@ private:
             Restriction restriction;
             for (auto value = info->getValues(0); !value.at_end(); value.next())
                 restriction.values.push_back(storelink1::utils::variantToString(value.current()));
-            restrictTo(std::move(restriction), joined(source.m_path, source.m_attr));
+            restrictTo(std::move(restriction), source.m_path, source.m_attr);
         }
         for (const DicerDataSource::ExtraArgs& extra : source.m_extras) {
             if (dataface_1::IInfoQuery::cast(extra.query).is_null()) continue;
@@ -120,7 +120,7 @@ private:
             m_references.push_back(column(path));
             Restriction restriction;
             restriction.values = extra.values;
-            restrictTo(std::move(restriction), joined(path, extra.attr));
+            restrictTo(std::move(restriction), path, extra.attr);
         }
     }
 
@@ -146,12 +146,16 @@ private:
         return id;
     }
 
-    void restrictTo(Restriction restriction, const std::string& path) {
+    // Values are compared with the names of what a path without an attribute leads to.
+    void restrictTo(Restriction restriction, const std::string& path, const std::string& attr) {
         const auto isEmpty = [](const std::string& value) { return value.empty(); };
         if (restriction.values.empty() ||
             std::any_of(restriction.values.begin(), restriction.values.end(), isEmpty))
             return;
-        restriction.column = column(path);
+        restriction.column =
+            attr.empty() ? m_query->addColumn(path + ".name") : storelink1::InvalidColIdx;
+        if (restriction.column == storelink1::InvalidColIdx)
+            restriction.column = column(joined(path, attr));
         m_restrictions.push_back(std::move(restriction));
     }
 

@@ -27,6 +27,8 @@ std::string refusal(Session& session, AreaView& area, const LayerInfo& layer) {
         return "names no query that is known; see 'lanefeed viewpoint'";
     if (!session.viewpoint().isApplicable(layer, &area.provider()))
         return "needs data that the result does not hold";
+    if (area.lacksRows() && isOnRows(layer))
+        return "stands on rows that the result has none of; choose another <rowBy>";
     if (kindOf(layer) == LayerKind::transitions && area.rowSource() == nullptr)
         return "draws lines between rows, which its area has none of";
     return {};

@@ -33,25 +33,27 @@ std::string reasonOf(const std::string& message) {
                                      : check.substr(text + 2, check.size() - text - 3);
 }
 
-// A request that failed. It is none when filters or the values that the layer is narrowed to leave
-// nothing.
-void checkFailure(Session& session,
-                  AreaView& area,
-                  const ChosenLayer& layer,
-                  const LayerWindow& window,
-                  HeldLog& log) {
+// Why nothing of a table can be shown; empty when there is something. The library looks at the
+// whole table, whatever the window.
+std::string emptiness(Session& session, AreaView& area, const LayerInfo& layer) {
+    const LayerWindow whole{{0, area.time().duration}, 1};
+    const Census census = takeCensus(session, area, layer, whole);
+    const std::string& table = layer.drawBy.ds.m_table;
+    if (census.read == 0) return "the filters in force leave nothing of " + table;
+    const std::uint64_t left = census.restricted + census.withoutReference;
+    if (census.touching == 0 || left < census.touching) return {};
+    if (census.withoutReference == 0) return "the values that it shows leave nothing of " + table;
+    return "no instance of " + table + " has a value of what it is told apart by, or a row";
+}
+
+// A request that failed. It is none when there is nothing that could be shown.
+void checkFailure(Session& session, AreaView& area, const ChosenLayer& layer, HeldLog& log) {
     const std::string reason = reasonOf(log.firstError());
     log.drop("");
     session.requireWholeReads();
-    const std::string& table = layer.info->drawBy.ds.m_table;
-    const Census census = takeCensus(session, area, *layer.info, window);
-    const bool isEmptied = census.read == 0;
-    const bool isNarrowed =
-        census.read > 0 && census.restricted == census.touching && census.restricted > 0;
-    if (isEmptied || isNarrowed) {
-        std::cerr << fmt::format("lanefeed: note: {}: {} leave nothing of {}\n", title(layer),
-                                 isEmptied ? "the filters in force" : "the values that it shows",
-                                 table);
+    const std::string nothing = emptiness(session, area, *layer.info);
+    if (!nothing.empty()) {
+        std::cerr << fmt::format("lanefeed: note: {}: {}\n", title(layer), nothing);
         return;
     }
     throw Failure(exitFailure,
@@ -104,7 +106,7 @@ bool serve(Session& session,
     if (isServed) {
         noteGaps(layer, log);
     } else if (isFailure(kindOf(*layer.info), log)) {
-        checkFailure(session, area, layer, window, log);
+        checkFailure(session, area, layer, log);
     }
     return isServed;
 }

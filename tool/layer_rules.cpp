@@ -4,6 +4,7 @@
 #include "layer_rules.h"
 
 #include "layer_choice.h"
+#include "verbs.h"
 
 #include <fmt/format.h>
 
@@ -63,7 +64,6 @@ void addFaults(const LayerInfo& layer, bool hasRows, int area, lanefeed_1::Parse
 }  // namespace
 
 void addLayerRules(const TLViewpointParser& viewpoint, lanefeed_1::ParseLogger& log) {
-    constexpr int kRuler = -1;
     for (const LayerInfo& layer : viewpoint.m_rulerLayers)
         addFaults(layer, false, kRuler, log);
     for (const TLViewpointParser::Area& area : viewpoint.m_areas)

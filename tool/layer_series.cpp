@@ -123,6 +123,7 @@ std::vector<LayerSeries> readLayers(Session& session,
                                     const ViewOptions& options,
                                     LayerKind kind) {
     const LayerWindow window = askedWindow(session, area, options);
+    requireRoomForSeries(window, area);
     std::vector<LayerSeries> answers;
     for (const ChosenLayer& layer : chooseLayers(session, area, options, {kind}))
         answers.push_back(read(session, area, options, layer, window));

@@ -16,6 +16,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <idicerprovider.h>
+#include <iostream>
 #include <utility>
 #include <vector>
 
@@ -89,22 +90,31 @@ std::vector<Called> rowsOf(const Session& session, const DicerDataSource& source
     return rows;
 }
 
-int objectNamed(const Session& session,
-                const DicerDataSource& source,
-                const std::string& name,
-                const std::string& option) {
-    const std::string& table = source.m_path;
+// Numbers of the rows that go by a name; of the others what they go by is added to `known`.
+std::vector<int> idsOf(const Session& session,
+                       const DicerDataSource& source,
+                       const std::string& name,
+                       std::vector<std::string>& known) {
     std::vector<int> ids;
-    std::vector<std::string> known;
     for (const Called& row : rowsOf(session, source)) {
         if (std::find(row.names.begin(), row.names.end(), name) != row.names.end())
             ids.push_back(row.row);
         known.insert(known.end(), row.names.begin(), row.names.end());
     }
+    return ids;
+}
+
+int objectNamed(const Session& session,
+                const DicerDataSource& source,
+                const std::string& name,
+                const std::string& option) {
+    const std::string& table = source.m_path;
+    std::vector<std::string> known;
+    const std::vector<int> ids = idsOf(session, source, name, known);
     if (ids.size() == 1) return ids.front();
     if (ids.empty())
-        throw Failure(exitUsage, fmt::format("{}: {} has no '{}'{}", option, table, name,
-                                             nearestAdvice(name, known)));
+        throw Failure(exitUsage, fmt::format("{}: {} has no row with the name or number '{}'{}",
+                                             option, table, name, nearestAdvice(name, known)));
     const std::size_t told = std::min(ids.size(), kIdsTold);
     throw Failure(exitUsage,
                   fmt::format("{}: {} rows of {} are called '{}': {}{}; name one by its number",
@@ -120,6 +130,13 @@ int objectId(const Session& session,
              const DicerDataSource& source,
              const std::string& text,
              const std::string& option) {
+    if (source.m_path.find('.') != std::string::npos) {
+        throw Failure(exitUsage,
+                      fmt::format("{}: the layer tells objects apart by {}, which is not "
+                                  "of its instances; select --rows of an area that has "
+                                  "these as rows",
+                                  option, source.m_path));
+    }
     const sptr_t<storelink1::IDatabase> database = session.database();
     if (database.is_null() || database->createQuery(source.m_path, 2).is_null()) {
         throw Failure(exitUsage, option +
@@ -128,10 +145,20 @@ int objectId(const Session& session,
     }
     int id = 0;
     const auto read = std::from_chars(text.data(), text.data() + text.size(), id);
-    if (read.ec != std::errc() || read.ptr != text.data() + text.size())
+    const bool isNumber = read.ec == std::errc() && read.ptr == text.data() + text.size();
+    if (!isNumber || id <= 0 || area.provider().getAttributeValue(&source, id).is_null())
         return objectNamed(session, source, text, option);
-    if (id > 0 && !area.provider().getAttributeValue(&source, id).is_null()) return id;
-    throw Failure(exitUsage, fmt::format("{}: {} has no row {}", option, source.m_path, text));
+    // A number goes before a name that is written with digits alone.
+    std::vector<std::string> others;
+    for (const int other : idsOf(session, source, text, others)) {
+        if (other == id) continue;
+        std::cerr << fmt::format(
+            "lanefeed: note: {}: {} is a number of {}; the row called '{}' is "
+            "number {}\n",
+            option, text, source.m_path, text, other);
+        break;
+    }
+    return id;
 }
 
 }  // namespace lanefeed_tool

@@ -19,6 +19,8 @@ namespace lanefeed_tool {
 namespace {
 
 constexpr std::uint64_t kDefaultBins = 100;
+// Buckets of all rows: 0.6 GB for a series that each of them has, 2 GB for one of counts.
+constexpr std::uint64_t kMostCells = 20'000'000;
 
 int binsOf(const std::optional<long long>& asked, const TickSpan& span) {
     const std::uint64_t ticks = span.end - span.start;
@@ -31,8 +33,8 @@ int binsOf(const std::optional<long long>& asked, const TickSpan& span) {
                         ticks));
     }
     if (bins > std::numeric_limits<int>::max()) {
-        throw Failure(exitUsage, fmt::format("--bins {}: more than {} buckets can't be asked for",
-                                             bins, std::numeric_limits<int>::max()));
+        throw Failure(exitUsage, fmt::format("--bins {}: ask for 1 to {} buckets", bins,
+                                             std::numeric_limits<int>::max()));
     }
     return static_cast<int>(bins);
 }
@@ -44,6 +46,16 @@ LayerWindow askedWindow(const Session& session, const AreaView& area, const View
     window.span = askedSpan(session, area, options.time);
     window.bins = binsOf(options.bins, window.span);
     return window;
+}
+
+void requireRoomForSeries(const LayerWindow& window, const AreaView& area) {
+    const std::uint64_t rows = std::max<std::size_t>(area.rows().size(), 1);
+    const auto bins = static_cast<std::uint64_t>(window.bins);
+    if (bins <= kDefaultBins || bins <= kMostCells / rows) return;
+    throw Failure(exitUsage,
+                  fmt::format("--bins {}: series of {} rows may have 1 to {} buckets, more would "
+                              "not stay within memory; ask for fewer, or for a narrower --time",
+                              bins, rows, std::max(kMostCells / rows, kDefaultBins)));
 }
 
 lanefeed_1::QueryParam requestFor(const LayerInfo& layer,

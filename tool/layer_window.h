@@ -33,6 +33,10 @@ struct LayerWindow {
 // for which no request has an answer.
 LayerWindow askedWindow(const Session& session, const AreaView& area, const ViewOptions& options);
 
+// Throws a usage failure for more buckets than memory holds of series on all rows of an area. Bars
+// and lines take memory by what is drawn.
+void requireRoomForSeries(const LayerWindow& window, const AreaView& area);
+
 // A request for a layer over a window. It points into the layer and the area, which outlive it.
 lanefeed_1::QueryParam requestFor(const LayerInfo& layer,
                                   const AreaView& area,

@@ -37,6 +37,8 @@ LayerLines::LayerLines(Session& session,
         return true;
     };
     if (!serve(session, area, layer, window, m_stats, ask)) m_forest.clear();
+    for (const auto& table : m_forest)
+        m_names.readFor(table);
 }
 
 std::vector<Line> LayerLines::row(int id) {

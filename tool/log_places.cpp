@@ -3,13 +3,14 @@
 
 #include "log_places.h"
 
+#include "verbs.h"
+
 #include <algorithm>
 
 namespace lanefeed_tool {
 
 namespace {
 
-constexpr int kRuler = -1;
 constexpr int kUnknownArea = 0;
 
 // Messages that name their element by a word instead of its tag.

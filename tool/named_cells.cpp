@@ -5,6 +5,8 @@
 
 #include <storelink1/utils.h>
 
+#include <utility>
+
 namespace lanefeed_tool {
 
 using basekit2::variant_t;
@@ -45,6 +47,20 @@ const std::string& AttributeNames::of(int attr) {
     if (known != m_names.end()) return known->second;
     const variant_t value = m_provider.getAttributeValue(&m_source, attr);
     return m_names.emplace(attr, storelink1::utils::variantToString(value)).first->second;
+}
+
+void AttributeNames::readFor(const basekit2::sptr_t<dataface_1::ITableTree>& table) {
+    if (!table.is_null()) readFor(NamedCells(table), table->getRows(nullptr));
+}
+
+void AttributeNames::readFor(const NamedCells& cells, Rows rows) {
+    for (; !rows.at_end(); rows.next()) {
+        const auto row = rows.current();
+        of(static_cast<int>(cells.number(*row, lanefeed_1::IDicerProvider::dbAttrIdx, -1)));
+        Rows children;
+        if (row->getChildren(children, nullptr, false) == dataface_1::ITreeNode::ecsfSuccess)
+            readFor(cells, std::move(children));
+    }
 }
 
 }  // namespace lanefeed_tool

@@ -39,8 +39,15 @@ public:
 
     // Empty for a number that no attribute has.
     const std::string& of(int attr);
+    // Reads those that the rows of a table refer to: what fails then is told before anything is
+    // printed.
+    void readFor(const basekit2::sptr_t<dataface_1::ITableTree>& table);
 
 private:
+    using Rows = basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::ITableRow>>;
+
+    void readFor(const NamedCells& cells, Rows rows);
+
     lanefeed_1::IDicerProvider& m_provider;
     const lanefeed_1::DicerDataSource& m_source;
     std::map<int, std::string> m_names;

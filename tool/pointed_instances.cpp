@@ -85,8 +85,7 @@ public:
         std::string error;
         std::string sql;
         const auto records = m_query->execute(nullptr, error, sql);
-        if (records.is_null())
-            throw Failure(exitFailure, fmt::format("{} ({}); import the trace again", error, sql));
+        if (records.is_null()) throw m_finder.m_session.unreadable(m_finder.m_table, error);
         std::vector<PointedInstance> found;
         for (; !records->atEnd(); records->next())
             found.push_back(instanceOf(*records->current(), row));

@@ -103,7 +103,8 @@ private:
     static std::vector<sptr_t<IColumnInfo>> columnsOf(const sptr_t<ITableTree>& table) {
         std::vector<sptr_t<IColumnInfo>> columns;
         for (auto it = table->getColumns(nullptr); !it.at_end(); it.next())
-            columns.push_back(it.current());
+            if (columns.size() < kBounds || !isPlaceholder(it.current()))
+                columns.push_back(it.current());
         return columns;
     }
 

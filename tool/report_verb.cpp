@@ -198,6 +198,7 @@ int runReport(const ViewOptions& options) {
     AreaView area(session, options.area);
     session.noteEmpty();
     const LayerWindow window = askedWindow(session, area, options);
+    requireRoomForSeries(window, area);
     auto layers = chooseLayers(session, area, options,
                                {LayerKind::series, LayerKind::intervals, LayerKind::tasks,
                                 LayerKind::transitions, LayerKind::counts});

@@ -85,6 +85,11 @@ public:
     bool select() {
         if (!m_options.attr.empty()) return selectObject();
         if (m_options.rows.empty()) return selectTime();
+        if (m_area.rowSource() == nullptr) {
+            throw Failure(exitUsage, fmt::format("--rows {}: {} has one row, which stands for all; "
+                                                 "choose another --area",
+                                                 m_options.rows, areaName(m_view.area)));
+        }
         const std::vector<int> rows = readRowIds(m_options.rows, m_area);
         if (m_view.time.empty()) return m_area.provider().filterOnRows(rows, m_options.exclude);
         if (rows.size() > 1) {
@@ -147,11 +152,8 @@ bool apply(Session& session, AreaView& area, const SelectOptions& options, bool 
     const sptr_t<dataface_1::IInputData>& result = session.input();
     const std::string name = options.dive ? kDiveFilter : area.provider().getSelectionFilterName();
     if (!selected || !area.provider().hasFilter(name)) {
-        // A failed selection leaves none, nor an earlier one.
-        keep(result);
-        throw Failure(exitFailure, fmt::format("{}: nothing could be selected; there is no "
-                                               "selection now, and the filters in force stay as "
-                                               "they were",
+        throw Failure(exitFailure, fmt::format("{}: nothing could be selected; what is in force "
+                                               "stays as it was, 'lanefeed info' shows it",
                                                session.resultName()));
     }
     if (options.exclude && !options.attr.empty()) {

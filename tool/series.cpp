@@ -52,6 +52,17 @@ std::vector<std::string> partsOf(IColumnInfo& column) {
     return parts;
 }
 
+// A derived query breaks its series down as its inputs are; without data there are none of these,
+// and its column stands alone.
+bool isExpanded(const sptr_t<IColumnInfo>& column) {
+    if (!firstChild(*column).is_null()) return true;
+    const auto derived = dataface_1::IDerivedQuery::cast(columnQuery(*column));
+    if (derived.is_null()) return false;
+    for (auto input = derived->getQueries(1); !input.at_end(); input.next())
+        if (!input.current()->getExpansionQuery().is_null()) return true;
+    return false;
+}
+
 // Without values.
 Series namedSeries(const sptr_t<IColumnInfo>& column) {
     Series series;
@@ -117,6 +128,10 @@ std::string seriesName(const sptr_t<IColumnInfo>& column) {
     return namedSeries(column).name;
 }
 
+bool isPlaceholder(const sptr_t<IColumnInfo>& column) {
+    return firstChild(*column).is_null() && isExpanded(column);
+}
+
 std::vector<Series> readSeries(const sptr_t<ITableTree>& table, int bins, bool keepZeros) {
     std::vector<Series> all;
     if (table.is_null()) return all;
@@ -141,7 +156,7 @@ std::vector<Series> readSeries(const sptr_t<ITableTree>& table, int bins, bool k
     // a row would be most of the answer. A series of its own stays, without data as well.
     for (SeriesColumn& series : columns) {
         const bool isEmpty = series.values.empty();
-        if (isEmpty && !firstChild(*series.column).is_null()) continue;
+        if (isEmpty && isExpanded(series.column)) continue;
         all.push_back(namedSeries(series.column));
         all.back().values = isEmpty ? noValues(bins) : std::move(series.values);
     }

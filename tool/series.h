@@ -18,6 +18,9 @@ struct Series {
 // Name of the series that a column holds: the values that it is expanded by, or its query's name.
 std::string seriesName(const basekit2::sptr_t<dataface_1::IColumnInfo>& column);
 
+// Whether a column stands for series that the data break down, and there are none.
+bool isPlaceholder(const basekit2::sptr_t<dataface_1::IColumnInfo>& column);
+
 // Series of one row, in the order of the table's columns; of those of an expansion, the ones that
 // have data. `bins`: buckets that were asked for. With keepZeros a cell of 0 is a value, else it
 // stands for a bucket without data. A null table has no series.

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <fstream>
 #include <iostream>
 #include <session/apply_selection.h>
@@ -59,7 +60,7 @@ Failure openFailure(const lanefeed_runtime::OpenOutcome& outcome) {
             text};
 }
 
-std::string readViewpointFile(const std::string& path) {
+std::string readViewpointFile(const std::string& path, const std::string& others) {
     errno = 0;
     const std::ifstream file(path, std::ios::binary);
     std::ostringstream text;
@@ -68,8 +69,8 @@ std::string readViewpointFile(const std::string& path) {
     if (!file || errno != 0) {
         const std::string reason =
             errno != 0 ? std::generic_category().message(errno) : "it can't be read";
-        throw Failure(exitFailure,
-                      fmt::format("{}: {}; name a viewpoint file that can be read", path, reason));
+        throw Failure(exitFailure, fmt::format("{}: {}; name a viewpoint file that can be read{}",
+                                               path, reason, others));
     }
     return text.str();
 }
@@ -95,8 +96,11 @@ Session::Session(const ViewOptions& options)
 void Session::applyFilters(const std::vector<std::string>& texts) {
     if (texts.empty()) return;
     std::string error;
-    if (!lanefeed_runtime::readFilterTexts(m_input, texts, kCallFilter, error))
+    std::vector<std::string> notes;
+    if (!lanefeed_runtime::readFilterTexts(m_input, texts, kCallFilter, error, &notes))
         throw Failure(exitUsage, "--filter " + error);
+    for (const std::string& note : notes)
+        std::cerr << "lanefeed: warning: --filter " << note << '\n';
     const lanefeed_runtime::FilterOutcome outcome =
         lanefeed_runtime::applySelection(m_input, kCallFilter);
     if (outcome.kind == lanefeed_runtime::FilterOutcome::failed)
@@ -157,7 +161,10 @@ std::string Session::viewpointText() {
     if (name.empty()) name = lanefeed_runtime::fittingViewpoint(m_input);
     const std::string shipped = lanefeed_runtime::shippedViewpointText(name);
     m_viewpointName = shipped.empty() ? name : fmt::format("shipped viewpoint '{}'", name);
-    return shipped.empty() ? readViewpointFile(name) : shipped;
+    if (!shipped.empty()) return shipped;
+    return readViewpointFile(
+        name, fmt::format(", or a shipped one: {}",
+                          fmt::join(lanefeed_runtime::shippedViewpointNames(), ", ")));
 }
 
 void Session::readViewpoint() {
@@ -220,6 +227,10 @@ std::string Session::filterAdvice() const {
     return m_options.filters.empty()
                ? "'lanefeed info' shows them, 'lanefeed select --clear' drops them"
                : "leave --filter out for what is selected alone";
+}
+
+bool Session::hasWholeReads() const {
+    return lanefeed_runtime::readCounts(m_input).brokenOff == 0;
 }
 
 void Session::requireWholeReads() const {

@@ -23,8 +23,8 @@ namespace lanefeed_tool {
 // Why a result or its query definitions could not be opened, all errors of it.
 Failure openFailure(const lanefeed_runtime::OpenOutcome& outcome);
 
-// Text of a viewpoint file; throws a Failure when it can't be read.
-std::string readViewpointFile(const std::string& path);
+// Text of a viewpoint file; throws a Failure when it can't be read. `others`: behind its remedy.
+std::string readViewpointFile(const std::string& path, const std::string& others = "");
 // All messages of a log, whatever they are about.
 std::vector<std::string> allMessages(const lanefeed_1::ParseLogger& log);
 
@@ -62,7 +62,9 @@ public:
     // What to do about filters that leave too little.
     std::string filterAdvice() const;
 
-    // Fails if a read of the result broke off, since the answer would not be whole.
+    // Whether no read of the result broke off. The second one fails if one did, since the answer
+    // would not be whole.
+    bool hasWholeReads() const;
     void requireWholeReads() const;
 
     // Reads the viewpoint of the options, or the shipped one that fits, and shows its log. With

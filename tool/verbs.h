@@ -21,7 +21,7 @@ struct ImportOptions {
     Format format = Format::table;
 };
 
-// Stands for the ruler of a viewpoint where areas have their number.
+// Stands for the ruler of a viewpoint where areas have their number, in the log of a parse too.
 constexpr int kRuler = -1;
 
 // What the reading verbs have in common.

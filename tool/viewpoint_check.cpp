@@ -9,6 +9,7 @@
 #include "nearest.h"
 #include "viewpoint_words.h"
 
+#include <dataface_1/query_kinds.h>
 #include <platkit_2_18/strings.h>
 
 #include <algorithm>
@@ -75,6 +76,37 @@ bool isColor(const std::string& text) {
            });
 }
 
+// The ids in the attribute "query".
+std::vector<std::string> queriesNamed(const basekit2::variant_bag_t& bag) {
+    std::vector<std::string> ids;
+    for (const std::string& id : platkit_2_18::strings::split_string(entryText(bag, "query"), ","))
+        ids.push_back(trimmed(id));
+    return ids;
+}
+
+// All ids of queries that an element names.
+std::vector<std::string> queryIds(const LinedDocument& document, std::size_t position) {
+    std::vector<std::string> ids;
+    const basekit2::variant_bag_t& bag = *document.at(position).bag;
+    if (bag.get<variant_t>("query") != nullptr) ids = queriesNamed(bag);
+    for (const std::size_t child : document.children(position, lanefeed_runtime::kReferenceElement))
+        ids.push_back(elementText(*document.at(child).bag));
+    return ids;
+}
+
+// The tables of the rows that a query makes, a level each: "dd_process, dd_thread".
+std::string rowTables(const basekit2::sptr_t<dataface_1::IQuery>& rowBy) {
+    std::string tables;
+    for (auto info = dataface_1::IInfoQuery::cast(rowBy); !info.is_null();
+         info = dataface_1::IInfoQuery::cast(info->getExpansionQuery())) {
+        const std::string path = info->getAttributeTable();
+        const std::size_t at = path.rfind("dd_");
+        const std::string leaf = at == std::string::npos ? path : path.substr(at);
+        tables += (tables.empty() ? "" : ", ") + leaf.substr(0, leaf.find('.'));
+    }
+    return tables;
+}
+
 template <class Names>
 std::string joined(const Names& names) {
     std::string text;
@@ -101,6 +133,7 @@ void DocumentCheck::checkElement(std::size_t position) {
     }
     requireChild(position);
     if (isWithinGrid(m_document, position)) {
+        if (element.name == "rowBy") checkGrouping(position);
         if (wordsOf(element.name) != nullptr) checkAttributes(position);
         return;
     }
@@ -130,6 +163,24 @@ void DocumentCheck::requireChild(std::size_t position) {
     if (m_document.children(position, child).empty())
         addMessage(position, fmt::format("<{}> has no <{}>; say what {}", name, child,
                                          isGrid ? "its rows are" : "it draws"));
+}
+
+// The queries of one grouping are alternatives, by what is counted, for the same rows.
+void DocumentCheck::checkGrouping(std::size_t position) {
+    std::string first;
+    std::string tables;
+    for (const std::string& id : queryIds(m_document, position)) {
+        const std::string others = rowTables(m_library.findQuery(id, nullptr));
+        if (others.empty()) continue;
+        if (first.empty()) {
+            first = id;
+            tables = others;
+        } else if (others != tables) {
+            addMessage(position, fmt::format("\"{}\" makes rows of {}, but \"{}\" of {}; make a "
+                                             "<rowBy> of each",
+                                             first, tables, id, others));
+        }
+    }
 }
 
 void DocumentCheck::checkColors(std::size_t position) {
@@ -226,9 +277,8 @@ void DocumentCheck::checkQueries(std::size_t position) {
         return;
     }
     if (element.bag->get<variant_t>("query") == nullptr) return;
-    for (const std::string& id :
-         platkit_2_18::strings::split_string(entryText(*element.bag, "query"), ","))
-        requireQuery(position, trimmed(id));
+    for (const std::string& id : queriesNamed(*element.bag))
+        requireQuery(position, id);
 }
 
 void DocumentCheck::requireQuery(std::size_t position, const std::string& id) {

@@ -46,6 +46,7 @@ private:
 
     void checkElement(std::size_t position);
     void requireChild(std::size_t position);
+    void checkGrouping(std::size_t position);
     void checkColors(std::size_t position);
     void checkAttributes(std::size_t position);
     void checkChildren(std::size_t position);

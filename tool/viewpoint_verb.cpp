@@ -89,7 +89,7 @@ std::string placeJson(int area, int layer) {
         return value > 0 ? std::to_string(value - 1) : std::string("null");
     };
     return fmt::format("\"area\": {}, \"layer\": {}, \"ruler\": {}, ", number(area), number(layer),
-                       area == -1);
+                       area == kRuler);
 }
 
 std::string messagesJson(const lanefeed_1::ParseLogger& log) {
