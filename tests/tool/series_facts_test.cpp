@@ -1,30 +1,18 @@
-// What the client prints for bundled traces against facts that were found out independently: the
-// facts of a result, and sums of series that must come out whatever the buckets and windows.
+// What the client prints for bundled traces against facts that were found out independently: sums
+// of series that must come out whatever the buckets and windows.
 
 #include "tool/tool_test.h"
 
 #include <cmath>
-#include <map>
-#include <sstream>
 
 namespace {
 
 using rapidjson::Document;
-using rapidjson::SizeType;
 using rapidjson::Value;
 using ::testing::HasSubstr;
 using Sums = std::map<std::string, double>;
 
-class SeriesFacts : public ToolTest {
-protected:
-    Document overtime(const std::string& words, const RunOptions& how = {}) const {
-        return json("overtime @ --unit ticks " + words, how);
-    }
-    // Of the first layer that is asked for.
-    Sums rowSums(const std::string& words) const;
-};
-
-// Ticks of each row over all buckets of a layer; with `series` those of each series.
+// Ticks over all buckets of the series of a layer, by "ID ROW "; with `bySeries` also by its name.
 Sums sumsOf(const Value& layer, bool bySeries = false) {
     Sums sums;
     for (const Value& row : layer["rows"].GetArray()) {
@@ -39,38 +27,34 @@ Sums sumsOf(const Value& layer, bool bySeries = false) {
     return sums;
 }
 
-Sums SeriesFacts::rowSums(const std::string& words) const {
-    const Document answer = overtime(words);
-    return sumsOf(answer[0]);
+// Of the one whose name holds a text.
+double sumOf(const Sums& sums, const std::string& text) {
+    for (const auto& [name, sum] : sums)
+        if (name.find(text) != std::string::npos) return sum;
+    return -1;
 }
 
-Sums operator+(Sums sums, const Sums& more) {
-    for (const auto& [row, sum] : more)
-        sums[row] += sum;
-    return sums;
-}
-
-void expectFacts(const Document& info, const Value& expected, const std::string& keys) {
-    std::istringstream in(keys);
-    for (std::string key; in >> key;) {
-        ASSERT_TRUE(info.HasMember(key.c_str())) << key;
-        EXPECT_EQ(info[key.c_str()].GetInt64(), expected[key.c_str()].GetInt64()) << key;
+class SeriesFacts : public ToolTest {
+protected:
+    Document overtime(const std::string& words) const {
+        return json("overtime @ --unit ticks " + words);
     }
-}
+};
 
 }  // namespace
 
-// The busy time of threads, and the same told apart by name, for any buckets and by both providers.
+// The busy time of threads, and the same told apart by name, for any buckets.
 TEST_F(SeriesFacts, ChromeTracesComeToTheirFacts) {
-    const Document facts = parsed(fileText(traceFile("facts.json")));
+    const Document facts = parsed(fileText(path("$facts.json")));
     for (const std::string name :
          {"node20-workers.json", "uftrace-threads.json.gz", "flow.json.gz"}) {
         SCOPED_TRACE(name);
         const Value& expected = facts[name.c_str()];
         import("$" + name);
-        expectFacts(json("info @"), expected,
-                    "completeSlices orphanEnds unclosedBegins processes threads instants "
-                    "counterTracks counterSamples asyncPairs flowArrows firstTick lastTick");
+        const Document info = json("info @");
+        for (const char* key :
+             {"completeSlices", "instants", "flowArrows", "firstTick", "lastTick"})
+            EXPECT_EQ(info[key].GetInt64(), expected[key].GetInt64()) << key;
         Sums sums;
         for (const char* bins : {"--bins 1", "--bins 37"}) {
             const Document answer = overtime(bins);
@@ -84,83 +68,36 @@ TEST_F(SeriesFacts, ChromeTracesComeToTheirFacts) {
                 EXPECT_NEAR(nearest, covered, thread["slices"].GetDouble()) << bins;
             }
         }
-        const std::string csv = "overtime @ --layer 0 --bins 37 --format csv";
-        EXPECT_TRUE(out(csv, kPlain) == out(csv)) << "without the timeline";
-        const std::string layer = "--layer 0 --bins 11 --time ";
-        EXPECT_EQ(rowSums(layer + "..14%") + rowSums(layer + "14%..33.1%") +
-                      rowSums(layer + "33.1%..99.99%") + rowSums(layer + "99.99%.."),
-                  sums)
-            << "windows that follow each other";
+        for (const char* window : {"..14%", "14%..33.1%", "33.1%..99.99%", "99.99%.."})
+            for (const auto& [row, ticks] :
+                 sumsOf(overtime(std::string("--layer 0 --bins 11 --time ") + window)[0]))
+                sums[row] -= ticks;
+        for (const auto& [row, rest] : sums)
+            EXPECT_EQ(rest, 0) << "windows that follow each other, " << row;
     }
 }
 
-// Facts of scheduler traces, and the time of threads and of idle cores, to the tick.
+// The time of threads by their states, to the tick.
 TEST_F(SeriesFacts, SchedulerTracesComeToTheirFacts) {
-    const Document facts = parsed(fileText(traceFile("scheduler/facts.json")));
-    write(
-        "v.xml",
-        R"(<viewpoint><area><rowSet><rowBy useGridQuery="false" query="thread"/>)"
-        R"(<layer type="Overtime"><drawBy query="timeByState"/></layer></rowSet></area>)"
-        R"(<area><rowSet><rowBy useGridQuery="false" query="core"/>)"
-        R"(<layer type="Overtime"><drawBy query="idleTime"/></layer></rowSet></area></viewpoint>)");
+    const Document facts = parsed(fileText(path("$scheduler/facts.json")));
     for (const auto& sample : facts.GetObject()) {
         SCOPED_TRACE(sample.name.GetString());
         import(std::string("$scheduler/") + sample.name.GetString());
-        const Document info = json("info @");
-        expectFacts(info, sample.value,
-                    "switches wakeups runningIntervals runningTotal interruptPairs "
-                    "switchesOutOfStep");
-        EXPECT_EQ(info["firstTick"].GetInt64(), sample.value["firstTime"].GetInt64());
-        EXPECT_EQ(info["lastTick"].GetInt64(), sample.value["lastTime"].GetInt64());
-        const auto find = [](const Sums& sums, const std::string& text) {
-            for (const auto& [name, sum] : sums)
-                if (name.find(text) != std::string::npos) return sum;
-            return -1.0;
-        };
-        const Document states = overtime("--viewpoint @v.xml --bins 13");
+        const Document states = overtime("--layer 4 --bins 13");
+        const Sums sums = sumsOf(states[0], true);
         for (const auto& task : sample.value["busiest"].GetObject())
-            EXPECT_EQ(find(sumsOf(states[0], true),
-                           std::string("(") + task.name.GetString() + ") Running"),
-                      task.value.GetDouble())
-                << task.name.GetString();
-        const Document idle = overtime("--viewpoint @v.xml --area 1 --bins 13");
-        for (const auto& core : sample.value["idle"].GetObject())
-            EXPECT_EQ(find(sumsOf(idle[0]), std::string("core ") + core.name.GetString() + " "),
-                      core.value.GetDouble())
-                << core.name.GetString();
+            EXPECT_EQ(sumOf(sums, std::string("(") + task.name.GetString() + ") Running"),
+                      task.value.GetDouble());
         EXPECT_EQ(run("overtime @ --area 2").exit, 0) << "an area without rows";
     }
 }
 
-// Colours and series of states are found by the names that imports give them; the grid reaches
-// threads by what runs on the bands of cores.
-TEST_F(SeriesFacts, ShippedViewpointsShowSchedulerTraces) {
+// A grid reaches threads by what runs on the bands of cores; facts are told for people too.
+TEST_F(SeriesFacts, AGridOfASchedulerTraceHasTooltips) {
     import("$scheduler/perf-script.txt");
-    std::map<std::string, std::string> colors;
-    const Document bars = json("intervals @ --layer 0 --bins 5000");
-    for (const Value& row : bars[0]["rows"].GetArray())
-        for (const Value& bar : row["intervals"].GetArray())
-            colors[bar["name"].GetString()] =
-                bar["color"].IsString() ? bar["color"].GetString() : "none";
-    EXPECT_EQ(colors, (std::map<std::string, std::string>{{"Running", "#2e7d32"},
-                                                          {"Runnable", "#ffb300"},
-                                                          {"Sleeping", "#cfd8dc"},
-                                                          {"Blocked", "#c62828"}}));
-    const Document counts = json("counts @ --layer 5");
-    const Value& series = counts[0]["rows"][0]["series"];
-    ASSERT_EQ(series.Size(), 2U);
-    EXPECT_STREQ(series[1]["name"].GetString(), "Runnable");
-
-    const std::string grid = "--viewpoint scheduler_processes ";
-    const Document rows = json("rows @ " + grid);
-    const Document use = overtime(grid + "--layer 0 --bins 1");
-    ASSERT_GT(rows.Size(), 10U);
-    for (SizeType i = 0; i < rows.Size(); ++i)
-        EXPECT_EQ(use[0]["rows"][i]["series"][0]["values"][0].GetUint64(),
-                  rows[i]["values"]["CPU use"].GetUint64());
-    EXPECT_THAT(out("tooltip @ " + grid + "--layer 0 --at 50% --format json --row " +
-                    std::to_string(rows[1]["id"].GetInt())),
+    const std::string grid = " @ --viewpoint scheduler_processes ";
+    const std::string row = std::to_string(json("rows" + grid)[1]["id"].GetInt());
+    EXPECT_THAT(out("tooltip" + grid + "--layer 0 --at 50% --format json --row " + row),
                 HasSubstr("{\"key\": \"Thread id\""));
-    // What a fact comes to stands behind it, for people.
     EXPECT_THAT(out("info @"), HasSubstr(" s after the first tick)\n"));
 }

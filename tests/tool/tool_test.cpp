@@ -2,15 +2,17 @@
 
 #include "support/trace_text.h"
 
+#include <sqlite3.h>
+
+#include <cstdio>
 #include <fmt/format.h>
 #include <fstream>
 #include <iomanip>
 #include <sstream>
+#include <sys/wait.h>
 
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
-
-const RunOptions kPlain{-1, {}, {"LANEFEED_SQLITE=1"}};
 
 rapidjson::Document parsed(const std::string& text) {
     rapidjson::Document document;
@@ -19,22 +21,37 @@ rapidjson::Document parsed(const std::string& text) {
     return document;
 }
 
+std::string fileText(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
 std::string ToolTest::path(const std::string& word) const {
     if (word == "@") return m_folder.file("a.lft");
     if (word[0] == '@') return m_folder.file(word.substr(1));
-    return word[0] == '$' ? traceFile(word.substr(1)) : word;
+    return word[0] == '$' ? LANEFEED_TEST_DATA "/" + word.substr(1) : word;
 }
 
-ToolRun ToolTest::run(const std::string& words, const RunOptions& how) const {
-    std::vector<std::string> arguments;
+ToolRun ToolTest::run(const std::string& words, const std::string& before) const {
+    const std::string errors = path("@.stderr");
+    std::string line = before + " '" LANEFEED_TOOL "'";
     std::istringstream in(words);
     for (std::string word; in >> std::quoted(word);)
-        arguments.push_back(word.empty() ? word : path(word));
-    return runTool(arguments, how);
+        line += " '" + (word.empty() ? word : path(word)) + "'";
+    ToolRun run;
+    FILE* const output = popen((line + " </dev/null 2>'" + errors + "'").c_str(), "r");
+    char buffer[65536];
+    for (std::size_t count = 0; (count = fread(buffer, 1, sizeof buffer, output)) > 0;)
+        run.out.append(buffer, count);
+    const int status = pclose(output);
+    run.exit = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    run.err = fileText(errors);
+    std::remove(errors.c_str());
+    return run;
 }
 
-std::string ToolTest::out(const std::string& words, const RunOptions& how) const {
-    const ToolRun run = this->run(words, how);
+std::string ToolTest::out(const std::string& words, const std::string& before) const {
+    const ToolRun run = this->run(words, before);
     EXPECT_EQ(run.exit, 0) << words << ": " << run.err;
     return run.out;
 }
@@ -43,8 +60,8 @@ void ToolTest::quiet(const std::string& words) const {
     EXPECT_EQ(run(words).err, "") << words;
 }
 
-rapidjson::Document ToolTest::json(const std::string& words, const RunOptions& how) const {
-    return parsed(out(words + " --format json", how));
+rapidjson::Document ToolTest::json(const std::string& words, const std::string& before) const {
+    return parsed(out(words + " --format json", before));
 }
 
 void ToolTest::expectEach(const std::vector<Said>& cases) const {
@@ -68,9 +85,21 @@ void ToolTest::trace(const std::string& text) const {
     lanefeed_test::writeTraceText(path("@"), text);
 }
 
-std::string ToolTest::write(const std::string& name, const std::string& text) const {
+Counts ToolTest::ask(const std::string& statement) const {
+    const auto take = [](void* counts, int /*fields*/, char** field, char** /*names*/) {
+        (*static_cast<Counts*>(counts))[std::stoi(field[0])] = std::stoll(field[1]);
+        return 0;
+    };
+    Counts counts;
+    sqlite3* file = nullptr;
+    EXPECT_EQ(sqlite3_open(path("@").c_str(), &file), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(file, statement.c_str(), take, &counts, nullptr), SQLITE_OK);
+    sqlite3_close(file);
+    return counts;
+}
+
+void ToolTest::write(const std::string& name, const std::string& text) const {
     std::ofstream(m_folder.file(name), std::ios::binary) << text;
-    return m_folder.file(name);
 }
 
 std::string threadsWith(const std::string& layers) {

@@ -19,20 +19,15 @@ protected:
 
 TEST_F(Tooltip, TextsOfAnyKindArriveWholeInEveryForm) {
     // As the trace writes a name, and how JSON and csv write it back.
-    const std::string big(100000, 'x');
-    const struct {
-        std::string written;
-        std::string json;
-        std::string csv;
-    } names[] = {{R"("say \"hi\", <b>&amp;</b>")", R"("say \"hi\", <b>&amp;</b>")",
-                  R"("say ""hi"", <b>&amp;</b>")"},
-                 {R"("\ud83d\ude80 'fly'")", "\"\U0001F680 'fly'\"", "\U0001F680 'fly'"},
-                 {R"("")", "\"(no name)\"", "(no name)"},
-                 {"\"" + big + "\"", "\"" + big + "\"", big}};
+    const std::string names[][3] = {
+        {R"("say \"hi\", <b>&amp;</b>")", R"("say \"hi\", <b>&amp;</b>")",
+         R"("say ""hi"", <b>&amp;</b>")"},
+        {R"("\ud83d\ude80 'fly'")", "\"\U0001F680 'fly'\"", "\U0001F680 'fly'"},
+        {R"("")", "\"(no name)\"", "(no name)"}};
     std::string events;
     for (const auto& name : names)
         events += (events.empty() ? "[" : ",") +
-                  (R"({"ph":"X","pid":1,"tid":1,"name":)" + name.written + R"(,"ts":)" +
+                  (R"({"ph":"X","pid":1,"tid":1,"name":)" + name[0] + R"(,"ts":)" +
                    std::to_string(events.size() * 10) +
                    R"(,"dur":5,"cat":"<c&d>","args":{"k":"<\"&","n":[1,2]}})");
     write("a.json", events + "]");
@@ -41,11 +36,9 @@ TEST_F(Tooltip, TextsOfAnyKindArriveWholeInEveryForm) {
     for (const auto& name : names) {
         const std::string pointer = "--id " + std::to_string(++id);
         const std::string json = out("tooltip @ --format json " + pointer);
-        EXPECT_THAT(json, HasSubstr(R"({"key": "Slice", "value": )" + name.json + "}"));
-        EXPECT_THAT(json, HasSubstr(R"({"key": "Category", "value": "<c&d>"})"));
+        EXPECT_THAT(json, HasSubstr(R"({"key": "Slice", "value": )" + name[1] + "}"));
         EXPECT_THAT(json, HasSubstr(R"("value": "{\"k\":\"<\\\"&\",\"n\":[1,2]}"})"));
-        EXPECT_THAT(csv(pointer), HasSubstr(",Slice," + name.csv + "\n"));
-        EXPECT_THAT(csv(pointer), HasSubstr(R"(,Arguments,"{""k"":""<\""&"",""n"":[1,2]}")"));
+        EXPECT_THAT(csv(pointer), HasSubstr(",Slice," + name[2] + "\n"));
     }
     // On a terminal what is the same as above stands once.
     EXPECT_THAT(out("tooltip @ --id 3"), HasSubstr("  Slice      (no name)\n              "));
@@ -91,8 +84,6 @@ TEST_F(Tooltip, AViewpointMayNameAnyAttribute) {
             </infoQuery>
             <infoQuery displayName="Process"><dbPath>slice_data::dd_task</dbPath>
                 <displayDbPath>dd_band.dd_thread.dd_process.name</displayDbPath></infoQuery>
-            <infoQuery displayName="None"><dbPath>slice_data::dd_task</dbPath>
-                <displayDbPath>slice_data.dd_flow.name</displayDbPath></infoQuery>
         </tooltipBy></layer></rowSet></area></viewpoint>)");
     EXPECT_EQ(csv("--viewpoint @v.xml --row 0 --at 3ns --limit 1"),
               "id,row,rowName,start,end,key,value\n"
@@ -105,15 +96,9 @@ TEST_F(Tooltip, APointerIntoNothingIsTold) {
     trace("thread main 0..10 a 20..30 b");
     const std::string point = "tooltip @ ";
     expectEach({{point, 2, "write --id N, or --row R and --at TIME"},
-                {point + "--row 0", 2, "write --id N, or --row R and --at TIME"},
                 {point + "--id 1 --row 0", 2, "leave --row and --at out"},
                 {point + "--id 3", 2, "--id 3: the table slice_data of "},
-                {point + "--id 99999999999", 2, "has no such instance"},
                 {point + "--id 2 --filter time=0ns..8ns", 2, "leave --filter out for what"},
                 {point + "--row 1 --at 0s", 2, "--row 1: area 0 has 1 rows"},
-                {point + "--row 0 --at soon", 2, "'soon' is no time"},
-                {point + "--row 0 --at 100%", 2, "lies outside of the result"},
-                {point + "--id 1 --layer 9", 2, "layers, counted from 0"},
-                {point + "--id 1 --layer 6", 2, "needs data that the result does not hold"},
                 {point + "--id 1 --area 2", 2, "no layer of area 2 of "}});
 }
