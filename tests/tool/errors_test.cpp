@@ -92,7 +92,6 @@ TEST_F(Errors, OfUsageNameTheOptionAsItWasTyped) {
          {"overtime @ --bins 99999999999999999999", 2, "99999999999999999999 is more than"},
          {"overtime @ --area 9", 2, "--area 9"},
          {"rows @ --area ruler --viewpoint @none.xml", 2, "none.xml has no ruler"},
-         {"overtime @ --time 1000s..2000s", 2, "--time 1000s..2000s"},
          {"overtme @", 2, "did you mean 'overtime'"},
          {"rows @ --sort nme", 2, "known: name, start, end"},
          {"viewpoint", 2, "--check FILE, or --new"},
