@@ -1,7 +1,7 @@
 // Order of variants as keys of maps and as values to sort by. All comparisons go through one
 // three-way function, so that less and equal never disagree. Integers and doubles are compared
 // without rounding: a conversion to double would make 2^53 equal to 2^53 + 1 and break the order.
-// Tested by tests/base/variant_order_test.cpp.
+// Tested by tests/base/variant_test.cpp.
 #include "variant_texts.h"
 #include "wide_text.h"
 

@@ -1,5 +1,5 @@
 // Single attribute values by row id, for tooltips, names and bands.
-// Tested by tests/store/attribute_retriever_test.cpp.
+// Tested by tests/store/path_test.cpp.
 #include "store/attribute_retriever.h"
 
 #include "store/record_set.h"

@@ -1,5 +1,5 @@
 // Builders of filters: they collect what a client says, in its nesting. A group that was not ended
-// when the filter is built ends there. Tested by tests/store/filter_registry_test.cpp.
+// when the filter is built ends there. Tested by tests/store/filter_sql_test.cpp.
 #include "store/filter_parts.h"
 
 #include <dataface_1/query_kinds.h>

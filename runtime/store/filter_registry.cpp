@@ -1,4 +1,4 @@
-// Tested by tests/store/filter_registry_test.cpp.
+// Tested by tests/store/filter_sql_test.cpp.
 #include "store/filter_registry.h"
 
 #include "messages/runtime_log.h"

@@ -1,6 +1,6 @@
 // Tables and columns of a result file. Instance tables for further kinds of traces are declared in
 // this list and nowhere else; a column of a new meaning also gets a value of InstanceField.
-// Tested by tests/store/schema_test.cpp.
+// Tested through everything that writes or reads a result, above all by tests/store/path_test.cpp.
 #include "store/schema.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 //
 // A walk over the ticks where something opens or ends. The open instances stand in one list with
 // the innermost last, so the level of each is its distance from the end; whoever has another level
-// after a tick than before it is cut there. Tested by tests/timeline/nesting_test.cpp.
+// after a tick than before it is cut there. Tested by tests/timeline/timeline_database_test.cpp.
 
 #include "timeline/nesting.h"
 

@@ -58,16 +58,14 @@ TEST(BagXml, TypesWhatIsMarkedAndTellsThePlaceOfErrors) {
         {"<v>\n<a b='x<y'/></v>", "2:8: \"<\" in the value of an attribute; write &lt; instead"}};
     for (const auto& [xml, expected] : rows)
         EXPECT_EQ(loaded(xml), expected);
-    for (const char* broken : {"", "plain text", "<v", "<v a=1/>", "<v a='&#0;'/"})
+    for (const char* broken : {"", "plain text", "<v", "<v a=1/>"})
         EXPECT_NE(loaded(broken).substr(0, 2), "v{") << broken;
     std::string deep;
-    std::string closed;
-    for (int i = 0; i < 100000; ++i) {
+    for (int i = 0; i < 100000; ++i)
         deep += "<v>";
-        closed += "</v>";
-    }
-    EXPECT_NE(loaded(deep), "");
-    EXPECT_NE(loaded(deep + closed).find("nested too deeply"), std::string::npos);
+    for (int i = 0; i < 100000; ++i)
+        deep += "</v>";
+    EXPECT_NE(loaded(deep).find("nested too deeply"), std::string::npos);
 }
 
 TEST(BagXml, ReadsWhatItWrote) {
@@ -105,31 +103,25 @@ TEST(BagXml, ReadsWhatItWrote) {
 TEST(BagXml, ReplacesAFileOnlyByAWholeOneAndNamesItInErrors) {
     const lanefeed_test::TempDirectory folder;
     const std::string name = folder.file("dump.xml");
+    const std::string place = folder.file("folder");
+    std::filesystem::create_directories(place);
     variant_bag_t bag;
-    const auto save = [&](const std::string& file) {
-        return save_variant_bag2(bag, file, "bag").expression();
-    };
+    bag.add("a", 1);
+    for (int again = 0; again < 2; ++again)
+        EXPECT_EQ(save_variant_bag2(bag, name, "bag").expression(), "");
+    EXPECT_EQ(save_variant_bag2(bag, place, "bag").expression().find(place + ": "), 0U);
+    bag.add("no name", 1);
+    EXPECT_FALSE(save_variant_bag2(bag, name, "bag").succeeded());
+    EXPECT_EQ(folder.names().size(), 2U) << "a temporary file was left behind";
     variant_bag_t read;
     const auto load = [&](const std::string& file) {
         return load_variant_bag2(read, file, "bag").expression();
     };
-    bag.add("a", 1);
-    EXPECT_EQ(save(name), "");
-    EXPECT_EQ(save(name), "");
-    variant_bag_t bad;
-    bad.add("no name", 1);
-    EXPECT_FALSE(save_variant_bag2(bad, name, "bag").succeeded());
     EXPECT_EQ(load(name), "");
     EXPECT_EQ(shown(read), "bag{a:6=1;}");
-    // A folder cannot be replaced by a file.
-    std::filesystem::create_directories(folder.file("folder"));
-    EXPECT_NE(save(folder.file("folder")).find("folder: "), std::string::npos);
-    EXPECT_EQ(folder.names().size(), 2U) << "a temporary file was left behind";
-
     std::ofstream(name) << "<bag>\n<a/>\n<b>\n</bag>";
     EXPECT_EQ(load(name).rfind(name + ":4:", 0), 0U);
     EXPECT_EQ(load(folder.file("none")), folder.file("none") + ": No such file or directory");
-    EXPECT_NE(load(folder.file("")), "");
 }
 
 }  // namespace

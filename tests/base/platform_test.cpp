@@ -1,20 +1,17 @@
 // Small services: conversions, splitting, messages, errors, types, loggers.
 #include "support/answer_rows.h"
-#include "support/captured_log.h"
 
 #include <basekit2/error_code.h>
 #include <basekit2/type_id.h>
 #include <logagent_1/log.h>
 #include <platkit_2_18/convert.h>
-#include <platkit_2_18/debug.h>
 #include <platkit_2_18/i18n.h>
 #include <platkit_2_18/strings.h>
-#include <settingstore2/message_catalogs.h>
 
 #include <gtest/gtest.h>
+#include <log4cplus/logger.h>
 
 #include <limits>
-#include <thread>
 
 namespace {
 
@@ -41,8 +38,7 @@ TEST(Convert, ReadsNumbersThatFitAndNothingElse) {
         08 in 10 | 8;  ff in 16 | 255;  0xff in 16 | 255;  z in 36 | 35;  1 in 1 | no;  1 in 37 | no
         2147483647 | 2147483647;    2147483648 | no;   99999999999999999999 | no
         -2147483648 | -2147483648;  -2147483649 | no
-        '' | no;  ' 1' | no;  '1 ' | no;  1.5 | no;  --1 | no;  +-1 | no;  0x | no;  x | no
-        1a | no;  - | no;  + | no)",
+        '' | no;  ' 1' | no;  '1 ' | no;  1.5 | no;  --1 | no;  +-1 | no;  0x | no;  - | no)",
                   [](const std::string& text) { return number<int>(convert::str_to_int, text); });
     expectAnswers("255 | 255;  256 | no;  -1 | no", [](const std::string& text) {
         return number<std::uint8_t>(convert::str_to_uint8, text);
@@ -50,32 +46,24 @@ TEST(Convert, ReadsNumbersThatFitAndNothingElse) {
     expectAnswers("0xFFFFFFFF | 4294967295;  4294967296 | no", [](const std::string& text) {
         return number<std::uint32_t>(convert::str_to_uint32, text);
     });
-    const auto real = [](const std::string& text) {
-        double out = 0;
-        return convert::str_to_double(text, out) ? convert::ltoa(std::int64_t(out * 100)) : "no";
-    };
     expectAnswers(R"(
         0.5 | 50;  +1e3 | 100000;  -.25 | -25;  '' | no;  1,5 | no;  1e999 | no;  nan | no
-        inf | no;  0.5x | no;  ' 1' | no;  +-1 | no;  . | no)",
-                  real);
-}
-
-TEST(Convert, PrintsIntegers) {
-    EXPECT_EQ(convert::ltoa(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808");
+        inf | no;  0.5x | no;  ' 1' | no;  +-1 | no)",
+                  [](const std::string& text) {
+                      double out = 0;
+                      const bool isRead = convert::str_to_double(text, out);
+                      return isRead ? convert::ltoa(std::int64_t(out * 100)) : "no";
+                  });
     EXPECT_EQ(convert::ultoa(std::numeric_limits<std::uint64_t>::max(), 2), std::string(64, '1'));
-    EXPECT_EQ(convert::ultoa(255, 16), "ff");
-    EXPECT_EQ(convert::ltoa(-255, 16), "-ff");
-    EXPECT_EQ(convert::ltoa(12, 99), "12");
+    EXPECT_EQ(convert::ltoa(-255, 16) + convert::ltoa(12, 99), "-ff12");
 }
 
 TEST(Strings, SplitKeepsEmptyPiecesAndTheRest) {
     EXPECT_EQ(split_string("", "."), Lines());
-    EXPECT_EQ(split_string(".", "."), Lines({"", ""}));
     EXPECT_EQ(split_string("a..b.", "."), Lines({"a", "", "b", ""}));
     EXPECT_EQ(split_string("a::b.c", "::"), Lines({"a", "b.c"}));
     EXPECT_EQ(split_string("a,b,c", ",", 2), Lines({"a", "b,c"}));
     EXPECT_EQ(split_string("a,b,c", ",", 1), Lines({"a,b,c"}));
-    EXPECT_EQ(split_string("a,b,c", ",", -1), Lines({"a", "b", "c"}));
     EXPECT_EQ(split_string("abc", ""), Lines({"abc"}));
     EXPECT_EQ(platkit_2_18::strings::lower_case("PoinT \xC3\x84"), "point \xC3\x84");
 }
@@ -87,70 +75,32 @@ TEST(Messages, PutArgumentsIn) {
     arguments.add("x").add(7).add("%1");
     EXPECT_EQ(message_t("%1 of %2, %3, %4, %%, 50% %").as_ustring(arguments),
               "x of 7, %1, %4, %, 50% %");
-    EXPECT_EQ(message_t("%3").as_ustring(arguments), "%1");
-    EXPECT_EQ(message_t().as_ustring(arguments), "");
 }
 
 TEST(ErrorCode, TellsSuccessFromNothingFromFailure) {
+    const error_code_t nothing = error_code_t::noResult;
+    EXPECT_TRUE(is_success(error_code_t()) && !is_success(nothing) && nothing.succeeded());
     const error_code_t raised =
         error_code_t::raise(basekit2::error::IsNot.Valid.Argument, "grouping", "src/a.cpp", 12);
-    EXPECT_EQ(raised.code(), &basekit2::error::IsNot.Valid.Argument);
-    EXPECT_EQ(raised.as_string(0), "IsNot.Valid.Argument");
-    const auto shown = [](const error_code_t& err) {
-        return std::string(is_success(err) ? "success " : "") +
-               (err.succeeded() ? "succeeded " : "") + (err.code() != nullptr ? "code " : "") +
-               err.as_string(1);
-    };
-    EXPECT_EQ(shown({}).find("success succeeded "), 0U);
-    EXPECT_EQ(shown(error_code_t::noResult).find("succeeded "), 0U);
-    EXPECT_EQ(shown(error_code_t::failure), "failure");
-    EXPECT_EQ(shown(raised), "code IsNot.Valid.Argument: grouping, at file: src/a.cpp:12");
+    EXPECT_FALSE(raised.succeeded() || error_code_t(error_code_t::failure).succeeded());
+    EXPECT_EQ(raised.as_string(1), "IsNot.Valid.Argument: grouping, at file: src/a.cpp:12");
 }
 
-TEST(Types, SameKeySameNumberFromEveryThread) {
-    std::vector<unsigned> numbers(8);
-    std::vector<std::thread> threads;
-    for (unsigned& number : numbers)
-        threads.emplace_back([&] { number = basekit2::register_type_id("dasID_test::Shared"); });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_NE(numbers[0], 0U);
-    EXPECT_EQ(numbers, std::vector<unsigned>(8, numbers[0]));
-    EXPECT_NE(basekit2::register_type_id("dasID_test::Other"), numbers[0]);
-    EXPECT_EQ(basekit2::type_id_t<settingstore2::ISessionStorage>::id(),
-              basekit2::register_type_id("dasID_settingstore2::ISessionStorage"));
+TEST(Types, SameKeySameNumber) {
+    const unsigned first = basekit2::register_type_id("dasID_test::Shared");
+    EXPECT_NE(first, 0U);
+    EXPECT_NE(basekit2::register_type_id("dasID_test::Other"), first);
+    EXPECT_EQ(basekit2::register_type_id("dasID_test::Shared"), first);
 }
 
-TEST(ComponentLog, StaysQuietUntilAnAppenderComes) {
+TEST(ComponentLog, StaysQuietWithoutAnAppender) {
     testing::internal::CaptureStderr();
-    logagent_1::log::configureComponentLogger("lanefeed");
-    log4cplus::Logger logger = log4cplus::Logger::getInstance("lanefeed");
-    const std::size_t appenders = logger.getAllAppenders().size();
-    logagent_1::log::configureComponentLogger("lanefeed");
-    EXPECT_EQ(logger.getAllAppenders().size(), appenders) << "a second call changed the logger";
+    logagent_1::log::configureComponentLogger("lanefeed.quiet");
+    log4cplus::Logger logger = log4cplus::Logger::getInstance("lanefeed.quiet");
+    logagent_1::log::configureComponentLogger("lanefeed.quiet");
+    EXPECT_EQ(logger.getAllAppenders().size(), 1U) << "a second call changed the logger";
     logger.log(log4cplus::ERROR_LOG_LEVEL, "to nobody");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-
-    const lanefeed_test::CapturedLog log;
-    logger.log(log4cplus::ERROR_LOG_LEVEL, "first\nsecond");
-    logger.log(log4cplus::INFO_LOG_LEVEL, "third");
-    EXPECT_EQ(log.lines(), Lines({"first", "second", "third"}));
-    EXPECT_EQ(log.lines(20000), Lines({"third"}));
-}
-
-TEST(Debug, HandlerCanBeReplacedAndRestored) {
-    static std::string seen;
-    using platkit_2_18::debug::set_assertion_handler;
-    const auto old = set_assertion_handler([](const char* text, const char* file, int line) {
-        seen = std::string(text) + "|" + file + "|" + std::to_string(line);
-    });
-    platkit_2_18::debug::assertion_handler("text", "file", 3);
-    EXPECT_EQ(seen, "text|file|3");
-    set_assertion_handler(nullptr);
-    testing::internal::CaptureStderr();
-    platkit_2_18::debug::assertion_handler("text", "file", 4);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "assertion failed: text, at file: file:4\n");
-    set_assertion_handler(old);
 }
 
 }  // namespace

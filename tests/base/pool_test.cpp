@@ -23,8 +23,12 @@ struct Block {
     std::size_t size = 0;
     unsigned char mark = 0;
 
-    bool isIntact() const {
-        return std::all_of(memory, memory + size, [&](unsigned char byte) { return byte == mark; });
+    // Whether it still held its mark.
+    bool giveBack() const {
+        const bool isIntact =
+            std::all_of(memory, memory + size, [&](unsigned char byte) { return byte == mark; });
+        pool_deallocate(memory, size);
+        return isIntact;
     }
 };
 
@@ -53,10 +57,8 @@ TEST(Pool, GivesEachBlockToOneOwnerAtATime) {
                 for (Block& block : own)
                     std::swap(block, shared[random() % shared.size()]);
             }
-            for (const Block& block : own) {
-                if (!block.isIntact()) ++broken;
-                pool_deallocate(block.memory, block.size);
-            }
+            for (const Block& block : own)
+                broken += block.giveBack() ? 0 : 1;
         }
     };
     std::vector<std::thread> threads;
@@ -64,10 +66,8 @@ TEST(Pool, GivesEachBlockToOneOwnerAtATime) {
         threads.emplace_back(work, i);
     for (std::thread& thread : threads)
         thread.join();
-    for (const Block& block : shared) {
-        if (!block.isIntact()) ++broken;
-        pool_deallocate(block.memory, block.size);
-    }
+    for (const Block& block : shared)
+        broken += block.giveBack() ? 0 : 1;
     EXPECT_EQ(broken, 0);
 }
 
@@ -78,12 +78,11 @@ TEST(Pool, ServesObjectsThatOutliveTheListsOfTheirThread) {
         std::vector<basekit2::sptr_t<Object>> objects;
         ~Holder() { objects.push_back(basekit2::make_object<Object>()); }
     };
-    for (int again = 0; again < 2; ++again)
-        std::thread([] {
-            thread_local Holder holder;
-            for (int i = 0; i < 1000; ++i)
-                holder.objects.push_back(basekit2::make_object<Object>());
-        }).join();
+    std::thread([] {
+        thread_local Holder holder;
+        for (int i = 0; i < 1000; ++i)
+            holder.objects.push_back(basekit2::make_object<Object>());
+    }).join();
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 // answers stand beside results that were cut by hand in tests/agreement.
 #include "store/filter_registry.h"
 #include "support/answer_rows.h"
+#include "support/captured_log.h"
+#include "support/fake_filters.h"
 #include "support/filter_words.h"
 #include "support/store_text.h"
 #include "support/trace_text.h"
@@ -106,36 +108,24 @@ protected:
 
 TEST_F(FilterSqlTest, ConditionsHoldOfTheirTableAndOfWhatItLeadsTo) {
     expectAnswers(R"(
-        dd_band::dd_thread=1 | slice 1 3 5 async marker 1 counter band 1 thread 1 process 1 told
-        dd_band::dd_thread!=1 | slice 2 4 6 7 marker 2 flow band 2 3 4 5 6 7 thread 2 3 4 told
+        dd_band::dd_thread!=1 dd_band::dd_thread.dd_process/name='viewer' |
+            slice 4 7 async marker counter flow band 2 thread 2 process 1 told
         dd_band::dd_thread=-1 | slice marker flow band 3 4 thread process 1 told
-        dd_band::dd_thread.dd_process/name='other' |
+        dd_band::dd_thread.dd_process/pid='2' |
             slice 2 6 async marker 2 counter flow band 5 6 7 thread 3 4 process 2 told
-        dd_band::dd_track!=null | slice marker counter flow band 3 thread process 1 told
+        dd_band::dd_thread.dd_process=null | slice marker flow band 3 4 thread process told
         dd_band::dd_counter=1 | slice async marker flow band 4 thread process 1
         dd_band::=2 | slice 4 7 async marker counter flow band 2 thread 2 process 1
-        dd_band::start_tsc=1 | all
         dd_thread::dd_process=2 |
             slice 2 6 async marker 2 counter flow band 5 6 7 thread 3 4 process 2 told
-        dd_thread::/name='worker' |
-            slice 4 7 async marker counter flow band 2 thread 2 process 1 told
-        dd_process::=1 | slice async marker counter flow band thread 1 2 process 1
         dd_process::name='other' | slice async marker counter flow band thread 3 4 process 2
-        dd_task::=2 | slice 3 async band 1 4 thread 1 process 1 task 2
         dd_task::name='c' | slice 5 6 async band 1 4 5 thread 1 3 task 3
-        slice_data::dd_task/name='a' | slice 1 4 async band 1 2 4 thread 1 2 process 1 task 1
         slice_data::dd_task='it's' | slice 7 async band 2 4 thread 2 process 1 task 4
-        slice_data::count=2 | slice 5 band 1 3 4 thread 1 process 1
+        slice_data::=3 | slice 3 band 1 3 4 thread 1 process 1
         slice_data::count!=2 | slice 1 2 3 4 6 7 band 1 2 3 4 5 6
         slice_data::count=2.5 | slice band 3 4 thread process 1 told
-        slice_data::count='x' | slice band 3 4 thread process 1 told
-        slice_data::start_tsc=3 | slice 3 band 1 3 4 thread 1 process 1
-        slice_data::dd_band=2 | slice 4 7 async marker counter flow band 2 thread 2 process 1
-        counter_data::value=7.5 | counter 2
         counter_data::value='7.5' | counter 2
         marker_data::attr!='gc' | marker band 3 4 thread process 1
-        async_data::dd_category/name='io' | slice 3 marker 1 flow band 1 3 4 thread 1 process 1
-        async_data::dd_category=-1 | slice 1 2 5 6 7 async marker 2 flow band 1 2 4 5 6
         async_data::dd_category!=-1 | slice 3 4 marker 1 band 1 2 3 4 thread 1 2 process 1
         flow_data::multi_band_index.dd_thread=1 | flow band 3 4 thread 1 process 1
         slice_data::nothing=1 | all;  none( slice_data::nothing=1 ) | all;  nothing::x=1 | all)",
@@ -146,78 +136,80 @@ TEST_F(FilterSqlTest, GroupsCombineAndTimeNarrows) {
     expectAnswers(R"(
         any( ) | slice async marker counter flow band thread process task told
         none( ) | all;  not( ) | all;  filter( ) | all
-        slice_data::dd_task/name='a' dd_band::dd_thread=2 |
-            slice 4 async marker counter flow band 2 thread 2 process 1 task 1
-        any( slice_data::dd_task/name='b' dd_band::dd_thread=3 ) |
-            slice 3 6 async band 1 4 5 thread 1 3
+        any( dd_band::dd_thread=3 dd_band::dd_thread=1 ) |
+            slice 1 3 5 6 async counter band 1 5 thread 1 3 told
         any( slice_data::dd_task/name='b' marker_data::dd_marker=1 ) | band 1 2 3 4 5 6
         none( slice_data::dd_task/name='b' dd_band::dd_thread!=3 ) |
             slice 1 2 4 5 7 marker 1 band 1 2 3 4 6 thread 1 2 4 task 1 3 4 5 6
         not( slice_data::dd_task/name='b' dd_band::dd_thread!=3 ) |
             slice 6 async marker 2 counter flow band 5 thread 3 process 2 task 1 3 4 5 6
         any( dd_band::dd_thread=1 not( dd_band::dd_thread=1 ) ) | told
-        not( not( dd_band::dd_thread=1 ) ) |
-            slice 1 3 5 async marker 1 counter band 1 thread 1 process 1 told
         any( filter( dd_band::dd_thread=1 dd_task::name='a' ) filter( dd_band::dd_thread=3 ) ) |
             slice 1 6 async counter band 1 5 thread 1 3
         none( filter( dd_band::dd_thread=1 slice_data::dd_task/name='a' ) ) |
             slice 2 3 4 5 6 7 band 1 2 3 4 5 6
-        @1..6 | slice 1 2 3 async marker counter 1 flow
+        @5..5 | slice async marker counter flow band thread process
         @1..6 @40..42 @-3..41 | slice 1 2 6 7 marker counter 1 3 flow
         @-1..100 | slice async marker counter flow band thread process
-        @10..11 dd_band::dd_thread=1 | slice 1 async marker counter band 1 thread 1 process 1
-        @10..12 slice_data::dd_task/name='c' |
-            slice 5 async marker counter 1 2 band 1 4 thread 1 process 1 task 3)",
+        @10..11 dd_band::dd_thread=1 | slice 1 async marker counter band 1 thread 1 process 1)",
                   [this](const std::string& words) { return answer(words); });
 }
 
 TEST_F(FilterSqlTest, TakesAsManyLevelsAndValuesAsThereMayBe) {
     const std::string conditions =
         "dd_band::dd_thread=3 slice_data::count=1 marker_data::dd_marker=1 ";
-    for (const std::vector<std::string>& kinds :
-         {std::vector<std::string>{"none( "}, {"not( ", "any( "}, {"none( ", "any( ", "not( "}}) {
-        std::string words;
-        for (std::size_t i = 0; i + 1 < QueryFilter::kMostLevels; ++i)
-            words += kinds[i % kinds.size()] + conditions;
-        set(words);
-        for (const char* table : {"slice_data", "marker_data", "dd_band", "dd_thread"})
-            EXPECT_NE(rows(table), "failed") << table;
-        for (const std::string& more : {"filter( " + words, "any( " + words})
-            EXPECT_FALSE(lanefeed_test::setFilter(*m_filters, "f", more)) << "one level more";
-    }
-    std::string words = "any( slice_data::dd_task/name='b' ";
-    for (int i = 100; i < 3000; ++i) {
-        const std::string n = std::to_string(i);
-        words += "slice_data::dd_task/name='n" + n + "' slice_data::dd_band=" + n + " ";
-        words += "not( slice_data::count=1 slice_data::count=2 ) ";
+    const std::vector<std::string> kinds = {"none( ", "any( ", "not( "};
+    std::string levels;
+    for (std::size_t i = 0; i + 1 < QueryFilter::kMostLevels; ++i)
+        levels += kinds[i % kinds.size()] + conditions;
+    set(levels);
+    for (const char* table : {"slice_data", "marker_data", "dd_band", "dd_thread"})
+        EXPECT_NE(rows(table), "failed") << table;
+    for (const std::string& more : {"filter( " + levels, "any( " + levels})
+        EXPECT_FALSE(lanefeed_test::setFilter(*m_filters, "f", more)) << "one level more";
+    std::string words = "any( slice_data::dd_task/name='it's' ";
+    for (int i = 0; i < 3000; ++i) {
+        const std::string n = std::to_string(i - 196);  // row 3 starts at 3: the last of a bundle
+        words += "slice_data::dd_task/name='n" + n + "' ";
+        words += "filter( slice_data::dd_band=1 slice_data::start_tsc=" + n + " ) ";
     }
     set(words);
-    EXPECT_EQ(rows("slice_data"), "3 ");
+    EXPECT_EQ(rows("slice_data"), "1 3 5 7 ");
 }
 
 TEST(FilterTexts, AreComparedAsTheyAre) {
-    const std::vector<std::string> names = {
-        "it's",        "\"quoted\"",       "');drop_table_dd_task;--", "<a&b>", "%",    "$1",
-        "back\\slash", "\xF0\x9F\x99\x82", std::string(100000, 'x'),   "null",  "1e400"};
+    const std::vector<std::string> names = {"it's", "\"quoted\"", "');drop_table_dd_task;--",
+                                            "%",    "$1",         "\xF0\x9F\x99\x82",
+                                            "null", "1e400",      std::string(100000, 'x')};
     std::string trace = "thread main";
-    std::string all;
-    for (std::size_t i = 0; i < names.size(); ++i) {
+    for (std::size_t i = 0; i < names.size(); ++i)
         trace += " " + std::to_string(i) + ".." + std::to_string(i + 1) + " " + names[i];
-        all += std::to_string(i + 1) + " ";
-    }
     lanefeed_test::TextResult result(trace + "\n");
-    const auto rows = [&](const std::string& words) {
-        EXPECT_TRUE(lanefeed_test::setFilter(*result.store().filters, "f", words));
-        return rowsUnder("f", result.database(), "slice_data");
-    };
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const std::string id = std::to_string(i + 1) + " ";
-        EXPECT_EQ(rows("slice_data::dd_task/name='" + names[i] + "'"), id);
-        std::string others = all;
-        others.erase(i == 0 ? 0 : others.find(" " + id) + 1, id.size());
-        EXPECT_EQ(rows("slice_data::dd_task/name!='" + names[i] + "'"), others);
+    for (const bool isExcluded : {false, true})
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            std::string expected;
+            for (std::size_t j = 0; j < names.size(); ++j)
+                if ((i == j) != isExcluded) expected += std::to_string(j + 1) + " ";
+            lanefeed_test::setFilter(*result.store().filters, "f",
+                                     "slice_data::dd_task/name" +
+                                         std::string(isExcluded ? "!='" : "='") + names[i] + "'");
+            EXPECT_EQ(rowsUnder("f", result.database(), "slice_data"), expected) << names[i];
+        }
+}
+
+TEST_F(FilterSqlTest, ANameStandsAsLongAsOneOfItsPartsIsSet) {
+    for (const bool isRemoved : {false, true}) {
+        set("@1..6 dd_band::dd_thread=1");
+        m_filters->setQueryFilter("f", nullptr);
+        EXPECT_TRUE(m_store->hasFilter("f") && m_filters->hasFilter("f"));
+        isRemoved ? m_filters->removeFilter("f") : m_filters->clearFilter("f");
+        EXPECT_FALSE(m_store->hasFilter("f"));
     }
-    EXPECT_EQ(rows("slice_data::dd_task/name=''"), "");
+    const lanefeed_test::CapturedLog log;
+    m_filters->setQueryFilter("f",
+                              basekit2::make_object<lanefeed_test::FakeQueryFilter>("of another"));
+    EXPECT_FALSE(m_store->hasFilter("f"));
+    EXPECT_TRUE(log.contains("filter \"f\": made by another registry, so it is not taken"));
 }
 
 TEST_F(FilterSqlTest, QueriesTakeAFilterAsItStandsWhenItIsAdded) {
@@ -238,6 +230,7 @@ TEST_F(FilterSqlTest, QueriesTakeAFilterAsItStandsWhenItIsAdded) {
     threads->addColumn("rowid");
     threads->useFilters();
     EXPECT_EQ(recordsText(threads->execute(), 1), "1\n");
+    EXPECT_FALSE(m_store->isFilterApplicable("global", "counter_data"));
 }
 
 }  // namespace

@@ -27,12 +27,10 @@ protected:
         lanefeed_test::writeTraceText(m_file, text);
         std::string error;
         const auto connection = Connection::open(m_file, Connection::Mode::write, error);
-        ASSERT_NE(connection, nullptr) << error;
         for (const std::string& change : changes)
             ASSERT_TRUE(connection->run(change)) << change << ": " << connection->message();
         StoreError failure;
         m_store = openStore(m_file, failure);
-        ASSERT_FALSE(m_store.failed()) << failure.text;
     }
 
     void openMany() {
@@ -43,9 +41,11 @@ protected:
               " select i, i, 1, 1, 1 from n"});
     }
 
-    static int countOf(storelink1::IGenericRecordset<storelink1::IConstRecord>& set) {
+    // The rest of the records.
+    template <class Set>
+    static int countOf(const Set& set) {
         int records = 0;
-        for (; !set.atEnd(); set.next())
+        for (; !set->atEnd(); set->next())
             ++records;
         return records;
     }
@@ -100,24 +100,21 @@ TEST_F(RecordJoinTest, FindsTheSameInMemoryAsByAJoin) {
     joined->addCondition("attr.name", 1, "it's");
     std::string error;
     std::string sql;
-    EXPECT_TRUE(joined->execute(nullptr, error, sql)->atEnd());
+    EXPECT_TRUE(joined->execute(nullptr, error, sql)->atEnd() && error.empty());
     EXPECT_NE(sql.find("\"name\" in ('it''s')"), std::string::npos) << sql;
-    EXPECT_EQ(error, "");
 }
 
 // A text that nobody asks for is not read; it must not be that of another record either.
 TEST_F(RecordJoinTest, ReadsTextsOfTheRecordAtHand) {
     open("thread main 0..9 a{\"n\":1} 1..2 b{\"n\":2} 2..3 c 3..4 d{\"n\":4}\n");
     const auto set = query("args.json")->execute();
-    std::string texts;
-    for (int record = 1; !set->atEnd(); set->next(), ++record) {
-        if (record == 2) continue;
-        for (int again = 0; again < 2; ++again) {
-            const basekit2::variant_t& text = set->current()->getField(0);
-            texts += text.is_null() ? "-" : text.get<const char*>();
-        }
-    }
-    EXPECT_EQ(texts, "{\"n\":1}{\"n\":1}--{\"n\":4}{\"n\":4}");
+    EXPECT_STREQ(set->current()->getField(0).get<const char*>(), "{\"n\":1}");
+    set->next();
+    set->next();
+    EXPECT_TRUE(set->current()->getField(0).is_null());
+    set->next();
+    for (int again = 0; again < 2; ++again)
+        EXPECT_STREQ(set->current()->getField(0).get<const char*>(), "{\"n\":4}");
 }
 
 TEST_F(RecordJoinTest, TellsOfInstancesThatCannotBe) {
@@ -126,7 +123,7 @@ TEST_F(RecordJoinTest, TellsOfInstancesThatCannotBe) {
         open("thread main 0..9 a  1..2 b  3..4 c",
              {"update slice_data set " + change + " where rowid = 3"});
         const lanefeed_test::CapturedLog log;
-        EXPECT_EQ(countOf(*query("end_tsc attr start_tsc")->execute()), 2) << change;
+        EXPECT_EQ(countOf(query("end_tsc attr start_tsc")->execute()), 2) << change;
         InstanceColumns columns;
         std::string error;
         EXPECT_EQ(m_store.instances->read({"slice_data", {}, "", false}, columns, nullptr, error),
@@ -140,17 +137,17 @@ TEST_F(RecordJoinTest, TellsOfAFileThatBecomesUnreadable) {
     openMany();
     const auto late = query("end_tsc");
     late->addCondition("end_tsc", 1, 2.5);
-    std::string error;
-    std::string sql;
     const auto set = query("start_tsc")->execute();
     lanefeed_test::CapturedLog log;
     std::filesystem::resize_file(m_file, 3 * 4096);
-    const int records = countOf(*set);
+    const int records = countOf(set);
     EXPECT_TRUE(records > 0 && records < kManySlices) << records;
     EXPECT_EQ(log.count(m_file + ": a read broke off"), 1);
     EXPECT_EQ(log.count("SQL: select t0.\"start_tsc\" from"), 1);
     EXPECT_EQ(m_store.brokenReads->count(), 1U);
     // From then on nothing can be read, and every query says so with its values.
+    std::string error;
+    std::string sql;
     EXPECT_TRUE(late->execute(nullptr, error, sql).is_null());
     EXPECT_EQ(error.find(m_file + ": "), 0U) << error;
     EXPECT_NE(sql.find("\"end_tsc\" in (2.5)"), std::string::npos) << sql;
@@ -163,7 +160,7 @@ TEST_F(RecordJoinTest, EndsWalksAndSortsThatAreCancelledWithoutAWord) {
     std::string sql;
     const auto cancelled = [&](storelink1::IQuery& query) {
         const auto progress = basekit2::make_object<lanefeed_test::CancelAtPoll>(1);
-        return countOf(*query.execute(progress.get(), error, sql));
+        return countOf(query.execute(progress.get(), error, sql));
     };
     // In the order of start nothing is sorted, so that records come before the end.
     const auto walk = query("dd_band::dd_thread attr.name start_tsc");
@@ -172,9 +169,7 @@ TEST_F(RecordJoinTest, EndsWalksAndSortsThatAreCancelledWithoutAWord) {
     EXPECT_TRUE(records > 0 && records < kManySlices) << records;
     walk->addOrderBy("end_tsc", true);
     EXPECT_EQ(cancelled(*walk), 0);
-    EXPECT_EQ(error, "");
-    EXPECT_TRUE(log.empty());
-    EXPECT_EQ(m_store.brokenReads->count(), 0U);
+    EXPECT_TRUE(error.empty() && log.empty() && m_store.brokenReads->count() == 0);
     EXPECT_FALSE(walk->execute()->atEnd()) << "the connection works on";
 }
 

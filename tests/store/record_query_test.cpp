@@ -1,12 +1,11 @@
 // Conditions, order, keys and types of the relational face.
-#include "support/answer_rows.h"
 #include "support/store_text.h"
 #include "support/trace_text.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
-#include <sstream>
 
 namespace lanefeed_runtime {
 namespace {
@@ -31,27 +30,16 @@ protected:
         return made;
     }
 
-    // "COLUMNS order COLUMN down", records parted by commas; more than one order; "key COLUMN".
-    std::string read(const std::string& question) {
-        std::istringstream words(question);
-        std::vector<std::string> columns;
-        std::string word;
-        while (words >> word && word != "order" && word != "key")
-            columns.push_back(word);
+    // Records parted by commas. Orders: "+COLUMN" for up, "-COLUMN" for down.
+    std::string read(const std::vector<std::string>& columns,
+                     const std::vector<std::string>& orders,
+                     const std::string& key = "") {
         const QueryPtr made = query(columns);
-        for (std::string column; words >> column;) {
-            if (word == "key") {
-                EXPECT_TRUE(made->addKeyColumn(column));
-            } else {
-                std::string direction;
-                words >> direction;
-                EXPECT_TRUE(made->addOrderBy(column, direction == "down"));
-            }
-            words >> word;
-        }
+        for (const std::string& order : orders)
+            EXPECT_TRUE(made->addOrderBy(order.substr(1), order.front() == '-'));
+        EXPECT_TRUE(key.empty() || made->addKeyColumn(key));
         std::string text = recordsText(made->execute(), columns.size());
-        for (char& c : text)
-            c = c == '\n' ? ',' : c;
+        std::replace(text.begin(), text.end(), '\n', ',');
         return text;
     }
 
@@ -68,14 +56,12 @@ TEST_F(RecordQueryTest, GivesColumnsTheirNumbersAndTypes) {
          {"attr", "count", "attr.name", "slice_data::start_tsc", "rowid", "dd_category"})
         EXPECT_EQ(made->addColumn(column), number++);
     const auto set = made->execute();
-    const storelink1::IConstRecord& record = *set->current();
     using namespace basekit2;  // NOLINT(google-build-using-namespace)
     std::vector<int> types;
     for (u16_t i = 0; i < 8; ++i)
-        types.push_back(record[i].get_type());
+        types.push_back((*set->current())[i].get_type());
     EXPECT_EQ(types,
               (std::vector<int>{vtU64, vtS32, vtS64, vtString, vtU64, vtS32, vtNull, vtNull}));
-    EXPECT_TRUE(record[storelink1::InvalidColIdx].is_null());
     const auto counters = query({"value"}, "counter_data")->execute();
     EXPECT_EQ(counters->current()->getField(0).get_type(), vtDouble);
 }
@@ -111,26 +97,20 @@ TEST_F(RecordQueryTest, ComparesByValueWhateverTheType) {
 }
 
 TEST_F(RecordQueryTest, OrdersByColumnThenAsInTheFileAndGivesOneRecordPerKey) {
-    lanefeed_test::expectAnswers(R"(
-        attr.name start_tsc order attr.name down | c 6,c 11,b 11,b 61,a 1,a 11,
-        start_tsc end_tsc order start_tsc up order end_tsc down |
-            1 100,6 50,11 15,11 12,11 11,61 70,
-        dd_category order dd_category up | -,-,-,-,-,1,
-        start_tsc order start_tsc down | 61,11,11,11,6,1,
-        attr.name start_tsc key attr | a 1,c 6,b 11,
-        attr.name order attr up key attr | a,b,c,)",
-                                 [this](const std::string& question) { return read(question); });
+    EXPECT_EQ(read({"attr.name", "start_tsc"}, {"-attr.name"}), "c 6,c 11,b 11,b 61,a 1,a 11,");
+    EXPECT_EQ(read({"start_tsc", "end_tsc"}, {"+start_tsc", "-end_tsc"}),
+              "1 100,6 50,11 15,11 12,11 11,61 70,");
+    EXPECT_EQ(read({"dd_category"}, {"+dd_category"}), "-,-,-,-,-,1,");
+    EXPECT_EQ(read({"start_tsc"}, {"-start_tsc"}), "61,11,11,11,6,1,");
+    EXPECT_EQ(read({"attr.name", "start_tsc"}, {}, "attr"), "a 1,c 6,b 11,");
+    EXPECT_EQ(read({"attr.name"}, {"+attr"}, "attr"), "a,b,c,");
 }
 
-TEST(RecordSet, OutlivesItsMakersAndWalksBesideOthers) {
-    const auto make = [] {
-        TextResult result(kTrace);
-        const QueryPtr made = result.database().createQuery("slice_data", 0);
-        made->addColumn("attr.name");
-        return std::make_pair(made->execute(), made->execute());
-    };
-    const auto [first, second] = make();
+TEST_F(RecordQueryTest, GivesSetsThatWalkBesideEachOtherAndOutliveTheResult) {
+    const auto first = query({"attr.name"})->execute();
+    const auto second = query({"attr.name"})->execute();
     second->next();
+    m_result.store() = {};
     EXPECT_EQ(recordsText(first, 1), "a\nc\nc\nb\na\nb\n");
     first->next();
     EXPECT_EQ(first->current(), nullptr);

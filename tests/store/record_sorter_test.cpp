@@ -18,17 +18,20 @@ using Record = std::array<std::int64_t, 3>;
 TEST(RecordSorter, GivesWhatAStableSortGivesAndLeavesNoFile) {
     std::mt19937 random(lanefeed_test::randomSeed());
     const auto below = [&](unsigned end) { return static_cast<std::int64_t>(random() % end); };
-    for (const int spills : {0, 1, 2, 40}) {
+    for (const int spills : {0, 1, 2, 100}) {
         const lanefeed_test::TempDirectory directory;
         RecordSorter sorter(3, 1, spills > 0 ? directory.path() : "/no/such/folder");
         std::vector<Record> expected;
         for (int part = 0; part <= spills; ++part) {
-            // Blocks of the memory are merged too. Many of the first cells are equal; the last ones
-            // tell the order of adding and have differences of all lengths.
-            for (auto left = below(part == 0 ? 40000 : 500); left > 0; --left) {
+            // Blocks of the memory are merged too. Many of the first cells are equal, and at first
+            // they ascend; the last ones tell the order of adding and have differences of all
+            // lengths. With many parts a buffer holds less than the first.
+            for (auto left = part == 0 ? 20000 + below(20000) : below(500); left > 0; --left) {
                 const std::uint64_t number = expected.size();
+                const std::int64_t first =
+                    number < 10000 ? static_cast<std::int64_t>(number / 100) : below(50) - 25;
                 expected.push_back(
-                    {below(50) - 25, below(4), static_cast<std::int64_t>(number << below(64))});
+                    {first, below(4), static_cast<std::int64_t>(number << below(64))});
                 sorter.add(expected.back().data());
             }
             ASSERT_TRUE(part == spills || (sorter.spill() && sorter.bytesInMemory() == 0));

@@ -77,7 +77,6 @@ struct Answer {
     basekit2::error_code_t err;
     Cells cells;
     std::vector<std::string> names;
-    bool shapesAgree = true;
 };
 
 class Asker {
@@ -129,20 +128,13 @@ public:
         Answer answer;
         answer.err = query(question)->getOverTimeData(question.start, question.end, question.bins,
                                                       data, metadata, progress);
-        for (const auto& entry : metadata) {
+        for (const auto& entry : metadata)
             answer.names.push_back(entry.name);
-            answer.shapesAgree = answer.shapesAgree &&
-                                 entry.nameParts.size() == question.levels.size() &&
-                                 entry.idParts.size() == question.levels.size();
-        }
-        for (const auto& row : data) {
-            answer.shapesAgree = answer.shapesAgree && row.series.size() == metadata.size() &&
-                                 row.key.size() == (question.byThread ? 1U : 0U);
+        for (const auto& row : data)
             for (std::size_t i = 0; i < row.series.size(); ++i)
                 for (const auto& cell : row.series[i])
-                    answer.cells[question.byThread ? row.key.front() : 0][metadata[i].name]
+                    answer.cells[question.byThread ? row.key.at(0) : 0][answer.names.at(i)]
                                 [cell.first] += cell.second;
-        }
         return answer;
     }
 
