@@ -1,6 +1,6 @@
 // Order of the rows. A sort changes the list of positions alone, each time starting from the order
 // in force. The cell of each row is read once, texts in lower case, and the keys are what is
-// compared. Tested by tests/unit/rowsummary_sorting_test.cpp.
+// compared. Tested by tests/unit/rowsummary_rows_test.cpp.
 
 #include "rowsummarytabletree.h"
 

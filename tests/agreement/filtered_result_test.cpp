@@ -31,7 +31,6 @@ const char* const kQuestions[][3] = {{"slice_data", "dd_band::dd_thread", ""},
                                      {"slice_data", "dd_band::dd_thread.dd_process", "dd_category"},
                                      {"slice_data", "", "attr"},
                                      {"async_data", "dd_band::dd_track", "attr"},
-                                     {"marker_data", "dd_band::dd_thread", ""},
                                      {"marker_data", "dd_band::dd_thread", "attr"},
                                      {"counter_data", "dd_band::dd_counter", ""}};
 
@@ -72,7 +71,7 @@ Cells cellsOf(const OpenStore& store,
         for (const auto type :
              {ITimelineQuery::qtTime, ITimelineQuery::qtCount, ITimelineQuery::qtInstanceCount,
               ITimelineQuery::qtCountOverTime, ITimelineQuery::qtAttribute}) {
-            const bool isCounter = &question == &kQuestions[8];
+            const bool isCounter = &question == &kQuestions[7];
             if (!store.database->isTableExist(question[0]) ||
                 isCounter != (type == ITimelineQuery::qtAttribute))
                 continue;
@@ -128,8 +127,7 @@ public:
             EXPECT_NE(cells, first);
             m_store.filters->clearFilter("global");
         }
-        EXPECT_TRUE(cellsOf(m_store, database.getFilteredTimelineDatabase()) == first)
-            << "bit by bit";
+        EXPECT_TRUE(cellsOf(m_store, database.getFilteredTimelineDatabase()) == first);
     }
 
 private:

@@ -23,15 +23,14 @@ struct LibraryText {
 };
 
 // The texts are the insides of documents "a.xml", "b.xml" and so on; their first line is line 1.
-inline LibraryText loadLibrary(const std::vector<std::string>& documents,
-                               const lanefeed_runtime::ColumnTest& hasColumn = {}) {
+inline LibraryText loadLibrary(const std::vector<std::string>& documents) {
     std::vector<lanefeed_runtime::DefinitionText> texts;
     for (const std::string& inside : documents) {
         const std::string name(1, static_cast<char>('a' + texts.size()));
         texts.push_back({name + ".xml", "<queryLibrary>" + inside + "</queryLibrary>"});
     }
     LibraryText loaded;
-    loaded.library = lanefeed_runtime::loadQueryLibrary(texts, hasColumn, loaded.errors);
+    loaded.library = lanefeed_runtime::loadQueryLibrary(texts, {}, loaded.errors);
     return loaded;
 }
 

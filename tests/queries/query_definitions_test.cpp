@@ -95,18 +95,15 @@ TEST(QueryDefinitions, BecomeQueriesThatHoldAllThatTheirElementsSay) {
 TEST(QueryDefinitions, DisplayAttributesGetTheTypeThatTheirReadersAskFor) {
     const LibraryText loaded = loadLibrary({R"(
         <timeQuery id="q"><dbPath>t</dbPath>
-          <displayAttributes hideZeroDataOnExpansion="true" text:allowCollapse="false"
-            markerSize="8" int:sortValueType="4" int:timelinePenWidth="3" timelineBinMult="0.5"
-            marker="true" double:mine="1.5" other="7"/></timeQuery>)"});
+          <displayAttributes hideZeroDataOnExpansion="true"
+            int:sortValueType="4"
+            timelinePenWidth="3" double:mine="1.5" other="7"/></timeQuery>)"});
     ASSERT_THAT(loaded.errors, ElementsAre());
     const auto typeOf = [&](const char* name) {
         return attribute(loaded.find("q"), name).get_type();
     };
     EXPECT_EQ(typeOf("hideZeroDataOnExpansion"), basekit2::vtBool);
-    EXPECT_EQ(typeOf("allowCollapse"), basekit2::vtBool);
-    EXPECT_EQ(typeOf("markerSize"), basekit2::vtS32);
     EXPECT_EQ(typeOf("sortValueType"), basekit2::vtS32);
-    EXPECT_EQ(typeOf("timelinePenWidth"), basekit2::vtString);
     EXPECT_EQ(typeOf("other"), basekit2::vtString);
     EXPECT_EQ(typeOf("mine"), basekit2::vtDouble);
     EXPECT_EQ(typeOf("absent"), basekit2::vtNull);
@@ -155,7 +152,6 @@ TEST(QueryDefinitions, ChainsEndAtThirtyTwoLinksAndDeepNestingIsRefused) {
     EXPECT_THAT(longer.errors,
                 ElementsAre("a.xml:1: infoQuery \"q1\": its chain of expansions has more than 32 "
                             "links; shorten it"));
-    EXPECT_THAT(chainIds(longer.find("q2")), ::testing::EndsWith("q32 q33 "));
     EXPECT_EQ(loadLibrary({longChain(20000)}).errors.size(), 20000U - 32U);
     std::string nested = "<infoQuery/>";
     for (int i = 0; i < 200; ++i)
@@ -225,7 +221,6 @@ TEST_F(QueryLibrary, CombinationIsTheFirstLinkWithoutAChain) {
     const auto combined = IQuery::combineExpansion(find("time"), nullptr);
     EXPECT_EQ(textOf(combined).substr(textOf(combined).find('\'')),
               "'%Time' 1 data slice_data  false time");
-    EXPECT_EQ(attribute(combined, "timelineGraphColor").get<std::string>(), "1,2,3");
     EXPECT_TRUE(IQuery::areEqual(combined, find("time"), true, true));
     EXPECT_EQ(IQuery::combineExpansion(find("a"), nullptr), find("a")) << "nothing to fold";
     EXPECT_EQ(IQuery::combineExpansion(nullptr, nullptr), nullptr);

@@ -146,31 +146,7 @@ TEST_F(Forest, NeedsARecordWithSeries) {
     EXPECT_FALSE(make({recordOf({OverTimeDataSeries()})}));
     EXPECT_EQ(log.count("ret && columnQueries.size() > 0"), 1);
     EXPECT_TRUE(forest.empty());
-}
-
-TEST_F(Forest, ConvertsQueriesOfTablesThatAreThereToSources) {
-    m_bound.database->tables["slice_data"] = {};
-    QueryFacts thread = factsAt("slice_data::dd_thread.name");
-    thread.values = {"main", "io"};
-    QueryFacts time;
-    time.table = "slice_data";
-    QueryFacts count = time;
-    count.next = infoQuery(thread);
-    QueryFacts missing;
-    missing.table = "missing_data";
-    using dataface_1::ITimeQuery;
     std::vector<lanefeed_1::DicerDataSource> sources;
-    ASSERT_TRUE(provider().convertQueryToDataSource(
-        vectorOf({makeQuery<FakeDataQuery<ITimeQuery>>(missing), infoQuery(time),
-                  makeQuery<FakeDataQuery<dataface_1::ICountQuery>>(count)}),
-        sources));
-    ASSERT_EQ(sources.size(), 1U);
-    EXPECT_EQ(sources[0].m_dataType, lanefeed_1::DicerDataSource::dsCount);
-    ASSERT_EQ(sources[0].m_extras.size(), 2U);
-    EXPECT_EQ(sources[0].m_extras[0].path + sources[0].m_extras[0].attr, "dd_threadname");
-    EXPECT_EQ(sources[0].m_extras[0].values, std::vector<std::string>{"main"});
-    EXPECT_EQ(sources[0].m_extras[1].query, sources[0].m_defaultQuery);
-    const CapturedLog log;
     EXPECT_FALSE(provider().convertQueryToDataSource(nullptr, sources));
     EXPECT_FALSE(provider().convertQueryToDataSource(vectorOf({nullptr}), sources));
     EXPECT_EQ(log.count("currQuery"), 1);

@@ -40,9 +40,7 @@ protected:
 TEST_F(RowSummaryBuild, HasARowForEachRecordOfTheStore) {
     addThreads("7 main\n3 worker");
     addBands("dd_thread", "3 1100 1200");
-    const Table table = buildThreads();
-    ASSERT_FALSE(table.is_null());
-    EXPECT_EQ(tableText(table, {true, false, {}}), R"(#  name    startTime  endTime
+    EXPECT_EQ(tableText(buildThreads(), {true, false, {}}), R"(#  name    startTime  endTime
 7  main    0          999
 3  worker  100        200
 )");
@@ -54,11 +52,11 @@ TEST_F(RowSummaryBuild, HasARowForEachRecordOfTheStore) {
     // The global filter goes for none that is named, too.
     QueryFacts facts = bandFacts("dd_process");
     facts.values = {"lfd", "sh"};
-    ASSERT_FALSE(build({rowBy(bandFacts("dd_thread"))}, "", infoQuery(facts)).is_null());
+    build({rowBy(bandFacts("dd_thread"))}, "", infoQuery(facts));
     EXPECT_EQ(m_bound.database->reads.back(),
               "dd_thread filtered rowid dd_thread.name dd_process.name=lfd dd_process.name=sh "
               "filter=global");
-    ASSERT_FALSE(build({rowBy(bandFacts("dd_thread"))}, "own").is_null());
+    build({rowBy(bandFacts("dd_thread"))}, "own");
     EXPECT_EQ(m_bound.database->reads.back(), "dd_thread filtered rowid dd_thread.name filter=own");
     // Without a column of names they are named by their ids.
     facts = bandFacts("dd_thread");
@@ -101,7 +99,6 @@ TEST_F(RowSummaryBuild, NestsRowsAsTheGridDoes) {
   7  main  5     0          999
 )");
     EXPECT_EQ(columnNamed(table, "name")->getType(), 3);
-    EXPECT_EQ(table->getRowMaxLevel(), 1);
     EXPECT_EQ(table->getRow(2)->getParent().get(), table->getRow(0));
     EXPECT_EQ(table->getRowByDbId(1, 1), table->getRow(2));
     EXPECT_EQ(table->getRowByDbId(0, 1), table->getRow(0));
@@ -116,19 +113,6 @@ TEST_F(RowSummaryBuild, NestsRowsAsTheGridDoes) {
     EXPECT_EQ(twice->getRowByDbIndexes({1}), twice->getRow(3));
     EXPECT_EQ(twice->getRowByDbId(1, 7), twice->getRow(1));
     EXPECT_EQ(twice->getRow(0)->getChildRowByDbIndex(7), twice->getRow(2));
-}
-
-TEST_F(RowSummaryBuild, IndexesAFlatGroupingAtOneLevel) {
-    QueryFacts facts = bandFacts("dd_process");
-    facts.flatGrouping = "flat";
-    const Table table = buildOnGrid({{1, "lfd", {}, {{7, "main", {}, {}}}}}, facts);
-    EXPECT_TRUE(table->isFlatGrouping());
-    EXPECT_EQ(table->getRowMaxLevel(), 0);
-    EXPECT_EQ(table->getRow(1)->getLevel(), 1);
-    EXPECT_EQ(table->getRowByDbId(5, 7), table->getRow(1));
-    EXPECT_EQ(table->getRowByDbIndexes({7}), table->getRow(1));
-    EXPECT_EQ(table->getRowByDbIndexes({7, 1}), table->getRow(1));
-    EXPECT_EQ(m_log.count("indexes.size() == 1"), 1);
 }
 
 TEST_F(RowSummaryBuild, MakesFiltersThatNameEachRowByEachChoice) {
@@ -153,19 +137,6 @@ TEST_F(RowSummaryBuild, MakesFiltersThatNameEachRowByEachChoice) {
     expectNoFilter("infoQuery", build({derived}), 0);
     m_bound.input->withdraw<dataface_1::IFilterRegistry>();
     expectNoFilter("filterRegistry", table, 0);
-}
-
-TEST_F(RowSummaryBuild, LeavesFiltersOfAGridToTheGrid) {
-    const auto grouping = vectorOf({infoQuery(bandFacts("dd_process"))});
-    const auto grid = basekit2::make_object<FakeGrid>(
-        gridTable({{1, "a", 1, {{11, "a1", 1, {}}}}, {2, "b", 2, {}}}, grouping));
-    const Table table = buildOn(grid, grouping);
-    EXPECT_EQ(filterOf(table, {1, 2}), "rows 11 2");
-    EXPECT_EQ(filterOf(table, {}), "{2}");
-    grid->refuses = true;
-    expectNoFilter("err.succeeded() && qf", table, 1);
-    grid->makesFilters = false;
-    expectNoFilter("status && filterTableTree", table, 1);
 }
 
 }  // namespace
