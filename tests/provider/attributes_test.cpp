@@ -17,7 +17,7 @@ protected:
         facts.name = "Process";
         m_rowBySource = rowBy(facts).ds;
         m_db->tables["dd_counter"] = tableOf("rowid dd_counter.dd_process\n1 40\n3 40\n4 30\n5 99");
-        m_db->answers = {answerOf({record({1}, {10})}, {"a"})};
+        m_db->answers = {answerOf({"a"}, {{{1}, {10}}})};
     }
     std::string read(const DicerDataSource* rows, const std::set<int>& levels = {}) {
         lanefeed_1::QueryParam param = request();
@@ -34,10 +34,10 @@ protected:
 };
 
 TEST_F(Attributes, AreTheMeanOfTheBandsOfARow) {
-    m_db->answers = {answerOf({record({1}, {10}), record({3}, {20}), record({}, {7})}, {"a"})};
+    m_db->answers = {answerOf({"a"}, {{{1}, {10}}, {{3}, {20}}, {{}, {7}}})};
     EXPECT_EQ(read(), "0:[] 1:[a 15]");
     // The store groups by band, by a query without the dots.
-    EXPECT_EQ(m_db->calls.at(0).rowBys, (Strings{"dd_band::dd_counter|"}));
+    EXPECT_EQ(m_db->calls.at(0)["rowBy"], "dd_band::dd_counter| ");
     const auto* name = m_library->created.back().get<basekit2::variant_t>("displayName");
     EXPECT_EQ(name != nullptr ? name->get<std::string>() : "", "Process");
     EXPECT_EQ(m_db->reads.back(), "dd_counter rowid dd_counter.dd_process");
@@ -46,7 +46,7 @@ TEST_F(Attributes, AreTheMeanOfTheBandsOfARow) {
 }
 
 TEST_F(Attributes, TakeIndexesAsTheyAreWhereRowsAreBands) {
-    m_db->answers = {answerOf({record({40}, {6})}, {"a"})};
+    m_db->answers = {answerOf({"a"}, {{{40}, {6}}})};
     const auto reads = m_db->reads.size();
     const auto bands = rowBy(factsAt("dd_band::dd_counter.name"));
     EXPECT_EQ(read(&bands.ds), "0:[] 1:[a 6]");
@@ -60,10 +60,10 @@ TEST_F(Attributes, TakeIndexesAsTheyAreWhereRowsAreBands) {
 TEST_F(Attributes, AreLeftOutOrFailWithAReason) {
     // Of an unknown row; of a band between the known ones, behind them, and of none.
     for (const int band : {5, 2, 6, -1}) {
-        m_db->answers = {answerOf({record({1}, {10}), record({band}, {20})}, {"a"})};
+        m_db->answers = {answerOf({"a"}, {{{1}, {10}}, {{band}, {20}}})};
         expectFailure("summaryRow");
     }
-    m_db->answers = {answerOf({record({1}, {10})}, {"a"})};
+    m_db->answers = {answerOf({"a"}, {{{1}, {10}}})};
     // A level that the store doesn't expand is left out in silence.
     m_db->answers[0].refusesExpansions = true;
     m_source.addExtra(infoQuery({}), "dd_task", "slice_data", "name", "main", "");

@@ -209,7 +209,6 @@ TEST_F(Bands, AreFilteredInADatabaseMadeWhenTheGlobalFilterChanges) {
     m_provider->clearCaches();
     EXPECT_EQ(m_db->cachesCleared, 1) << "those of the database alone";
     // The next request under the filter finds it ready.
-    m_db->filters = {"global"};
     m_db->filteredTables = {"slice_data"};
     EXPECT_EQ(m_provider->getTimelineDb("slice_data"), made);
     EXPECT_EQ(m_db->filteredDatabases, 1);

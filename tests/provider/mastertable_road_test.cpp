@@ -93,7 +93,7 @@ protected:
         m_mgr->table = m_table;
         m_provider->setMasterTableMgr(m_mgr);
         m_source.m_dataType = lanefeed_1::DicerDataSource::dsCount;
-        m_db->answers = {answerOf({record({20}, {7})}, {"stored"})};
+        m_db->answers = {answerOf({"stored"}, {{{20}, {7}}})};
     }
     std::string read() {
         m_table->depths.clear();
@@ -158,7 +158,7 @@ TEST_F(MasterTableRoad, StartsAfreshAfterAFailedReductionButNotAfterACancel) {
     EXPECT_EQ(read(), "failed");
     EXPECT_TRUE(m_log.empty() && m_db->calls.empty());
     m_progress->cancelsAt = 0;
-    m_db->answers = {answerOf({}, {"stored"})};
+    m_db->answers = {answerOf({"stored"}, {})};
     EXPECT_EQ(read(), "0:[stored -] 1:[stored -]");
     EXPECT_TRUE(m_log.contains("err.succeeded()"));
 }

@@ -45,10 +45,10 @@ protected:
 
 TEST_F(OverTime, OfAnAreaWithoutRowsAreOneRecord) {
     bind();
-    m_db->answers = {answerOf({record({}, {3})}, {"all"})};
+    m_db->answers = {answerOf({"all"}, {{{}, {3}}})};
     EXPECT_EQ(read(request()), "0:[all 3]");
     // More than one record is not what such an area should give: they stay unnumbered.
-    m_db->answers = {answerOf({record({}, {3}), record({}, {4})}, {"all"})};
+    m_db->answers = {answerOf({"all"}, {{{}, {3}}, {{}, {4}}})};
     EXPECT_EQ(read(request()), "-1:[all 3] -1:[all 4]");
     EXPECT_TRUE(m_log.empty());
     QueryParam param = request();
@@ -57,7 +57,7 @@ TEST_F(OverTime, OfAnAreaWithoutRowsAreOneRecord) {
 
     // Times are percentages of whole bucket widths: 1999 / 10 is 199 ticks.
     m_source.m_dataType = DicerDataSource::dsTime;
-    m_db->answers = {answerOf({record({}, {19900})}, {"all"})};
+    m_db->answers = {answerOf({"all"}, {{{}, {19900}}})};
     param = request();
     param.endTime = 1999;
     EXPECT_EQ(read(param), "0:[all 10000]");
@@ -65,11 +65,10 @@ TEST_F(OverTime, OfAnAreaWithoutRowsAreOneRecord) {
 
 TEST_F(OverTime, RecordsGoToTheirRowsAndAllRowsHaveTheFullSeries) {
     bindRows({10, 20, 30});
-    m_db->answers = {answerOf(
-        {record({30}, {5, 1}), record({99}, {9, 9}), record({}, {8, 8}), record({10}, {6, 2})},
-        {"a", "b"})};
+    m_db->answers = {
+        answerOf({"a", "b"}, {{{30}, {5, 1}}, {{99}, {9, 9}}, {{}, {8, 8}}, {{10}, {6, 2}}})};
     EXPECT_EQ(read(rowRequest()), "0:[a 6 b 2] 1:[a - b -] 2:[a 5 b 1]");
-    EXPECT_EQ(m_db->calls.back().rowBys, (Strings{"slice_data::dd_thread|name"}));
+    EXPECT_EQ(m_db->calls.back()["rowBy"], "slice_data::dd_thread|name ");
     EXPECT_TRUE(m_log.empty());
 
     m_db->answers = {{{}, {{"a:b", {"a", "b"}, {3, 4}}}, false}};
@@ -87,19 +86,17 @@ TEST_F(OverTime, ParentsOfAFlatGroupingAreSumsOfTheirChildren) {
     flat.flatGrouping = "flat";
     putNestedRows(infoQuery(flat));
     m_rowBySource = rowBy({}).ds;
-    m_db->answers = {answerOf({record({1}, {3}), record({2}, {4}), record({8}, {5})}, {"a"})};
+    m_db->answers = {answerOf({"a"}, {{{1}, {3}}, {{2}, {4}}, {{8}, {5}}})};
     EXPECT_EQ(read(rowRequest()), "0:[a 7] 1:[a 3] 2:[a 4] 3:[a 5]");
 }
 
 TEST_F(OverTime, EveryApplicableLevelIsReadAndRowsAreFilledFromTheFirst) {
     putNestedRows();
-    m_db->answers = {answerOf({record({8}, {80})}, {"first"}),
-                     answerOf({record({7, 2}, {72})}, {"second"})};
+    m_db->answers = {answerOf({"first"}, {{{8}, {80}}}), answerOf({"second"}, {{{7, 2}, {72}}})};
     QueryParam param = rowRequest();
     EXPECT_EQ(read(param), "0:[first -] 1:[first -] 2:[second 72] 3:[first 80]");
     ASSERT_EQ(m_db->calls.size(), 2U);
-    EXPECT_EQ(m_db->calls[1].rowBys,
-              (Strings{"slice_data::dd_process|", "slice_data::dd_thread|name"}));
+    EXPECT_EQ(m_db->calls[1]["rowBy"], "slice_data::dd_process| slice_data::dd_thread|name ");
     expectQuietCancels(5, [&] { return read(param) != "failed"; });
 
     m_db->calls.clear();
@@ -117,7 +114,7 @@ TEST_F(OverTime, FailWithoutARowTableOrWithARowBeyondTheArea) {
     EXPECT_TRUE(m_db->calls.empty());
     putNestedRows();
     m_provider->m_rowCount = 2;
-    m_db->answers = {answerOf({record({8}, {1})}, {"a"})};
+    m_db->answers = {answerOf({"a"}, {{{8}, {1}}})};
     expectFailure("summaryId >= 0 && summaryId < m_rowCount", isRead);
 }
 
@@ -125,7 +122,7 @@ class OverTimeFlow : public ProviderTest {
 protected:
     OverTimeFlow() {
         m_source.m_dataType = DicerDataSource::dsCount;
-        m_db->answers = {answerOf({record({}, {8})}, {"all"})};
+        m_db->answers = {answerOf({"all"}, {{{}, {8}}})};
         bind();
     }
     bool ask(const QueryParam& param,
@@ -134,12 +131,7 @@ protected:
         return m_provider->getOverTimeData(param, type, m_forest);
     }
     // Span and bins of the last request to the store, in pane ticks.
-    std::string stored() const {
-        if (m_db->calls.empty()) return "none";
-        const TimelineCall& call = m_db->calls.back();
-        return std::to_string(call.start - 1000) + ".." + std::to_string(call.end - 1000) + "/" +
-               std::to_string(call.bins);
-    }
+    std::string stored() { return m_db->calls.empty() ? "none" : m_db->calls.back()["span"]; }
     // The value of the first bucket.
     double asked(const QueryParam& param) {
         EXPECT_TRUE(ask(param));
@@ -172,7 +164,7 @@ TEST_F(OverTimeFlow, FinerThanTheLayersResolutionIsWidened) {
     EXPECT_EQ(stored(), "0..1000/10");
     m_source.m_resolutionMs = 1e300;
     ASSERT_FALSE(ask(request()) && m_forest.empty());
-    EXPECT_EQ(m_db->calls.back().bins, 1);
+    EXPECT_EQ(stored().substr(stored().find('/')), "/1");
 
     // To more buckets than asked for it is none.
     m_source.m_resolutionMs = 0.15;
@@ -232,7 +224,7 @@ TEST_F(OverTimeFlow, ShowsNothingWhereTheStoreHasNothingOrTheRequestIsCancelled)
     const int lookups = m_input->asked;
     EXPECT_FALSE(ask(request()));
     EXPECT_EQ(m_input->asked, lookups) << "no registry where no filter is required";
-    m_db->answers = {answerOf({storelink1::OverTimeData()}, {"all"})};
+    m_db->answers = {answerOf({"all"}, {{{}, {}}})};
     EXPECT_FALSE(ask(request()));
     EXPECT_TRUE(m_forest.empty() && m_log.empty());
 }

@@ -15,7 +15,7 @@ ProviderTest::ProviderTest()
       m_input(basekit2::make_object<FakeInput>()),
       m_library(basekit2::make_object<FakeLibrary>()),
       m_registry(basekit2::make_object<FakeRegistry>()),
-      m_progress(basekit2::make_object<FakeProgress>()),
+      m_progress(basekit2::make_object<CancelAtPoll>()),
       m_provider(basekit2::make_object<DbiProbe>()) {
     m_db->tables["dd_thread"];
     m_input->offer<storelink1::IPerfDatabase>(basekit2::make_object<FakePerfDatabase>(m_db));
@@ -65,23 +65,18 @@ TLViewpointParser::RowBy ProviderTest::rowBy(const QueryFacts& facts, bool joins
     return rowBy;
 }
 
-storelink1::OverTimeData ProviderTest::record(const std::vector<int>& key,
-                                              const std::vector<double>& values) {
-    storelink1::OverTimeData record;
-    record.key = key;
-    for (double value : values) {
-        record.series.emplace_back();
-        record.series.back()[0] = value;
-    }
-    return record;
-}
-
-TimelineAnswer ProviderTest::answerOf(const std::vector<storelink1::OverTimeData>& records,
-                                      const Strings& names) {
+TimelineAnswer ProviderTest::answerOf(
+    const Strings& names,
+    const std::vector<std::pair<std::vector<int>, std::vector<double>>>& records) {
     TimelineAnswer answer;
-    answer.data = records;
     for (const std::string& name : names)
         answer.metadata.push_back({name, {name}, {1}});
+    for (const auto& [key, values] : records) {
+        storelink1::OverTimeData& record = answer.data.emplace_back();
+        record.key = key;
+        for (const double value : values)
+            record.series.push_back({{0, value}});
+    }
     return answer;
 }
 
@@ -119,7 +114,7 @@ void ProviderTest::expectQuietCancels(int polls, const std::function<bool()>& ca
     m_progress->cancelsAt = 0;
 }
 
-Strings ProviderTest::dumpsOf(const std::function<void()>& call, const std::string& value) {
+Strings ProviderTest::dumpsOf(const std::function<void()>& call, const char* value) {
     const TempDirectory folder;
     const auto back = std::filesystem::current_path();
     std::filesystem::current_path(folder.path());

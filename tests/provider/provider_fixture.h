@@ -2,6 +2,7 @@
 
 #include "dbiproviderimpl.h"
 #include "rowsummarytabletree.h"
+#include "support/cancel_at_poll.h"
 #include "support/captured_log.h"
 #include "support/environment_guard.h"
 #include "support/fake_filters.h"
@@ -13,6 +14,7 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace lanefeed_test {
@@ -66,12 +68,11 @@ protected:
     lanefeed_1::QueryParam request();
     static basekit2::sptr_t<dataface_1::IQuery> timeQuery(QueryFacts facts = {});
     static lanefeed_1::TLViewpointParser::RowBy rowBy(const QueryFacts& facts, bool joins = false);
-    // A record of the store: ids of the row, and for each series one value in bucket 0.
-    static storelink1::OverTimeData record(const std::vector<int>& key,
-                                           const std::vector<double>& values);
-    // What the store answers: records, and series of these names.
-    static TimelineAnswer answerOf(const std::vector<storelink1::OverTimeData>& records,
-                                   const Strings& names);
+    // What the store answers: series of these names, and records by the ids of their row, with the
+    // value of each series in bucket 0.
+    static TimelineAnswer answerOf(
+        const Strings& names,
+        const std::vector<std::pair<std::vector<int>, std::vector<double>>>& records);
     // Rows and values of bucket 0: "0:[a 1 b -] 1:[]"; "-" is a series without data.
     static std::string dataText(const std::vector<lanefeed_1::OverTimeData>& data);
     // The call gives nothing and tells this.
@@ -80,13 +81,13 @@ protected:
     // ends without an answer and without a message.
     void expectQuietCancels(int polls, const std::function<bool()>& call);
     // Names of the files that the call dumps while the environment asks for them by that value.
-    static Strings dumpsOf(const std::function<void()>& call, const std::string& value = "1");
+    static Strings dumpsOf(const std::function<void()>& call, const char* value = "1");
 
     basekit2::sptr_t<FakeDatabase> m_db;
     basekit2::sptr_t<FakeInput> m_input;
     basekit2::sptr_t<FakeLibrary> m_library;
     basekit2::sptr_t<FakeRegistry> m_registry;
-    basekit2::sptr_t<FakeProgress> m_progress;
+    basekit2::sptr_t<CancelAtPoll> m_progress;
     basekit2::sptr_t<DbiProbe> m_provider;
     lanefeed_1::DicerDataSource m_source;
     lanefeed_1::DicerDataSource m_rowBySource;

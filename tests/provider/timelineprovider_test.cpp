@@ -19,8 +19,7 @@ protected:
     TimelineProvider() {
         m_timeline->setResult(0, m_input, nullptr, "view", 0);
         m_source.m_dataType = lanefeed_1::DicerDataSource::dsCount;
-        m_db->answers = {answerOf({record({}, {3})}, {"first"}),
-                         answerOf({record({}, {4})}, {"second"})};
+        m_db->answers = {answerOf({"first"}, {{{}, {3}}}), answerOf({"second"}, {{{}, {4}}})};
     }
     // Columns of the first table for a layer of these queries, -1 for no table.
     int columns(const QueryList& queries) {
@@ -47,8 +46,8 @@ TEST_F(TimelineProvider, AsksForEachQueryInPlaceOfThoseOfTheSource) {
     EXPECT_EQ(m_db->calls.size(), 1U);
     EXPECT_EQ(columns({one, basekit2::make_object<FakeDerivedQuery>(stale)}), 3);
     ASSERT_EQ(m_db->calls.size(), 2U);
-    EXPECT_EQ(m_db->calls[0].objectType, storelink1::ITimelineQuery::otPoint);
-    EXPECT_EQ(m_db->calls[1].objectType, storelink1::ITimelineQuery::otInterval);
+    EXPECT_EQ(m_db->calls[0]["objectType"], "1");
+    EXPECT_EQ(m_db->calls[1]["objectType"], "2");
     EXPECT_TRUE(m_log.empty());
     m_input->withdraw<dataface_1::IFilterRegistry>();
     EXPECT_EQ(columns({one, one}), -1);

@@ -41,27 +41,24 @@ TEST_F(TimelineQuery, CarriesSourceGroupingAndFlags) {
     QueryParam param = request();
     param.startTime = 100;
     param.keepZeroValues = true;
-    const TimelineCall call = ask(param);
-    EXPECT_EQ(call.source, "0|slice_data|dd_task.name|by_band");
-    EXPECT_EQ(call.start, 1100U);
-    EXPECT_EQ(call.end, 2000U);
-    EXPECT_EQ(call.bins, 10);
-    EXPECT_TRUE(call.fourthFlag);
-    EXPECT_EQ(call.objectType, ITimelineQuery::otInterval);
-    EXPECT_EQ(call.samplePoint, 0);
-    EXPECT_EQ(call.requiredFilter, "busy");
-    EXPECT_EQ(call.database, m_db->getTimelineDatabase().get());
+    EXPECT_EQ(ask(param), (TimelineCall{{"source", "0|slice_data|dd_task.name|by_band"},
+                                        {"span", "100..1000/10"},
+                                        {"fourthFlag", "set"},
+                                        {"objectType", "2"},
+                                        {"samplePoint", "0"},
+                                        {"filter", "busy"},
+                                        {"database", "plain"}}));
     facts.globalGrouping = true;
     m_source.m_defaultQuery = timeQuery(facts);
     param.ignoreRequiredFilter = true;
     param.samplePoint = 1;
-    EXPECT_EQ(ask(param).source, "0|slice_data|dd_task.name|global_data_grouper");
-    EXPECT_EQ(m_db->calls.back().requiredFilter, "");
-    EXPECT_EQ(m_db->calls.back().samplePoint, 0) << "of an interval";
+    EXPECT_EQ(ask(param)["source"], "0|slice_data|dd_task.name|global_data_grouper");
+    EXPECT_EQ(m_db->calls.back().count("filter"), 0U);
+    EXPECT_EQ(m_db->calls.back()["samplePoint"], "0") << "of an interval";
     param.objectType = ITimelineQuery::otPoint;
     std::string points;
     for (param.samplePoint = 0; param.samplePoint < 4; ++param.samplePoint)
-        points += std::to_string(ask(param).samplePoint);
+        points += ask(param)["samplePoint"];
     EXPECT_EQ(points, "0120");
     EXPECT_TRUE(m_log.empty());
 }
@@ -72,12 +69,12 @@ TEST_F(TimelineQuery, TakesTheKindFromTheDataButTheFlagFirst) {
          {DicerDataSource::dsNone, DicerDataSource::dsInfo, DicerDataSource::dsData,
           DicerDataSource::dsTime, DicerDataSource::dsCount, DicerDataSource::dsInstanceCount}) {
         m_source.m_dataType = type;
-        kinds += ask(request()).source.front();
+        kinds += ask(request())["source"].front();
     }
     EXPECT_EQ(kinds, "030012");
     QueryParam param = request();
     param.countOverTime = true;
-    EXPECT_EQ(ask(param).source.front(), '4');
+    EXPECT_EQ(ask(param)["source"].front(), '4');
 }
 
 TEST_F(TimelineQuery, ExpandsByEachAttributeInItsOrder) {
@@ -91,11 +88,9 @@ TEST_F(TimelineQuery, ExpandsByEachAttributeInItsOrder) {
     sorted.attributes["sortDescending"] = true;
     extra(sorted, "dd_process", {});
     m_source.addExtra(timeQuery(), "", "slice_data", "", "", "");
-    EXPECT_EQ(
-        ask(request()).expansions,
-        (Strings{
-            "slice_data|dd_task|name||show||up", "slice_data|dd_thread|name|main,!worker,|hide||up",
-            "slice_data|dd_core|name||show||up", "slice_data|dd_process|name||show|load|down"}));
+    EXPECT_EQ(ask(request())["expansion"],
+              "slice_data|dd_task|name||show||up slice_data|dd_thread|name|main,!worker,|hide||up "
+              "slice_data|dd_core|name||show||up slice_data|dd_process|name||show|load|down ");
 
     // A refusal is told only where no values were named.
     m_db->calls.clear();

@@ -6,19 +6,15 @@
 
 namespace lanefeed_test {
 
-// Progress that is cancelled from its nth question on, counted from 1; 0 never. Any thread.
+// Progress that is cancelled from its nth question on, counted from 1; 0 never. Any thread may ask.
 class CancelAtPoll : public relay2::IProgress {
 public:
-    explicit CancelAtPoll(int poll) : m_poll(poll) {}
-    bool isCanceled() override {
-        const int count = ++m_count;
-        return m_poll > 0 && count >= m_poll;
-    }
-    int polls() const { return m_count; }
+    explicit CancelAtPoll(int poll = 0) : cancelsAt(poll) {}
+    bool isCanceled() override { return ++asked >= cancelsAt && cancelsAt != 0; }
+    int polls() const { return asked; }
 
-private:
-    int m_poll;
-    std::atomic<int> m_count{0};
+    int cancelsAt;
+    std::atomic<int> asked{0};
 };
 
 }  // namespace lanefeed_test

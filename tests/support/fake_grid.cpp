@@ -112,13 +112,6 @@ basekit2::notype_ptr_t FakeGrid::adapt_to_pointer(unsigned int type) {
     return makesFilters ? IFilterTableTree::adapt_to_pointer(type) : basekit2::notype_ptr_t();
 }
 
-FakeGridParser::FakeGridParser(std::string name, std::vector<std::string>* log)
-    : m_name(std::move(name)), m_log(log) {}
-
-generic_iterator_t<FakeGridParser::Grouping> FakeGridParser::getGroupings() {
-    return basekit2::make_iterator(groupings);
-}
-
 error_code_t FakeGridParser::getGrouping(int number, Grouping& out) {
     if (number < static_cast<int>(groupings.size()))
         out = groupings[static_cast<std::size_t>(number)];
@@ -131,16 +124,6 @@ error_code_t FakeGridParser::createQuery(const Grouping& grouping,
     lastGrouping = grouping;
     if (makesQueries) out = basekit2::make_object<FakeGridQuery>(m_name, table, m_log);
     return error_code_t::success;
-}
-
-sptr_t<dataface_1::IQuery> FakeGridParser::getRowByForLevel(
-    const sptr_t<dataface_1::IQuery>& /*query*/, int /*level*/) {
-    return {};
-}
-
-sptr_t<dataface_1::IQuery> FakeGridParser::getRowByQuery(
-    const sptr_t<dataface_1::IQuery>& /*query*/, int /*level*/) {
-    return {};
 }
 
 }  // namespace lanefeed_test

@@ -56,21 +56,23 @@ private:
 class FakeGridParser : public slicekit_1_0::IGridViewpointParser {
 public:
     using Grouping = basekit2::sptr_t<dataface_1::IVectorQuery>;
+    using RowQuery = basekit2::sptr_t<dataface_1::IQuery>;
 
     // log: not owned.
-    FakeGridParser(std::string name, std::vector<std::string>* log);
+    FakeGridParser(std::string name, std::vector<std::string>* log)
+        : m_name(std::move(name)), m_log(log) {}
 
-    basekit2::generic_iterator_t<Grouping> getGroupings() override;
+    basekit2::generic_iterator_t<Grouping> getGroupings() override {
+        return basekit2::make_iterator(groupings);
+    }
     Grouping getDefaultVectorQuery() override { return groupings.empty() ? nullptr : groupings[0]; }
     basekit2::error_code_t getGrouping(int number, Grouping& out) override;
     basekit2::error_code_t createQuery(const Grouping& grouping,
                                        basekit2::sptr_t<slicekit_1_0::IGridQuery>& out) override;
     int getQueryFlags() override { return 5; }
     void setColumnBy(const Grouping& /*columns*/) override {}
-    basekit2::sptr_t<dataface_1::IQuery> getRowByForLevel(
-        const basekit2::sptr_t<dataface_1::IQuery>& query, int level) override;
-    basekit2::sptr_t<dataface_1::IQuery> getRowByQuery(
-        const basekit2::sptr_t<dataface_1::IQuery>& query, int level) override;
+    RowQuery getRowByForLevel(const RowQuery& /*query*/, int /*level*/) override { return {}; }
+    RowQuery getRowByQuery(const RowQuery& /*query*/, int /*level*/) override { return {}; }
 
     std::vector<Grouping> groupings;
     Grouping lastGrouping;                           // of the last query

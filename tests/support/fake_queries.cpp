@@ -1,7 +1,5 @@
 #include "support/fake_queries.h"
 
-#include <platkit_2_18/strings.h>
-
 namespace lanefeed_test {
 
 namespace {
@@ -75,10 +73,10 @@ bool FakeLibrary::createQuery(const basekit2::variant_bag_t& bag,
     QueryFacts facts;
     facts.id = textOf(&bag, "id");
     facts.name = textOf(&bag, "displayName");
-    const auto parts = platkit_2_18::strings::split_string(
-        textOf(bag.get<basekit2::variant_bag_t>("dbPath"), "#text"), "::");
-    if (!parts.empty()) facts.table = parts.front();
-    if (parts.size() > 1) facts.path = parts[1];
+    const std::string path = textOf(bag.get<basekit2::variant_bag_t>("dbPath"), "#text");
+    const std::size_t colons = path.find("::");
+    facts.table = path.substr(0, colons);
+    if (colons != std::string::npos) facts.path = path.substr(colons + 2);
     facts.attr = textOf(bag.get<basekit2::variant_bag_t>("displayDbPathSuffix"), "#text");
     out = bag.get_name() == "instanceCountQuery"
               ? makeQuery<FakeDataQuery<dataface_1::IInstanceCountQuery>>(facts)

@@ -113,9 +113,9 @@ public:
     explicit FakeTimelineQuery(basekit2::sptr_t<FakeDatabase> database)
         : m_database(std::move(database)) {}
     void addRowBy(const std::string& path, const std::string& suffix) override {
-        m_call.rowBys.push_back(path + "|" + suffix);
+        m_call["rowBy"] += path + "|" + suffix + " ";
     }
-    void setRequiredFilter(const std::string& name) override { m_call.requiredFilter = name; }
+    void setRequiredFilter(const std::string& name) override { m_call["filter"] = name; }
     basekit2::generic_iterator_t<storelink1::time_interval_t> getFilterIntervals(
         bool inverted) override {
         if (inverted) return {};
@@ -125,10 +125,10 @@ public:
                    const std::string& table,
                    const std::string& attrPath,
                    const std::string& grouping) override {
-        m_call.source = std::to_string(type) + "|" + table + "|" + attrPath + "|" + grouping;
+        m_call["source"] = std::to_string(type) + "|" + table + "|" + attrPath + "|" + grouping;
     }
-    void setObjectType(ObjectType type) override { m_call.objectType = type; }
-    void setSamplePoint(int samplePoint) override { m_call.samplePoint = samplePoint; }
+    void setObjectType(ObjectType type) override { m_call["objectType"] = std::to_string(type); }
+    void setSamplePoint(int point) override { m_call["samplePoint"] = std::to_string(point); }
     bool addExpansion(const std::string& table,
                       const std::string& path,
                       const std::string& attr,
@@ -136,18 +136,20 @@ public:
                       bool hideZero,
                       const std::string& sortName,
                       bool ascending) override {
-        std::string text = table + "|" + path + "|" + attr + "|";
+        std::string& text = m_call["expansion"];
+        text += table + "|" + path + "|" + attr + "|";
         for (const std::string& value : values)
             text += value + ",";
         text += std::string(hideZero ? "|hide" : "|show") + "|" + sortName;
-        m_call.expansions.push_back(text + (ascending ? "|up" : "|down"));
+        text += ascending ? "|up " : "|down ";
         return m_database->answers.empty() || !m_database->answers.front().refusesExpansions;
     }
     void setTimelineDatabase(
         const basekit2::sptr_t<storelink1::ITimelineDatabase>& database) override {
-        m_call.database = database.get();
+        const bool isPlain = database == m_database->getTimelineDatabase();
+        m_call["database"] = isPlain ? "plain" : "filtered";
     }
-    void setFourthFlag(bool flag) override { m_call.fourthFlag = flag; }
+    void setFourthFlag(bool flag) override { m_call["fourthFlag"] = flag ? "set" : "unset"; }
     basekit2::error_code_t getOverTimeData(
         basekit2::u64_t start,
         basekit2::u64_t end,
@@ -155,9 +157,9 @@ public:
         std::vector<storelink1::OverTimeData>& data,
         std::vector<storelink1::OverTimeDataSeriesMetadata>& metadata,
         relay2::IProgress* /*progress*/) override {
-        m_call.start = start;
-        m_call.end = end;
-        m_call.bins = bins;
+        const basekit2::u64_t first = m_database->firstTick;
+        m_call["span"] = std::to_string(start - first) + ".." + std::to_string(end - first) + "/" +
+                         std::to_string(bins);
         if (!m_database->answers.empty()) {
             const auto last = m_database->answers.size() - 1;
             const auto& answer = m_database->answers[std::min(m_database->calls.size(), last)];
@@ -194,32 +196,31 @@ private:
     std::map<int, basekit2::variant_t> m_values;
 };
 
+// Told apart from others, nothing more.
+class FakeTimelineDatabase : public storelink1::ITimelineDatabase {
+    basekit2::error_code_t getGrouper(basekit2::sptr_t<storelink1::ITimelineGrouper>& /*out*/,
+                                      storelink1::timeline_grouper_type_t /*kind*/,
+                                      const std::string& /*instanceTable*/,
+                                      const basekit2::generic_iterator_t<std::string>& /*names*/,
+                                      const basekit2::generic_iterator_t<int>& /*ids*/,
+                                      int /*reserved*/,
+                                      int /*level*/) override {
+        return basekit2::error_code_t::noResult;
+    }
+    basekit2::generic_iterator_t<basekit2::generic_iterator_t<std::string>> getGroupings(
+        storelink1::timeline_grouper_type_t /*kind*/,
+        const std::string& /*instanceTable*/) override {
+        return {};
+    }
+    basekit2::error_code_t fill(storelink1::timeline_grouper_type_t /*kind*/,
+                                const std::string& /*instanceTable*/,
+                                const basekit2::generic_iterator_t<std::string>& /*names*/,
+                                relay2::IProgress* /*progress*/) override {
+        return basekit2::error_code_t::success;
+    }
+};
+
 }  // namespace
-
-basekit2::error_code_t FakeTimelineDatabase::getGrouper(
-    basekit2::sptr_t<storelink1::ITimelineGrouper>& /*out*/,
-    storelink1::timeline_grouper_type_t /*kind*/,
-    const std::string& /*instanceTable*/,
-    const basekit2::generic_iterator_t<std::string>& /*names*/,
-    const basekit2::generic_iterator_t<int>& /*ids*/,
-    int /*reserved*/,
-    int /*level*/) {
-    return basekit2::error_code_t::noResult;
-}
-
-basekit2::generic_iterator_t<basekit2::generic_iterator_t<std::string>>
-FakeTimelineDatabase::getGroupings(storelink1::timeline_grouper_type_t /*kind*/,
-                                   const std::string& /*instanceTable*/) {
-    return {};
-}
-
-basekit2::error_code_t FakeTimelineDatabase::fill(
-    storelink1::timeline_grouper_type_t /*kind*/,
-    const std::string& /*instanceTable*/,
-    const basekit2::generic_iterator_t<std::string>& /*names*/,
-    relay2::IProgress* /*progress*/) {
-    return basekit2::error_code_t::success;
-}
 
 FakeTable tableOf(const std::string& text) {
     std::istringstream lines(text);
@@ -264,57 +265,9 @@ basekit2::sptr_t<storelink1::IAttributeDataRetriever> FakeDatabase::createAttrib
         leaf, hasValues ? values->second : std::map<int, basekit2::variant_t>());
 }
 
-bool FakeDatabase::getTimeRange(basekit2::u64_t& start, basekit2::u64_t& end, int /*reserved*/) {
-    start = firstTick;
-    end = lastTick;
-    return true;
-}
-
-bool FakeDatabase::getBandKind(const std::string& band, int& kind) {
-    const auto found = bandKinds.find(band);
-    if (found == bandKinds.end()) return false;
-    kind = found->second;
-    return true;
-}
-
-bool FakeDatabase::isTableExist(const std::string& table) {
-    return tables.count(table) != 0;
-}
-
-basekit2::sptr_t<storelink1::ITimelineDatabase> FakeDatabase::getTimelineDatabase() {
-    return m_timeline;
-}
-
-basekit2::sptr_t<storelink1::ITimelineDatabase> FakeDatabase::getFilteredTimelineDatabase() {
+FakeDatabase::TimelineDatabase FakeDatabase::getFilteredTimelineDatabase() {
     ++filteredDatabases;
     return basekit2::make_object<FakeTimelineDatabase>();
-}
-
-basekit2::generic_iterator_t<storelink1::time_interval_t> FakeDatabase::getPausedIntervals() {
-    ++pauseReads;
-    return basekit2::make_iterator(pauses);
-}
-
-bool FakeDatabase::isFilterApplicable(const std::string& /*name*/, const std::string& table) {
-    return filteredTables.count(table) != 0;
-}
-
-basekit2::error_code_t FakeDatabase::createEvaluator(
-    basekit2::sptr_t<storelink1::IFilterEvaluator>& /*out*/,
-    const std::string& /*name*/,
-    const basekit2::generic_iterator_t<std::string>& /*columns*/,
-    const std::string& /*instanceTable*/) {
-    return basekit2::error_code_t::noResult;
-}
-
-basekit2::notype_ptr_t FakeDatabase::adapt_to_pointer(unsigned int type) {
-    return IDatabase::adapt_to_pointer(type);
-}
-
-basekit2::notype_ptr_t FakeInput::adapt_to_pointer(unsigned int type) {
-    ++asked;
-    const auto found = offered.find(type);
-    return found != offered.end() ? found->second : IInputData::adapt_to_pointer(type);
 }
 
 }  // namespace lanefeed_test

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <dataface_1/input_data.h>
-#include <relay2/progress.h>
 #include <storelink1/database.h>
 
 #include <atomic>
@@ -16,46 +15,11 @@ namespace lanefeed_test {
 // Fakes of the store for tests that look at calls, failures and cancels; agreement of numbers is
 // tested on the real one. Every fake writes down what it is asked.
 
-// Cancels at the nth time it is asked, counted from 1; never at 0.
-class FakeProgress : public relay2::IProgress {
-public:
-    bool isCanceled() override { return ++asked >= cancelsAt && cancelsAt != 0; }
+// What a timeline query was asked: "source" (type, table, path, grouping), "rowBy" and "expansion"
+// (each ends with a blank), "objectType", "samplePoint", "filter", "fourthFlag", "database"
+// ("plain" or "filtered"), "span" as "START..END/BINS" in pane ticks.
+using TimelineCall = std::map<std::string, std::string>;
 
-    int cancelsAt = 0;
-    int asked = 0;
-};
-
-class FakeTimelineDatabase : public storelink1::ITimelineDatabase {
-public:
-    basekit2::error_code_t getGrouper(basekit2::sptr_t<storelink1::ITimelineGrouper>& out,
-                                      storelink1::timeline_grouper_type_t kind,
-                                      const std::string& instanceTable,
-                                      const basekit2::generic_iterator_t<std::string>& names,
-                                      const basekit2::generic_iterator_t<int>& ids,
-                                      int reserved,
-                                      int level) override;
-    basekit2::generic_iterator_t<basekit2::generic_iterator_t<std::string>> getGroupings(
-        storelink1::timeline_grouper_type_t kind, const std::string& instanceTable) override;
-    basekit2::error_code_t fill(storelink1::timeline_grouper_type_t kind,
-                                const std::string& instanceTable,
-                                const basekit2::generic_iterator_t<std::string>& names,
-                                relay2::IProgress* progress) override;
-};
-
-// What a timeline query was asked, and what it is to answer.
-struct TimelineCall {
-    std::vector<std::string> rowBys;  // path, "|" and suffix
-    std::vector<std::string> expansions;
-    std::string source;  // type, table, path, grouping with "|" between
-    std::string requiredFilter;
-    int objectType = 0;
-    int samplePoint = 0;
-    bool fourthFlag = false;
-    storelink1::ITimelineDatabase* database = nullptr;
-    basekit2::u64_t start = 0;  // absolute
-    basekit2::u64_t end = 0;
-    int bins = 0;
-};
 struct TimelineAnswer {
     std::vector<storelink1::OverTimeData> data;
     std::vector<storelink1::OverTimeDataSeriesMetadata> metadata;
@@ -69,6 +33,8 @@ FakeTable tableOf(const std::string& text);
 
 class FakeDatabase : public storelink1::IDatabase, public storelink1::IFilterRegistry {
 public:
+    using TimelineDatabase = basekit2::sptr_t<storelink1::ITimelineDatabase>;
+
     FakeDatabase();
 
     // IDatabase
@@ -76,29 +42,47 @@ public:
     basekit2::sptr_t<storelink1::ITimelineQuery> createTimelineQuery() override;
     basekit2::sptr_t<storelink1::IAttributeDataRetriever> createAttributeRetriever(
         const std::string& table, bool cache) override;
-    bool getTimeRange(basekit2::u64_t& start, basekit2::u64_t& end, int reserved) override;
+    bool getTimeRange(basekit2::u64_t& start, basekit2::u64_t& end, int /*reserved*/) override {
+        start = firstTick;
+        end = lastTick;
+        return true;
+    }
     basekit2::u64_t getTicksPerSecond() override { return ticksPerSecond; }
     basekit2::sptr_t<storelink1::IFilterRegistry> getFilterRegistry() override { return this; }
-    bool getBandKind(const std::string& band, int& kind) override;
-    bool isTableExist(const std::string& table) override;
-    basekit2::sptr_t<storelink1::ITimelineDatabase> getTimelineDatabase() override;
-    basekit2::sptr_t<storelink1::ITimelineDatabase> getFilteredTimelineDatabase() override;
-    basekit2::generic_iterator_t<storelink1::time_interval_t> getPausedIntervals() override;
+    bool getBandKind(const std::string& band, int& kind) override {
+        if (bandKinds.count(band) == 0) return false;
+        kind = bandKinds[band];
+        return true;
+    }
+    bool isTableExist(const std::string& table) override { return tables.count(table) != 0; }
+    TimelineDatabase getTimelineDatabase() override { return m_timeline; }
+    TimelineDatabase getFilteredTimelineDatabase() override;
+    basekit2::generic_iterator_t<storelink1::time_interval_t> getPausedIntervals() override {
+        ++pauseReads;
+        return basekit2::make_iterator(pauses);
+    }
     void clearCaches() override { ++cachesCleared; }
     void lockQueries() override { ++locks; }
     void unlockQueries() override { --locks; }
 
     // IFilterRegistry
-    bool hasFilter(const std::string& name) override { return filters.count(name) != 0; }
-    bool isFilterApplicable(const std::string& name, const std::string& table) override;
-    basekit2::error_code_t createEvaluator(basekit2::sptr_t<storelink1::IFilterEvaluator>& out,
-                                           const std::string& name,
-                                           const basekit2::generic_iterator_t<std::string>& columns,
-                                           const std::string& instanceTable) override;
+    bool hasFilter(const std::string& /*name*/) override { return !filteredTables.empty(); }
+    bool isFilterApplicable(const std::string& /*name*/, const std::string& table) override {
+        return filteredTables.count(table) != 0;
+    }
+    basekit2::error_code_t createEvaluator(
+        basekit2::sptr_t<storelink1::IFilterEvaluator>& /*out*/,
+        const std::string& /*name*/,
+        const basekit2::generic_iterator_t<std::string>& /*columns*/,
+        const std::string& /*instanceTable*/) override {
+        return basekit2::error_code_t::noResult;
+    }
 
     // One object with two faces.
     unsigned int get_type() const override { return IDatabase::get_type(); }
-    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override;
+    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override {
+        return IDatabase::adapt_to_pointer(type);
+    }
     void add_ref() override = 0;
     void release() override = 0;
 
@@ -107,8 +91,7 @@ public:
     basekit2::u64_t ticksPerSecond = 1000000;
     std::map<std::string, FakeTable> tables;
     std::map<std::string, int> bandKinds;
-    std::set<std::string> filters;  // names that the registry of the store holds
-    std::set<std::string> filteredTables;
+    std::set<std::string> filteredTables;  // by every filter; none: there are no filters
     std::vector<storelink1::time_interval_t> pauses;
     std::vector<storelink1::time_interval_t> filterSpans;
     std::vector<TimelineCall> calls;  // of timeline queries that were run
@@ -128,13 +111,17 @@ public:
     std::atomic<int> locks{0};  // that are held
 
 private:
-    basekit2::sptr_t<FakeTimelineDatabase> m_timeline;
+    TimelineDatabase m_timeline;
 };
 
 // The input: any set of interfaces, each of which may be missing.
 class FakeInput : public dataface_1::IInputData {
 public:
-    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override;
+    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override {
+        ++asked;
+        const auto found = offered.find(type);
+        return found != offered.end() ? found->second : IInputData::adapt_to_pointer(type);
+    }
     template <class T>
     void offer(const basekit2::sptr_t<T>& object) {
         offered[basekit2::type_id_t<T>::id()] = basekit2::notype_ptr_t(object.get());

@@ -16,6 +16,7 @@ using dataface_1::IColumnInfo;
 using dataface_1::ITableRow;
 using dataface_1::ITableTree;
 
+using Columns = std::vector<sptr_t<IColumnInfo>>;
 using Line = std::vector<std::string>;
 
 std::string cellText(ITableRow& row, const sptr_t<IColumnInfo>& column, cell_contents_t contents) {
@@ -52,41 +53,6 @@ void appendNodes(const generic_iterator_t<sptr_t<Node>>& nodes, std::vector<sptr
     }
 }
 
-int levelOf(const sptr_t<ITableRow>& row) {
-    int level = 0;
-    for (sptr_t<ITableRow> above = row->getParent(); !above.is_null(); above = above->getParent())
-        ++level;
-    return level;
-}
-
-std::vector<sptr_t<IColumnInfo>> shownColumns(const sptr_t<ITableTree>& tree,
-                                              const std::vector<std::string>& names) {
-    const std::vector<sptr_t<IColumnInfo>> columns = allColumns(tree);
-    if (names.empty()) return columns;
-    std::vector<sptr_t<IColumnInfo>> shown;
-    for (const std::string& name : names) {
-        const auto found =
-            std::find_if(columns.begin(), columns.end(), [&](const sptr_t<IColumnInfo>& column) {
-                return fullName(column) == name || ownName(*column) == name;
-            });
-        if (found != columns.end()) shown.push_back(*found);
-    }
-    return shown;
-}
-
-// Only the first cell is indented.
-Line rowLine(const sptr_t<ITableRow>& row,
-             const std::vector<sptr_t<IColumnInfo>>& columns,
-             const TableTextOptions& options) {
-    Line line;
-    if (options.rowIds) line.push_back(cellText(*row, nullptr, dataface_1::ccId));
-    for (const sptr_t<IColumnInfo>& column : columns)
-        line.push_back(cellText(*row, column, dataface_1::ccValue));
-    if (options.rowStyles) line.push_back(cellText(*row, nullptr, dataface_1::ccStyle));
-    if (!line.empty()) line.front().insert(0, 2 * static_cast<std::size_t>(levelOf(row)), ' ');
-    return line;
-}
-
 std::string aligned(const std::vector<Line>& lines) {
     std::vector<std::size_t> widths(lines.front().size());
     for (const Line& line : lines)
@@ -106,15 +72,16 @@ std::string aligned(const std::vector<Line>& lines) {
 
 }  // namespace
 
-std::vector<sptr_t<IColumnInfo>> allColumns(const sptr_t<ITableTree>& tree) {
-    std::vector<sptr_t<IColumnInfo>> columns;
+Columns allColumns(const sptr_t<ITableTree>& tree) {
+    Columns columns;
     appendNodes(tree->getColumns(nullptr), columns);
     return columns;
 }
 
 sptr_t<IColumnInfo> columnNamed(const sptr_t<ITableTree>& tree, const std::string& name) {
-    const std::vector<sptr_t<IColumnInfo>> found = shownColumns(tree, {name});
-    return found.empty() ? nullptr : found.front();
+    for (const sptr_t<IColumnInfo>& column : allColumns(tree))
+        if (fullName(column) == name || ownName(*column) == name) return column;
+    return nullptr;
 }
 
 std::vector<sptr_t<ITableRow>> allRows(const sptr_t<ITableTree>& tree) {
@@ -125,15 +92,25 @@ std::vector<sptr_t<ITableRow>> allRows(const sptr_t<ITableTree>& tree) {
 
 std::string tableText(const sptr_t<ITableTree>& tree, const TableTextOptions& options) {
     if (tree.is_null()) return "no table\n";
-    const std::vector<sptr_t<IColumnInfo>> columns = shownColumns(tree, options.columns);
-    Line head;
-    if (options.rowIds) head.push_back("#");
+    auto columns = options.columns.empty() ? allColumns(tree) : Columns();
+    for (const std::string& name : options.columns)
+        if (const auto column = columnNamed(tree, name)) columns.push_back(column);
+    std::vector<Line> lines(1);
+    if (options.rowIds) lines[0].push_back("#");
     for (const sptr_t<IColumnInfo>& column : columns)
-        head.push_back(fullName(column));
-    if (options.rowStyles) head.push_back("style");
-    std::vector<Line> lines{head};
-    for (const sptr_t<ITableRow>& row : allRows(tree))
-        lines.push_back(rowLine(row, columns, options));
+        lines[0].push_back(fullName(column));
+    if (options.rowStyles) lines[0].push_back("style");
+    for (const sptr_t<ITableRow>& row : allRows(tree)) {
+        Line line;
+        if (options.rowIds) line.push_back(cellText(*row, nullptr, dataface_1::ccId));
+        for (const sptr_t<IColumnInfo>& column : columns)
+            line.push_back(cellText(*row, column, dataface_1::ccValue));
+        if (options.rowStyles) line.push_back(cellText(*row, nullptr, dataface_1::ccStyle));
+        // Only the first cell is indented.
+        for (auto above = row->getParent(); above && !line.empty(); above = above->getParent())
+            line.front().insert(0, "  ");
+        lines.push_back(line);
+    }
     return aligned(lines);
 }
 

@@ -1,6 +1,7 @@
 #include "support/trace_text.h"
 
 #include <array>
+#include <cstdlib>
 #include <map>
 #include <sstream>
 #include <stdexcept>
@@ -47,29 +48,15 @@ public:
         std::istringstream words(line.substr(0, line.find('#')));
         std::string verb;
         if (!(words >> verb)) return;
-        if (verb == "process") {
-            m_process = word(words);
-            processId();
-        } else if (const Spans* spans = spansOf(verb)) {
-            readSpans(words, *spans);
-        } else if (verb == "counter") {
-            readCounter(words);
-        } else if (verb == "marker") {
-            readMarkers(words);
-        } else if (verb == "flow") {
-            readTransition(words, TableId::flowData);
-        } else if (verb == "wakeup") {
-            readTransition(words, TableId::wakeupData);
-        } else if (verb == "migration") {
-            readMigration(words);
-        } else if (verb == "pause") {
-            const Span span = spanOf(word(words));
-            check(m_writer.addPause(span.begin, span.end));
-        } else if (verb == "alive") {
-            readLife(words);
-        } else {
-            check(false);
-        }
+        if (const Spans* spans = spansOf(verb)) return readSpans(words, *spans);
+        static const std::map<std::string, void (TextReader::*)(std::istringstream&)> verbs = {
+            {"process", &TextReader::readProcess}, {"counter", &TextReader::readCounter},
+            {"marker", &TextReader::readMarkers},  {"flow", &TextReader::readFlow},
+            {"wakeup", &TextReader::readWakeup},   {"migration", &TextReader::readMigration},
+            {"pause", &TextReader::readPause},     {"alive", &TextReader::readLife}};
+        const auto known = verbs.find(verb);
+        check(known != verbs.end());
+        (this->*known->second)(words);
     }
 
 private:
@@ -85,14 +72,9 @@ private:
     }
 
     std::int64_t timeOf(const std::string& text) const {
-        std::size_t used = 0;
-        std::int64_t time = 0;
-        try {
-            time = std::stoll(text, &used);
-        } catch (const std::exception&) {
-            check(false);
-        }
-        check(used == text.size());
+        char* end = nullptr;
+        const std::int64_t time = std::strtoll(text.c_str(), &end, 10);
+        check(!text.empty() && *end == '\0');
         return time;
     }
 
@@ -103,31 +85,26 @@ private:
         return {timeOf(text.substr(0, dots)), end.empty() ? kToEnd : timeOf(end)};
     }
 
+    // What stands behind a mark, both taken off the text; empty without the mark.
+    static std::string takeBehind(std::string& text, char mark) {
+        const std::size_t at = text.find(mark);
+        if (at == std::string::npos) return {};
+        const std::string taken = text.substr(at + 1);
+        text.resize(at);
+        return taken;
+    }
+
     // name*count@category%core{args}
     void readName(std::string text, TableId names, InstanceRow& row) {
-        const std::size_t args = text.find('{');
-        if (args != std::string::npos) {
-            row.args = m_writer.addArgs(text.substr(args));
-            check(row.args > 0);
-            text.resize(args);
-        }
-        const std::size_t core = text.find('%');
-        const bool isCore = core != std::string::npos && core + 1 < text.size() &&
-                            text.find_first_not_of("0123456789", core + 1) == std::string::npos;
-        if (isCore) {
-            row.core = rowId(TableId::core, text.substr(core + 1));
-            text.resize(core);
-        }
-        const std::size_t category = text.find('@');
-        if (category != std::string::npos) {
-            row.category = m_writer.named(TableId::category, text.substr(category + 1));
-            text.resize(category);
-        }
-        const std::size_t count = text.find('*');
-        if (count != std::string::npos) {
-            row.count = timeOf(text.substr(count + 1));
-            text.resize(count);
-        }
+        const std::string args = takeBehind(text, '{');
+        if (!args.empty()) row.args = m_writer.addArgs("{" + args);
+        check(row.args > 0 || args.empty());
+        const std::string core = takeBehind(text, '%');
+        if (!core.empty()) row.core = rowId(TableId::core, core);
+        const std::string category = takeBehind(text, '@');
+        if (!category.empty()) row.category = m_writer.named(TableId::category, category);
+        const std::string count = takeBehind(text, '*');
+        if (!count.empty()) row.count = timeOf(count);
         if (text == "-") return;
         row.attr = names == TableId::thread ? rowId(names, text) : m_writer.named(names, text);
     }
@@ -173,6 +150,17 @@ private:
             readName(isIdle ? "Idle" : name, isIdle ? TableId::state : spans.names, row);
             check(m_writer.add(isIdle ? TableId::idleData : spans.table, row));
         }
+    }
+
+    void readProcess(std::istringstream& words) {
+        m_process = word(words);
+        processId();
+    }
+    void readFlow(std::istringstream& words) { readTransition(words, TableId::flowData); }
+    void readWakeup(std::istringstream& words) { readTransition(words, TableId::wakeupData); }
+    void readPause(std::istringstream& words) {
+        const Span span = spanOf(word(words));
+        check(m_writer.addPause(span.begin, span.end));
     }
 
     void readCounter(std::istringstream& words) {

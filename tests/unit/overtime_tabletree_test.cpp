@@ -1,8 +1,8 @@
 // The table of an over-time series: which buckets have rows, what cells read, sums of rows.
 
 #include "series_tables.h"
+#include "support/cancel_at_poll.h"
 #include "support/captured_log.h"
-#include "support/fake_store.h"
 #include "support/table_text.h"
 #include "support/table_tree_contract.h"
 #include "tabletrees.h"
@@ -127,8 +127,7 @@ TEST(OvertimeTable, SumsWhatRowsHoldWithoutTheScale) {
     for (const auto& alien : {lanefeed_test::allRows(tableOf({{1}})).front(), sum, Row()})
         EXPECT_TRUE(reduced(tree, basekit2::make_iterator<Row>({alien})).is_null());
     EXPECT_EQ(log.count("row && row->getRowIdx() < m_rowsNumber 'Alien row?'"), 3);
-    const auto canceled = basekit2::make_object<lanefeed_test::FakeProgress>();
-    canceled->cancelsAt = 1;
+    const auto canceled = basekit2::make_object<lanefeed_test::CancelAtPoll>(1);
     EXPECT_TRUE(reduced(tree, tree->getRows(nullptr), canceled.get()).is_null());
     EXPECT_EQ(log.entries().size(), 4U);
 }
