@@ -3,7 +3,7 @@
 // translated. What several bands give to one row is averaged; a row has only what was read for it,
 // its children add nothing. Never from a master table. A level that can't be read is left out, but
 // a record without a row fails the request. Cancelled between levels, records of a translation and
-// after every read. Tested by tests/provider/attributes_test.cpp.
+// after every read. Tested by tests/provider/overtime_test.cpp.
 
 #include "dbiproviderimpl.h"
 

@@ -2,7 +2,7 @@
 // for, and under one of the rows that have the data which the viewpoint requires; the table of rows
 // is then built on its answer. What is required is read once per provider. Its filter stays in the
 // registry under a name of the provider's own, renewed by each read of the rows. Cancelled after
-// each read. Tested by tests/provider/gridsummary_test.cpp.
+// each read. Tested by tests/provider/rows_test.cpp.
 
 #include "dbiproviderimpl.h"
 

@@ -1,8 +1,7 @@
 // Series of all rows of the area, asked by the over-time flow, one record per row. A master table
 // serves them where there is one that fits; otherwise the levels of the row-by are read from the
 // store one after the other. Cancelled before the walk, at every level and after every read, always
-// without a message. Tested by tests/provider/overtime_test.cpp and
-// tests/provider/mastertable_road_test.cpp.
+// without a message. Tested by tests/provider/overtime_test.cpp.
 
 #include "dbiproviderimpl.h"
 

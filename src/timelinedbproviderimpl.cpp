@@ -1,5 +1,5 @@
 // The usual provider: its life, and over-time requests of sources that stand for several queries at
-// once. Tested by tests/provider/timelineprovider_test.cpp.
+// once. Tested by tests/provider/timelinequery_test.cpp.
 
 #include "timelinedbproviderimpl.h"
 

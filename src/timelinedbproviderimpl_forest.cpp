@@ -1,5 +1,5 @@
 // Joins the forests of several queries row by row. Tested by
-// tests/provider/timelineprovider_test.cpp.
+// tests/provider/timelinequery_test.cpp.
 
 #include "timelinedbproviderimpl.h"
 

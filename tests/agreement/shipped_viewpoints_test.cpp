@@ -28,7 +28,7 @@ const char* const kEverything = R"(
     state main  0..40 Running%0  40..100 Sleeping
     state worker  0..15 Sleeping  15..20 Runnable  20..50 Running%1  50..60 Blocked  60..100 Running%0
     wakeup main 15 worker 15 wakeup%1
-    migration worker 1 50 0 60
+    migration 1 50 0 60 worker
     interrupt 0  12..14 timer@irq)";
 
 // A text as a result with a viewpoint on it.

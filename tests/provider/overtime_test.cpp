@@ -3,16 +3,21 @@
 // resolution, time scale, the filter that a layer waits for.
 
 #include "provider_fixture.h"
+#include "reduciblemastertable.h"
 #include "support/fake_grid.h"
 #include "support/table_text.h"
 
 namespace lanefeed_test {
 namespace {
 
+using basekit2::error_code_t;
 using lanefeed_1::DicerDataSource;
 using lanefeed_1::IDicerProvider;
 using lanefeed_1::OverTimeData;
+using lanefeed_1::OverTimeDataSeries;
 using lanefeed_1::QueryParam;
+using storelink1::ITimelineQuery;
+using Queries = std::vector<basekit2::sptr_t<dataface_1::IQuery>>;
 
 class OverTime : public ProviderTest {
 protected:
@@ -58,9 +63,7 @@ TEST_F(OverTime, OfAnAreaWithoutRowsAreOneRecord) {
     // Times are percentages of whole bucket widths: 1999 / 10 is 199 ticks.
     m_source.m_dataType = DicerDataSource::dsTime;
     m_db->answers = {answerOf({"all"}, {{{}, {19900}}})};
-    param = request();
-    param.endTime = 1999;
-    EXPECT_EQ(read(param), "0:[all 10000]");
+    EXPECT_EQ(read(request(0, 1999)), "0:[all 10000]");
 }
 
 TEST_F(OverTime, RecordsGoToTheirRowsAndAllRowsHaveTheFullSeries) {
@@ -70,15 +73,6 @@ TEST_F(OverTime, RecordsGoToTheirRowsAndAllRowsHaveTheFullSeries) {
     EXPECT_EQ(read(rowRequest()), "0:[a 6 b 2] 1:[a - b -] 2:[a 5 b 1]");
     EXPECT_EQ(m_db->calls.back()["rowBy"], "slice_data::dd_thread|name ");
     EXPECT_TRUE(m_log.empty());
-
-    m_db->answers = {{{}, {{"a:b", {"a", "b"}, {3, 4}}}, false}};
-    std::vector<OverTimeData> data;
-    ASSERT_TRUE(m_provider->read(rowRequest(), data));
-    const auto& series = data.at(0).seriesSet.at(0);
-    EXPECT_EQ(series.name, "a:b");
-    EXPECT_EQ(series.nameParts, (Strings{"a", "b"}));
-    EXPECT_EQ(series.idParts, (std::vector<int>{3, 4}));
-    EXPECT_EQ(series.ds.m_defaultQuery, m_source.m_defaultQuery);
 }
 
 TEST_F(OverTime, ParentsOfAFlatGroupingAreSumsOfTheirChildren) {
@@ -118,6 +112,80 @@ TEST_F(OverTime, FailWithoutARowTableOrWithARowBeyondTheArea) {
     expectFailure("summaryId >= 0 && summaryId < m_rowCount", isRead);
 }
 
+// Series of a counter over rows 30 and 40, which are processes of bands: how bands become rows.
+class Attributes : public ProviderTest {
+protected:
+    Attributes() {
+        m_source.m_dataType = DicerDataSource::dsInfo;
+        bindRows({30, 40});
+        m_rowBySource = rowBy(factsAt("dd_band::dd_counter.dd_process.name")).ds;
+        m_db->tables["dd_counter"] = tableOf("rowid dd_counter.dd_process\n1 40\n3 40\n4 30\n5 99");
+        m_db->answers = {answerOf({"a"}, {{{1}, {10}}})};
+    }
+    std::string read(const DicerDataSource* rows, const std::set<int>& levels = {}) {
+        lanefeed_1::QueryParam param = request();
+        param.rowByDS = rows;
+        param.applicableRowLevels = levels;
+        std::vector<OverTimeData> data;
+        m_db->calls.clear();
+        return m_provider->getAttrOverTimeData(param, data) ? dataText(data) : "failed";
+    }
+    std::string read() { return read(&m_rowBySource); }
+    void expectFailure(const std::string& text) {
+        ProviderTest::expectFailure(text, [this] { return read() != "failed"; });
+    }
+};
+
+TEST_F(Attributes, AreTheMeanOfTheBandsOfARow) {
+    m_db->answers = {answerOf({"a"}, {{{1}, {10}}, {{3}, {20}}, {{}, {7}}})};
+    EXPECT_EQ(read(), "0:[] 1:[a 15]");
+    // The store groups by band, by a query without the dots.
+    EXPECT_EQ(m_db->calls.at(0)["rowBy"], "dd_band::dd_counter| ");
+    EXPECT_EQ(m_db->reads.back(), "dd_counter rowid dd_counter.dd_process");
+    EXPECT_TRUE(m_log.empty());
+    expectQuietCancels(5, [this] { return read() != "failed"; });
+}
+
+TEST_F(Attributes, TakeIndexesAsTheyAreWhereRowsAreBands) {
+    m_db->answers = {answerOf({"a"}, {{{40}, {6}}})};
+    const auto reads = m_db->reads.size();
+    const auto bands = rowBy(factsAt("dd_band::dd_counter.name"));
+    EXPECT_EQ(read(&bands.ds), "0:[] 1:[a 6]");
+    EXPECT_EQ(m_db->reads.size(), reads);
+    EXPECT_EQ(read(&bands.ds, {1}), "0:[] 1:[]") << "no level that is wanted";
+    // Without rows it is a plain over-time request.
+    bind();
+    EXPECT_EQ(read(nullptr), "0:[a 6]");
+}
+
+TEST_F(Attributes, AreLeftOutOrFailWithAReason) {
+    // Of an unknown row; of a band between the known ones, behind them, and of none.
+    for (const int band : {5, 2, 6, -1}) {
+        m_db->answers = {answerOf({"a"}, {{{1}, {10}}, {{band}, {20}}})};
+        expectFailure("summaryRow");
+    }
+    m_db->answers = {answerOf({"a"}, {{{1}, {10}}})};
+    // A level that the store doesn't expand is left out in silence.
+    m_db->answers[0].refusesExpansions = true;
+    m_source.addExtra(infoQuery({}), "dd_task", "slice_data", "name", "main", "");
+    m_log.clear();
+    EXPECT_EQ(read(), "0:[] 1:[]");
+    EXPECT_TRUE(m_log.empty());
+    m_source.m_extras.clear();
+    m_db->answers[0].refusesExpansions = false;
+    m_db->brokenTables.insert("dd_counter");
+    expectFailure("Failed to get band->row mapping. Error: disk on fire, SQL: SELECT");
+    m_db->brokenTables.clear();
+    m_db->tables["dd_counter"] = tableOf("rowid\n1");
+    expectFailure("sl1::InvalidColIdx != attrId");
+    m_db->tables["dd_counter"].clear();
+    expectFailure("rs && !rs->atEnd()");
+    m_rowBySource.m_defaultQuery = timeQuery();
+    expectFailure("infoQuery");
+    m_provider->m_rowSummaryTable.reset();
+    expectFailure("m_rowSummaryTable");
+}
+
 class OverTimeFlow : public ProviderTest {
 protected:
     OverTimeFlow() {
@@ -135,12 +203,9 @@ protected:
     // The value of the first bucket.
     double asked(const QueryParam& param) {
         EXPECT_TRUE(ask(param));
-        basekit2::variant_t cell;
-        const auto row = allRows(m_forest.at(0)).at(0);
-        EXPECT_TRUE(row->getContent(allColumns(m_forest[0]).at(0), dataface_1::ccValue, cell));
-        EXPECT_EQ(cell.get<int>(), 0);
-        EXPECT_TRUE(row->getContent(allColumns(m_forest[0]).at(1), dataface_1::ccValue, cell));
-        return cell.get<double>();
+        const std::string cells = cellsText(m_forest.at(0));
+        EXPECT_EQ(cells.substr(0, 2), "0 ");
+        return std::stod(cells.substr(2));
     }
 
     Forest m_forest;
@@ -149,15 +214,12 @@ protected:
 TEST_F(OverTimeFlow, FinerThanTheLayersResolutionIsWidened) {
     // 1000 ticks per millisecond, cut to whole ticks.
     m_source.m_resolutionMs = 0.1509;
-    QueryParam param = request();
-    ASSERT_TRUE(ask(param));
+    ASSERT_TRUE(ask(request()));
     EXPECT_EQ(stored(), "0..1050/7");
-    EXPECT_TRUE(ask(param, IDicerProvider::otAttribute));
+    EXPECT_TRUE(ask(request(), IDicerProvider::otAttribute));
     EXPECT_EQ(stored(), "0..1000/10") << "attributes are read as asked for";
     // 8 in a bucket of 150 ticks, of which 20 are asked for.
-    param.startTime = 200;
-    param.endTime = 400;
-    EXPECT_DOUBLE_EQ(asked(param), 8 * (20 / 150.0));
+    EXPECT_NEAR(asked(request(200, 400, 10)), 8 * (20 / 150.0), 1e-5);
     EXPECT_EQ(stored(), "150..450/2");
     m_source.m_resolutionMs = 0.1;  // as wide as the buckets: not finer
     ASSERT_TRUE(ask(request()));
@@ -168,24 +230,16 @@ TEST_F(OverTimeFlow, FinerThanTheLayersResolutionIsWidened) {
 
     // To more buckets than asked for it is none.
     m_source.m_resolutionMs = 0.15;
-    param.startTime = 140;
-    param.endTime = 160;
-    param.binCount = 1;
-    expectFailure("width >= newWidth", [&] { return ask(param); });
+    expectFailure("width >= newWidth", [&] { return ask(request(140, 160, 1)); });
     EXPECT_TRUE(m_log.contains("toWidth >= fromWidth") && m_log.contains("bRet"));
     EXPECT_EQ(stored(), "0..300/2");
 }
 
 TEST_F(OverTimeFlow, WithoutBucketsOrTheRequiredFilterTheStoreIsNotAsked) {
-    QueryParam param = request();
-    param.binCount = 0;
-    EXPECT_FALSE(ask(param));
+    EXPECT_FALSE(ask(request(0, 1000, 0)));
     m_source.m_resolutionMs = 0.15;
-    param = request();
-    param.startTime = param.endTime = 300;  // on a multiple: no bucket is left
-    EXPECT_FALSE(ask(param));
+    EXPECT_FALSE(ask(request(300, 300, 10))) << "on a multiple no bucket is left";
     m_source.m_resolutionMs = 0;
-
     QueryFacts facts;
     facts.attributes["timelineRequiredFilter"] = "busy";
     m_source.m_defaultQuery = timeQuery(facts);
@@ -207,26 +261,173 @@ TEST_F(OverTimeFlow, IsNormalisedToTheTimeScale) {
     EXPECT_FALSE(
         basekit2::interface_cast<dataface_1::IReducibleTableTree>(m_forest[0].get()).is_null());
     // Widths are those of the client's buckets, parts of a tick included.
-    QueryParam param = request();
-    param.endTime = 1005;
     m_source.m_timeScaleMs = 0.201;
-    EXPECT_DOUBLE_EQ(asked(param), 16);
+    EXPECT_DOUBLE_EQ(asked(request(0, 1005, 10)), 16);
     m_source.m_timeScaleMs = 0;
     m_source.m_resolutionMs = 0.15;
     const double unscaled = asked(request());
     m_source.m_timeScaleMs = 0.2;
-    EXPECT_DOUBLE_EQ(asked(request()), 2 * unscaled);
+    EXPECT_NEAR(asked(request()), 2 * unscaled, 1e-5);
 }
 
 TEST_F(OverTimeFlow, ShowsNothingWhereTheStoreHasNothingOrTheRequestIsCancelled) {
     expectQuietCancels(4, [this] { return ask(request()); });
     m_db->answers.clear();
-    const int lookups = m_input->asked;
     EXPECT_FALSE(ask(request()));
-    EXPECT_EQ(m_input->asked, lookups) << "no registry where no filter is required";
     m_db->answers = {answerOf({"all"}, {{{}, {}}})};
     EXPECT_FALSE(ask(request()));
     EXPECT_TRUE(m_forest.empty() && m_log.empty());
+}
+
+constexpr char kSkipped[] =
+    "Master table skipped for overtime query. Cache config update may be required!";
+
+// What one reduction answers.
+struct Reduction {
+    error_code_t err;
+    std::vector<OverTimeData> data;
+    Strings series;
+};
+
+class FakeMasterTable : public lanefeed_1::IReducibleMasterTable {
+public:
+    std::string getInstanceTable() override { return "slice_data"; }
+    ITimelineQuery::QueryType getQueryType() override { return ITimelineQuery::qtCount; }
+    ITimelineQuery::ObjectType getObjectType() override { return ITimelineQuery::otPoint; }
+    basekit2::generic_iterator_t<std::string> getRowBys() override { return {}; }
+    basekit2::generic_iterator_t<std::string> getExpansions() override { return {}; }
+    QueryParam getParameters() override { return {}; }
+    error_code_t reduce(std::vector<OverTimeData>& data,
+                        std::vector<OverTimeDataSeries>& series,
+                        const Queries& rowBys,
+                        const QueryParam& /*param*/,
+                        relay2::IProgress* /*progress*/) override {
+        const Reduction& answer = reductions.at(depths.size());
+        depths.push_back(rowBys.size());
+        if (!basekit2::is_success(answer.err)) return answer.err;
+        EXPECT_TRUE(data.empty()) << "records of an earlier path";
+        data = answer.data;
+        for (const std::string& name : answer.series) {
+            series.emplace_back();
+            series.back().name = name;
+        }
+        return answer.err;
+    }
+
+    std::vector<Reduction> reductions;
+    std::vector<std::size_t> depths;  // length of the path at each call
+};
+
+class FakeMasterTableMgr : public lanefeed_1::IMasterTableMgr {
+public:
+    void add(const basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::IQuery>>& /*rowBys*/,
+             const basekit2::sptr_t<dataface_1::IDataQuery>& /*dataQuery*/,
+             const std::string& /*objectType*/) override {}
+    void finalize() override {}
+    error_code_t getMasterTable(const QueryParam& /*param*/,
+                                basekit2::sptr_t<lanefeed_1::IMasterTable>& out,
+                                relay2::IProgress* /*progress*/) override {
+        out = table;
+        return err;
+    }
+    void filterChanged() override {}
+    void clear() override {}
+
+    basekit2::sptr_t<lanefeed_1::IMasterTable> table;
+    error_code_t err;
+};
+
+OverTimeData reduced(const std::vector<int>& dbIndexes, double value) {
+    OverTimeData data;
+    data.dbIndexes = dbIndexes;
+    data.seriesSet.resize(1);
+    data.seriesSet[0].name = "own";
+    data.seriesSet[0].values = {value};
+    return data;
+}
+
+// Series out of a master table that is given by hand: when it serves, when the store does, and what
+// is told on the way.
+class MasterTableRoad : public ProviderTest {
+protected:
+    MasterTableRoad() {
+        m_mgr->table = m_table;
+        m_provider->setMasterTableMgr(m_mgr);
+        m_source.m_dataType = lanefeed_1::DicerDataSource::dsCount;
+        m_db->answers = {answerOf({"stored"}, {{{20}, {7}}})};
+    }
+    std::string read() {
+        m_table->depths.clear();
+        QueryParam param = request();
+        param.rowByDS = m_rowBySource.m_defaultQuery.is_null() ? nullptr : &m_rowBySource;
+        std::vector<OverTimeData> data;
+        return m_provider->read(param, data) ? dataText(data) : "failed";
+    }
+    // Rows 10 and 20 in two levels.
+    void bindLevels() {
+        bindRows({10, 20});
+        QueryFacts outer;
+        outer.path = "dd_thread";
+        outer.next = infoQuery({});
+        m_rowBySource = rowBy(outer).ds;
+    }
+
+    const basekit2::sptr_t<FakeMasterTable> m_table = basekit2::make_object<FakeMasterTable>();
+    const basekit2::sptr_t<FakeMasterTableMgr> m_mgr = basekit2::make_object<FakeMasterTableMgr>();
+};
+
+TEST_F(MasterTableRoad, ServesRowsWithoutAskingTheStore) {
+    bindRows({10, 20, 30});
+    m_table->reductions = {{{}, {reduced({20}, 5), reduced({77}, 6)}, {"empty"}}};
+    EXPECT_EQ(read(), "0:[empty -] 1:[own 5] 2:[empty -]");
+    EXPECT_EQ(m_table->depths, (std::vector<std::size_t>{1}));
+    // Of several levels rows are filled from the last one.
+    bindLevels();
+    m_table->reductions = {{{}, {reduced({20}, 5)}, {"first"}}, {{}, {}, {"last"}}};
+    EXPECT_EQ(read(), "0:[last -] 1:[own 5]");
+    EXPECT_EQ(m_table->depths, (std::vector<std::size_t>{1, 2}));
+    // An empty table leaves its rows without series, and that is an answer.
+    m_table->reductions = {{error_code_t::noResult, {}, {}}, {error_code_t::noResult, {}, {}}};
+    EXPECT_EQ(read(), "0:[] 1:[]");
+    EXPECT_TRUE(m_db->calls.empty() && m_log.empty());
+}
+
+TEST_F(MasterTableRoad, LeadsToTheStoreWithAnAlertWithoutATable) {
+    bindRows({10, 20});
+    m_mgr->err = error_code_t::noResult;
+    EXPECT_EQ(read(), "0:[stored -] 1:[stored 7]");
+    EXPECT_EQ(m_log.count(kSkipped), 1);
+    m_mgr->err = error_code_t::success;
+    m_mgr->table.reset();
+    EXPECT_EQ(read(), "0:[stored -] 1:[stored 7]");
+    EXPECT_EQ(m_log.count(kSkipped), 2);
+    // Nothing found is nothing missed.
+    m_log.clear();
+    m_db->answers = {};
+    EXPECT_EQ(read(), "0:[] 1:[]");
+    EXPECT_FALSE(m_log.contains(kSkipped));
+}
+
+TEST_F(MasterTableRoad, StartsAfreshAfterAFailedReductionButNotAfterACancel) {
+    bindLevels();
+    m_table->reductions = {{{}, {reduced({20}, 5)}, {"first"}}, {error_code_t::failure, {}, {}}};
+    m_progress->cancelsAt = m_progress->asked + 1;
+    EXPECT_EQ(read(), "failed");
+    EXPECT_TRUE(m_log.empty() && m_db->calls.empty());
+    m_progress->cancelsAt = 0;
+    m_db->answers = {answerOf({"stored"}, {})};
+    EXPECT_EQ(read(), "0:[stored -] 1:[stored -]");
+    EXPECT_TRUE(m_log.contains("err.succeeded()"));
+}
+
+TEST_F(MasterTableRoad, ServesAnAreaWithoutRowsWithOneRecordOnly) {
+    bind();
+    m_table->reductions = {{{}, {reduced({}, 5)}, {"empty"}}};
+    EXPECT_EQ(read(), "0:[own 5]");
+    m_table->reductions = {{{}, {reduced({}, 5), reduced({}, 6)}, {"empty"}}};
+    EXPECT_EQ(read(), "0:[stored 7]");
+    EXPECT_TRUE(m_log.contains("m_rowCount == 1 && currentArray.size() == 1"));
+    EXPECT_FALSE(m_log.contains(kSkipped));
 }
 
 }  // namespace

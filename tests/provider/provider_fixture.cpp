@@ -44,11 +44,14 @@ void ProviderTest::bindRows(const std::vector<int>& ids) {
     ASSERT_TRUE(m_provider->getRowSummary(table, -1, false, true));
 }
 
-lanefeed_1::QueryParam ProviderTest::request() {
+lanefeed_1::QueryParam ProviderTest::request(basekit2::u64_t start,
+                                             basekit2::u64_t end,
+                                             basekit2::u32_t bins) const {
     lanefeed_1::QueryParam param;
     param.dds = &m_source;
-    param.endTime = 1000;
-    param.binCount = 10;
+    param.startTime = start;
+    param.endTime = end;
+    param.binCount = bins;
     return param;
 }
 

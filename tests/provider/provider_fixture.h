@@ -1,6 +1,7 @@
 #pragma once
 
 #include "dbiproviderimpl.h"
+#include "messages/message_catalogs.h"
 #include "rowsummarytabletree.h"
 #include "support/cancel_at_poll.h"
 #include "support/captured_log.h"
@@ -10,10 +11,13 @@
 #include "support/fake_store.h"
 #include "timelinedbproviderimpl.h"
 
+#include <settingstore2/message_catalogs.h>
+
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -27,20 +31,14 @@ public:
     using Provider::applyExpansionHelper;
     using Provider::bandToObject;
     using Provider::copyOvertimeData;
-    using Provider::createOverTimeQuery;
     using Provider::getAttrOverTimeData;
-    using Provider::getDb;
     using Provider::getHatchesForObject;
     using Provider::getObjectType;
     using Provider::getRowDbIndexByUniqueId;
     using Provider::getRowLevel;
     using Provider::getTimelineDb;
-    using Provider::isCanceled;
     using Provider::isGroupingByBand;
     using Provider::m_filteredDb;
-    using Provider::m_hatches;
-    using Provider::m_mode;
-    using Provider::m_rowByAttrTable;
     using Provider::m_rowCount;
     using Provider::m_rowSummaryTable;
     using Provider::ticksInMs;
@@ -54,6 +52,22 @@ public:
 using Strings = std::vector<std::string>;
 using Forest = std::vector<basekit2::sptr_t<dataface_1::ITableTree>>;
 
+// Catalogs of texts for the length of a scope.
+class Catalogs {
+public:
+    explicit Catalogs(const std::vector<std::string_view>& documents) {
+        Strings errors;
+        settingstore2::setMessageCatalogSource(lanefeed_runtime::readCatalogs(documents, errors));
+    }
+    ~Catalogs() { settingstore2::setMessageCatalogSource(m_before); }
+    Catalogs(const Catalogs&) = delete;
+    Catalogs& operator=(const Catalogs&) = delete;
+
+private:
+    const basekit2::sptr_t<settingstore2::IMessageCatalogSource> m_before =
+        settingstore2::getMessageCatalogSource();
+};
+
 // A provider over fakes: a result of 1000 ticks that begins at the absolute tick 1000.
 class ProviderTest : public testing::Test {
 protected:
@@ -64,8 +78,10 @@ protected:
     void bind(lanefeed_1::TLViewpointParser::RowSet* rowSet = nullptr);
     // Binds to rows by the table "dd_thread" with these row ids.
     void bindRows(const std::vector<int>& ids);
-    // A request on a time source of "slice_data" for 0..1000 in 10 buckets.
-    lanefeed_1::QueryParam request();
+    // A request on a time source of "slice_data".
+    lanefeed_1::QueryParam request(basekit2::u64_t start = 0,
+                                   basekit2::u64_t end = 1000,
+                                   basekit2::u32_t bins = 10) const;
     static basekit2::sptr_t<dataface_1::IQuery> timeQuery(QueryFacts facts = {});
     static lanefeed_1::TLViewpointParser::RowBy rowBy(const QueryFacts& facts, bool joins = false);
     // What the store answers: series of these names, and records by the ids of their row, with the

@@ -2,15 +2,11 @@
 
 #include "common/check.h"
 #include "common/tracescope.h"
-#include "messages/message_catalogs.h"
-#include "support/captured_log.h"
-#include "support/environment_guard.h"
+#include "provider_fixture.h"
 #include "texts.h"
 
 #include <platkit_2_18/debug.h>
 #include <settingstore2/message_catalogs.h>
-
-#include <gtest/gtest.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -60,63 +56,51 @@ TEST(Texts, ComeFromTheFirstCatalogThatKnowsTheKey) {
             xml += std::string("<message key='%") + key + "'>" + name + "</message>";
         return xml + "</messageCatalog>";
     };
-    std::vector<std::string> errors;
-    const auto before = settingstore2::getMessageCatalogSource();
-    settingstore2::setMessageCatalogSource(lanefeed_runtime::readCatalogs(
-        {text("storelink1", "ABC"), text("viewpoint", "AB"), text("slicer2", "A")}, errors));
+    const Catalogs catalogs(
+        {text("storelink1", "ABC"), text("viewpoint", "AB"), text("slicer2", "A")});
     EXPECT_EQ(lanefeed_1::getString("%A"), "slicer2");
     EXPECT_EQ(lanefeed_1::getString("%B"), "viewpoint");
     EXPECT_EQ(lanefeed_1::getString("%C"), "storelink1");
     EXPECT_EQ(lanefeed_1::getString("%D"), "%D");
     settingstore2::setMessageCatalogSource(nullptr);
     EXPECT_EQ(lanefeed_1::getString("%A"), "%A");
-    settingstore2::setMessageCatalogSource(before);
 }
 
 std::string profiled;
 lanefeed_1::ProfilingDomain profilerDomain;
 
-// Hooks that write down what they are told; some may be left out.
-lanefeed_1::ProfilingHooks writingHooks() {
+TEST(TraceScope, TellsTheHooksOnlyWhenAllAreThereAndTheDomainIsEnabled) {
+    using lanefeed_1::ProfilingDomain;
+    using lanefeed_1::trace_event_scope;
     lanefeed_1::ProfilingHooks hooks;
     hooks.createDomain = [](const char* name) {
-        profiled += std::string("domain ") + name + "\n";
+        profiled += std::string(name) + ": ";
         return &profilerDomain;
     };
     hooks.createStringHandle = [](const char* name) -> const void* { return name; };
-    hooks.beginTask = [](lanefeed_1::ProfilingDomain*, const void* name) {
-        profiled += std::string("begin ") + static_cast<const char*>(name) + "\n";
+    hooks.beginTask = [](ProfilingDomain*, const void* name) {
+        profiled += static_cast<const char*>(name);
     };
-    hooks.endTask = [](lanefeed_1::ProfilingDomain*) { profiled += "end\n"; };
-    return hooks;
-}
-
-TEST(TraceScope, TellsTheHooksOnlyWhenAllAreThereAndTheDomainIsEnabled) {
-    { const lanefeed_1::trace_event_scope scope("without hooks"); }
-    lanefeed_1::ProfilingHooks hooks = writingHooks();
-    hooks.endTask = nullptr;
+    { const trace_event_scope scope("without hooks"); }
     lanefeed_1::setProfilingHooks(hooks);
-    { const lanefeed_1::trace_event_scope scope("one hook missing"); }
-    EXPECT_EQ(profiled, "");
-
-    lanefeed_1::setProfilingHooks(writingHooks());
-    { const lanefeed_1::trace_event_scope scope("disabled"); }
+    { const trace_event_scope scope("one hook missing"); }
+    hooks.endTask = [](ProfilingDomain*) { profiled += " end "; };
+    lanefeed_1::setProfilingHooks(hooks);
+    { const trace_event_scope scope("disabled"); }
     profilerDomain.enabled = true;
     {
-        const lanefeed_1::trace_event_scope outer("outer");
-        const lanefeed_1::trace_event_scope inner("inner");
+        const trace_event_scope outer("outer ");
+        const trace_event_scope inner("inner");
         // Hooks are those of the beginning.
         lanefeed_1::setProfilingHooks({});
     }
-    EXPECT_EQ(profiled, "domain morlo\nbegin outer\nbegin inner\nend\nend\n");
-    profiled.clear();
-    lanefeed_1::setProfilingHooks(writingHooks());
+    lanefeed_1::setProfilingHooks(hooks);
     {
-        const lanefeed_1::trace_event_scope scope("disabled inside");
+        const trace_event_scope scope("disabled inside");
         profilerDomain.enabled = false;
     }
     lanefeed_1::setProfilingHooks({});
-    EXPECT_EQ(profiled, "begin disabled inside\n");
+    EXPECT_EQ(profiled, "morlo: outer inner end  end disabled inside");
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include "common/pauseranges.h"
 #include "provider_fixture.h"
-#include "support/fake_grid.h"
 
 #include <facekit_1_x/table_building.h>
 
@@ -53,19 +52,13 @@ TEST(PauseRanges, AreReadUpToWhatIsNoRange) {
     EXPECT_EQ(rangesText(table), "");
     EXPECT_EQ(log.count("!colIt.at_end(),"), 1);
     const auto end = addColumn("endTime");
-    const auto addRow = [&](const basekit2::variant_t& last) {
+    for (const basekit2::variant_t& last :
+         {basekit2::variant_t(9), basekit2::variant_t("soon"), basekit2::variant_t(7)}) {
         const auto row = facekit_1_x::createVectorRow(nullptr, table);
         row->setContent(start, dataface_1::ccValue, 5);
         row->setContent(end, dataface_1::ccValue, last);
         table->addRow(row, nullptr);
-    };
-    addRow(9);
-    const auto holes = basekit2::make_object<FakeGrid>(table);
-    holes->nullRow = true;
-    EXPECT_EQ(rangesText(holes), "[5,9]");
-    EXPECT_EQ(log.count("row,"), 1);
-    addRow("soon");
-    addRow(7);
+    }
     EXPECT_EQ(rangesText(table), "[5,9]");
     EXPECT_EQ(log.count("bRet,"), 1);
 }
@@ -86,69 +79,36 @@ TEST_F(TimeFilters, ArePausesOfTheWindowAndFilterSpansOfTheWholeInPaneTicks) {
     m_db->pauses = {{900, 1250},  {1400, 1700}, {1100, 1200},
                     {1701, 1800}, {1350, 1395}, {1300, 1344}};
     m_db->filterSpans = {{1900, 1950}, {1000, 1100}};
-    QueryParam param = request();
-    param.startTime = 250;
-    param.endTime = 700;
-    const auto table = pauses(param);
-    EXPECT_EQ(rangesText(table), "[0,250][350,395][400,700]");
-    std::string columns;
-    for (auto it = table->getColumns(nullptr); !it.at_end(); it.next())
-        columns += it.current()->getQuery()->getId() + " ";
-    EXPECT_EQ(columns, "timelineNameQuery_startTime_tsc timelineNameQuery_endTime_tsc ");
-
-    param.startTime = 0;
-    param.endTime = 100;
+    EXPECT_EQ(rangesText(pauses(request(250, 700))), "[0,250][350,395][400,700]");
     basekit2::sptr_t<ITableTree> filtered;
-    ASSERT_TRUE(m_provider->getFilteredRanges(param, filtered));
+    ASSERT_TRUE(m_provider->getFilteredRanges(request(0, 100), filtered));
     EXPECT_EQ(rangesText(filtered), "[0,100][900,950]");
     // The other order of arguments asks for what filters keep; the key of the last read is its own.
-    param.endTime = 200;
-    ASSERT_TRUE(m_provider->getFilteredRanges(filtered, param));
+    ASSERT_TRUE(m_provider->getFilteredRanges(filtered, request(0, 200)));
     EXPECT_EQ(rangesText(filtered), "");
 
-    const int reads = m_db->pauseReads;
-    param.binCount = 0;
-    EXPECT_FALSE(m_provider->getPauseRangesData(param, filtered));
-    param = request();
-    param.startTime = param.endTime;
-    EXPECT_FALSE(m_provider->getPauseRangesData(param, filtered));
-    EXPECT_EQ(m_db->pauseReads, reads);
+    EXPECT_FALSE(m_provider->getPauseRangesData(request(0, 200, 0), filtered));
+    EXPECT_FALSE(m_provider->getPauseRangesData(request(200, 200), filtered));
     EXPECT_TRUE(m_log.empty());
 }
 
 TEST_F(TimeFilters, AreReadOnceUntilSpanBinsOrPausesChange) {
     m_db->pauses = {{1000, 1100}};
-    QueryParam param = request();
-    const auto first = pauses(param);
+    const auto first = pauses(request());
     // A read of one kind makes its span and bins those of both.
-    param.binCount = 15;
     basekit2::sptr_t<ITableTree> filtered;
-    ASSERT_TRUE(m_provider->getFilteredRanges(param, filtered));
+    ASSERT_TRUE(m_provider->getFilteredRanges(request(0, 1000, 15), filtered));
     EXPECT_NE(first, filtered);
-    EXPECT_EQ(pauses(param), first);
-    EXPECT_EQ(m_db->pauseReads, 1);
-    param.binCount = 20;
-    EXPECT_NE(pauses(param), first);
-    EXPECT_EQ(m_db->pauseReads, 2);
-    param.startTime = 1;
-    EXPECT_EQ(pauses(param), pauses(param));
-    EXPECT_EQ(m_db->pauseReads, 3);
-    param.endTime = 999;
-    EXPECT_EQ(pauses(param), pauses(param));
-    EXPECT_EQ(m_db->pauseReads, 4);
+    const auto readsFor = [&](const QueryParam& param) {
+        EXPECT_EQ(pauses(param), pauses(param));
+        return m_db->pauseReads;
+    };
+    EXPECT_EQ(readsFor(request(0, 1000, 15)), 1);
+    EXPECT_EQ(readsFor(request(0, 1000, 20)), 2);
+    EXPECT_EQ(readsFor(request(1, 1000, 20)), 3);
+    EXPECT_EQ(readsFor(request(1, 999, 20)), 4);
     EXPECT_TRUE(m_provider->updateSBFilterData());
-    pauses(param);
-    EXPECT_EQ(m_db->pauseReads, 5);
-}
-
-TEST_F(TimeFilters, AreKnownByTheRegistry) {
-    m_registry->names = {"global"};
-    EXPECT_TRUE(m_provider->hasFilter(m_provider->getGlobalFilterName()));
-    EXPECT_EQ(m_provider->getSelectionFilterName(), "selection");
-    EXPECT_FALSE(m_provider->hasFilter("selection"));
-    m_input->withdraw<dataface_1::IFilterRegistry>();
-    EXPECT_FALSE(m_provider->hasFilter("global"));
-    EXPECT_TRUE(m_log.empty());
+    EXPECT_EQ(readsFor(request(1, 999, 20)), 5);
 }
 
 }  // namespace

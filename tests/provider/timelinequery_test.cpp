@@ -3,6 +3,8 @@
 
 #include "provider_fixture.h"
 
+#include <facekit_1_x/table_building.h>
+
 #include <cmath>
 
 namespace lanefeed_test {
@@ -38,14 +40,12 @@ TEST_F(TimelineQuery, CarriesSourceGroupingAndFlags) {
     m_source.m_defaultQuery = timeQuery(facts);
     m_source.m_path = "dd_task";
     m_source.m_attr = "name";
-    QueryParam param = request();
-    param.startTime = 100;
+    QueryParam param = request(100);
     param.keepZeroValues = true;
     EXPECT_EQ(ask(param), (TimelineCall{{"source", "0|slice_data|dd_task.name|by_band"},
                                         {"span", "100..1000/10"},
                                         {"fourthFlag", "set"},
                                         {"objectType", "2"},
-                                        {"samplePoint", "0"},
                                         {"filter", "busy"},
                                         {"database", "plain"}}));
     facts.globalGrouping = true;
@@ -54,24 +54,25 @@ TEST_F(TimelineQuery, CarriesSourceGroupingAndFlags) {
     param.samplePoint = 1;
     EXPECT_EQ(ask(param)["source"], "0|slice_data|dd_task.name|global_data_grouper");
     EXPECT_EQ(m_db->calls.back().count("filter"), 0U);
-    EXPECT_EQ(m_db->calls.back()["samplePoint"], "0") << "of an interval";
+    EXPECT_EQ(m_db->calls.back().count("samplePoint"), 0U) << "of an interval";
     param.objectType = ITimelineQuery::otPoint;
     std::string points;
     for (param.samplePoint = 0; param.samplePoint < 4; ++param.samplePoint)
         points += ask(param)["samplePoint"];
-    EXPECT_EQ(points, "0120");
+    EXPECT_EQ(points, "12");
     EXPECT_TRUE(m_log.empty());
 }
 
-TEST_F(TimelineQuery, TakesTheKindFromTheDataButTheFlagFirst) {
+TEST_F(TimelineQuery, TakesKindAndObjectTypeFromTheDataButTheFlagFirst) {
     std::string kinds;
     for (const auto type :
          {DicerDataSource::dsNone, DicerDataSource::dsInfo, DicerDataSource::dsData,
           DicerDataSource::dsTime, DicerDataSource::dsCount, DicerDataSource::dsInstanceCount}) {
         m_source.m_dataType = type;
-        kinds += ask(request())["source"].front();
+        TimelineCall call = ask(request());
+        kinds += call["source"].substr(0, 1) + call["objectType"] + " ";
     }
-    EXPECT_EQ(kinds, "030012");
+    EXPECT_EQ(kinds, "02 32 02 02 11 21 ");
     QueryParam param = request();
     param.countOverTime = true;
     EXPECT_EQ(ask(param)["source"].front(), '4');
@@ -103,33 +104,12 @@ TEST_F(TimelineQuery, ExpandsByEachAttributeInItsOrder) {
     EXPECT_TRUE(m_db->calls.empty());
 }
 
-TEST_F(TimelineQuery, AllowsToCollapseDataUnlessItsQueryForbids) {
-    const auto allows = [&](const Query& source) {
-        m_source.m_defaultQuery = source;
-        basekit2::sptr_t<ITimelineQuery> query;
-        bool isTimeData = false;
-        bool allowCollapse = false;
-        EXPECT_TRUE(
-            m_provider->createOverTimeQuery(request(), {}, query, isTimeData, allowCollapse));
-        EXPECT_TRUE(isTimeData);
-        return allowCollapse;
-    };
-    EXPECT_TRUE(allows(timeQuery()));
-    EXPECT_FALSE(allows(timeQuery(with("allowCollapse", false))));
-    EXPECT_FALSE(allows(infoQuery({}))) << "no data query";
-}
-
 TEST_F(TimelineQuery, FindsTheObjectTypeFromTheMostSpecificText) {
     QueryParam param = request();
     const auto type = [&] {
         ITimelineQuery::ObjectType found{};
         return m_provider->getObjectType(param, found) ? found : 0;
     };
-    EXPECT_EQ(type(), 2) << "of times";
-    m_source.m_dataType = DicerDataSource::dsInfo;
-    EXPECT_EQ(type(), 2);
-    m_source.m_dataType = DicerDataSource::dsCount;
-    EXPECT_EQ(type(), 1);
     // Of the query, of the vector that it is in, of what is derived from it, of the request.
     const char* const key = "timelineObjectType";
     m_source.m_defaultQuery = timeQuery(with(key, "Interval"));
@@ -148,7 +128,7 @@ TEST_F(TimelineQuery, FindsTheObjectTypeFromTheMostSpecificText) {
     param.objectType = 0;
     m_source.m_vectorQuery.reset();
     m_source.m_defaultQuery = timeQuery(with(key, 7));
-    EXPECT_EQ(type(), 1) << "a count";
+    EXPECT_EQ(type(), 2);
     EXPECT_TRUE(m_log.contains("can_get<const char*>()"));
     m_source.m_defaultQuery.reset();
     expectFailure("param.dds->m_defaultQuery", [&] { return type() != 0; });
@@ -157,21 +137,75 @@ TEST_F(TimelineQuery, FindsTheObjectTypeFromTheMostSpecificText) {
 TEST_F(TimelineQuery, AnswersSparseSeriesThatBecomeDenseOnes) {
     storelink1::OverTimeData src;
     src.key = {4, 5};
-    src.series.resize(2);
-    src.series[0] = {{1, 2.0}, {-1, 9.0}, {10, 9.0}};
+    src.series = {{{1, 2.0}, {-1, 9.0}, {10, 9.0}}, {}};
     OverTimeData dst;
     m_provider->copyOvertimeData(request(), &m_source, 0.5, src, dst,
                                  {{"ignored", {"a", "b"}, {1, 2}}, {"x", {"c"}, {3}}});
     EXPECT_EQ(dst.dbIndexes, src.key);
-    EXPECT_EQ(dst.row, -1);
     EXPECT_TRUE(dst.seriesSet.at(1).values.empty()) << "nothing at all is no row of buckets";
     const auto& series = dst.seriesSet.at(0);
     EXPECT_EQ(series.name, "a:b");
     EXPECT_EQ(series.idParts, (std::vector<int>{1, 2}));
-    EXPECT_EQ(series.ds.m_table, "slice_data");
     ASSERT_EQ(series.values.size(), 10U);
     EXPECT_EQ(series.values[1], 1.0);
     EXPECT_TRUE(std::isnan(series.values[0]) && std::isnan(series.values[9]));
+}
+
+// The provider of a timeline database: one forest out of those of several queries.
+class TimelineProbe : public Probe<lanefeed_1::TimelineDbProviderImpl> {
+public:
+    using TimelineDbProviderImpl::mergeForest;
+};
+
+class TimelineProvider : public ProviderTest {
+protected:
+    TimelineProvider() {
+        m_timeline->setResult(0, m_input, nullptr, "view", 0);
+        m_source.m_dataType = lanefeed_1::DicerDataSource::dsCount;
+        m_db->answers = {answerOf({"first"}, {{{}, {3}}}), answerOf({"second"}, {{{}, {4}}})};
+    }
+    // Columns of the first table for a layer of these queries, -1 for no table.
+    int columns(const QueryList& queries) {
+        m_db->calls.clear();
+        m_source.m_vectorQuery = vectorOf(queries);
+        Forest forest;
+        EXPECT_TRUE(
+            m_timeline->getOverTimeData(request(), lanefeed_1::IDicerProvider::otTime, forest));
+        EXPECT_EQ(forest.size(), 1U);
+        if (forest.at(0).is_null()) return -1;
+        return basekit2::iterator_util::get_item_count(forest[0]->getColumns(nullptr));
+    }
+
+    const basekit2::sptr_t<TimelineProbe> m_timeline = basekit2::make_object<TimelineProbe>();
+};
+
+TEST_F(TimelineProvider, AsksForEachQueryInPlaceOfThoseOfTheSource) {
+    QueryFacts stale;
+    stale.id = stale.name = "stale";
+    stale.attributes["timelineObjectType"] = "interval";
+    m_source.m_defaultQuery = timeQuery(stale);
+    m_source.m_derivedQuery = basekit2::make_object<FakeDerivedQuery>(stale);
+    const Query one = timeQuery();
+    EXPECT_EQ(columns({one}), 2);
+    EXPECT_EQ(m_db->calls.size(), 1U);
+    EXPECT_EQ(columns({one, basekit2::make_object<FakeDerivedQuery>(stale)}), 3);
+    ASSERT_EQ(m_db->calls.size(), 2U);
+    EXPECT_EQ(m_db->calls[0]["objectType"], "1");
+    EXPECT_EQ(m_db->calls[1]["objectType"], "2");
+    EXPECT_TRUE(m_log.empty());
+    m_input->withdraw<dataface_1::IFilterRegistry>();
+    EXPECT_EQ(columns({one, one}), -1);
+    EXPECT_TRUE(m_log.contains("filterRegistry"));
+}
+
+TEST_F(TimelineProvider, KeepsWhatOnlyOneOfTwoForestsHas) {
+    const auto tree = facekit_1_x::createTableTree();
+    const auto other = facekit_1_x::createTableTree();
+    Forest target{nullptr, tree, nullptr};
+    m_timeline->mergeForest(target, {other, nullptr, nullptr, other});
+    EXPECT_EQ(target, (Forest{other, tree, nullptr, other}));
+    m_timeline->mergeForest(target, {nullptr});
+    EXPECT_EQ(target, (Forest{other, tree, nullptr, other}));
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 // Tooltips of a layer, what is highlighted and hatched, and the values that filters are made of.
 
-#include "messages/message_catalogs.h"
 #include "provider_fixture.h"
-
-#include <settingstore2/message_catalogs.h>
 
 namespace lanefeed_test {
 namespace {
@@ -50,43 +47,27 @@ TEST_F(Tooltips, HoldWhatWasPreparedInTheOrderOfTheAttributes) {
     EXPECT_EQ(tooltip(9), "\n2.5 / =2.5;") << "null is no line";
     EXPECT_EQ(tooltip(-1), "\n / ");
     EXPECT_EQ(tooltip(10), "\n / ");
-    EXPECT_EQ(m_provider->getTooltips(&m_ds, 8).current()->getValue().get_type(),
-              basekit2::vtString);
     // Values are localised, the names before them are not.
-    Strings errors;
-    const auto before = settingstore2::getMessageCatalogSource();
-    settingstore2::setMessageCatalogSource(lanefeed_runtime::readCatalogs(
-        {"<messageCatalog name='viewpoint'><message key='%Name'>Name</message>"
-         "<message key='zero'>none</message></messageCatalog>"},
-        errors));
-    EXPECT_EQ(tooltip(0), "\n%Name: none / %Name=none;");
-    settingstore2::setMessageCatalogSource(before);
+    {
+        const Catalogs catalogs(
+            {"<messageCatalog name='viewpoint'><message key='%Name'>Name"
+             "</message><message key='zero'>none</message></messageCatalog>"});
+        EXPECT_EQ(tooltip(0), "\n%Name: none / %Name=none;");
+    }
     m_provider->clearCachedTooltipData();
     EXPECT_EQ(tooltip(7), "\n / ");
     EXPECT_TRUE(m_log.empty());
 }
 
-TEST_F(Tooltips, ReadTheirCacheSwitchForEachAttribute) {
+TEST_F(Tooltips, ReadTheirCacheSwitchAndShareRetrieversByTheirText) {
     const EnvironmentGuard off("LANEFEED_TOOLTIPS_CACHE_OFF", "1");
     m_provider->cacheTooltipData(&m_ds);
     EXPECT_EQ(m_db->retrievers.front(), "dd_task.name");
-    m_provider->clearCachedTooltipData();
-    const EnvironmentGuard empty("LANEFEED_TOOLTIPS_CACHE_OFF", "");
-    m_provider->cacheTooltipData(&m_ds);
-    EXPECT_EQ(m_db->retrievers.back(), "dd_gone.name cached");
-    // One text, one retriever, whatever it was made for first.
+    m_db->retrievers.clear();
     DicerDataSource other;
     other.addExtra({}, "", "", "", "", "dd_task.name");
-    m_db->retrievers.clear();
     EXPECT_EQ(m_provider->getHighlightValue(&other, 7).get<std::string>(), "main");
     EXPECT_TRUE(m_db->retrievers.empty());
-    // An attribute without a table is prepared under a key that nobody asks for.
-    DicerDataSource bare;
-    bare.addExtra({}, "", "", "name", "", "");
-    m_db->attributeValues["name"] = m_db->attributeValues[".name"] = {{7, "main"}};
-    m_provider->cacheTooltipData(&bare);
-    EXPECT_EQ(m_db->retrievers.back(), ".name cached");
-    EXPECT_EQ(m_provider->getTooltip(&bare, 7), "\n");
 }
 
 TEST_F(Tooltips, HighlightByTheFirstAttributeWithoutItsColumn) {

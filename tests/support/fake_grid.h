@@ -1,10 +1,15 @@
 #pragma once
 
-#include <dataface_1/filters.h>
+#include "support/fake_filters.h"
+#include "support/fake_queries.h"
+
 #include <dataface_1/table_tree.h>
+#include <facekit_1_x/table_building.h>
 #include <slicekit_1_0/grid_viewpoint_parser.h>
+#include <storelink1/utils.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace lanefeed_test {
@@ -18,34 +23,76 @@ struct GridRow {
 };
 
 // A table of the columns "name" and "busy"; all rows stand for one query.
-basekit2::sptr_t<dataface_1::ITableTree> gridTable(
-    const std::vector<GridRow>& rows, const basekit2::sptr_t<dataface_1::IQuery>& rowQuery);
+inline basekit2::sptr_t<dataface_1::ITableTree> gridTable(const std::vector<GridRow>& rows,
+                                                          const Query& rowQuery) {
+    const auto tree = facekit_1_x::createTableTree();
+    const auto name =
+        facekit_1_x::createColumn(facekit_1_x::columnTimeBin, namedQuery("name"), tree);
+    const auto busy =
+        facekit_1_x::createColumn(facekit_1_x::columnSeries, namedQuery("busy"), tree);
+    tree->addColumn(name, nullptr, 0);
+    tree->addColumn(busy, nullptr, 0);
+    const auto addRows = [&](const auto& self, const std::vector<GridRow>& of,
+                             const basekit2::sptr_t<dataface_1::ITableRow>& parent) -> void {
+        for (const GridRow& row : of) {
+            const auto made = facekit_1_x::createSparseRow(rowQuery, tree);
+            made->setContent(nullptr, dataface_1::ccId, row.id);
+            made->setContent(name, dataface_1::ccValue, row.name);
+            made->setContent(name, dataface_1::ccId, row.id);
+            if (!row.busy.is_null()) made->setContent(busy, dataface_1::ccValue, row.busy);
+            tree->addRow(made, parent);
+            self(self, row.children, made);
+        }
+    };
+    addRows(addRows, rows, nullptr);
+    return tree;
+}
 
 // A table, possibly one that can make filters of its rows: the text of such a filter is "rows" and
 // the ids of the rows. The filter is null while `refuses`.
 class FakeGrid : public dataface_1::ITableTree, public dataface_1::IFilterTableTree {
 public:
+    using Row = basekit2::sptr_t<dataface_1::ITableRow>;
+    using Column = basekit2::sptr_t<dataface_1::IColumnInfo>;
+
     explicit FakeGrid(basekit2::sptr_t<dataface_1::ITableTree> table) : m_table(std::move(table)) {}
 
-    basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::ITableRow>> getRows(
-        relay2::IProgress* progress) override;
-    basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::IColumnInfo>> getColumns(
-        relay2::IProgress* progress) override;
+    basekit2::generic_iterator_t<Row> getRows(relay2::IProgress* progress) override {
+        if (nullRow) return basekit2::make_iterator(std::vector<Row>(1));
+        return m_table->getRows(progress);
+    }
+    basekit2::generic_iterator_t<Column> getColumns(relay2::IProgress* progress) override {
+        if (nullColumn) return basekit2::make_iterator(std::vector<Column>(1));
+        return m_table->getColumns(progress);
+    }
     void setMessenger(relay2::IMessenger* /*messenger*/) override {}
-    basekit2::error_code_t createFilter(
-        const basekit2::generic_iterator_t<basekit2::sptr_t<dataface_1::ITableRow>>& rows,
-        basekit2::sptr_t<dataface_1::IQueryFilter>& out) override;
+    basekit2::error_code_t createFilter(const basekit2::generic_iterator_t<Row>& rows,
+                                        basekit2::sptr_t<dataface_1::IQueryFilter>& out) override {
+        if (refuses) return basekit2::error_code_t::noResult;
+        std::string text = "rows";
+        for (; !rows.at_end(); rows.next()) {
+            basekit2::variant_t id;
+            rows.current()->getContent(nullptr, dataface_1::ccId, id);
+            text += " " + storelink1::utils::variantToString(id);
+        }
+        out = basekit2::make_object<FakeQueryFilter>(text);
+        return basekit2::error_code_t::success;
+    }
 
     // One object with two faces.
     unsigned int get_type() const override { return ITableTree::get_type(); }
-    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override;
+    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override {
+        if (type != basekit2::type_id_t<IFilterTableTree>::id())
+            return ITableTree::adapt_to_pointer(type);
+        return makesFilters ? IFilterTableTree::adapt_to_pointer(type) : basekit2::notype_ptr_t();
+    }
     void add_ref() override = 0;
     void release() override = 0;
 
     bool makesFilters = true;
     bool refuses = false;
-    bool nullRow = false;     // a null row follows the others
-    bool nullColumn = false;  // the same for columns
+    bool nullRow = false;     // its one row is null
+    bool nullColumn = false;  // so is its one column
 
 private:
     basekit2::sptr_t<dataface_1::ITableTree> m_table;
@@ -56,7 +103,6 @@ private:
 class FakeGridParser : public slicekit_1_0::IGridViewpointParser {
 public:
     using Grouping = basekit2::sptr_t<dataface_1::IVectorQuery>;
-    using RowQuery = basekit2::sptr_t<dataface_1::IQuery>;
 
     // log: not owned.
     FakeGridParser(std::string name, std::vector<std::string>* log)
@@ -66,13 +112,22 @@ public:
         return basekit2::make_iterator(groupings);
     }
     Grouping getDefaultVectorQuery() override { return groupings.empty() ? nullptr : groupings[0]; }
-    basekit2::error_code_t getGrouping(int number, Grouping& out) override;
+    basekit2::error_code_t getGrouping(int number, Grouping& out) override {
+        if (number < static_cast<int>(groupings.size()))
+            out = groupings[static_cast<std::size_t>(number)];
+        return basekit2::error_code_t::success;
+    }
     basekit2::error_code_t createQuery(const Grouping& grouping,
-                                       basekit2::sptr_t<slicekit_1_0::IGridQuery>& out) override;
+                                       basekit2::sptr_t<slicekit_1_0::IGridQuery>& out) override {
+        m_log->push_back(m_name + " create");
+        lastGrouping = grouping;
+        if (makesQueries) out = basekit2::make_object<GridQuery>(m_name, table, m_log);
+        return basekit2::error_code_t::success;
+    }
     int getQueryFlags() override { return 5; }
     void setColumnBy(const Grouping& /*columns*/) override {}
-    RowQuery getRowByForLevel(const RowQuery& /*query*/, int /*level*/) override { return {}; }
-    RowQuery getRowByQuery(const RowQuery& /*query*/, int /*level*/) override { return {}; }
+    Query getRowByForLevel(const Query& /*query*/, int /*level*/) override { return {}; }
+    Query getRowByQuery(const Query& /*query*/, int /*level*/) override { return {}; }
 
     std::vector<Grouping> groupings;
     Grouping lastGrouping;                           // of the last query
@@ -80,6 +135,31 @@ public:
     bool makesQueries = true;
 
 private:
+    class GridQuery : public slicekit_1_0::IGridQuery {
+    public:
+        GridQuery(std::string name,
+                  basekit2::sptr_t<dataface_1::ITableTree> table,
+                  std::vector<std::string>* log)
+            : m_name(std::move(name)), m_table(std::move(table)), m_log(log) {}
+        void clearFilters() override { m_log->push_back(m_name + " clear"); }
+        void addFilter(const std::string& name) override {
+            m_log->push_back(m_name + " filter " + name);
+        }
+        basekit2::error_code_t execute(basekit2::sptr_t<dataface_1::ITableTree>& out,
+                                       relay2::IProgress* progress,
+                                       int flags) override {
+            m_log->push_back(m_name + " execute " + std::to_string(flags) +
+                             (progress != nullptr ? "" : " without progress"));
+            out = m_table;
+            return basekit2::error_code_t::success;
+        }
+
+    private:
+        std::string m_name;
+        basekit2::sptr_t<dataface_1::ITableTree> m_table;
+        std::vector<std::string>* m_log;
+    };
+
     std::string m_name;
     std::vector<std::string>* m_log;
 };

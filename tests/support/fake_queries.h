@@ -38,7 +38,17 @@ struct QueryFacts {
 
 // Facts of a path such as "dd_band::dd_thread.dd_process.name"; the attribute is a last part that
 // is no table "dd_*".
-QueryFacts factsAt(const std::string& path);
+inline QueryFacts factsAt(const std::string& path) {
+    QueryFacts facts;
+    const std::size_t colons = path.find("::");
+    facts.table = path.substr(0, colons);
+    facts.path = path.substr(colons + 2);
+    const std::size_t last = facts.path.rfind('.') + 1;
+    if (facts.path.compare(last, 3, "dd_") == 0) return facts;
+    facts.attr = facts.path.substr(last);
+    facts.path.resize(last > 0 ? last - 1 : 0);
+    return facts;
+}
 
 // The operations of every query, out of its facts.
 template <class Kind>
@@ -104,7 +114,21 @@ public:
     basekit2::generic_iterator_t<Query> getQueries(int /*kind*/) const override {
         return basekit2::make_iterator(facts.members);
     }
-    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override;
+    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override {
+        if (facts.formula.empty() || type != basekit2::type_id_t<slicekit_1_0::IRpnFormula>::id())
+            return FakeQuery::adapt_to_pointer(type);
+        return basekit2::notype_ptr_t(basekit2::make_object<Formula>(facts.formula).get());
+    }
+
+private:
+    class Formula : public slicekit_1_0::IRpnFormula {
+    public:
+        explicit Formula(std::vector<slicekit_1_0::rpn_step_t> steps) : m_steps(std::move(steps)) {}
+        std::vector<slicekit_1_0::rpn_step_t> getSteps() const override { return m_steps; }
+
+    private:
+        const std::vector<slicekit_1_0::rpn_step_t> m_steps;
+    };
 };
 
 // A vector of queries with display attributes of its own.
@@ -131,20 +155,51 @@ inline Query infoQuery(QueryFacts facts) {
     return makeQuery<FakeInfoQuery>(std::move(facts));
 }
 // An info query that has its name for an id.
-Query namedQuery(const std::string& name);
-basekit2::sptr_t<dataface_1::IVectorQuery> vectorOf(
-    QueryList members, const std::map<std::string, basekit2::variant_t>& attributes = {});
+inline Query namedQuery(const std::string& name) {
+    QueryFacts facts;
+    facts.id = facts.name = name;
+    return infoQuery(facts);
+}
+inline basekit2::sptr_t<dataface_1::IVectorQuery> vectorOf(
+    QueryList members, const std::map<std::string, basekit2::variant_t>& attributes = {}) {
+    QueryFacts facts;
+    facts.id = "vector";
+    facts.attributes = attributes;
+    return basekit2::make_object<FakeVectorQuery>(std::move(members), facts);
+}
 
 // Knows vectors by the attribute "query" of an element and queries by their id, makes info queries
 // and instance counts of bags, and remembers what was asked.
 class FakeLibrary : public dataface_1::IQueryLibrary {
 public:
-    basekit2::sptr_t<dataface_1::IVectorQuery> resolveQuery(const basekit2::variant_bag_t& element,
-                                                            relay2::IMessenger* messenger) override;
-    Query findQuery(const std::string& id, relay2::IMessenger* messenger) override;
+    basekit2::sptr_t<dataface_1::IVectorQuery> resolveQuery(
+        const basekit2::variant_bag_t& element, relay2::IMessenger* messenger) override {
+        const std::string name = textOf(element, "query");
+        resolved.push_back(element.get_name() + " " + name);
+        messengers.insert(messenger);
+        return vectors.count(name) != 0 ? vectors[name] : nullptr;
+    }
+    Query findQuery(const std::string& id, relay2::IMessenger* /*messenger*/) override {
+        return known.count(id) != 0 ? known[id] : nullptr;
+    }
     bool createQuery(const basekit2::variant_bag_t& bag,
                      Query& out,
-                     relay2::IMessenger* messenger) override;
+                     relay2::IMessenger* /*messenger*/) override {
+        created.push_back(bag);
+        if (refuses) return false;
+        QueryFacts facts;
+        facts.id = textOf(bag, "id");
+        facts.name = textOf(bag, "displayName");
+        const std::string path = textIn(bag, "dbPath");
+        const std::size_t colons = path.find("::");
+        facts.table = path.substr(0, colons);
+        if (colons != std::string::npos) facts.path = path.substr(colons + 2);
+        facts.attr = textIn(bag, "displayDbPathSuffix");
+        out = bag.get_name() == "instanceCountQuery"
+                  ? makeQuery<FakeDataQuery<dataface_1::IInstanceCountQuery>>(facts)
+                  : infoQuery(facts);
+        return true;
+    }
 
     std::map<std::string, Query> known;
     std::map<std::string, basekit2::sptr_t<dataface_1::IVectorQuery>> vectors;
@@ -152,6 +207,16 @@ public:
     std::set<relay2::IMessenger*> messengers;
     std::vector<basekit2::variant_bag_t> created;
     bool refuses = false;
+
+private:
+    static std::string textOf(const basekit2::variant_bag_t& bag, const char* name) {
+        const auto* value = bag.get<basekit2::variant_t>(name);
+        return value != nullptr ? value->get<std::string>() : std::string();
+    }
+    static std::string textIn(const basekit2::variant_bag_t& bag, const char* name) {
+        const auto* inner = bag.get<basekit2::variant_bag_t>(name);
+        return inner != nullptr ? textOf(*inner, "#text") : std::string();
+    }
 };
 
 }  // namespace lanefeed_test

@@ -27,15 +27,14 @@ struct TimelineAnswer {
 };
 
 // A table of the store by rows of named cells, and one out of text: a line of names of columns,
-// then one per row; whole numbers are numbers, "-" is a cell of null.
+// then one per row; whole numbers are numbers, "-" is a cell of null, as
+// are those that a row lacks.
 using FakeTable = std::vector<std::map<std::string, basekit2::variant_t>>;
 FakeTable tableOf(const std::string& text);
 
 class FakeDatabase : public storelink1::IDatabase, public storelink1::IFilterRegistry {
 public:
     using TimelineDatabase = basekit2::sptr_t<storelink1::ITimelineDatabase>;
-
-    FakeDatabase();
 
     // IDatabase
     basekit2::sptr_t<storelink1::IQuery> createQuery(const std::string& table, int mode) override;
@@ -56,7 +55,10 @@ public:
     }
     bool isTableExist(const std::string& table) override { return tables.count(table) != 0; }
     TimelineDatabase getTimelineDatabase() override { return m_timeline; }
-    TimelineDatabase getFilteredTimelineDatabase() override;
+    TimelineDatabase getFilteredTimelineDatabase() override {
+        ++filteredDatabases;
+        return makeTimelineDatabase();
+    }
     basekit2::generic_iterator_t<storelink1::time_interval_t> getPausedIntervals() override {
         ++pauseReads;
         return basekit2::make_iterator(pauses);
@@ -104,14 +106,15 @@ public:
     std::map<std::string, std::map<int, basekit2::variant_t>> attributeValues;
     std::vector<std::string> retrievers;
     std::set<std::string> brokenTables;  // whose reads fail
-    bool endsCancelledReads = false;     // record queries ask the progress before each record
     int pauseReads = 0;
     int filteredDatabases = 0;
     int cachesCleared = 0;
     std::atomic<int> locks{0};  // that are held
 
 private:
-    TimelineDatabase m_timeline;
+    static TimelineDatabase makeTimelineDatabase();
+
+    TimelineDatabase m_timeline = makeTimelineDatabase();
 };
 
 // The input: any set of interfaces, each of which may be missing.

@@ -114,4 +114,12 @@ std::string tableText(const sptr_t<ITableTree>& tree, const TableTextOptions& op
     return aligned(lines);
 }
 
+std::string cellsText(const sptr_t<ITableTree>& tree, const TableTextOptions& options) {
+    std::string text = tableText(tree, options);
+    text.erase(0, text.find('\n') + 1);
+    for (std::size_t at = 0; (at = text.find("  ", at)) != std::string::npos;)
+        text.erase(at, 1);
+    return text;
+}
+
 }  // namespace lanefeed_test

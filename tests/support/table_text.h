@@ -29,6 +29,10 @@ struct TableTextOptions {
 std::string tableText(const basekit2::sptr_t<dataface_1::ITableTree>& tree,
                       const TableTextOptions& options = {});
 
+// The same without names: cells parted by one blank, nested rows behind one.
+std::string cellsText(const basekit2::sptr_t<dataface_1::ITableTree>& tree,
+                      const TableTextOptions& options = {});
+
 // All columns of a table, parents before their children.
 std::vector<basekit2::sptr_t<dataface_1::IColumnInfo>> allColumns(
     const basekit2::sptr_t<dataface_1::ITableTree>& tree);

@@ -1,6 +1,5 @@
 #include "support/trace_text.h"
 
-#include <array>
 #include <cstdlib>
 #include <map>
 #include <sstream>
@@ -18,26 +17,24 @@ struct Span {
     std::int64_t end = 0;
 };
 
-// Words whose lines are a row and spans on it.
-struct Spans {
-    const char* verb;
+// Words whose lines are a row and spans or points on it, or a row and a time, twice, and a name.
+struct Verb {
     TableId row;
     TableId table;
     TableId names;
 };
 
-constexpr std::array<Spans, 5> kSpans = {
-    {{"thread", TableId::thread, TableId::sliceData, TableId::task},
-     {"track", TableId::track, TableId::asyncData, TableId::task},
-     {"core", TableId::core, TableId::runningData, TableId::thread},
-     {"state", TableId::thread, TableId::stateData, TableId::state},
-     {"interrupt", TableId::core, TableId::interruptData, TableId::task}}};
-
-const Spans* spansOf(const std::string& verb) {
-    for (const Spans& spans : kSpans)
-        if (verb == spans.verb) return &spans;
-    return nullptr;
-}
+const std::map<std::string, Verb> kSpans = {
+    {"thread", {TableId::thread, TableId::sliceData, TableId::task}},
+    {"track", {TableId::track, TableId::asyncData, TableId::task}},
+    {"core", {TableId::core, TableId::runningData, TableId::thread}},
+    {"state", {TableId::thread, TableId::stateData, TableId::state}},
+    {"interrupt", {TableId::core, TableId::interruptData, TableId::task}},
+    {"marker", {TableId::thread, TableId::markerData, TableId::marker}}};
+const std::map<std::string, Verb> kFlows = {
+    {"flow", {TableId::thread, TableId::flowData, TableId::flow}},
+    {"wakeup", {TableId::thread, TableId::wakeupData, TableId::flow}},
+    {"migration", {TableId::core, TableId::migrationData, TableId::thread}}};
 
 class TextReader {
 public:
@@ -48,15 +45,21 @@ public:
         std::istringstream words(line.substr(0, line.find('#')));
         std::string verb;
         if (!(words >> verb)) return;
-        if (const Spans* spans = spansOf(verb)) return readSpans(words, *spans);
-        static const std::map<std::string, void (TextReader::*)(std::istringstream&)> verbs = {
-            {"process", &TextReader::readProcess}, {"counter", &TextReader::readCounter},
-            {"marker", &TextReader::readMarkers},  {"flow", &TextReader::readFlow},
-            {"wakeup", &TextReader::readWakeup},   {"migration", &TextReader::readMigration},
-            {"pause", &TextReader::readPause},     {"alive", &TextReader::readLife}};
-        const auto known = verbs.find(verb);
-        check(known != verbs.end());
-        (this->*known->second)(words);
+        if (kSpans.count(verb) != 0) return readSpans(words, kSpans.at(verb));
+        if (kFlows.count(verb) != 0) return readFlow(words, kFlows.at(verb));
+        const std::string name = word(words);
+        if (verb == "process") {
+            m_process = name;
+            processId();
+        } else if (verb == "counter") {
+            readCounter(words, name);
+        } else if (verb == "pause") {
+            const Span span = spanOf(name);
+            check(m_writer.addPause(span.begin, span.end));
+        } else {
+            check(verb == "alive");
+            readLife(name, spanOf(word(words)));
+        }
     }
 
 private:
@@ -78,11 +81,13 @@ private:
         return time;
     }
 
+    // A time alone is a point.
     Span spanOf(const std::string& text) const {
         const std::size_t dots = text.find("..");
-        check(dots != std::string::npos);
+        const std::int64_t begin = timeOf(text.substr(0, dots));
+        if (dots == std::string::npos) return {begin, begin};
         const std::string end = text.substr(dots + 2);
-        return {timeOf(text.substr(0, dots)), end.empty() ? kToEnd : timeOf(end)};
+        return {begin, end.empty() ? kToEnd : timeOf(end)};
     }
 
     // What stands behind a mark, both taken off the text; empty without the mark.
@@ -130,13 +135,21 @@ private:
         return m_writer.attribute(type, m_process + "/" + name, cells);
     }
 
+    // Of a thread of the process at hand, or of "process/thread".
     int bandOf(TableId type, const std::string& name) {
+        const std::size_t slash = type == TableId::thread ? name.find('/') : std::string::npos;
+        if (slash != std::string::npos) {
+            const std::string process = std::exchange(m_process, name.substr(0, slash));
+            const int band = bandOf(type, name.substr(slash + 1));
+            m_process = process;
+            return band;
+        }
         const auto alive = m_alive.find({m_process, name});
         if (type == TableId::thread && alive != m_alive.end()) return alive->second;
         return m_writer.band(type, rowId(type, name));
     }
 
-    void readSpans(std::istringstream& words, const Spans& spans) {
+    void readSpans(std::istringstream& words, const Verb& spans) {
         const int band = bandOf(spans.row, word(words));
         std::string text;
         while (words >> text) {
@@ -152,19 +165,7 @@ private:
         }
     }
 
-    void readProcess(std::istringstream& words) {
-        m_process = word(words);
-        processId();
-    }
-    void readFlow(std::istringstream& words) { readTransition(words, TableId::flowData); }
-    void readWakeup(std::istringstream& words) { readTransition(words, TableId::wakeupData); }
-    void readPause(std::istringstream& words) {
-        const Span span = spanOf(word(words));
-        check(m_writer.addPause(span.begin, span.end));
-    }
-
-    void readCounter(std::istringstream& words) {
-        const std::string name = word(words);
+    void readCounter(std::istringstream& words, const std::string& name) {
         InstanceRow row;
         row.band = bandOf(TableId::counter, name);
         row.attr = rowId(TableId::counter, name);
@@ -183,57 +184,20 @@ private:
         if (isOpen) check(m_writer.add(TableId::counterData, row));
     }
 
-    void readMarkers(std::istringstream& words) {
-        const int band = bandOf(TableId::thread, word(words));
-        std::string text;
-        while (words >> text) {
-            InstanceRow row;
-            row.begin = timeOf(text);
-            row.end = row.begin;
-            row.band = band;
-            readName(word(words), TableId::marker, row);
-            check(m_writer.add(TableId::markerData, row));
-        }
-    }
-
-    // A thread of the process at hand, or "process/thread".
-    int bandOfFlow(const std::string& name) {
-        const std::size_t slash = name.find('/');
-        if (slash == std::string::npos) return bandOf(TableId::thread, name);
-        const std::string process = std::exchange(m_process, name.substr(0, slash));
-        const int band = bandOf(TableId::thread, name.substr(slash + 1));
-        m_process = process;
-        return band;
-    }
-
-    void readTransition(std::istringstream& words, TableId table) {
+    void readFlow(std::istringstream& words, const Verb& flow) {
         InstanceRow row;
-        row.sourceBand = bandOfFlow(word(words));
+        row.sourceBand = bandOf(flow.row, word(words));
         row.sourceBegin = timeOf(word(words));
-        row.band = bandOfFlow(word(words));
-        row.begin = timeOf(word(words));
-        row.end = row.begin;
-        readName(word(words), TableId::flow, row);
-        check(m_writer.add(table, row));
-    }
-
-    void readMigration(std::istringstream& words) {
-        InstanceRow row;
-        row.attr = rowId(TableId::thread, word(words));
-        row.sourceBand = bandOf(TableId::core, word(words));
-        row.sourceBegin = timeOf(word(words));
-        row.band = bandOf(TableId::core, word(words));
-        row.begin = timeOf(word(words));
-        row.end = row.begin;
-        check(m_writer.add(TableId::migrationData, row));
+        row.band = bandOf(flow.row, word(words));
+        row.begin = row.end = timeOf(word(words));
+        readName(word(words), flow.names, row);
+        check(m_writer.add(flow.table, row));
     }
 
     // What follows on the thread goes to this band.
-    void readLife(std::istringstream& words) {
-        const std::string name = word(words);
-        const Span span = spanOf(word(words));
-        const int band =
-            m_writer.addBand(TableId::thread, rowId(TableId::thread, name), span.begin, span.end);
+    void readLife(const std::string& name, const Span& span) {
+        const int thread = rowId(TableId::thread, name);
+        const int band = m_writer.addBand(TableId::thread, thread, span.begin, span.end);
         check(band > 0);
         m_alive[{m_process, name}] = band;
     }

@@ -21,7 +21,7 @@ namespace lanefeed_test {
 //   state main  0..10 Running%0  10..20 Sleeping      states of a thread, "%" the core it runs on
 //   interrupt 0  12..13 timer@irq         on a core
 //   wakeup main 5 worker 9 wake%0         as a flow; "%" the core that it is woken for
-//   migration main 0 5 1 9                a thread, from a core at a time to a core at a time
+//   migration 0 5 1 9 main                from a core at a time to a core at a time, a thread
 //   pause 20..30
 //   alive main 0..50                      life time of a thread; more than one are several bands
 //
