@@ -67,6 +67,8 @@ TEST_F(Intervals, AreATablePerRowOfTheLevelsThatAreAskedFor) {
         EXPECT_TRUE(flat.provider->getIntervalData(flat.request(0, 100, 10), trees, nullptr));
         return trees.at(0);
     }));
+    EXPECT_EQ(starts(flat, flat.request(10, 12, 4)), "--") << "more bins than ticks";
+    EXPECT_EQ(starts(flat, flat.request(20, 22, 3)), "|15 -");
     const TracePane nested("process p\nthread main 0..10 a 5..6 b\nthread other 20..30 a",
                            TracePane::kNested);
     QueryParam param = nested.request(0, 49, 50);
@@ -93,17 +95,6 @@ TEST_F(Intervals, OfNarrowedSourcesAreThoseOfTheirValuesAlone) {
     EXPECT_EQ(m_log.count("!rName.empty()"), 1);
     pane.expandBy("sliceName", {"b", "c"});
     EXPECT_EQ(of({}), "|10 20 ");
-}
-
-TEST_F(Intervals, AreNotShownInMoreBinsThanTicks) {
-    for (const char* rows : {SlicePane::kByThread, ""}) {
-        const TracePane pane("thread main  0..100 a", rows);
-        for (const auto& [start, end, bins] :
-             {std::tuple(0U, 99U, 0U), {10U, 12U, 4U}, {10U, 9U, 1U}, {200U, 300U, 10U}})
-            EXPECT_EQ(starts(pane, pane.request(start, end, bins)), "-");
-        EXPECT_EQ(starts(pane, pane.request(10, 12, 3)), "|0 ");
-    }
-    EXPECT_TRUE(m_log.empty());
 }
 
 TEST_F(Intervals, SayWhatIsMissing) {

@@ -1,6 +1,7 @@
 // Series by row out of what the store answers: which record goes to which row, over how many
-// levels, and what each failure leaves. Then the way of a request to the store and back:
-// resolution, time scale, the filter that a layer waits for.
+// levels, and what each failure leaves; those of attributes of bands. Then the way of a request to
+// the store and back: resolution, time scale, the filter that a layer waits for. At last series out
+// of a master table.
 
 #include "provider_fixture.h"
 #include "reduciblemastertable.h"
@@ -52,9 +53,6 @@ TEST_F(OverTime, OfAnAreaWithoutRowsAreOneRecord) {
     bind();
     m_db->answers = {answerOf({"all"}, {{{}, {3}}})};
     EXPECT_EQ(read(request()), "0:[all 3]");
-    // More than one record is not what such an area should give: they stay unnumbered.
-    m_db->answers = {answerOf({"all"}, {{{}, {3}}, {{}, {4}}})};
-    EXPECT_EQ(read(request()), "-1:[all 3] -1:[all 4]");
     EXPECT_TRUE(m_log.empty());
     QueryParam param = request();
     param.dds = nullptr;
@@ -172,7 +170,6 @@ TEST_F(Attributes, AreLeftOutOrFailWithAReason) {
     EXPECT_EQ(read(), "0:[] 1:[]");
     EXPECT_TRUE(m_log.empty());
     m_source.m_extras.clear();
-    m_db->answers[0].refusesExpansions = false;
     m_db->brokenTables.insert("dd_counter");
     expectFailure("Failed to get band->row mapping. Error: disk on fire, SQL: SELECT");
     m_db->brokenTables.clear();

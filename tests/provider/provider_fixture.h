@@ -30,7 +30,6 @@ public:
     using Provider::addRowByDS;
     using Provider::applyExpansionHelper;
     using Provider::bandToObject;
-    using Provider::copyOvertimeData;
     using Provider::getAttrOverTimeData;
     using Provider::getHatchesForObject;
     using Provider::getObjectType;

@@ -22,9 +22,6 @@ TEST_F(Queries, OfANameAreMadeOncePerIdByTheLibrary) {
     ASSERT_FALSE(start.is_null());
     EXPECT_EQ(start->getId() + " " + start->getName(), "timelineNameQuery_startTime_tsc startTime");
     EXPECT_EQ(m_provider->createNameQuery("startTime", "tsc"), start);
-    const auto known = namedQuery("timelineNameQuery_depth");
-    m_library->known["timelineNameQuery_depth"] = known;
-    EXPECT_EQ(m_provider->createNameQuery("depth", ""), known);
     ASSERT_EQ(m_library->created.size(), 2U);
     EXPECT_EQ(m_library->created[0].get<basekit2::variant_bag_t>("valueType"), nullptr);
     const auto* type = m_library->created[1].get<basekit2::variant_bag_t>("valueType");

@@ -3,8 +3,6 @@
 
 #include "provider_fixture.h"
 
-#include <basekit2/error_code.h>
-
 namespace lanefeed_test {
 namespace {
 
@@ -126,28 +124,6 @@ TEST_F(Selections, OfADiveAreTheValueInTheStoreUnderANameOfTheirOwn) {
     refused(&m_source, "diveQuery,");
     loseRegistry();
     refused(&m_source, "filterRegistry,");
-}
-
-TEST_F(Selections, OfValuesHaveTheSignOfTheFirst) {
-    bind();
-    const auto filterOf = [&](const Strings& values) {
-        return FakeQueryFilter::textOf(
-            m_provider->createRestrictionsFilter("slice_data", "attr", "name", values));
-    };
-    const auto isMade = [&] { return filterOf({"a"}) != "null"; };
-    EXPECT_EQ(filterOf({"a", "!b"}),
-              "mode 1 {1 slice_data::attr.name='a' slice_data::attr.name='b'}");
-    EXPECT_EQ(filterOf({"!a", "b"}),
-              "mode 1 {0 slice_data::attr.name!='a' slice_data::attr.name!='b'}");
-    EXPECT_EQ(filterOf({"!"}), "mode 1 {0 slice_data::attr.name!=''}");
-    EXPECT_TRUE(m_log.empty());
-    EXPECT_EQ(filterOf({}) + filterOf({"a", ""}), "nullnull");
-    EXPECT_EQ(m_log.count("!rName.empty()"), 2);
-    m_library->refuses = true;
-    expectFailure("filterQuery", isMade);
-    m_library->refuses = false;
-    loseRegistry();
-    EXPECT_THROW(isMade(), basekit2::error_code_t);
 }
 
 TEST_F(Selections, OfRowsAreDroppedFirstThenNegatedWhenRowsAreExcluded) {

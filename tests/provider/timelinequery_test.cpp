@@ -1,11 +1,9 @@
-// What the store is asked for a request: source, flags, expansions, type of object; and the copy of
-// its sparse answer.
+// What the store is asked for a request: source, flags, expansions, type of object; then the
+// requests of the provider of a timeline database.
 
 #include "provider_fixture.h"
 
 #include <facekit_1_x/table_building.h>
-
-#include <cmath>
 
 namespace lanefeed_test {
 namespace {
@@ -132,23 +130,6 @@ TEST_F(TimelineQuery, FindsTheObjectTypeFromTheMostSpecificText) {
     EXPECT_TRUE(m_log.contains("can_get<const char*>()"));
     m_source.m_defaultQuery.reset();
     expectFailure("param.dds->m_defaultQuery", [&] { return type() != 0; });
-}
-
-TEST_F(TimelineQuery, AnswersSparseSeriesThatBecomeDenseOnes) {
-    storelink1::OverTimeData src;
-    src.key = {4, 5};
-    src.series = {{{1, 2.0}, {-1, 9.0}, {10, 9.0}}, {}};
-    OverTimeData dst;
-    m_provider->copyOvertimeData(request(), &m_source, 0.5, src, dst,
-                                 {{"ignored", {"a", "b"}, {1, 2}}, {"x", {"c"}, {3}}});
-    EXPECT_EQ(dst.dbIndexes, src.key);
-    EXPECT_TRUE(dst.seriesSet.at(1).values.empty()) << "nothing at all is no row of buckets";
-    const auto& series = dst.seriesSet.at(0);
-    EXPECT_EQ(series.name, "a:b");
-    EXPECT_EQ(series.idParts, (std::vector<int>{1, 2}));
-    ASSERT_EQ(series.values.size(), 10U);
-    EXPECT_EQ(series.values[1], 1.0);
-    EXPECT_TRUE(std::isnan(series.values[0]) && std::isnan(series.values[9]));
 }
 
 // The provider of a timeline database: one forest out of those of several queries.

@@ -56,15 +56,6 @@ TEST_F(Lines, AreTablesOfTicksAndRows) {
     EXPECT_TRUE(m_log.empty());
 }
 
-// Bins are kept in 16 bits: far apart, two cells may meet.
-TEST_F(Lines, OfCellsThatAre196608BinsApartAreFolded) {
-    const Pane pane(
-        "thread a 0..300000 x\nthread b 0..1 x\nflow a 6 b 6 w\nflow a 65542 b 65542 w\n"
-        "flow a 196614 b 196614 w");
-    EXPECT_EQ(pane.into(1, 0, 300000, 300000),
-              "6 6 1 0 1 1\n 196614 196614 1 0 1 0\n65542 65542 1 0 1 0\n");
-}
-
 // What a cell of three by three bins holds, worked out line by line: four of those that fall on it
 // are kept, all are counted.
 TEST_F(Lines, AreThoseOfAPlainCount) {
@@ -184,7 +175,6 @@ protected:
         m_provider->clearCaches();
         ProviderTest::expectFailure(text, [this] { return ask() != -1; });
     }
-    void rowsAt(const std::string& path) { m_rowBySource = rowBy(factsAt(path)).ds; }
 
     lanefeed_1::QueryParam m_param;
 };
@@ -228,22 +218,17 @@ TEST_F(FakeLines, SayWhatIsMissing) {
 }
 
 TEST_F(FakeLines, NeedALevelOfBands) {
-    EXPECT_EQ(ask(), 1);
     // What else rows tell bands apart by is another map.
-    m_db->tables["dd_band"] = tableOf("rowid dd_band::dd_thread dd_band::dd_core\n1 30 30");
-    rowsAt("dd_band::dd_core");
+    EXPECT_EQ(ask(), 1);
+    m_db->tables["dd_band"] = tableOf("rowid dd_band::dd_core\n1 30");
+    m_rowBySource = rowBy(factsAt("dd_band::dd_core")).ds;
     EXPECT_EQ(ask(), 1);
     EXPECT_EQ(m_db->reads.front(), "dd_band rowid dd_band::dd_core");
     // No level is one of bands: the last one counts, and no column tells bands apart.
     for (const char* path : {"dd_band::dd_thread.dd_process", "flow_data::dd_thread"}) {
-        rowsAt(path);
+        m_rowBySource = rowBy(factsAt(path)).ds;
         expectFailure("sl1::InvalidColIdx != attrId");
     }
-    // Below what is an attribute of bands, at a level without rows.
-    QueryFacts facts = factsAt("dd_band::dd_thread.dd_process");
-    facts.next = infoQuery(factsAt("dd_band::dd_thread"));
-    m_rowBySource.m_defaultQuery = infoQuery(facts);
-    expectFailure("level >= 0 && level <= m_rowSummaryTable->getRowMaxLevel()");
     m_rowBySource.m_defaultQuery = nullptr;
     expectFailure("level >= 0 && level <= m_rowSummaryTable->getRowMaxLevel()");
 }

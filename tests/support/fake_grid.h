@@ -121,7 +121,7 @@ public:
                                        basekit2::sptr_t<slicekit_1_0::IGridQuery>& out) override {
         m_log->push_back(m_name + " create");
         lastGrouping = grouping;
-        if (makesQueries) out = basekit2::make_object<GridQuery>(m_name, table, m_log);
+        out = basekit2::make_object<GridQuery>(m_name, table, m_log);
         return basekit2::error_code_t::success;
     }
     int getQueryFlags() override { return 5; }
@@ -132,7 +132,6 @@ public:
     std::vector<Grouping> groupings;
     Grouping lastGrouping;                           // of the last query
     basekit2::sptr_t<dataface_1::ITableTree> table;  // null: execution fails
-    bool makesQueries = true;
 
 private:
     class GridQuery : public slicekit_1_0::IGridQuery {

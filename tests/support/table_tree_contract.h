@@ -75,7 +75,7 @@ private:
 //   - no children is a success
 //   - cells answer the same at each read, and leave `out` alone when they answer nothing; a null
 //     column and a column of another table are no crash
-//   - a row keeps its table alive
+//   - a walk over rows keeps its table alive
 // `make` gives a fresh table at each call; it should have rows and, if the kind can, nested ones.
 //   EXPECT_TRUE(keepsTableContract([] { return createMyTable(...); }));
 inline testing::AssertionResult keepsTableContract(
@@ -91,10 +91,11 @@ inline testing::AssertionResult keepsTableContract(
         check.demand(!column->getTableTree().is_null(), "a column has no table");
     check.checkCells(tree);
     // Only sanitizers see a table that died too early; here the reads after it must agree.
-    const auto rows = allRows(tree);
+    const std::size_t count = allRows(tree).size();
+    const auto walk = tree->getRows(nullptr);
     tree.reset();
-    check.demand(rows.empty() || allRows(rows[0]->getTableTree()).size() == rows.size(),
-                 "a held row lost its table");
+    check.demand(walk.at_end() || allRows(walk.current()->getTableTree()).size() == count,
+                 "a walk lost its table");
     if (check.findings.empty()) return testing::AssertionSuccess();
     return testing::AssertionFailure() << testing::PrintToString(check.findings);
 }
