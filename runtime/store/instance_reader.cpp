@@ -37,7 +37,7 @@ constexpr s64_t kMostReserved = s64_t{1} << 24;
 s32_t idOf(const Statement& rows, int field) {
     const Statement::Number read = rows.number(field);
     const auto id = static_cast<s32_t>(read.integer);
-    return read.type == Statement::Type::integer && id == read.integer ? id : -1;
+    return read.type == Statement::Type::integer && id >= 0 && id == read.integer ? id : -1;
 }
 
 s64_t tickOf(const Statement& rows, int field) {

@@ -29,7 +29,7 @@ struct Cell {
 
 // A row id, or a reference to a row; in a damaged file the column may hold anything else.
 bool isId(const Statement::Number& read) {
-    return read.type == Statement::Type::integer &&
+    return read.type == Statement::Type::integer && read.integer >= 0 &&
            read.integer == static_cast<basekit2::s32_t>(read.integer);
 }
 

@@ -74,6 +74,7 @@ TEST_F(RecordJoinTest, FindsTheSameInMemoryAsByAJoin) {
           "update slice_data set dd_band = null where rowid = 3",
           "update slice_data set dd_band = 99, attr = 5000000000 where rowid = 4",
           "update slice_data set dd_band = -1, attr = 0 where rowid = 5",
+          "update slice_data set dd_category = -7 where rowid = 6",
           "update slice_data set dd_band = 'x', attr = 'y' where rowid = 6",
           // More names than are held in memory, with one of the last in use.
           "with recursive n(i) as (select 100 union all select i + 1 from n where i < 40000)"
@@ -82,6 +83,8 @@ TEST_F(RecordJoinTest, FindsTheSameInMemoryAsByAJoin) {
     const char* const columns =
         "rowid dd_band::dd_thread dd_band::dd_thread.name dd_band::dd_thread.dd_process.name "
         "attr.name dd_category.name start_tsc dd_band::dd_thread";
+    EXPECT_EQ(recordsText(query("dd_category attr")->execute(), 2),
+              "1 1\n- -\n- 3\n- -\n- 0\n- -\n- 39999\n- 2\n");
     const std::string whole = recordsText(query(columns)->execute(), 8);
     EXPECT_EQ(whole,
               "1 1 main viewer a io 1 1\n"
