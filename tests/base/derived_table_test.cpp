@@ -82,6 +82,15 @@ TEST(DerivedTable, HasAColumnPerQueryAndARowWhereThereIsAValue) {
               "6        -        0\n");
     const auto columns = lanefeed_test::allColumns(tree);
     EXPECT_EQ(IVectorQuery::cast(columns.at(1)->getQuery())->getDefaultQuery(), perBusy);
+    // The row that the bins stand for is that of the source.
+    const auto bins = seriesOf(source);
+    dynamic_cast<facekit_1_x::IWriteableColumn&>(*lanefeed_test::allColumns(bins).at(0))
+        .setProperty(dataface_1::ccId, 5);
+    sptr_t<ITableTree> out;
+    helperOf({sum})->derive(out, bins, nullptr, 0);
+    basekit2::variant_t row;
+    EXPECT_TRUE(lanefeed_test::allColumns(out).at(0)->getContent(dataface_1::ccId, row));
+    EXPECT_EQ(row, 5);
     // An input without a column counts as zero.
     EXPECT_EQ(tableText(derive({shareOf("missing", "busy")}, "timeBin busy\n0 4\n")),
               "timeBin  derived\n0        0\n");

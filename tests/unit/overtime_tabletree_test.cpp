@@ -7,6 +7,8 @@
 #include "support/table_tree_contract.h"
 #include "tabletrees.h"
 
+#include <facekit_1_x/table_helpers.h>
+
 #include <gtest/gtest.h>
 
 namespace lanefeed_1 {
@@ -130,6 +132,24 @@ TEST(OvertimeTable, SumsWhatRowsHoldWithoutTheScale) {
     const auto canceled = basekit2::make_object<lanefeed_test::CancelAtPoll>(1);
     EXPECT_TRUE(reduced(tree, tree->getRows(nullptr), canceled.get()).is_null());
     EXPECT_EQ(log.entries().size(), 4U);
+}
+
+TEST(OvertimeTable, WhenMergedReadsItsSumOfNothingWhereItHasNoRow) {
+    const auto merged = [](const std::vector<Table>& tables) {
+        const auto merger = facekit_1_x::createTableTreeMerger();
+        EXPECT_TRUE(merger->init(1, 0).succeeded());
+        for (const Table& table : tables)
+            EXPECT_TRUE(merger->addTree(table, table->getColumns(nullptr)).succeeded());
+        Table out;
+        EXPECT_TRUE(merger->getMergedTree(out).succeeded());
+        return out;
+    };
+    const std::vector<Table> tables = {tableOf({{1}, {1}}), tableOf({{kNoData, 2}, {kNoData, 2}}),
+                                       tableOf({{kNoData, kNoData, 3}, {kNoData, kNoData, 3}})};
+    const std::string text = tableText(merged(tables));
+    EXPECT_EQ(text.find('-'), std::string::npos) << text;
+    // One after the other gives the same as all at once.
+    EXPECT_EQ(tableText(merged({merged({tables[0], tables[1]}), tables[2]})), text);
 }
 
 }  // namespace
