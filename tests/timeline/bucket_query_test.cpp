@@ -279,6 +279,8 @@ TEST(BucketQuery, FiltersAddUpAndAreTakenAsTheyStandWhenTheQueryRuns) {
     EXPECT_EQ(asker.reader->reads, 1) << "time is cut in memory";
     setFilter(*asker.filters, "global", "@21..40");
     EXPECT_EQ(asker.names("by=attr"), "a1 a3") << "series that nothing is left of are gone";
+    setFilter(*asker.filters, "global", "@-31..40");
+    EXPECT_EQ(asker.cells("by=attr only=a3"), "1 a3 0=1") << "its last tick is left";
 }
 
 TEST(BucketQuery, TellsWhatGlobalCutsOutAndKeepsWithinTheResult) {
