@@ -64,6 +64,13 @@ TEST_F(Binding, SortsRowBysIntoChoicesAndJoinsOfTheSameTable) {
     EXPECT_EQ(get_item_count(m_provider->getRowByJoins(0)), 1);
 }
 
+TEST_F(Binding, ShowsOneRowWithoutAPrincipalRowBy) {
+    auto rowSet = rowSetOf({"dd_thread.name"});
+    rowSet.rowBys.front().valid = false;
+    bind(&rowSet);
+    EXPECT_EQ(m_provider->getRowCount(), 1);
+}
+
 TEST_F(Binding, MakesTheProviderThatTheEnvironmentAsksFor) {
     const auto isTimeline = [&] {
         const auto provider = IDicerProvider::create(m_input);

@@ -52,6 +52,7 @@ protected:
 TEST_F(OverTime, OfAnAreaWithoutRowsAreOneRecord) {
     bind();
     m_db->answers = {answerOf({"all"}, {{{}, {3}}})};
+    m_db->answers[0].data[0].series[0][10] = 9;  // of no bucket
     EXPECT_EQ(read(request()), "0:[all 3]");
     EXPECT_TRUE(m_log.empty());
     QueryParam param = request();
