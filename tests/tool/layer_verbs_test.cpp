@@ -149,6 +149,7 @@ TEST_F(LayerVerbs, ASmallTraceComesOutAsItWasWritten) {
     Document before;
     expectAccount(stats("tasks" + all + "--time 0ticks..50ticks", before)[0], 3);
     EXPECT_TRUE(before[0]["rows"][1]["intervals"].Empty());
+    expectAccount(stats("tasks" + all + "--time 19ticks..20ticks", before)[0], 2);
     expectAccount(stats("transitions" + all + "--time 20ticks..100ticks", before)[0], 2);
     expectAccount(stats("transitions" + all + "--time 1ticks..16ticks", before)[0], 2);
 

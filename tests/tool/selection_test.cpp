@@ -81,7 +81,6 @@ TEST_F(Selection, ThatFailsChangesNothingAndSaysWhy) {
         {{select + "--rows 1", 2, "the rows are 0 to 0"},  // the one that is left is row 0
          {select + "--area ruler --rows 0", 2, "the ruler has one row, which stands for"},
          {select + "--attr 1:99", 2, "dd_task has no row with the name or number '99'"},
-         {select + "--attr one", 2, "LAYER:ID"},
          {select + "--area 1 --attr 0:1", 2, "the layer draws numbers"},
          {select + "--exclude --clear", 2, "--exclude goes with"},
          {select + "--rows 0 --time 1ns..9ns --exclude", 2, "select twice"},
