@@ -179,7 +179,7 @@ TEST_F(FilterSqlTest, TakesAsManyLevelsAndValuesAsThereMayBe) {
 
 TEST(FilterTexts, AreComparedAsTheyAre) {
     const std::vector<std::string> names = {"it's", "\"quoted\"", "');drop_table_dd_task;--",
-                                            "%",    "$1",         "\xF0\x9F\x99\x82",
+                                            "_",    "$1",         "\xF0\x9F\x99\x82",
                                             "null", "1e400",      std::string(100000, 'x')};
     std::string trace = "thread main";
     for (std::size_t i = 0; i < names.size(); ++i)
