@@ -169,7 +169,7 @@ TEST_F(FilterSqlTest, TakesAsManyLevelsAndValuesAsThereMayBe) {
         EXPECT_FALSE(lanefeed_test::setFilter(*m_filters, "f", more)) << "one level more";
     std::string words = "any( slice_data::dd_task/name='it's' ";
     for (int i = 0; i < 3000; ++i) {
-        const std::string n = std::to_string(i - 196);  // row 3 starts at 3: the last of a bundle
+        const std::string n = std::to_string(i - 195);  // row 3 starts at 3: the last of a bundle
         words += "slice_data::dd_task/name='n" + n + "' ";
         words += "filter( slice_data::dd_band=1 slice_data::start_tsc=" + n + " ) ";
     }
