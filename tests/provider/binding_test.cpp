@@ -1,7 +1,8 @@
 // A provider before and after it is bound to a result: choices of rows and their joins, and what it
-// tells of the result: kinds of bands, clock, tables, the filtered database.
+// tells of the result: kinds of bands, clock, tables.
 
 #include "provider_fixture.h"
+#include "support/fake_grid.h"
 
 namespace lanefeed_test {
 namespace {
@@ -32,8 +33,6 @@ TEST_F(Binding, KnowsNothingBeforeAResult) {
     EXPECT_TRUE(m_provider->getResult().is_null());
     EXPECT_TRUE(m_log.empty());
     expectFailure("summaryRow", [this] { return m_provider->getRowLevel(0) != -1; });
-    expectFailure("DbiProviderImpl::openDataFile not implemented",
-                  [this] { return m_provider->openDataFile("x.lft"); });
 }
 
 TEST_F(Binding, SortsRowBysIntoChoicesAndJoinsOfTheSameTable) {
@@ -45,6 +44,7 @@ TEST_F(Binding, SortsRowBysIntoChoicesAndJoinsOfTheSameTable) {
     EXPECT_EQ(joins.current().m_path, "x.dd_thread");
     EXPECT_EQ(get_item_count(joins), 1);
     EXPECT_TRUE(m_provider->getRowByJoins(1).at_end());
+    EXPECT_TRUE(m_provider->getRowByUsingQuery(0, nullptr).m_path.empty()) << "without a grid";
     // The table is that of the last choice, the attribute that of the principal one.
     EXPECT_EQ(m_provider->getAttrPath(nullptr), "dd_core.tid");
     EXPECT_TRUE(m_provider->hasRowBy());
@@ -62,6 +62,20 @@ TEST_F(Binding, SortsRowBysIntoChoicesAndJoinsOfTheSameTable) {
     EXPECT_FALSE(m_provider->addRowByDS(&rowSet.rowBys[1].ds));
     EXPECT_TRUE(m_provider->addRowByDS(&rowSet.rowBys[0].ds));
     EXPECT_EQ(get_item_count(m_provider->getRowByJoins(0)), 1);
+}
+
+TEST_F(Binding, GivesTheRowByThatTheGridPicksOfAChoiceAndItsJoins) {
+    auto rowSet = rowSetOf({"dd_thread.tid", "+x.dd_thread.name", "dd_core.number"});
+    // The fake picks what it is given.
+    rowSet.gridQuery = basekit2::make_object<FakeGridParser>("", nullptr);
+    bind(&rowSet);
+    std::string picked;
+    for (const auto& [choice, rowBy] : {std::pair(0, 0), {0, 1}, {1, 2}, {1, 0}, {2, 2}, {-1, 0}}) {
+        const Query& query = rowSet.rowBys.at(rowBy).ds.m_defaultQuery;
+        picked += m_provider->getRowByUsingQuery(choice, query).m_path + "|";
+    }
+    EXPECT_EQ(picked, "dd_thread|x.dd_thread|dd_core||||");
+    EXPECT_EQ(m_log.count("principalRowByIndex < (int)m_rowByOptions.size()"), 2);
 }
 
 TEST_F(Binding, ShowsOneRowWithoutAPrincipalRowBy) {
@@ -103,10 +117,6 @@ TEST_F(Bands, HaveAKindAndATableOnlyWhereThereAreSome) {
 
     const auto hasThreads = [this] { return m_provider->isBandTableExist("dd_thread"); };
     EXPECT_TRUE(hasThreads());
-    EXPECT_TRUE(m_log.empty());
-    expectFailure("sl1::InvalidColIdx != idx",
-                  [&] { return m_provider->isBandTableExist("dd_core"); });
-    m_log.clear();
     m_db->tables["dd_band"].clear();
     EXPECT_FALSE(hasThreads());
     EXPECT_TRUE(m_log.empty());
@@ -143,25 +153,6 @@ TEST_F(Bands, AreNotKnownWithoutADatabase) {
     expectFailure("db, at file: ", [this] { return m_provider->ticksInMs() != 0; });
     m_provider->clearCaches();
     EXPECT_TRUE(m_log.contains("ret && perfDb"));
-}
-
-TEST_F(Bands, AreFilteredInADatabaseMadeWhenTheGlobalFilterChanges) {
-    m_provider->clearCaches();
-    bind();
-    m_provider->filterChanged("selection");
-    EXPECT_EQ(m_db->filteredDatabases, 0);
-    m_provider->filterChanged("global");
-    const auto made = m_provider->m_filteredDb;
-    ASSERT_FALSE(made.is_null());
-    m_provider->clearCaches();
-    EXPECT_EQ(m_db->cachesCleared, 1) << "those of the database alone";
-    // The next request under the filter finds it ready.
-    m_db->filteredTables = {"slice_data"};
-    EXPECT_EQ(m_provider->getTimelineDb("slice_data"), made);
-    EXPECT_EQ(m_db->filteredDatabases, 1);
-    m_provider->filterChanged("global");
-    EXPECT_NE(m_provider->getTimelineDb("slice_data"), made);
-    EXPECT_TRUE(m_log.empty());
 }
 
 }  // namespace

@@ -15,15 +15,8 @@ protected:
     Counts() {
         m_db->tables["dd_task"] = tableOf("dd_task dd_task.name\n1 a\n2 b");
         bindRows({30, 40, 50});
-        m_source.m_defaultQuery = layerQuery();
         m_param = request();
         m_param.rowByDS = &m_rowBySource;
-    }
-    static Query layerQuery(const std::string& attribute = "",
-                            const basekit2::variant_t& value = {}) {
-        QueryFacts facts;
-        facts.attributes[attribute] = value;
-        return timeQuery(facts);
     }
     // Lines of thread, first and last tick of the result, count and task.
     void put(const std::string& slices) {
@@ -56,7 +49,9 @@ TEST_F(Counts, AreReadAsAskedOnceTheirFilterIsThere) {
     put("30 1200 1204 1 1\n99 1000 1999 1 1\n- 1000 1999 1 1");
     m_source.m_resolutionMs = 500;
     m_source.m_timeScaleMs = 3;
-    m_source.m_defaultQuery = layerQuery("timelineRequiredFilter", "doi");
+    QueryFacts waits;
+    waits.attributes["timelineRequiredFilter"] = "doi";
+    m_source.m_defaultQuery = timeQuery(waits);
     m_db->reads.clear();
     EXPECT_EQ(ask(), "failed");
     EXPECT_TRUE(m_db->reads.empty() && m_log.empty());
@@ -93,22 +88,6 @@ TEST_F(Counts, EndWithTheResultAndWithTheLastWholeBin) {
     EXPECT_EQ(ask(), "|-|-");
 }
 
-TEST_F(Counts, MergeWhereTheQueriesSay) {
-    const auto merges = [this](const Query& query, const basekit2::variant_t& ofLayer) {
-        m_source.m_defaultQuery = query;
-        m_source.m_vectorQuery.reset();
-        if (!ofLayer.is_null())
-            m_source.m_vectorQuery = vectorOf({query}, {{"timelineMergeDataMode", ofLayer}});
-        return ask().substr(2, 1);
-    };
-    put("30 1000 1004 1 1\n30 1005 1009 1 1");
-    const Query merging = layerQuery("timelineMergeDataMode", true);
-    EXPECT_EQ(merges(layerQuery(), {}), "1");
-    EXPECT_EQ(merges(merging, {}), "2");
-    EXPECT_EQ(merges(merging, 0), "1");
-    EXPECT_EQ(merges(merging, "no flag"), "2");
-}
-
 TEST_F(Counts, LeaveOutLevelsThatCannotBeRead) {
     put("30 1000 1004 1 1");
     const auto below = [this](const Query& query) {
@@ -141,18 +120,8 @@ TEST_F(Counts, FailWithAReason) {
     expectFailure("timeBinWidth > 0", IDicerProvider::otInstanceCount);
     m_param.endTime = 50;
     EXPECT_EQ(ask(), "0 1\n|-|-") << "bins of the request are wide enough";
-    m_provider->m_rowCount = 0;
-    expectFailure("row < (size_t)m_rowCount");
-    m_param.rowByDS = nullptr;
-    expectFailure("row < activeCounts.size()");
-    m_param.rowByDS = &m_rowBySource;
     m_provider->m_rowSummaryTable.reset();
     expectFailure("m_rowSummaryTable");
-    m_source.m_defaultQuery = nullptr;
-    expectFailure("param.dds->m_defaultQuery");
-    EXPECT_TRUE(m_log.contains("bRet"));
-    m_param.dds = nullptr;
-    expectFailure("dds");
 }
 
 TEST_F(Counts, EndQuietlyWhenCancelled) {

@@ -100,17 +100,5 @@ TEST_F(Derived, LeavesOutInputsThatTheResultDoesNotHold) {
     EXPECT_EQ(m_log.count("ret && !dataSources.empty()"), 1);
 }
 
-TEST_F(Derived, FailuresAreReported) {
-    const auto hasData = [this](const lanefeed_1::QueryParam& param) {
-        Forest forest;
-        return m_provider->getOverTimeData(param, lanefeed_1::IDicerProvider::otDerived, forest);
-    };
-    m_source.m_defaultQuery = m_queries->findQuery("mean", nullptr);
-    expectFailure("err.succeeded()", [&] { return hasData(request()); });
-    m_provider->m_rowSummaryTable.reset();
-    expectFailure("ret, at file", [&] { return ask("mean") != "no data"; });
-    EXPECT_FALSE(hasData({}));
-}
-
 }  // namespace
 }  // namespace lanefeed_test

@@ -6,6 +6,8 @@
 #include "provider_fixture.h"
 #include "reduciblemastertable.h"
 #include "support/fake_grid.h"
+#include "support/filter_words.h"
+#include "support/slice_pane.h"
 #include "support/table_text.h"
 
 namespace lanefeed_test {
@@ -99,18 +101,6 @@ TEST_F(OverTime, EveryApplicableLevelIsReadAndRowsAreFilledFromTheFirst) {
     EXPECT_EQ(m_db->calls.size(), 1U);
 }
 
-TEST_F(OverTime, FailWithoutARowTableOrWithARowBeyondTheArea) {
-    bind();
-    m_rowBySource = rowBy({}).ds;
-    const auto isRead = [this] { return read(rowRequest()) != "failed"; };
-    expectFailure("m_rowSummaryTable", isRead);
-    EXPECT_TRUE(m_db->calls.empty());
-    putNestedRows();
-    m_provider->m_rowCount = 2;
-    m_db->answers = {answerOf({"a"}, {{{8}, {1}}})};
-    expectFailure("summaryId >= 0 && summaryId < m_rowCount", isRead);
-}
-
 // Series of a counter over rows 30 and 40, which are processes of bands: how bands become rows.
 class Attributes : public ProviderTest {
 protected:
@@ -176,12 +166,23 @@ TEST_F(Attributes, AreLeftOutOrFailWithAReason) {
     m_db->brokenTables.clear();
     m_db->tables["dd_counter"] = tableOf("rowid\n1");
     expectFailure("sl1::InvalidColIdx != attrId");
-    m_db->tables["dd_counter"].clear();
-    expectFailure("rs && !rs->atEnd()");
-    m_rowBySource.m_defaultQuery = timeQuery();
-    expectFailure("infoQuery");
-    m_provider->m_rowSummaryTable.reset();
-    expectFailure("m_rowSummaryTable");
+}
+
+// On the real store: a filter that changes is that of the next request.
+TEST(OverTimeFiltered, IsOfTheFilterInForce) {
+    TracePane pane("thread main  0..10 a  50..60 b");
+    pane.slices.set("", "slice_data", "", "");
+    pane.slices.m_dataType = DicerDataSource::dsTime;
+    pane.slices.m_defaultQuery = pane.query("busyTime");
+    for (const auto& [words, cells] :
+         {std::pair("@1..21", "0 100\n"), {"@51..61", "5 100\n"}, {"", "0 100\n5 100\n"}}) {
+        ASSERT_TRUE(setFilter(*pane.filters, "global", words));
+        pane.provider->filterChanged("global");
+        Forest forest;
+        ASSERT_TRUE(
+            pane.provider->getOverTimeData(pane.request(0, 60, 6), IDicerProvider::otTime, forest));
+        EXPECT_EQ(cellsText(forest.at(0)), cells) << words;
+    }
 }
 
 class OverTimeFlow : public ProviderTest {
@@ -395,10 +396,6 @@ TEST_F(MasterTableRoad, LeadsToTheStoreWithAnAlertWithoutATable) {
     m_mgr->err = error_code_t::noResult;
     EXPECT_EQ(read(), "0:[stored -] 1:[stored 7]");
     EXPECT_EQ(m_log.count(kSkipped), 1);
-    m_mgr->err = error_code_t::success;
-    m_mgr->table.reset();
-    EXPECT_EQ(read(), "0:[stored -] 1:[stored 7]");
-    EXPECT_EQ(m_log.count(kSkipped), 2);
     // Nothing found is nothing missed.
     m_log.clear();
     m_db->answers = {};

@@ -1,5 +1,6 @@
 #include "provider_fixture.h"
 
+#include "store/filter_registry.h"
 #include "support/temp_directory.h"
 
 #include <cmath>
@@ -18,6 +19,7 @@ ProviderTest::ProviderTest()
       m_progress(basekit2::make_object<CancelAtPoll>()),
       m_provider(basekit2::make_object<DbiProbe>()) {
     m_db->tables["dd_thread"];
+    m_db->filters = basekit2::make_object<lanefeed_runtime::FilterRegistry>();
     m_input->offer<storelink1::IPerfDatabase>(basekit2::make_object<FakePerfDatabase>(m_db));
     m_input->offer<dataface_1::IQueryLibrary>(m_library);
     m_input->offer<dataface_1::IFilterRegistry>(m_registry);
@@ -117,12 +119,12 @@ void ProviderTest::expectQuietCancels(int polls, const std::function<bool()>& ca
     m_progress->cancelsAt = 0;
 }
 
-Strings ProviderTest::dumpsOf(const std::function<void()>& call, const char* value) {
+Strings ProviderTest::dumpsOf(const std::function<void()>& call) {
     const TempDirectory folder;
     const auto back = std::filesystem::current_path();
     std::filesystem::current_path(folder.path());
     {
-        const EnvironmentGuard asks("LANEFEED_SAVE_DATA", value);
+        const EnvironmentGuard asks("LANEFEED_SAVE_DATA", "1");
         call();
     }
     std::filesystem::current_path(back);

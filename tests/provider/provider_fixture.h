@@ -35,9 +35,7 @@ public:
     using Provider::getObjectType;
     using Provider::getRowDbIndexByUniqueId;
     using Provider::getRowLevel;
-    using Provider::getTimelineDb;
     using Provider::isGroupingByBand;
-    using Provider::m_filteredDb;
     using Provider::m_rowCount;
     using Provider::m_rowSummaryTable;
     using Provider::ticksInMs;
@@ -95,8 +93,8 @@ protected:
     // Asks again with a cancel at each poll of a whole answer, which are as many at least: each
     // ends without an answer and without a message.
     void expectQuietCancels(int polls, const std::function<bool()>& call);
-    // Names of the files that the call dumps while the environment asks for them by that value.
-    static Strings dumpsOf(const std::function<void()>& call, const char* value = "1");
+    // Names of the files that the call dumps while the environment asks for them.
+    static Strings dumpsOf(const std::function<void()>& call);
 
     basekit2::sptr_t<FakeDatabase> m_db;
     basekit2::sptr_t<FakeInput> m_input;

@@ -60,21 +60,9 @@ TEST_F(Rows, AreReadUnderTheRestrictionAndDumpedUnderTheNumberOfTheArea) {
     QueryFacts facts = factsAt("::dd_thread.name");
     facts.values = {"thread 30", "thread 10"};
     m_provider->setRowByRestriction(dataface_1::IInfoQuery::cast(infoQuery(facts)));
-    EXPECT_EQ(dumpsOf([this] { bindRows({10, 20, 30}); }, ""), Strings());
+    EXPECT_EQ(dumpsOf([this] { bindRows({10}); }), Strings{"timeline_row_summary3.xml"});
     const std::string& read = m_db->reads.back();
     EXPECT_NE(read.find("dd_thread.name=thread 30 dd_thread.name=thread 10"), std::string::npos);
-    EXPECT_EQ(dumpsOf([this] { bindRows({10}); }), Strings{"timeline_row_summary3.xml"});
-}
-
-TEST_F(Rows, HaveNamesThatMayBeKeysOfTexts) {
-    const Catalogs catalogs(
-        {"<messageCatalog name='viewpoint'><message key='%Idle'>idle thread"
-         "</message></messageCatalog>"});
-    bindRows({10});
-    m_db->tables["dd_thread"] = tableOf("rowid dd_thread.name\n1 %Idle\n2 %Unknown\n3 100%");
-    ASSERT_TRUE(getSummary());
-    EXPECT_EQ(tableText(m_provider->m_rowSummaryTable, {false, false, {"name"}}),
-              "name\nidle thread\n%Unknown\n100%\n");
 }
 
 TEST_F(Rows, AreReplacedByTheNextSummaryButNotByAFailedOrCancelledOne) {
@@ -261,11 +249,7 @@ TEST_F(GridSummary, TellsWhatItCouldNotGetAndKeepsNoHalfReadData) {
     bindWithRequiredData();
     m_requiredTable->refuses = true;
     expectFailedSummary("err.succeeded() && filter");
-    m_requiredTable->makesFilters = false;
-    expectFailedSummary("status && filterTableTree");
     expectFailedSummary("grouping", 7);
-    m_input->withdraw<dataface_1::IFilterRegistry>();
-    expectFailedSummary("filterRegistry");
 }
 
 }  // namespace

@@ -37,27 +37,6 @@ protected:
     }
 };
 
-TEST_F(Selections, InTimeReplaceTheOneBeforeInAbsoluteTicks) {
-    bind();
-    const auto in = [&](int start, int end) {
-        return callsOf([&] { m_provider->filterInByTimeSelection(start, end); });
-    };
-    const auto out = [&](int start, int end) {
-        return callsOf([&] { m_provider->filterOutByTimeSelection(start, end); });
-    };
-    EXPECT_EQ(in(100, 200), "dropped, time selection +1100..1200");
-    EXPECT_EQ(out(100, 200), "dropped, time selection -1100..1200");
-    EXPECT_TRUE(m_provider->hasFilter("selection"));
-    // Only what is kept is cleared by an empty span.
-    EXPECT_EQ(in(7, 7), "dropped");
-    EXPECT_EQ(out(7, 7), "dropped, time selection -1007..1007");
-    m_registry->refused = {FakeRegistry::timeFilter};
-    EXPECT_EQ(in(1, 2) + out(1, 2), "droppeddropped");
-    loseRegistry();
-    EXPECT_EQ(in(1, 2) + out(1, 2), "");
-    EXPECT_TRUE(m_log.empty());
-}
-
 TEST_F(Selections, InTimeAndRowShareOneName) {
     bindRows({10, 30});
     const std::string inTime = "dropped, time selection +1001..1002";
@@ -107,23 +86,11 @@ TEST_F(Selections, OfADiveAreTheValueInTheStoreUnderANameOfTheirOwn) {
     EXPECT_TRUE(m_registry->hasFilter("selection"));
     EXPECT_TRUE(m_log.empty());
 
-    const auto refused = [&](const DicerDataSource* of, const char* text) {
-        expectFailure(text, [&] { return !m_provider->createDiveFilter(of, 1).is_null(); });
-    };
-    m_registry->refused = {FakeRegistry::queryFilter};
-    refused(&m_source, "qf,");
-    m_registry->refused.clear();
-    refused(nullptr, "dds,");
     // A dive query of the source's own goes first.
     m_source.m_infoQueries = {
         dataface_1::IInfoQuery::cast(infoQuery(factsAt("slice_data::dd_gone.name")))};
     expectFailure("val.get_type() != bk2::vtNull", select);
     EXPECT_FALSE(m_registry->hasFilter(dive));
-    m_source.m_infoQueries.clear();
-    m_source.m_defaultQuery.reset();
-    refused(&m_source, "diveQuery,");
-    loseRegistry();
-    refused(&m_source, "filterRegistry,");
 }
 
 TEST_F(Selections, OfRowsAreDroppedFirstThenNegatedWhenRowsAreExcluded) {
@@ -157,16 +124,6 @@ TEST_F(Selections, OfRowsAreDroppedFirstThenNegatedWhenRowsAreExcluded) {
     refused(1, "qf");
     loseRegistry();
     EXPECT_TRUE(m_provider->filterOnRows({1}, false));
-}
-
-TEST_F(Selections, HaveAreasWithFiltersOfTheirOwn) {
-    std::string base;
-    std::string area;
-    std::string full;
-    bindRows({1});
-    m_provider->getTimelineFilterNames(base, area, full);
-    EXPECT_EQ(base + "," + area + "," + full,
-              "timeline_filter_view,area_3,timeline_filter_view_area_3");
 }
 
 }  // namespace

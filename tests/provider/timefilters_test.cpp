@@ -3,8 +3,6 @@
 #include "common/pauseranges.h"
 #include "provider_fixture.h"
 
-#include <facekit_1_x/table_building.h>
-
 namespace lanefeed_test {
 namespace {
 
@@ -37,30 +35,6 @@ TEST(PauseRanges, MergesWhatTouchesThenDropsWhatIsNarrow) {
     EXPECT_EQ(merged({{0, 9}, {2, 4}, {5, 6}, {100, 101}}, 4), "[0,9]");
     EXPECT_EQ(merged({{0, 2}, {2, 4}, {6, 8}}, 4), "[0,4]") << "wide enough together";
     EXPECT_EQ(merged({}, 4), "");
-}
-
-TEST(PauseRanges, AreReadUpToWhatIsNoRange) {
-    const CapturedLog log;
-    const auto table = facekit_1_x::createTableTree();
-    const auto addColumn = [&](const char* name) {
-        const auto column =
-            facekit_1_x::createColumn(facekit_1_x::columnPlain, namedQuery(name), table);
-        table->addColumn(column, nullptr, 0);
-        return column;
-    };
-    const auto start = addColumn("startTime");
-    EXPECT_EQ(rangesText(table), "");
-    EXPECT_EQ(log.count("!colIt.at_end(),"), 1);
-    const auto end = addColumn("endTime");
-    for (const basekit2::variant_t& last :
-         {basekit2::variant_t(9), basekit2::variant_t("soon"), basekit2::variant_t(7)}) {
-        const auto row = facekit_1_x::createVectorRow(nullptr, table);
-        row->setContent(start, dataface_1::ccValue, 5);
-        row->setContent(end, dataface_1::ccValue, last);
-        table->addRow(row, nullptr);
-    }
-    EXPECT_EQ(rangesText(table), "[5,9]");
-    EXPECT_EQ(log.count("bRet,"), 1);
 }
 
 class TimeFilters : public ProviderTest {

@@ -120,6 +120,20 @@ TEST_F(RecordJoinTest, ReadsTextsOfTheRecordAtHand) {
         EXPECT_STREQ(set->current()->getField(0).get<const char*>(), "{\"n\":4}");
 }
 
+TEST_F(RecordJoinTest, TellsWhyBulkReadsGiveNothing) {
+    open("thread main 0..9 a");
+    for (const auto& [request, outcome] :
+         {std::pair(InstanceRequest{"flow_data", {}, "", false}, InstanceReader::Outcome::noTable),
+          {{"dd_task", {}, "", false}, InstanceReader::Outcome::noTable},
+          {{"slice_data", {}, "gone", false}, InstanceReader::Outcome::unknownPath},
+          {{"slice_data", {"attr", "gone"}, "", false}, InstanceReader::Outcome::unknownPath}}) {
+        InstanceColumns columns;
+        std::string error;
+        EXPECT_EQ(m_store.instances->read(request, columns, nullptr, error), outcome);
+        EXPECT_TRUE(request.ids.empty() || error.find("gone") != std::string::npos) << error;
+    }
+}
+
 TEST_F(RecordJoinTest, TellsOfInstancesThatCannotBe) {
     for (const std::string change : {"end_tsc = 1", "start_tsc = -5", "end_tsc = null",
                                      "start_tsc = 'x'", "start_tsc = 1, end_tsc = 9"}) {

@@ -1,11 +1,10 @@
-// Facts and faces of an open result.
+// What threads and filters share of an open result.
 #include "support/filter_words.h"
 #include "support/store_text.h"
 #include "support/trace_text.h"
 
 #include <gtest/gtest.h>
 
-#include <set>
 #include <thread>
 
 namespace lanefeed_runtime {
@@ -13,42 +12,9 @@ namespace {
 
 class ResultDatabaseTest : public testing::Test {
 protected:
-    lanefeed_test::TextResult m_result{R"(
-        thread main    1000..1100 a
-        counter load   1000=5
-        pause 1020..1030
-        pause 1050..1060
-    )",
-                                       2400000000};
+    lanefeed_test::TextResult m_result{"thread main 1000..1100 a"};
     storelink1::IDatabase& m_database = m_result.database();
 };
-
-TEST_F(ResultDatabaseTest, TellsItsTimeAndIsFoundByItsFaces) {
-    basekit2::u64_t start = 0;
-    basekit2::u64_t end = 0;
-    EXPECT_TRUE(m_database.getTimeRange(start, end, 0) && start == 1 && end == 100);
-    EXPECT_EQ(m_database.getTicksPerSecond(), 2400000000U);
-    std::string pauses;
-    for (auto it = m_database.getPausedIntervals(); !it.at_end(); it.next())
-        pauses +=
-            std::to_string(it.current().start) + ".." + std::to_string(it.current().end) + " ";
-    EXPECT_EQ(pauses, "21..31 51..61 ");
-    EXPECT_EQ(m_result.store().perfDatabase->getDatabase(nullptr).get(), &m_database);
-    EXPECT_FALSE(basekit2::interface_cast<storelink1::IPerfDatabase>(&m_database).is_null());
-}
-
-TEST_F(ResultDatabaseTest, KnowsBandsAndTables) {
-    int kind = -1;
-    // Each kind of band has its own number; instance tables share one, there or not.
-    std::set<int> kinds;
-    for (const char* band : {"dd_band", "dd_thread", "dd_process", "dd_track", "dd_counter"})
-        EXPECT_TRUE(m_database.getBandKind(band, kind) && kinds.insert(kind).second) << band;
-    for (const char* table : {"slice_data", "flow_data"})
-        EXPECT_TRUE(m_database.getBandKind(table, kind) && kind == 1) << table;
-    for (const char* other : {"", "dd_task", "nothing"})
-        EXPECT_FALSE(m_database.getBandKind(other, kind)) << other;
-    EXPECT_TRUE(m_database.isTableExist("slice_data") && !m_database.isTableExist("flow_data"));
-}
 
 TEST_F(ResultDatabaseTest, KeepsOneTimelineDatabasePerStateOfTheGlobalFilter) {
     const auto plain = m_database.getTimelineDatabase();

@@ -87,14 +87,6 @@ TEST_F(ResultWriterTest, AddsAnAttributeOnceByKey) {
     EXPECT_EQ(rowsOf(finish(), "dd_thread", {"rowid", "name"}), "1 late\n");
 }
 
-TEST_F(ResultWriterTest, LabelsRowsByTheirProcess) {
-    const int process = m_writer->attribute(TableId::process, "p", {{"name", "viewer"}});
-    m_writer->attribute(TableId::thread, "1", {{"name", "main"}, {"dd_process", process}});
-    m_writer->attribute(TableId::thread, "2", {{"name", "own"}, {"label", "my label"}});
-    m_writer->attribute(TableId::thread, "3", {{"name", "orphan"}});
-    EXPECT_EQ(rowsOf(finish(), "dd_thread", {"label"}), "viewer / main\nmy label\norphan\n");
-}
-
 TEST_F(ResultWriterTest, GivesBandsTheWholeTraceOrTheirLifeTime) {
     add("thread a 10..50 x");
     EXPECT_EQ(m_writer->band(TableId::thread, 1), 1);

@@ -22,8 +22,8 @@ public:
         std::string function;
     };
 
-    explicit CapturedLog(log4cplus::LogLevel level = log4cplus::ALL_LOG_LEVEL) {
-        m_logger.setLogLevel(level);
+    CapturedLog() {
+        m_logger.setLogLevel(log4cplus::ALL_LOG_LEVEL);
         m_logger.addAppender(m_shared);
     }
     ~CapturedLog() {

@@ -33,14 +33,13 @@ using FakeTimeFilter = FakeFilter<dataface_1::ITimeFilter>;
 class FakeRegistry : public dataface_1::IFilterRegistry {
 public:
     // What may be refused; the last is a query filter that another is part of.
-    enum Step { timeBuilder, timeFilter, queryBuilder, queryFilter, filterOfFilter };
+    enum Step { timeFilter, queryBuilder, queryFilter, filterOfFilter };
 
     basekit2::sptr_t<dataface_1::IQueryFilterBuilder> createQueryFilterBuilder() override {
         if (refused.count(queryBuilder) != 0) return {};
         return basekit2::make_object<QueryBuilder>(refused);
     }
     basekit2::sptr_t<dataface_1::ITimeFilterBuilder> createTimeFilterBuilder() override {
-        if (refused.count(timeBuilder) != 0) return {};
         return basekit2::make_object<TimeBuilder>(refused.count(timeFilter) != 0);
     }
     void removeFilter(const std::string& name) override { drop("remove ", name); }

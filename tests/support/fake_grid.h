@@ -48,8 +48,8 @@ inline basekit2::sptr_t<dataface_1::ITableTree> gridTable(const std::vector<Grid
     return tree;
 }
 
-// A table, possibly one that can make filters of its rows: the text of such a filter is "rows" and
-// the ids of the rows. The filter is null while `refuses`.
+// A table that can make filters of its rows: the text of such a filter is "rows" and the ids of the
+// rows. The filter is null while `refuses`.
 class FakeGrid : public dataface_1::ITableTree, public dataface_1::IFilterTableTree {
 public:
     using Row = basekit2::sptr_t<dataface_1::ITableRow>;
@@ -58,7 +58,6 @@ public:
     explicit FakeGrid(basekit2::sptr_t<dataface_1::ITableTree> table) : m_table(std::move(table)) {}
 
     basekit2::generic_iterator_t<Row> getRows(relay2::IProgress* progress) override {
-        if (nullRow) return basekit2::make_iterator(std::vector<Row>(1));
         return m_table->getRows(progress);
     }
     basekit2::generic_iterator_t<Column> getColumns(relay2::IProgress* progress) override {
@@ -82,17 +81,15 @@ public:
     // One object with two faces.
     unsigned int get_type() const override { return ITableTree::get_type(); }
     basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override {
-        if (type != basekit2::type_id_t<IFilterTableTree>::id())
-            return ITableTree::adapt_to_pointer(type);
-        return makesFilters ? IFilterTableTree::adapt_to_pointer(type) : basekit2::notype_ptr_t();
+        return type == basekit2::type_id_t<IFilterTableTree>::id()
+                   ? IFilterTableTree::adapt_to_pointer(type)
+                   : ITableTree::adapt_to_pointer(type);
     }
     void add_ref() override = 0;
     void release() override = 0;
 
-    bool makesFilters = true;
     bool refuses = false;
-    bool nullRow = false;     // its one row is null
-    bool nullColumn = false;  // so is its one column
+    bool nullColumn = false;  // its one column is null
 
 private:
     basekit2::sptr_t<dataface_1::ITableTree> m_table;
@@ -127,7 +124,7 @@ public:
     int getQueryFlags() override { return 5; }
     void setColumnBy(const Grouping& /*columns*/) override {}
     Query getRowByForLevel(const Query& /*query*/, int /*level*/) override { return {}; }
-    Query getRowByQuery(const Query& /*query*/, int /*level*/) override { return {}; }
+    Query getRowByQuery(const Query& query, int /*level*/) override { return query; }
 
     std::vector<Grouping> groupings;
     Grouping lastGrouping;                           // of the last query

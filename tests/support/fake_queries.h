@@ -168,8 +168,8 @@ inline basekit2::sptr_t<dataface_1::IVectorQuery> vectorOf(
     return basekit2::make_object<FakeVectorQuery>(std::move(members), facts);
 }
 
-// Knows vectors by the attribute "query" of an element and queries by their id, makes info queries
-// and instance counts of bags, and remembers what was asked.
+// Knows vectors by the attribute "query" of an element, makes info queries and instance counts of
+// bags, and remembers what was asked.
 class FakeLibrary : public dataface_1::IQueryLibrary {
 public:
     basekit2::sptr_t<dataface_1::IVectorQuery> resolveQuery(
@@ -179,8 +179,8 @@ public:
         messengers.insert(messenger);
         return vectors.count(name) != 0 ? vectors[name] : nullptr;
     }
-    Query findQuery(const std::string& id, relay2::IMessenger* /*messenger*/) override {
-        return known.count(id) != 0 ? known[id] : nullptr;
+    Query findQuery(const std::string& /*id*/, relay2::IMessenger* /*messenger*/) override {
+        return {};
     }
     bool createQuery(const basekit2::variant_bag_t& bag,
                      Query& out,
@@ -201,7 +201,6 @@ public:
         return true;
     }
 
-    std::map<std::string, Query> known;
     std::map<std::string, basekit2::sptr_t<dataface_1::IVectorQuery>> vectors;
     std::vector<std::string> resolved;  // name of the element and its query
     std::set<relay2::IMessenger*> messengers;

@@ -20,7 +20,6 @@ using basekit2::u16_t;
 using basekit2::u64_t;
 using basekit2::variant_t;
 using storelink1::IConstRecord;
-using storelink1::ITimelineDatabase;
 using Database = sptr_t<FakeDatabase>;
 using Names = generic_iterator_t<std::string>;
 using Recordset = storelink1::IGenericRecordset<IConstRecord>;
@@ -150,10 +149,7 @@ public:
         text += ascending ? "|up " : "|down ";
         return m_database->answers.empty() || !m_database->answers.front().refusesExpansions;
     }
-    void setTimelineDatabase(const sptr_t<ITimelineDatabase>& database) override {
-        const bool isPlain = database == m_database->getTimelineDatabase();
-        m_call["database"] = isPlain ? "plain" : "filtered";
-    }
+    void setTimelineDatabase(const sptr_t<storelink1::ITimelineDatabase>& /*database*/) override {}
     void setFourthFlag(bool flag) override { m_call["fourthFlag"] = flag ? "set" : "unset"; }
     error_code_t getOverTimeData(u64_t start,
                                  u64_t end,
@@ -199,27 +195,6 @@ private:
     std::map<int, variant_t> m_values;
 };
 
-// Told apart from others, nothing more.
-class FakeTimelineDatabase : public ITimelineDatabase {
-    using Kind = storelink1::timeline_grouper_type_t;
-
-    error_code_t getGrouper(sptr_t<storelink1::ITimelineGrouper>& /*out*/,
-                            Kind /*kind*/,
-                            const std::string& /*instanceTable*/,
-                            const Names& /*names*/,
-                            const generic_iterator_t<int>& /*ids*/,
-                            int /*reserved*/,
-                            int /*level*/) override {
-        return error_code_t::noResult;
-    }
-    generic_iterator_t<Names> getGroupings(Kind, const std::string& /*instanceTable*/) override {
-        return {};
-    }
-    error_code_t fill(Kind, const std::string&, const Names&, relay2::IProgress*) override {
-        return error_code_t::success;
-    }
-};
-
 }  // namespace
 
 FakeTable tableOf(const std::string& text) {
@@ -261,10 +236,6 @@ sptr_t<storelink1::IAttributeDataRetriever> FakeDatabase::createAttributeRetriev
         return basekit2::make_object<FakeRetriever>(leaf, values->second);
     if (tables.count(leaf) == 0) return {};
     return basekit2::make_object<FakeRetriever>(leaf, std::map<int, variant_t>());
-}
-
-sptr_t<ITimelineDatabase> FakeDatabase::makeTimelineDatabase() {
-    return basekit2::make_object<FakeTimelineDatabase>();
 }
 
 }  // namespace lanefeed_test

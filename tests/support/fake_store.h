@@ -16,8 +16,8 @@ namespace lanefeed_test {
 // tested on the real one. Every fake writes down what it is asked.
 
 // What a timeline query was asked: "source" (type, table, path, grouping), "rowBy" and "expansion"
-// (each ends with a blank), "objectType", "samplePoint", "filter", "fourthFlag", "database"
-// ("plain" or "filtered"), "span" as "START..END/BINS" in pane ticks.
+// (each ends with a blank), "objectType", "samplePoint", "filter", "fourthFlag", "span" as
+// "START..END/BINS" in pane ticks.
 using TimelineCall = std::map<std::string, std::string>;
 
 struct TimelineAnswer {
@@ -32,11 +32,10 @@ struct TimelineAnswer {
 using FakeTable = std::vector<std::map<std::string, basekit2::variant_t>>;
 FakeTable tableOf(const std::string& text);
 
-class FakeDatabase : public storelink1::IDatabase, public storelink1::IFilterRegistry {
+class FakeDatabase : public storelink1::IDatabase {
 public:
     using TimelineDatabase = basekit2::sptr_t<storelink1::ITimelineDatabase>;
 
-    // IDatabase
     basekit2::sptr_t<storelink1::IQuery> createQuery(const std::string& table, int mode) override;
     basekit2::sptr_t<storelink1::ITimelineQuery> createTimelineQuery() override;
     basekit2::sptr_t<storelink1::IAttributeDataRetriever> createAttributeRetriever(
@@ -46,54 +45,29 @@ public:
         end = lastTick;
         return true;
     }
-    basekit2::u64_t getTicksPerSecond() override { return ticksPerSecond; }
-    basekit2::sptr_t<storelink1::IFilterRegistry> getFilterRegistry() override { return this; }
+    basekit2::u64_t getTicksPerSecond() override { return 1000000; }
+    basekit2::sptr_t<storelink1::IFilterRegistry> getFilterRegistry() override { return filters; }
     bool getBandKind(const std::string& band, int& kind) override {
         if (bandKinds.count(band) == 0) return false;
         kind = bandKinds[band];
         return true;
     }
     bool isTableExist(const std::string& table) override { return tables.count(table) != 0; }
-    TimelineDatabase getTimelineDatabase() override { return m_timeline; }
-    TimelineDatabase getFilteredTimelineDatabase() override {
-        ++filteredDatabases;
-        return makeTimelineDatabase();
-    }
+    TimelineDatabase getTimelineDatabase() override { return {}; }
+    TimelineDatabase getFilteredTimelineDatabase() override { return {}; }
     basekit2::generic_iterator_t<storelink1::time_interval_t> getPausedIntervals() override {
         ++pauseReads;
         return basekit2::make_iterator(pauses);
     }
-    void clearCaches() override { ++cachesCleared; }
+    void clearCaches() override {}
     void lockQueries() override { ++locks; }
     void unlockQueries() override { --locks; }
 
-    // IFilterRegistry
-    bool hasFilter(const std::string& /*name*/) override { return !filteredTables.empty(); }
-    bool isFilterApplicable(const std::string& /*name*/, const std::string& table) override {
-        return filteredTables.count(table) != 0;
-    }
-    basekit2::error_code_t createEvaluator(
-        basekit2::sptr_t<storelink1::IFilterEvaluator>& /*out*/,
-        const std::string& /*name*/,
-        const basekit2::generic_iterator_t<std::string>& /*columns*/,
-        const std::string& /*instanceTable*/) override {
-        return basekit2::error_code_t::noResult;
-    }
-
-    // One object with two faces.
-    unsigned int get_type() const override { return IDatabase::get_type(); }
-    basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override {
-        return IDatabase::adapt_to_pointer(type);
-    }
-    void add_ref() override = 0;
-    void release() override = 0;
-
     basekit2::u64_t firstTick = 1000;
     basekit2::u64_t lastTick = 1999;
-    basekit2::u64_t ticksPerSecond = 1000000;
     std::map<std::string, FakeTable> tables;
     std::map<std::string, int> bandKinds;
-    std::set<std::string> filteredTables;  // by every filter; none: there are no filters
+    basekit2::sptr_t<storelink1::IFilterRegistry> filters;
     std::vector<storelink1::time_interval_t> pauses;
     std::vector<storelink1::time_interval_t> filterSpans;
     std::vector<TimelineCall> calls;  // of timeline queries that were run
@@ -107,21 +81,13 @@ public:
     std::vector<std::string> retrievers;
     std::set<std::string> brokenTables;  // whose reads fail
     int pauseReads = 0;
-    int filteredDatabases = 0;
-    int cachesCleared = 0;
     std::atomic<int> locks{0};  // that are held
-
-private:
-    static TimelineDatabase makeTimelineDatabase();
-
-    TimelineDatabase m_timeline = makeTimelineDatabase();
 };
 
 // The input: any set of interfaces, each of which may be missing.
 class FakeInput : public dataface_1::IInputData {
 public:
     basekit2::notype_ptr_t adapt_to_pointer(unsigned int type) override {
-        ++asked;
         const auto found = offered.find(type);
         return found != offered.end() ? found->second : IInputData::adapt_to_pointer(type);
     }
@@ -136,7 +102,6 @@ public:
     }
 
     std::map<unsigned int, basekit2::notype_ptr_t> offered;
-    int asked = 0;
 };
 
 class FakePerfDatabase : public storelink1::IPerfDatabase {

@@ -70,11 +70,6 @@ public:
         require(!found.is_null(), id);
         return found;
     }
-    basekit2::sptr_t<storelink1::IDatabase> database() const {
-        basekit2::sptr_t<storelink1::IPerfDatabase> databases;
-        require(dataface_1::lookup(m_result, databases), "no database");
-        return databases->getDatabase(m_result);
-    }
     // Splits the slices by the values of an attribute, or by some of them.
     void expandBy(const std::string& queryId, const std::vector<std::string>& values = {}) {
         const auto info = dataface_1::IInfoQuery::cast(query(queryId));
