@@ -1,5 +1,5 @@
 // Reads instance tables in one scan each; what a path joins is looked up in memory by row id.
-// Tested by tests/store/instance_reader_test.cpp.
+// Tested by tests/store/record_join_test.cpp and tests/agreement.
 #include "store/instance_reader.h"
 
 #include "store/attribute_retriever.h"
