@@ -24,6 +24,18 @@ bool beginsLikeJson(std::string_view line) {
            std::string_view("\"{}[],").find(line[at]) != std::string_view::npos;
 }
 
+// The begin of a whole trace in JSON, whose texts may hold lines of any kind.
+bool isJsonTrace(std::string_view head) {
+    if (head.substr(0, 3) == "\xEF\xBB\xBF") head.remove_prefix(3);
+    constexpr std::string_view kBlanks = " \t\r\n";
+    const std::size_t first = head.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) return false;
+    const std::size_t second = head.find_first_not_of(kBlanks, first + 1);
+    if (second == std::string_view::npos) return false;
+    return (head[first] == '{' && head[second] == '"') ||
+           (head[first] == '[' && head[second] == '{');
+}
+
 // Null unless at least half of the lines are events of one format. The last line of the head may
 // be cut, which makes no difference among many.
 const Importer* byLines(std::string_view head) {
@@ -46,7 +58,8 @@ const Importer* byLines(std::string_view head) {
 
 const Importer* importerFor(std::string_view head) {
     if (isForeignFile(head)) return nullptr;
-    if (const Importer* const chosen = byLines(head)) return chosen;
+    const Importer* const chosen = isJsonTrace(head) ? nullptr : byLines(head);
+    if (chosen != nullptr) return chosen;
     for (const auto& importer : importers()) {
         if (importer->accepts(head.substr(0, kBegin))) return importer.get();
     }

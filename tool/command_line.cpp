@@ -43,6 +43,7 @@ CLI::Option* addFormat(CLI::App& verb, Format& format) {
 
 void addQueryFiles(CLI::App& verb, ViewOptions& options) {
     verb.add_option("--queries", options.queries, "Further query definitions; may be repeated")
+        ->allow_extra_args(false)
         ->option_text("FILE");
 }
 
@@ -51,6 +52,7 @@ void addFilters(CLI::App& verb, ViewOptions& options) {
                     "Keep what fits, for this call: thread=main,worker* or name!=idle or "
                     "time=1s..2s; \\ takes the next character as it is, such as a comma; "
                     "repeated: all of them")
+        ->allow_extra_args(false)
         ->option_text("FILTER");
 }
 
@@ -102,6 +104,7 @@ CLI::App* addImport(CLI::App& app, ImportOptions& options) {
         ->option_text("NAME.lft");
     verb->add_option("--pause", options.pauses,
                      "Mark a span A..B from the first tick as paused; may be repeated")
+        ->allow_extra_args(false)
         ->option_text("A..B");
     verb->add_flag("--keep-going", options.keepGoing, "Take what can be unpacked of a damaged .gz");
     verb->add_flag("--no-args", options.noArgs, "Leave the arguments of events out");

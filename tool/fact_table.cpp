@@ -23,6 +23,7 @@ constexpr std::int64_t kYear10000 = 253402300800;  // in seconds since 1970
 std::string plainText(const Value& value, int depth) {
     if (value.IsString()) return {value.GetString(), value.GetStringLength()};
     if (value.IsInt64()) return std::to_string(value.GetInt64());
+    if (value.IsUint64()) return std::to_string(value.GetUint64());
     if (value.IsDouble()) return fmt::format("{}", value.GetDouble());
     if (value.IsBool()) return value.GetBool() ? "yes" : "no";
     if (value.IsNull()) return "none";

@@ -190,6 +190,12 @@ void leaveOutFineLines(std::vector<ChosenLayer>& layers, const LayerWindow& wind
     layers.erase(std::remove_if(layers.begin(), layers.end(), isLines), layers.end());
 }
 
+// What comes in a value for each row and bucket.
+bool hasSeries(const ChosenLayer& layer) {
+    const LayerKind kind = kindOf(*layer.info);
+    return kind == LayerKind::series || kind == LayerKind::counts;
+}
+
 }  // namespace
 
 int runReport(const ViewOptions& options) {
@@ -198,10 +204,10 @@ int runReport(const ViewOptions& options) {
     AreaView area(session, options.area);
     session.noteEmpty();
     const LayerWindow window = askedWindow(session, area, options);
-    requireRoomForSeries(window, area);
     auto layers = chooseLayers(session, area, options,
                                {LayerKind::series, LayerKind::intervals, LayerKind::tasks,
                                 LayerKind::transitions, LayerKind::counts});
+    if (std::any_of(layers.begin(), layers.end(), hasSeries)) requireRoomForSeries(window, area);
     if (options.layer < 0) leaveOutFineLines(layers, window);
     std::vector<LayerStats> stats;
     {

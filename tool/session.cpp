@@ -237,7 +237,7 @@ void Session::requireWholeReads() const {
     const lanefeed_runtime::ReadCounts reads = lanefeed_runtime::readCounts(m_input);
     if (reads.brokenOff == 0) return;
     throw Failure(exitFailure, fmt::format("{}: it could not be read to the end ({}), so nothing "
-                                           "of it is shown; import the trace again",
+                                           "of it is shown; try again, then import the trace again",
                                            m_options.result, reads.brokenWhy));
 }
 

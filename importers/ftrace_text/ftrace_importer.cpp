@@ -1,4 +1,5 @@
-// Traces of the kernel as text, plain or in a page. Tested by tests/importers/text_formats_test.cpp.
+// Traces of the kernel as text, plain or in a page. Tested by
+// tests/importers/text_formats_test.cpp.
 #include "ftrace_text/ftrace_importer.h"
 
 #include "common/byte_source.h"

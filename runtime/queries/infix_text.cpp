@@ -1,5 +1,5 @@
 // The notation that the ends of an axis and the formulas of derived queries share.
-// Tested by tests/queries/formulas_test.cpp and formulas_test.cpp.
+// Tested by tests/queries/formulas_test.cpp.
 #include "infix_text.h"
 
 #include <cctype>

@@ -77,7 +77,7 @@ private:
     std::string attribute(const Condition& condition) const {
         const std::string leaf = leafTable(condition);
         if (leaf.compare(0, 3, "dd_") == 0) return leaf.substr(3);
-        return condition.table + "::" + condition.path;
+        return condition.table + (condition.path.empty() ? "" : "::") + condition.path;
     }
 
     std::string value(const Condition& condition) {

@@ -183,17 +183,29 @@ private:
             return false;
         }
         for (std::size_t i = 0; i < targets.size(); ++i) {
-            // No row bears 0: the tables of this target keep nothing, the others are left alone.
-            if (ids[i].empty() && !parts.excludes) ids[i].insert(0);
             QueryFilter::Group group;
             group.kind = parts.excludes ? IQueryFilterBuilder::groupExcluded
                                         : IQueryFilterBuilder::groupIncluded;
+            if (ids[i].empty()) addNoInstance(targets[i], group.kind);
+            if (ids[i].empty()) continue;
             for (const std::string& path : targets[i].paths)
                 for (const s64_t id : ids[i])
                     group.conditions.push_back({targets[i].table, path, "", false, id});
             m_root.groups.push_back(std::move(group));
         }
         return true;
+    }
+
+    // Nothing is called so in the tables of this target: they keep nothing, or all when it is left
+    // out. No row bears 0. It is asked of the instances and not of what they refer to, which may
+    // be the rows that others stand on.
+    void addNoInstance(const FilterTarget& target, int kind) {
+        for (const std::string& table : target.tables) {
+            QueryFilter::Group group;
+            group.kind = kind;
+            group.conditions.push_back({table, "", "", false, s64_t{0}});
+            m_root.groups.push_back(std::move(group));
+        }
     }
 
     // Rows with a text that fits; where none does, without regard to case.
@@ -254,7 +266,8 @@ private:
                             {info->getAttributeName().empty() ? std::string(columns::kName)
                                                               : info->getAttributeName()},
                             info->getInstanceTable(),
-                            {info->getAttributeTable()}};
+                            {info->getAttributeTable()},
+                            {}};
         if (path.kind == ValueKind::id) return addTargets({target}, parts, error);
         QueryFilter::Group group;
         group.kind = parts.excludes ? IQueryFilterBuilder::groupExcluded

@@ -22,16 +22,16 @@ struct Fit {
 
 // The first table that a result has decides.
 constexpr std::array<Fit, 10> kFits = {{{"state_data", "scheduler"},
-                                       {"running_data", "scheduler"},
-                                       {"wakeup_data", "scheduler"},
-                                       {"slice_data", "trace_events"},
-                                       // Points of async operations stand on their tracks.
-                                       {"marker_data", "trace_events", "dd_thread"},
-                                       {"interrupt_data", "scheduler"},
-                                       {"migration_data", "scheduler"},
-                                       {"counter_data", "counters"},
-                                       {"async_data", "asynchronous"},
-                                       {"marker_data", "asynchronous", "dd_track"}}};
+                                        {"running_data", "scheduler"},
+                                        {"wakeup_data", "scheduler"},
+                                        {"slice_data", "trace_events"},
+                                        // Points of async operations stand on their tracks.
+                                        {"marker_data", "trace_events", "dd_thread"},
+                                        {"interrupt_data", "scheduler"},
+                                        {"migration_data", "scheduler"},
+                                        {"counter_data", "counters"},
+                                        {"async_data", "asynchronous"},
+                                        {"marker_data", "asynchronous", "dd_track"}}};
 constexpr const char* kGeneral = "trace_events";
 
 std::string nameOf(const BuiltInDocument& document) {

@@ -95,13 +95,18 @@ private:
             const int leaf = table.columns[static_cast<std::size_t>(attr)].references;
             if (leaf < 0 || !m_catalog.table(leaf).inFile) continue;
             const std::string& leafName = m_catalog.table(leaf).name;
-            if (std::any_of(names.begin(), names.end(),
-                            [&](const FilterTarget& known) { return known.leafTable == leafName; }))
+            const auto known = std::find_if(
+                names.begin(), names.end(),
+                [&](const FilterTarget& target) { return target.leafTable == leafName; });
+            if (known != names.end()) {
+                known->tables.push_back(table.name);
                 continue;
+            }
             names.push_back({leafName,
                              nameColumns(m_catalog.table(leaf)),
                              table.name,
-                             {std::string(columns::kAttr)}});
+                             {std::string(columns::kAttr)},
+                             {table.name}});
         }
         if (names.empty()) m_columns.erase(std::string(columns::kName));
     }

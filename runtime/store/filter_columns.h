@@ -14,6 +14,8 @@ struct FilterTarget {
     std::vector<std::string> texts;  // columns of it that a value is compared with
     std::string table;               // of the conditions
     std::vector<std::string> paths;  // in that table; any of them may lead to the row
+    // Of "name": all instance tables whose attribute it is.
+    std::vector<std::string> tables;
 };
 
 struct FilterColumnDef {

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -257,18 +258,22 @@ bool holdsResult(Connection& connection, const ResultFacts& facts) {
     return step == Statement::Step::done && entries == facts.entries;
 }
 
-bool holdsFilters(Connection& connection) {
+// Whether the file has the table; null if that can't be told, as of a file that is locked.
+std::optional<bool> holdsFilters(Connection& connection) {
     Statement known = connection.prepare(dialect::listTables());
     bool isThere = false;
-    while (known && known.step() == Statement::Step::row)
+    Statement::Step step = known ? known.step() : Statement::Step::failed;
+    for (; step == Statement::Step::row; step = known.step())
         isThere = isThere || known.text(0) == table(TableId::filters).name;
+    if (step != Statement::Step::done) return std::nullopt;
     return isThere;
 }
 
 bool replaceFilters(Connection& connection, const FilterMap& filters) {
     const TableDef& def = table(TableId::filters);
     // Made anew: what stands there may be of another form.
-    if (holdsFilters(connection) && !connection.run("drop table " + dialect::quoted(def.name)))
+    if (holdsFilters(connection).value_or(true) &&
+        !connection.run("drop table " + dialect::quoted(def.name)))
         return false;
     const bool isEmpty = std::none_of(filters.begin(), filters.end(), [](const auto& filter) {
         return isKeptInFile(filter.first) && !filter.second.isEmpty();
@@ -308,7 +313,8 @@ StoreError readFilters(StoreSession& session, FilterMap& filters) {
     if (step != Statement::Step::done) {
         const std::string why = session.connection->message();
         // Another program may have dropped them just now.
-        return holdsFilters(*session.connection) ? unreadable(session.file, why) : StoreError();
+        const bool isGone = !holdsFilters(*session.connection).value_or(true);
+        return isGone ? StoreError() : unreadable(session.file, why);
     }
     FilterMap read;
     for (const auto& [name, own] : byName) {

@@ -38,7 +38,8 @@ bool readPauses(StoreSession& session, ResultFacts& facts) {
     if (!rows) return false;
     Statement::Step step = rows.step();
     for (; step == Statement::Step::row; step = rows.step()) {
-        if (rows.integer(0) < 0 || rows.integer(1) < rows.integer(0)) return false;
+        // Tick 0 is before every trace; a null reads as 0.
+        if (rows.integer(0) < 1 || rows.integer(1) < rows.integer(0)) return false;
         facts.pauses.push_back({static_cast<basekit2::u64_t>(rows.integer(0)),
                                 static_cast<basekit2::u64_t>(rows.integer(1))});
     }

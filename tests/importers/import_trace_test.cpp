@@ -188,6 +188,7 @@ TEST(FormatChoice, goesByMostLinesAndThenByTheBegin) {
         {std::string(5000, '\0') + "\n" + perf, "perf_script"},
         {std::string(5000, 'x') + "\n" + perf + "x\nx\n", "none"},
         {"[\n" + quoted + quoted + quoted, "trace_event_json"},
+        {"{\"a\":\"\n" + kernel + kernel + "\"}", "trace_event_json"},
         {"{\"ph\" x\n" + kernel + "x\nx\n", "trace_event_json"},
         {"oops\n<script>\n", "ftrace_text"},
     };

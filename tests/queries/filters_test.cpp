@@ -46,6 +46,16 @@ protected:
         EXPECT_TRUE(readFilterTexts(m_result, texts, name, error)) << error;
     }
 
+    // Row ids of a table under filters: "table & text & text".
+    std::string kept(const std::string& question) {
+        auto texts = platkit_2_18::strings::split_string(question, " & ");
+        const std::string table = texts.front();
+        texts.erase(texts.begin());
+        select(texts, "text");
+        const std::string ids = rows(table, "text");
+        return ids.substr(0, ids.find_last_of(' '));
+    }
+
     OpenOutcome m_outcome;
     TextResult m_text;
     sptr_t<dataface_1::IInputData> m_result;
@@ -90,14 +100,7 @@ TEST_F(FilterText, NamesRowsByColumnsOfTheResult) {
         counter_data & counterValue=2 | 2
         counter_data & counter=load & time=0ns..10ns | 1
         counter_data | 1 2)",
-                  [this](const std::string& question) {
-                      auto texts = platkit_2_18::strings::split_string(question, " & ");
-                      const std::string table = texts.front();
-                      texts.erase(texts.begin());
-                      select(texts, "text");
-                      const std::string ids = rows(table, "text");
-                      return ids.substr(0, ids.find_last_of(' '));
-                  });
+                  [this](const std::string& question) { return kept(question); });
 }
 
 TEST_F(FilterText, TellsWhatItDoesNotTake) {
@@ -118,6 +121,27 @@ TEST_F(FilterText, TellsWhatItDoesNotTake) {
     }
     EXPECT_EQ(describeFilters(m_result).at(0).query, "(thread = \"worker1\")")
         << "what stood there";
+}
+
+struct SchedulerFilterText : Filters {
+    SchedulerFilterText()
+        : Filters(
+              "core 0  0..10 main  10..20 -\n"
+              "thread main\nstate main 0..10 Running%0 10..20 Sleeping\n"
+              "thread worker\nstate worker 0..20 Sleeping\n") {}
+};
+
+// Threads are what time on cores is called by, and rows that states stand on.
+TEST_F(SchedulerFilterText, ANameIsAskedOfInstancesAlone) {
+    expectAnswers(R"(
+        state_data & name=Running | 2
+        dd_thread & name=Running | 1
+        running_data & name=Running
+        running_data & name!=Idle | 1
+        dd_core & name!=Idle | 1
+        dd_core & name=main | 1
+        dd_thread & name!=Running | 1 2)",
+                  [this](const std::string& question) { return kept(question); });
 }
 
 struct ApplySelection : Filters {

@@ -100,7 +100,7 @@ TEST_F(OpenStoreTest, RefusesNumbersThatCannotBe) {
     for (const char* change :
          {"update result set value = '9223372036854775807' where key = 'origin'",
           "update result set value = '18446744073709551615' where key = 'last_tick'",
-          "update pauses set end_tsc = 1",
+          "update pauses set end_tsc = 1", "update pauses set start_tsc = null",
           "update dd_band set rowid = 268435455 where rowid = 2"}) {
         std::ofstream(m_file, std::ios::binary | std::ios::trunc) << m_whole;
         std::string error;

@@ -118,6 +118,7 @@ TEST_F(Selection, ThatLeavesNothingSaysSo) {
 
 TEST_F(Selection, AFilterOfACallJoinsWhatIsKeptAndIsForgotten) {
     EXPECT_EQ(busy("--filter thread=main"), "main=100");
+    EXPECT_EQ(run("rows --filter thread=main @").out, run("rows @ --filter thread=main").out);
     EXPECT_EQ(busy("--filter thread!=main --filter time=90ns..110ns"), "worker=20");
     quiet("select @ --time 30ns..90ns");
     EXPECT_EQ(busy("--filter thread=wor*"), "worker=40");
