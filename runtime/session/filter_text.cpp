@@ -329,8 +329,10 @@ bool readFilterTexts(const sptr_t<dataface_1::IInputData>& result,
             return false;
         }
         if (notes == nullptr) continue;
-        for (const std::string& note : reader.notes())
-            notes->push_back(text + ": " + note);
+        for (const std::string& note : reader.notes()) {
+            notes->push_back(text);
+            notes->back().append(": ").append(note);
+        }
     }
     filters->setFilter(name, reader.filter());
     return true;

@@ -15,8 +15,8 @@ constexpr std::string_view kExtension = ".xml";
 constexpr const char* kRoot = "viewpoint";
 
 struct Fit {
-    const char* table;
-    const char* viewpoint;
+    const char* table = nullptr;
+    const char* viewpoint = nullptr;
     const char* rows = "dd_band";  // a result without this table has no rows to show it on
 };
 
